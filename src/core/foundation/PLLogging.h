@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QLoggingCategory>
+
+Q_DECLARE_LOGGING_CATEGORY(lcSettings)
+Q_DECLARE_LOGGING_CATEGORY(lcNotifications)
+Q_DECLARE_LOGGING_CATEGORY(lcRegex)
+Q_DECLARE_LOGGING_CATEGORY(lcEncoding)
+Q_DECLARE_LOGGING_CATEGORY(lcFile)
+Q_DECLARE_LOGGING_CATEGORY(lcOutline)
+// The outline dump written on every keystroke; off unless asked for with QT_LOGGING_RULES.
+Q_DECLARE_LOGGING_CATEGORY(lcOutlineDump)
+Q_DECLARE_LOGGING_CATEGORY(lcHighlighter)
+Q_DECLARE_LOGGING_CATEGORY(lcTypesetting)
+Q_DECLARE_LOGGING_CATEGORY(lcSyncTex)
+Q_DECLARE_LOGGING_CATEGORY(lcDocument)
+Q_DECLARE_LOGGING_CATEGORY(lcUi)

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <QString>
+#include <QVariantMap>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <typeinfo>
+#include <vector>
+
+// One posted notification. The object is the sender, kept as an identity with its type, so an
+// observer can filter on it and recover it when the type is the one it expects.
+class PLNotification
+{
+public:
+    PLNotification(QString name, const void *object, const std::type_info *objectType, QVariantMap userInfo)
+        : m_name(std::move(name)), m_object(object), m_objectType(objectType), m_userInfo(std::move(userInfo))
+    {
+    }
+
+    const QString &name() const { return m_name; }
+    const void *object() const { return m_object; }
+    const QVariantMap &userInfo() const { return m_userInfo; }
+    // The C++ type the poster gave its object as; null when it posted no object.
+    const std::type_info *objectType() const { return m_objectType; }
+
+    template<class T>
+    T *objectAs() const
+    {
+        if (!m_object || !m_objectType || *m_objectType != typeid(T))
+            return nullptr;
+        return const_cast<T *>(static_cast<const T *>(m_object));
+    }
+
+private:
+    QString m_name;
+    const void *m_object = nullptr;
+    const std::type_info *m_objectType = nullptr;
+    QVariantMap m_userInfo;
+};
+
+// The process-wide notification centre. Delivery is synchronous, on the posting thread, to the
+// observers of the name (and of the sender, when they asked for one) in the order they registered.
+class PLNotificationCenter
+{
+public:
+    using Handler = std::function<void(const PLNotification &)>;
+
+    static PLNotificationCenter &defaultCenter();
+
+    PLNotificationCenter() = default;
+    PLNotificationCenter(const PLNotificationCenter &) = delete;
+    PLNotificationCenter &operator=(const PLNotificationCenter &) = delete;
+
+    // An empty name observes every name; a null sender observes every sender.
+    void addObserver(const void *observer, const QString &name, const void *sender, Handler handler);
+    // Removes every registration of the observer, as a controller does when it closes.
+    void removeObserver(const void *observer);
+    // Removes the registrations of the observer that match name and sender (empty/null match all).
+    void removeObserver(const void *observer, const QString &name, const void *sender = nullptr);
+
+    void post(const PLNotification &notification);
+    void post(const QString &name) { post(PLNotification(name, nullptr, nullptr, {})); }
+    template<class T>
+    void post(const QString &name, const T *object, const QVariantMap &userInfo = {})
+    {
+        post(PLNotification(name, object, object ? &typeid(T) : nullptr, userInfo));
+    }
+
+    int observerCount() const;
+
+private:
+    struct Registration
+    {
+        const void *observer;
+        QString name;
+        const void *sender;
+        Handler handler;
+        std::shared_ptr<bool> alive;
+    };
+
+    mutable std::mutex m_mutex;
+    std::vector<std::shared_ptr<Registration>> m_registrations;
+};

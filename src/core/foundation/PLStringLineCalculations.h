@@ -1,0 +1,35 @@
+#pragma once
+
+#include "PLRange.h"
+
+#include <QString>
+
+// Line arithmetic on any text. A line ends after LF, CR, CR LF (one terminator), U+0085, U+2028 or
+// U+2029; lines count from 1.
+namespace PLStringLineCalculations {
+
+bool isLineTerminator(QChar c);
+
+// The line that holds a range: where it starts, where its terminator starts and where the next
+// line starts. An empty range at the end of text that ends with a terminator is the empty last line.
+struct PLLineBounds
+{
+    qsizetype start = 0;
+    qsizetype end = 0;
+    qsizetype contentsEnd = 0;
+};
+PLLineBounds lineBoundsForRange(const QString &text, PLRange range);
+inline PLRange lineRangeForRange(const QString &text, PLRange range)
+{
+    const PLLineBounds b = lineBoundsForRange(text, range);
+    return PLRange{b.start, b.end - b.start};
+}
+
+// The line number of a location; the text's length belongs to the last line; -1 past it.
+int lineNumberOfLocation(const QString &text, qsizetype location);
+// The location where a line starts; line 1 and below give 0, a line past the last gives the end.
+int locationOfLineStart(const QString &text, int lineNumber);
+// The start of the line that holds the first character of the range (no bounds check).
+qsizetype locationOfLineStartInRange(const QString &text, PLRange range);
+
+}

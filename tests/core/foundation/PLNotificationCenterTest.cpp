@@ -1,0 +1,125 @@
+#include "PLNotificationCenter.h"
+
+#include <QStringList>
+
+#include <atomic>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct Sender
+{
+    int id;
+};
+
+TEST(NotificationCenter, DeliversInRegistrationOrderWithUserInfo)
+{
+    PLNotificationCenter center;
+    QStringList calls;
+    int a = 0, b = 0, c = 0;
+    center.addObserver(&a, QStringLiteral("N"), nullptr, [&](const PLNotification &n) {
+        calls << QStringLiteral("a:") + n.userInfo().value(QStringLiteral("k")).toString();
+    });
+    center.addObserver(&b, QString(), nullptr, [&](const PLNotification &n) { calls << QStringLiteral("b:") + n.name(); });
+    center.addObserver(&c, QStringLiteral("N"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("c"); });
+    center.addObserver(&c, QStringLiteral("Other"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("c-other"); });
+
+    center.post<Sender>(QStringLiteral("N"), nullptr, {{QStringLiteral("k"), QStringLiteral("v")}});
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("a:v"), QStringLiteral("b:N"), QStringLiteral("c")}));
+}
+
+TEST(NotificationCenter, FiltersBySenderAndHandsBackTheTypedObject)
+{
+    PLNotificationCenter center;
+    Sender one{1}, two{2};
+    int observer = 0;
+    QList<int> seen;
+    center.addObserver(&observer, QStringLiteral("N"), &one, [&](const PLNotification &n) {
+        ASSERT_NE(n.objectAs<Sender>(), nullptr);
+        EXPECT_EQ(n.objectAs<int>(), nullptr);
+        seen << n.objectAs<Sender>()->id;
+    });
+    center.post(QStringLiteral("N"), &two);
+    center.post(QStringLiteral("N"), &one);
+    center.post(QStringLiteral("N"));
+    EXPECT_EQ(seen, QList<int>{1});
+}
+
+TEST(NotificationCenter, RemovalIsByObserverOrByNameAndSender)
+{
+    PLNotificationCenter center;
+    Sender one{1};
+    int observer = 0, other = 0;
+    QStringList calls;
+    center.addObserver(&observer, QStringLiteral("A"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("A"); });
+    center.addObserver(&observer, QStringLiteral("B"), &one, [&](const PLNotification &) { calls << QStringLiteral("B"); });
+    center.addObserver(&other, QStringLiteral("A"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("other"); });
+
+    center.removeObserver(&observer, QStringLiteral("B"), &one);
+    center.post(QStringLiteral("B"), &one);
+    center.post(QStringLiteral("A"), &one);
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("A"), QStringLiteral("other")}));
+
+    calls.clear();
+    center.removeObserver(&observer);
+    center.post(QStringLiteral("A"), &one);
+    EXPECT_EQ(calls, QStringList{QStringLiteral("other")});
+    EXPECT_EQ(center.observerCount(), 1);
+}
+
+TEST(NotificationCenter, AnObserverRemovedDuringDeliveryIsNotCalledAfterwards)
+{
+    PLNotificationCenter center;
+    int first = 0, second = 0, third = 0;
+    QStringList calls;
+    center.addObserver(&first, QStringLiteral("N"), nullptr, [&](const PLNotification &) {
+        calls << QStringLiteral("first");
+        center.removeObserver(&second);
+        // Registering during delivery is safe and takes effect from the next post.
+        center.addObserver(&third, QStringLiteral("N"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("third"); });
+    });
+    center.addObserver(&second, QStringLiteral("N"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("second"); });
+    center.post(QStringLiteral("N"));
+    EXPECT_EQ(calls, QStringList{QStringLiteral("first")});
+}
+
+TEST(NotificationCenter, NestedPostsAreDeliveredAtOnce)
+{
+    PLNotificationCenter center;
+    int observer = 0;
+    QStringList calls;
+    center.addObserver(&observer, QStringLiteral("Outer"), nullptr, [&](const PLNotification &) {
+        calls << QStringLiteral("outer-begin");
+        center.post(QStringLiteral("Inner"));
+        calls << QStringLiteral("outer-end");
+    });
+    center.addObserver(&observer, QStringLiteral("Inner"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("inner"); });
+    center.post(QStringLiteral("Outer"));
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("outer-begin"), QStringLiteral("inner"), QStringLiteral("outer-end")}));
+}
+
+TEST(NotificationCenter, PostingFromAnotherThreadWhileTheRegistryChangesIsSafe)
+{
+    PLNotificationCenter center;
+    std::atomic<int> delivered{0};
+    std::atomic<bool> stop{false};
+    int anchor = 0;
+    center.addObserver(&anchor, QStringLiteral("N"), nullptr, [&](const PLNotification &) { ++delivered; });
+    std::thread poster([&] {
+        while (!stop)
+            center.post(QStringLiteral("N"));
+    });
+    for (int i = 0; i < 2000; ++i) {
+        int transient = 0;
+        center.addObserver(&transient, QStringLiteral("N"), nullptr, [](const PLNotification &) {});
+        center.removeObserver(&transient);
+    }
+    stop = true;
+    poster.join();
+    EXPECT_GT(delivered.load(), 0);
+    EXPECT_EQ(center.observerCount(), 1);
+}
+
+}

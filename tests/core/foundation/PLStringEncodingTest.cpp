@@ -1,0 +1,97 @@
+#include "PLFileEncodingComboBoxDataSource.h"
+#include "PLStringEncoding.h"
+#include "PLTestSupport.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct DecodeCase
+{
+    PLStringEncoding encoding;
+    QByteArray bytes;
+    const char16_t *expected; // null: decoding must fail
+};
+
+class StrictDecoding : public ::testing::TestWithParam<DecodeCase>
+{
+};
+
+TEST_P(StrictDecoding, DecodesValidInputAndFailsOnInvalidInput)
+{
+    const auto &c = GetParam();
+    PLError error;
+    const auto text = PLStringEncodings::decode(c.bytes, c.encoding, &error);
+    if (!c.expected) {
+        EXPECT_FALSE(text);
+        EXPECT_FALSE(error.message.isEmpty());
+        return;
+    }
+    ASSERT_TRUE(text) << error.message.toStdString();
+    EXPECT_EQ(*text, QString::fromUtf16(c.expected));
+    // Writing the text back gives the same bytes.
+    const auto bytes = PLStringEncodings::encode(*text, c.encoding);
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, c.bytes);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FourEncodings, StrictDecoding,
+    ::testing::Values(
+        DecodeCase{4, QByteArray("Gr\xc3\xbc\xc3\x9f \xf0\x9d\x94\xb8"), u"Grüß 𝔸"},
+        DecodeCase{4, QByteArray("Gr\xfc\xdf"), nullptr},                // Latin-1 bytes are not UTF-8
+        DecodeCase{4, QByteArray("\xc3"), nullptr},                      // truncated sequence
+        DecodeCase{4, QByteArray("\xed\xa0\x80"), nullptr},              // encoded surrogate
+        DecodeCase{4, QByteArray(), u""},
+        DecodeCase{5, QByteArray("Gr\xfc\xdf \xa9"), u"Grüß ©"},
+        DecodeCase{9, QByteArray("\xa3\xf3" "d\xbc"), u"Łódź"},
+        DecodeCase{30, QByteArray("caf\x8e \xa5"), u"café •"},
+        DecodeCase{30, QByteArray("\r\n\r"), u"\r\n\r"}));
+
+TEST(StrictEncoding, FailsOnCharactersTheEncodingCannotHold)
+{
+    PLError error;
+    EXPECT_FALSE(PLStringEncodings::encode(QStringLiteral("Łódź"), PLStringEncodings::ISOLatin1, &error));
+    EXPECT_FALSE(error.message.isEmpty());
+    EXPECT_FALSE(PLStringEncodings::encode(QString::fromUtf16(u"𝔸"), PLStringEncodings::MacOSRoman));
+    EXPECT_FALSE(PLStringEncodings::decode(QByteArray("x"), 999));
+    EXPECT_TRUE(PLStringEncodings::encode(QString::fromUtf16(u"𝔸"), PLStringEncodings::UTF8));
+}
+
+class EncodingList : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+};
+
+TEST_F(EncodingList, HoldsTheFourChoicesInOrder)
+{
+    PLFileEncodingComboBoxDataSource source;
+    ASSERT_EQ(source.numberOfItemsInComboBox(), 4);
+    ASSERT_EQ(source.rowCount(), 4);
+    const QStringList names{QStringLiteral("UTF8"), QStringLiteral("Latin 1"), QStringLiteral("Latin 2"),
+                            QStringLiteral("MacOS Roman")};
+    const QList<PLStringEncoding> numbers{4, 5, 9, 30};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(source.objectValueForItemAtIndex(i), names[i]);
+        EXPECT_EQ(source.data(source.index(i)).toString(), names[i]);
+        EXPECT_EQ(source.encodingAtIndex(i), numbers[i]);
+    }
+}
+
+TEST_F(EncodingList, CurrentEntryFollowsTheSetting)
+{
+    PLFileEncodingComboBoxDataSource source;
+    auto &defaults = PLUserDefaults::standardUserDefaults();
+    EXPECT_EQ(source.currentEncodingName(), u"UTF8");
+    defaults.setInteger(9, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(source.currentEncodingName(), u"Latin 2");
+    EXPECT_EQ(source.currentEncoding(), 9u);
+    defaults.setInteger(10, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(source.currentEncodingName(), u"");
+    EXPECT_EQ(source.currentEncoding(), 4u);
+}
+
+}

@@ -1,0 +1,155 @@
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+#include "PLTestSupport.h"
+
+#include <QFile>
+#include <QSettings>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class UserDefaults : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+    PLUserDefaults &defaults() { return PLUserDefaults::standardUserDefaults(); }
+    // A second store on the same file, as the next run of the program would see it.
+    std::unique_ptr<PLUserDefaults> reopened()
+    {
+        defaults().synchronize();
+        return std::make_unique<PLUserDefaults>(defaults().fileName());
+    }
+};
+
+TEST_F(UserDefaults, FreshAccountSeesTheRegisteredDefaults)
+{
+    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsEditorFontName), u"Monaco");
+    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsEditorFontSize), 12);
+    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 4);
+    EXPECT_TRUE(defaults().boolForKey(PLUserDefaultsUseBibTex));
+    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsTexLocation), u"/usr/texbin");
+    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsPDFDisplayMode), 1);
+    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsTypesettingEngine), u"pdflatex");
+    const QList<QVariantMap> panes = defaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    ASSERT_EQ(panes.size(), 1);
+    EXPECT_EQ(panes[0].value(PLSplitViewSetupContentType).toInt(), 0);
+    EXPECT_DOUBLE_EQ(panes[0].value(PLSplitViewSetupContentPercentageWidth).toDouble(), 100.0);
+    EXPECT_FALSE(defaults().objectForKey(PLDocumentSidebarWidth).isValid());
+    EXPECT_FALSE(defaults().objectForKey(PLUserDefaultsLastDirectorySaved).isValid());
+}
+
+TEST_F(UserDefaults, RegisteredColoursHaveTheirExactComponents)
+{
+    struct Expected
+    {
+        QString key;
+        PLColor color;
+    };
+    const Expected table[] = {
+        {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},
+        {PLUserDefaultsEditorColorText, PLColor::white(0.0, 1.0)},
+        {PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
+        {PLUserDefaultsEditorColorFunctions, PLColor::rgb(0.254, 0.306, 0.81, 1.0)},
+        {PLUserDefaultsEditorColorStructureDividers, PLColor::rgb(0.665, 0.052, 0.569, 1.0)},
+        {PLUserDefaultsEditorColorStructureDividersBackground, PLColor::rgb(0.77, 0.102, 0.086, 0.1)},
+        {PLUserDefaultsEditorColorBIBKey, PLColor::rgb(0.81, 0.254, 0.331, 1.0)},
+        {PLUserDefaultsEditorColorDollarSignAreasBackground, PLColor::rgb(1.0, 1.0, 1.0, 0.0)},
+        {PLUserDefaultsEditorColorLineHighlighter, PLColor::rgb(0.286, 0.121, 0.808, 1.0)},
+        {PLUserDefaultsEditorColorLineHighlighterBorders, PLColor::white(0.0, 1.0)},
+    };
+    for (const auto &entry : table) {
+        const auto color = defaults().colorForKey(entry.key);
+        ASSERT_TRUE(color) << entry.key.toStdString();
+        EXPECT_EQ(*color, entry.color) << entry.key.toStdString();
+    }
+}
+
+TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
+{
+    defaults().setInteger(5, PLUserDefaultsFileEncoding);
+    defaults().setString(QStringLiteral("DejaVu Sans Mono"), PLUserDefaultsEditorFontName);
+    defaults().setDouble(231.5, PLDocumentSidebarWidth);
+    defaults().setBool(false, PLUserDefaultsUseBibTex);
+    QVariantMap left{{PLSplitViewSetupContentType, 0}, {PLSplitViewSetupContentPercentageWidth, 40.5}};
+    QVariantMap right{{PLSplitViewSetupContentType, 1}, {PLSplitViewSetupContentPercentageWidth, 59.5}};
+    defaults().setArray({left, right}, PLUserDefaultsSplitViewSetup);
+
+    auto next = reopened();
+    EXPECT_EQ(next->integerForKey(PLUserDefaultsFileEncoding), 5);
+    EXPECT_EQ(next->stringForKey(PLUserDefaultsEditorFontName), u"DejaVu Sans Mono");
+    EXPECT_DOUBLE_EQ(next->doubleForKey(PLDocumentSidebarWidth), 231.5);
+    EXPECT_FALSE(next->boolForKey(PLUserDefaultsUseBibTex));
+    const auto panes = next->arrayForKey(PLUserDefaultsSplitViewSetup);
+    ASSERT_EQ(panes.size(), 2);
+    EXPECT_EQ(panes[1].value(PLSplitViewSetupContentType).toInt(), 1);
+    EXPECT_DOUBLE_EQ(panes[0].value(PLSplitViewSetupContentPercentageWidth).toDouble(), 40.5);
+    // The new store registered nothing: an unset key has no value at all.
+    EXPECT_FALSE(next->objectForKey(PLUserDefaultsTexLocation).isValid());
+
+    QSettings raw(defaults().fileName(), QSettings::IniFormat);
+    EXPECT_FALSE(raw.contains(PLUserDefaultsTexLocation));
+}
+
+TEST_F(UserDefaults, RemovingAUserValueFallsBackToTheRegisteredDefault)
+{
+    defaults().setInteger(9, PLUserDefaultsFileEncoding);
+    ASSERT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 9);
+    defaults().removeObjectForKey(PLUserDefaultsFileEncoding);
+    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 4);
+    EXPECT_FALSE(defaults().hasUserValue(PLUserDefaultsFileEncoding));
+}
+
+TEST_F(UserDefaults, ColoursRoundTripBitForBit)
+{
+    const PLColor awkward[] = {PLColor::rgb(0.1, 0.2, 0.30000000000000004, 0.7),
+                               PLColor::rgb(1.0 / 3.0, 2.0 / 7.0, 1e-17, 0.0),
+                               PLColor::white(0.6666666666666666, 0.25)};
+    int n = 0;
+    for (const PLColor &color : awkward) {
+        const QString key = QStringLiteral("PLTestColor%1").arg(n++);
+        defaults().setColor(color, key);
+        const auto back = reopened()->colorForKey(key);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(back->redComponent(), color.redComponent());
+        EXPECT_EQ(back->greenComponent(), color.greenComponent());
+        EXPECT_EQ(back->blueComponent(), color.blueComponent());
+        EXPECT_EQ(back->alphaComponent(), color.alphaComponent());
+        EXPECT_EQ(back->space(), color.space());
+    }
+}
+
+TEST_F(UserDefaults, AnythingButAColourReadsAsNoColour)
+{
+    defaults().setString(QStringLiteral("red"), QStringLiteral("PLTestNotAColour"));
+    defaults().setInteger(3, QStringLiteral("PLTestNumber"));
+    defaults().setString(QStringLiteral("PLColor(calibratedRGB 1 2)"), QStringLiteral("PLTestShortColour"));
+    defaults().setString(QStringLiteral("PLColor(calibratedRGB 1 nan 0 1)"), QStringLiteral("PLTestNanColour"));
+    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNotAColour")));
+    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNumber")));
+    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestShortColour")));
+    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNanColour")));
+    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestMissing")));
+    EXPECT_FALSE(defaults().colorForKey(PLUserDefaultsEditorFontName));
+}
+
+TEST_F(UserDefaults, NumbersReadLikeThePlatformReadsThem)
+{
+    defaults().setString(QStringLiteral("abc"), QStringLiteral("PLTestText"));
+    defaults().setString(QStringLiteral("12.7"), QStringLiteral("PLTestDecimal"));
+    EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestText")), 0);
+    EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestDecimal")), 12);
+    EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestMissing")), 0);
+    EXPECT_FALSE(defaults().boolForKey(QStringLiteral("PLTestMissing")));
+    EXPECT_TRUE(defaults().arrayForKey(PLUserDefaultsEditorFontName).isEmpty());
+}
+
+TEST_F(UserDefaults, AnUnwritableStoreReportsFailureWithoutLosingValuesInMemory)
+{
+    PLUserDefaults store(QStringLiteral("/proc/plumeo-cannot-write-here/plumeo.ini"));
+    store.setInteger(7, PLUserDefaultsFileEncoding);
+    EXPECT_FALSE(store.synchronize());
+    EXPECT_EQ(store.integerForKey(PLUserDefaultsFileEncoding), 7);
+}
+
+}

@@ -1,0 +1,29 @@
+#pragma once
+
+#include "PLRange.h"
+
+#include <ostream>
+
+#include <QByteArray>
+#include <QString>
+#include <QTemporaryDir>
+
+// Shared helpers of the test binaries.
+namespace PLTest {
+
+// Points the process at a fresh settings store with the registered defaults, in its own folder.
+void resetSettings();
+
+// Writes bytes to a path, creating the folders on the way.
+void writeFile(const QString &path, const QByteArray &bytes);
+QByteArray readFile(const QString &path);
+
+QString dataPath(const QString &relative);
+
+}
+
+// Readable ranges in test failures.
+inline void PrintTo(const PLRange &range, std::ostream *os)
+{
+    *os << "{" << range.location << ", " << range.length << "}";
+}
