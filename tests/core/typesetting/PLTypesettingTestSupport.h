@@ -8,6 +8,7 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -99,6 +100,39 @@ inline QList<QMap<QString, QString>> syncTexToolRecords(const QStringList &argum
         records.last().insert(key, line.mid(colon + 1));
     }
     return records;
+}
+
+}
+
+namespace PLTypesettingTest {
+
+// The stand-ins for a misbehaving engine, in tests/data/typesetting/helpers.
+inline QString helperPath(const QString &name)
+{
+    return PLTest::dataPath(QStringLiteral("typesetting/helpers/") + name);
+}
+
+// Whether a process has ended: gone, or a zombie that nobody has reaped yet.
+inline bool processHasEnded(qint64 pid)
+{
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray text = stat.readAll();
+    const qsizetype close = text.lastIndexOf(')');
+    return close >= 0 && text.mid(close + 2, 1) == "Z";
+}
+
+// The id a helper wrote to sleeper.pid in its working folder, waiting for it to appear.
+inline qint64 sleeperPid(const QString &folder)
+{
+    for (int i = 0; i < 500; ++i) {
+        const QByteArray text = PLTest::readFile(folder + QStringLiteral("/sleeper.pid")).trimmed();
+        if (!text.isEmpty())
+            return text.toLongLong();
+        QThread::msleep(10);
+    }
+    return 0;
 }
 
 }
