@@ -23,3 +23,6 @@ void PLCliPrintJson(const QJsonDocument &document);
 int PLCliFail(PLCliExitStatus status, const QString &message);
 
 int PLCliRunLines(const QStringList &arguments);
+int PLCliRunLog(const QStringList &arguments);
+int PLCliRunTypeset(const QStringList &arguments);
+int PLCliRunSyncTex(const QStringList &arguments);

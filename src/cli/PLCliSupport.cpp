@@ -20,6 +20,10 @@ const QList<PLCliCommand> &PLCliAllCommands()
 {
     static const QList<PLCliCommand> commands{
         {QStringLiteral("lines"), QStringLiteral("lines FILE [--line-of LOCATION] [--start-of LINE]"), PLCliRunLines},
+        {QStringLiteral("log"), QStringLiteral("log OUTPUT --root MAIN [--strategies]"), PLCliRunLog},
+        {QStringLiteral("typeset"), QStringLiteral("typeset MAIN [--stop-after SECONDS]"), PLCliRunTypeset},
+        {QStringLiteral("synctex"),
+         QStringLiteral("synctex forward MAIN FILE LINE COLUMN | synctex backward MAIN PAGE H V"), PLCliRunSyncTex},
     };
     return commands;
 }

@@ -61,6 +61,47 @@ std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStri
     return first;
 }
 
+std::optional<PLRange> nextFileOpening(const QString &text, qsizetype from)
+{
+    const std::optional<PLRegexMatch> opening =
+        firstMatchAfterLiteral(QStringLiteral("\\(\\./(.*?)\\.tex(\\)|\\n|\\s)"), u"(./",
+                               LiteralFollower::AnyRunInLine, text, PLRange{from, text.size() - from});
+    if (!opening)
+        return std::nullopt;
+    return opening->range();
+}
+
+QString nameOfOpenedFile(const QString &text, PLRange opening)
+{
+    const PLRange name = PLRegularExpressionHelper::firstMatchInRange(
+        QStringLiteral("\\(\\./((.*?)\\.tex)(\\)|\\n|\\s)"), text, opening, PLRegularExpressionHelper::NoOptions, 1);
+    return name.isFound() ? text.sliced(name.location, name.length) : QString();
+}
+
+QStringList namesOfOpenedFiles(const QString &text)
+{
+    QStringList names;
+    enumerateMatchesAfterLiteral(QStringLiteral("\\(\\./(.*?)\\.tex"), u"(./", LiteralFollower::AnyRunInLine, text,
+                                 PLRange{0, text.size()}, [&](const PLRegexMatch &match) {
+                                     const PLRange name = match.range(1);
+                                     names.append(text.sliced(name.location, name.length) + QStringLiteral(".tex"));
+                                     return true;
+                                 });
+    return names;
+}
+
+int countUnclosedBrackets(QStringView area)
+{
+    int count = 0;
+    for (qsizetype i = 0; i + 1 < area.size(); ++i) {
+        if (area[i] == u'(')
+            ++count;
+        else if (area[i] == u')')
+            --count;
+    }
+    return count;
+}
+
 int integerValue(QStringView text)
 {
     qsizetype i = 0;

@@ -4,6 +4,7 @@
 #include "PLRegularExpressionHelper.h"
 
 #include <QString>
+#include <QStringList>
 #include <QStringView>
 
 #include <functional>
@@ -36,6 +37,17 @@ void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, L
 
 std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStringView literal,
                                                    LiteralFollower follower, const QString &text, PLRange range);
+
+// The next file opening of engine output at or after the position: "(./name.tex" followed by ")"
+// or white space. The logs are cut into pieces at these.
+std::optional<PLRange> nextFileOpening(const QString &text, qsizetype from);
+// The name in a file opening, with its ".tex" (chapters/one.tex); empty when there is none.
+QString nameOfOpenedFile(const QString &text, PLRange opening);
+// The names of the source files opened in a piece of output, in order: "(./intro.tex" gives
+// intro.tex. The piece may end anywhere, even inside a name.
+QStringList namesOfOpenedFiles(const QString &text);
+// "(" counts 1 and ")" -1, over every character but the last one of the area.
+int countUnclosedBrackets(QStringView area);
 
 // The integer at the start of a text the way the platform's integerValue reads it: leading blanks
 // skipped, an optional sign, then digits; 0 when there are none; limited to the range of int.
