@@ -21,7 +21,8 @@ qsizetype expressionLineEnd(const QString &text, qsizetype from, qsizetype limit
 
 void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, LiteralFollower follower,
                                   const QString &text, PLRange range,
-                                  const std::function<bool(const PLRegexMatch &)> &callback)
+                                  const std::function<bool(const PLRegexMatch &)> &callback,
+                                  LinePrecondition precondition)
 {
     const qsizetype limit = range.end();
     qsizetype position = range.location;
@@ -31,6 +32,13 @@ void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, L
             return;
         const qsizetype candidate = position + found;
         std::optional<PLRegexMatch> match;
+        if (precondition) {
+            const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
+            if (!precondition(QStringView(text).sliced(candidate, lineEnd - candidate))) {
+                position = follower == LiteralFollower::AnyRunInLine ? lineEnd + 1 : candidate + 1;
+                continue;
+            }
+        }
         PLRegularExpressionHelper::enumerateMatches(
             pattern, text, PLRange{candidate, limit - candidate},
             [&](const PLRegexMatch &m) {
@@ -48,6 +56,18 @@ void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, L
             position = candidate + 1;
         }
     }
+}
+
+bool containsLineNumberColon(QStringView text)
+{
+    for (qsizetype colon = text.indexOf(u": "); colon > 0; colon = text.indexOf(u": ", colon + 1)) {
+        qsizetype i = colon - 1;
+        while (i >= 0 && text[i] >= u'0' && text[i] <= u'9')
+            --i;
+        if (i >= 0 && text[i] == u':')
+            return true;
+    }
+    return false;
 }
 
 std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStringView literal,

@@ -29,11 +29,19 @@ enum class LiteralFollower {
 // line end: LF, VT, FF, CR, NEL, LS, PS).
 bool isExpressionLineEnd(QChar c);
 
+// A cheap test of the text from a candidate to the end of its line, which must hold wherever the
+// pattern matches there, so that the expression is not even tried where it cannot match.
+using LinePrecondition = bool (*)(QStringView restOfLine);
+
 // Every match of the pattern inside the range, left to right and non-overlapping, exactly as a
 // search of the whole range would find them. The callback answers false to stop.
 void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, LiteralFollower follower,
                                   const QString &text, PLRange range,
-                                  const std::function<bool(const PLRegexMatch &)> &callback);
+                                  const std::function<bool(const PLRegexMatch &)> &callback,
+                                  LinePrecondition precondition = nullptr);
+
+// Whether the text holds ":", digits (maybe none), ": " somewhere: the heart of a located line.
+bool containsLineNumberColon(QStringView text);
 
 std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStringView literal,
                                                    LiteralFollower follower, const QString &text, PLRange range);

@@ -102,7 +102,8 @@ void PLLogStringParser::findErrors(PLRange segment)
             if (error && error->file())
                 addError(error, error->file()->stringPath());
             return true;
-        });
+        },
+        PLLogScanning::containsLineNumberColon);
 }
 
 QStringList PLLogStringParser::fileNamesInLine(const QString &line)
