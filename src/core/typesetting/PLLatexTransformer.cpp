@@ -18,8 +18,10 @@ PLLatexTransformer::PLLatexTransformer(std::shared_ptr<PLLogStringParser> logStr
 
 void PLLatexTransformer::transformLatexFile(std::shared_ptr<PLFile> file)
 {
-    if (isTransforming())
+    if (hasStartedJob()) {
+        qCInfo(lcTypesetting) << "a transformer runs one job; this request is dropped";
         return;
+    }
     if (file) {
         m_filePath = file->stringPath();
         m_folder = file->directoryOfFile();
@@ -28,8 +30,7 @@ void PLLatexTransformer::transformLatexFile(std::shared_ptr<PLFile> file)
         m_engine = file->engine();
     }
     m_documentFile = std::move(file);
-    if (!startJob())
-        qCWarning(lcTypesetting) << "a transformer runs one job only; this one has run";
+    startJob();
 }
 
 PLLatexTransformerDelegate *PLLatexTransformer::delegate() const

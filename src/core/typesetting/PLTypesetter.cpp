@@ -14,8 +14,10 @@ std::shared_ptr<PLTypesetter> PLTypesetter::create()
 
 void PLTypesetter::typesetDocument(std::shared_ptr<PLFile> mainFile)
 {
-    if (isTypesetting())
+    if (hasStartedJob()) {
+        qCInfo(lcTypesetting) << "a typesetter runs one job; this request is dropped";
         return;
+    }
     if (mainFile) {
         m_filePath = mainFile->stringPath();
         m_folder = mainFile->directoryOfFile();
@@ -25,8 +27,7 @@ void PLTypesetter::typesetDocument(std::shared_ptr<PLFile> mainFile)
     }
     m_parser = std::make_shared<PLTypesettingLogFileParser>(mainFile);
     m_mainFile = std::move(mainFile);
-    if (!startJob())
-        qCWarning(lcTypesetting) << "a typesetter runs one job only; this one has run";
+    startJob();
 }
 
 PLTypesetterDelegate *PLTypesetter::delegate() const

@@ -26,10 +26,10 @@ bool PLTypesettingOperation::isEnginePresentInFileSystem(const QString &path)
     return QFileInfo::exists(path);
 }
 
-bool PLTypesettingOperation::startJob()
+void PLTypesettingOperation::startJob()
 {
     if (m_started.exchange(true))
-        return false;
+        return;
     m_running = true;
     // The thread holds the operation until the job is over, as a queue holds its operations.
     QThread *thread = QThread::create([self = shared_from_this()] {
@@ -40,7 +40,6 @@ bool PLTypesettingOperation::startJob()
     thread->setObjectName(QStringLiteral("typesetting"));
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     thread->start();
-    return true;
 }
 
 void PLTypesettingOperation::runProgram(const QString &launchPath, const QString &workingDirectory,

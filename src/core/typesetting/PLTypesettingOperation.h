@@ -32,8 +32,9 @@ public:
 protected:
     PLTypesettingOperation();
 
-    // Starts main() on a thread of its own unless a job was started before. Answers whether it did.
-    bool startJob();
+    // Starts main() on a thread of its own; once in the object's life.
+    void startJob();
+    bool hasStartedJob() const { return m_started.load(); }
     bool isRunningJob() const { return m_running.load(); }
     // The job, on its own thread.
     virtual void main() = 0;
