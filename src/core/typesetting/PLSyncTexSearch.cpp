@@ -35,12 +35,14 @@ QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sour
     const Scanner scanner = openScanner(m_pdfPath);
     if (!scanner)
         return results;
-    const QByteArray name = QFileInfo(sourceFilePath).fileName().toUtf8();
-    synctex_status_t count = synctex_display_query(scanner.get(), name.constData(), line, column, -1);
-    if (count <= 0 && !sourceFilePath.isEmpty() && name != sourceFilePath.toUtf8()) {
-        count = synctex_display_query(scanner.get(), sourceFilePath.toUtf8().constData(), line, column,
-                                      -1);
-    }
+    // Asked by a name it does not know, the library complains on standard output; ask whether it
+    // knows the name first.
+    QByteArray name = QFileInfo(sourceFilePath).fileName().toUtf8();
+    if (synctex_scanner_get_tag(scanner.get(), name.constData()) == 0)
+        name = sourceFilePath.toUtf8();
+    if (synctex_scanner_get_tag(scanner.get(), name.constData()) == 0)
+        return results;
+    const synctex_status_t count = synctex_display_query(scanner.get(), name.constData(), line, column, -1);
     if (count <= 0)
         return results;
     while (synctex_node_p node = synctex_scanner_next_result(scanner.get())) {
