@@ -39,6 +39,12 @@ void PLTypesettingOperation::startJob()
     });
     thread->setObjectName(QStringLiteral("typesetting"));
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
+    // No TeX program outlives the application.
+    QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, thread,
+                     [weak = weak_from_this()] {
+                         if (const auto self = weak.lock())
+                             self->stop();
+                     });
     thread->start();
 }
 
