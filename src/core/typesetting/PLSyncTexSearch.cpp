@@ -19,6 +19,13 @@ using Scanner = std::unique_ptr<synctex_scanner_s, ScannerDeleter>;
 
 Scanner openScanner(const QString &pdfPath)
 {
+    // Asked for a file that is not there, this library release keeps the scanner it made; so it
+    // is only asked when there is SyncTeX data beside the PDF.
+    const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
+    if (!QFileInfo::exists(base + QStringLiteral(".synctex.gz")) && !QFileInfo::exists(base + QStringLiteral(".synctex"))) {
+        qCDebug(lcSyncTex).noquote() << "no SyncTeX data for" << pdfPath;
+        return nullptr;
+    }
     Scanner scanner(synctex_scanner_new_with_output_file(pdfPath.toUtf8().constData(), "", 1));
     if (!scanner)
         qCDebug(lcSyncTex).noquote() << "no SyncTeX data for" << pdfPath;
