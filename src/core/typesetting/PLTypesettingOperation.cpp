@@ -7,18 +7,18 @@
 #include <QFileInfo>
 #include <QThread>
 
-PLTypesettingOperation::PLTypesettingOperation() : m_runner(std::make_shared<PLTexTaskRunner>(PLTexCommandLine::texFolder())) {}
+PLTypesettingOperation::PLTypesettingOperation() : m_runner(PLTexCommandLine::texFolder()) {}
 
 PLTypesettingOperation::~PLTypesettingOperation() = default;
 
 void PLTypesettingOperation::stop()
 {
-    m_runner->stop();
+    m_runner.stop();
 }
 
 bool PLTypesettingOperation::isStopped() const
 {
-    return m_runner->isStopped();
+    return m_runner.isStopped();
 }
 
 bool PLTypesettingOperation::isEnginePresentInFileSystem(const QString &path)
@@ -59,7 +59,7 @@ void PLTypesettingOperation::runProgram(const QString &launchPath, const QString
             qCInfo(lcTypesetting) << "lost" << bytes.size() << "bytes of output that do not decode in encoding" << encoding;
         return text;
     };
-    m_runner->run(
+    m_runner.run(
         launchPath, workingDirectory, arguments,
         [&](const QByteArray &bytes) {
             if (const std::optional<QString> chunk = decode(bytes)) {

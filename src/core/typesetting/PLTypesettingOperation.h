@@ -22,7 +22,8 @@ public:
     PLTypesettingOperation &operator=(const PLTypesettingOperation &) = delete;
 
     // Safe from any thread: ends the running program with everything it started; the programs
-    // still to come are skipped. The job then ends as usual and its end is still announced.
+    // still to come are skipped. The job then ends as usual: what the first engine run wrote so
+    // far is parsed, and the end is announced.
     void stop();
     bool isStopped() const;
 
@@ -55,5 +56,5 @@ protected:
 private:
     std::atomic<bool> m_started{false};
     std::atomic<bool> m_running{false};
-    std::shared_ptr<PLTexTaskRunner> m_runner;
+    PLTexTaskRunner m_runner;
 };
