@@ -27,3 +27,6 @@ int PLCliRunOutline(const QStringList &arguments);
 int PLCliRunEdit(const QStringList &arguments);
 int PLCliRunFiles(const QStringList &arguments);
 int PLCliRunQuickOpen(const QStringList &arguments);
+int PLCliRunLog(const QStringList &arguments);
+int PLCliRunTypeset(const QStringList &arguments);
+int PLCliRunSyncTex(const QStringList &arguments);

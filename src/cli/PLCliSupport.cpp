@@ -24,6 +24,10 @@ const QList<PLCliCommand> &PLCliAllCommands()
         {QStringLiteral("edit"), QStringLiteral("edit FILE (--replace LOCATION LENGTH TEXT)... [--undo N] [--no-content]"), PLCliRunEdit},
         {QStringLiteral("files"), QStringLiteral("files FILE"), PLCliRunFiles},
         {QStringLiteral("quickopen"), QStringLiteral("quickopen FILE QUERY"), PLCliRunQuickOpen},
+        {QStringLiteral("log"), QStringLiteral("log OUTPUT --root MAIN [--strategies]"), PLCliRunLog},
+        {QStringLiteral("typeset"), QStringLiteral("typeset MAIN [--stop-after SECONDS]"), PLCliRunTypeset},
+        {QStringLiteral("synctex"),
+         QStringLiteral("synctex forward MAIN FILE LINE COLUMN | synctex backward MAIN PAGE H V"), PLCliRunSyncTex},
     };
     return commands;
 }

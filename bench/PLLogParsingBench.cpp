@@ -1,0 +1,117 @@
+#include "PLFile.h"
+#include "PLFilePool.h"
+#include "PLLogStringParser.h"
+#include "PLTypesettingLogFileParser.h"
+
+#include <QRandomGenerator>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+// Engine output of about the given number of characters, made of what a long document's first
+// run prints: chapter files opened and closed, packages and fonts loaded, pages shipped, boxes
+// reported, warnings and errors in the -file-line-error form.
+QString engineOutput(qsizetype size)
+{
+    QString text = QStringLiteral(
+        "This is pdfTeX, Version 3.141592653-2.6-1.40.24 (TeX Live 2022/Debian) (preloaded format=pdflatex)\n"
+        " \\write18 enabled.\nentering extended mode\n(./thesis.tex\nLaTeX2e <2022-11-01> patch level 1\n"
+        "(/usr/share/texlive/texmf-dist/tex/latex/base/report.cls\n"
+        "Document Class: report 2022/07/02 v1.4n Standard LaTeX document class\n"
+        "(/usr/share/texlive/texmf-dist/tex/latex/base/size11.clo))\n");
+    for (int n = 0; text.size() < size; ++n) {
+        text += QStringLiteral(
+                    "(./chapters/chapter%1.tex\nChapter %1.\n[%2] [%3]\n"
+                    "Overfull \\hbox (12.3pt too wide) in paragraph at lines 40--42\n"
+                    "[]\\OT1/cmr/m/n/10 Some text that is too wide for the line in chapter %1 and so on|\n \n\n"
+                    "LaTeX Warning: Reference `fig:%1' on page %3 undefined on input line 57.\n\n"
+                    "./chapters/chapter%1.tex:88: Undefined control sequence.\nl.88 \\foo\n         \n"
+                    "(/usr/share/texlive/texmf-dist/tex/latex/base/omsenc.dfu)\n"
+                    "Underfull \\hbox (badness 10000) in paragraph at lines 90--91\n\n"
+                    " [%4{/var/lib/texmf/fonts/enc/dvips/cm-super/cm-super-ts1.enc}])\n")
+                    .arg(n)
+                    .arg(3 * n + 1)
+                    .arg(3 * n + 2)
+                    .arg(3 * n + 3);
+    }
+    return text + QStringLiteral("\nLaTeX Warning: There were undefined references.\n\n )\nOutput written on thesis.pdf.\n");
+}
+
+// What the robustness requirements name: a log with no file opening, binary garbage decoded as
+// Latin-1, and megabyte lines of the characters the patterns start with.
+QString pathologicalOutput(const char *kind, qsizetype size)
+{
+    const QByteArrayView which(kind);
+    if (which == "garbage") {
+        QByteArray bytes(size, Qt::Uninitialized);
+        QRandomGenerator random(42);
+        for (char &byte : bytes)
+            byte = char(random.bounded(256));
+        return QString::fromLatin1(bytes);
+    }
+    if (which == "no-openings")
+        return engineOutput(size).replace(QStringLiteral("(./"), QStringLiteral("(/"));
+    const QString piece = QString::fromLatin1(which.sliced(which.indexOf(':') + 1));
+    QString line;
+    while (line.size() < 1024 * 1024)
+        line += piece;
+    QString text;
+    while (text.size() < size)
+        text += line + u'\n';
+    return text;
+}
+
+void BM_LogStringParser(benchmark::State &state)
+{
+    PLFilePool pool;
+    const QString text = engineOutput(10 * 1024 * 1024);
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/thesis.tex"), nullptr);
+    for (auto _ : state) {
+        PLLogStringParser parser(root);
+        parser.parseLogString(text);
+        benchmark::DoNotOptimize(parser.errorsFound().size());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+BENCHMARK(BM_LogStringParser)->Unit(benchmark::kMillisecond);
+
+void BM_TypesettingLogFileParser(benchmark::State &state)
+{
+    PLFilePool pool;
+    const QString text = engineOutput(10 * 1024 * 1024);
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/thesis.tex"), nullptr);
+    for (auto _ : state) {
+        PLTypesettingLogFileParser parser(root);
+        parser.parseLogString(text);
+        benchmark::DoNotOptimize(parser.itemCount());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+BENCHMARK(BM_TypesettingLogFileParser)->Unit(benchmark::kMillisecond);
+
+// Both parsers on 10 MB of each hostile shape; the time must stay of the order of a real log's.
+void BM_BothParsersOnHostileOutput(benchmark::State &state, const char *kind)
+{
+    PLFilePool pool;
+    const QString text = pathologicalOutput(kind, 10 * 1024 * 1024);
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/thesis.tex"), nullptr);
+    for (auto _ : state) {
+        PLLogStringParser parser(root);
+        parser.parseLogString(text);
+        PLTypesettingLogFileParser strategies(root);
+        strategies.parseLogString(text);
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, no_openings, "no-openings")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, garbage, "garbage")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, dots, "line:.")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, paths, "line:./")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, openings, "line:(./")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, located, "line:./a.tex:1: ")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, warnings, "line:LaTeX Warning: ")->Unit(benchmark::kMillisecond);
+
+}
+
+BENCHMARK_MAIN();

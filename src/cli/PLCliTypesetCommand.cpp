@@ -1,0 +1,116 @@
+#include "PLCliCommands.h"
+
+#include "PLFile.h"
+#include "PLFileFactory.h"
+#include "PLLatexTransformer.h"
+#include "PLLatexTransformerDelegate.h"
+#include "PLLogItem.h"
+#include "PLLogStringParser.h"
+#include "PLTexCommandLine.h"
+#include "PLTypesettingSummary.h"
+
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTimer>
+
+#include <cstdio>
+
+namespace {
+
+// Follows the job for the command line: the output goes straight to standard error as it comes.
+class CliTransformerDelegate : public PLLatexTransformerDelegate
+{
+public:
+    explicit CliTransformerDelegate(QEventLoop *loop) : m_loop(loop) {}
+
+    void latexTransformerDidChooseEngine(int) override {}
+    void latexTransformerDidStartWorkingOnFileWithName(const QString &fileName) override { fileNames.append(fileName); }
+    void latexTransformerDidOutputString(const QString &output) override
+    {
+        const QByteArray bytes = output.toUtf8();
+        std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
+        std::fflush(stderr);
+    }
+    void latexTransformerCouldNotFindEngine(int, const QString &) override { engineMissing = true; }
+    void latexTransformerDidFinish(PLLatexTransformer *) override { m_loop->quit(); }
+
+    QStringList fileNames;
+    bool engineMissing = false;
+
+private:
+    QEventLoop *m_loop;
+};
+
+QJsonArray logItems(const PLLogStringParser::Items &items)
+{
+    QJsonArray array;
+    for (const std::shared_ptr<PLLogItem> &item : items) {
+        array.append(QJsonObject{
+            {QStringLiteral("type"), item->type()},
+            {QStringLiteral("message"), item->message()},
+            {QStringLiteral("line"), item->line()},
+            {QStringLiteral("file"), item->file() ? QJsonValue(item->file()->stringPath()) : QJsonValue(QJsonValue::Null)}});
+    }
+    return array;
+}
+
+}
+
+// typeset MAIN [--stop-after SECONDS]: one typesetting job, headless, as the window runs it.
+int PLCliRunTypeset(const QStringList &arguments)
+{
+    QString mainPath;
+    double stopAfter = -1;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments[i];
+        if (argument == u"--stop-after") {
+            bool ok = false;
+            if (i + 1 < arguments.size())
+                stopAfter = arguments[++i].toDouble(&ok);
+            if (!ok || stopAfter < 0)
+                return PLCliFail(PLCliUsageError, QStringLiteral("--stop-after needs a number of seconds"));
+        } else if (argument.startsWith(u"--") || !mainPath.isEmpty()) {
+            return PLCliFail(PLCliUsageError, QStringLiteral("unexpected argument ") + argument);
+        } else {
+            mainPath = argument;
+        }
+    }
+    if (mainPath.isEmpty())
+        return PLCliFail(PLCliUsageError, QStringLiteral("typeset needs MAIN"));
+    const QFileInfo info(mainPath);
+    if (!info.isFile())
+        return PLCliFail(PLCliInputError, QStringLiteral("no such file ") + mainPath);
+
+    // The main file is opened as a document opens it, so the engine choice follows its text.
+    const std::shared_ptr<PLFile> mainFile = PLFileFactory().fileWithPath(info.absoluteFilePath());
+    const auto parser = std::make_shared<PLLogStringParser>(mainFile);
+    const std::shared_ptr<PLLatexTransformer> transformer = PLLatexTransformer::create(parser);
+    QEventLoop loop;
+    CliTransformerDelegate delegate(&loop);
+    transformer->setDelegate(&delegate);
+    if (stopAfter >= 0)
+        QTimer::singleShot(int(stopAfter * 1000), &loop, [transformer] { transformer->stop(); });
+    transformer->transformLatexFile(mainFile);
+    loop.exec();
+    transformer->setDelegate(nullptr);
+
+    const int engine = mainFile->engine();
+    const qsizetype errors = parser->errorsFound().size();
+    const qsizetype warnings = parser->warningsFound().size();
+    QJsonObject result{
+        {QStringLiteral("engine"), PLTypesettingSummary::latexEngineAsString(engine)},
+        {QStringLiteral("engineNumber"), engine},
+        {QStringLiteral("launchPath"), QString(PLTexCommandLine::texFolder() + PLTexCommandLine::engineProgram(engine))},
+        {QStringLiteral("engineFound"), !delegate.engineMissing},
+        {QStringLiteral("fileNames"), QJsonArray::fromStringList(delegate.fileNames)},
+        {QStringLiteral("errorsFound"), logItems(parser->errorsFound())},
+        {QStringLiteral("warningsFound"), logItems(parser->warningsFound())},
+        {QStringLiteral("summary"), PLTypesettingSummary::summaryText(errors, warnings)},
+        {QStringLiteral("pdfPath"), mainFile->pdfPath()},
+        {QStringLiteral("pdfExists"), QFileInfo::exists(mainFile->pdfPath())},
+        {QStringLiteral("stopped"), transformer->isStopped()}};
+    PLCliPrintJson(QJsonDocument(result));
+    return errors > 0 || delegate.engineMissing ? PLCliInputError : PLCliSuccess;
+}

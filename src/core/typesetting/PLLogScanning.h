@@ -1,0 +1,64 @@
+#pragma once
+
+#include "PLRange.h"
+#include "PLRegularExpressionHelper.h"
+
+#include <QString>
+#include <QStringList>
+#include <QStringView>
+
+#include <functional>
+#include <optional>
+
+// Searches of engine output that stay linear on any input: 100 MB logs, megabyte lines, binary
+// garbage. A pattern is only tried where its leading literal occurs, anchored there, instead of at
+// every position of the text, which is what makes a plain search quadratic on long lines.
+namespace PLLogScanning {
+
+// How the pattern continues after its leading literal.
+enum class LiteralFollower {
+    // By a fixed text: every occurrence of the literal is a candidate.
+    Fixed,
+    // By an expression that takes any run of characters up to the end of a line, so that where
+    // the pattern matches after a later occurrence of the literal in a line it also matches after
+    // the first one: after a failed candidate, the rest of its line is skipped.
+    AnyRunInLine,
+};
+
+// Whether '.' of a regular expression stops at the character (the expression's own notion of a
+// line end: LF, VT, FF, CR, NEL, LS, PS).
+bool isExpressionLineEnd(QChar c);
+
+// A cheap test of the text from a candidate to the end of its line, which must hold wherever the
+// pattern matches there, so that the expression is not even tried where it cannot match.
+using LinePrecondition = bool (*)(QStringView restOfLine);
+
+// Every match of the pattern inside the range, left to right and non-overlapping, exactly as a
+// search of the whole range would find them. The callback answers false to stop.
+void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, LiteralFollower follower,
+                                  const QString &text, PLRange range,
+                                  const std::function<bool(const PLRegexMatch &)> &callback,
+                                  LinePrecondition precondition = nullptr);
+
+// Whether the text holds ":", digits (maybe none), ": " somewhere: the heart of a located line.
+bool containsLineNumberColon(QStringView text);
+
+std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStringView literal,
+                                                   LiteralFollower follower, const QString &text, PLRange range);
+
+// The next file opening of engine output at or after the position: "(./name.tex" followed by ")"
+// or white space. The logs are cut into pieces at these.
+std::optional<PLRange> nextFileOpening(const QString &text, qsizetype from);
+// The name in a file opening, with its ".tex" (chapters/one.tex); empty when there is none.
+QString nameOfOpenedFile(const QString &text, PLRange opening);
+// The names of the source files opened in a piece of output, in order: "(./intro.tex" gives
+// intro.tex. The piece may end anywhere, even inside a name.
+QStringList namesOfOpenedFiles(const QString &text);
+// "(" counts 1 and ")" -1, over every character but the last one of the area.
+int countUnclosedBrackets(QStringView area);
+
+// The integer at the start of a text the way the platform's integerValue reads it: leading blanks
+// skipped, an optional sign, then digits; 0 when there are none; limited to the range of int.
+int integerValue(QStringView text);
+
+}

@@ -1,0 +1,182 @@
+#include "PLLogStringParser.h"
+
+#include "PLFile.h"
+#include "PLLogItem.h"
+#include "PLLogScanning.h"
+#include "PLLogStringParserDelegate.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+
+using PLLogScanning::LiteralFollower;
+
+namespace {
+const QString kWarningPattern = QStringLiteral("LaTeX Warning: (.)*\\n(.)*\\n");
+const QString kUndefinedControlSequencePattern = QStringLiteral("! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?");
+const QString kLocatedErrorPattern = QStringLiteral("((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)");
+const QString kWarningPrefix = QStringLiteral("LaTeX Warning: ");
+const QString kUndefinedControlSequencePrefix = QStringLiteral("! Undefined control sequence.");
+
+QString slice(const QString &text, PLRange range)
+{
+    return range.isFound() ? text.sliced(range.location, range.length) : QString();
+}
+}
+
+PLLogStringParser::PLLogStringParser(std::shared_ptr<PLFile> documentRoot) : m_documentRoot(std::move(documentRoot)) {}
+
+PLLogStringParser::~PLLogStringParser() = default;
+
+QString PLLogStringParser::folderOfDocument() const
+{
+    return m_documentRoot ? m_documentRoot->directoryOfFile() : QString();
+}
+
+void PLLogStringParser::parseLogString(const QString &text)
+{
+    if (text.isEmpty())
+        return;
+    m_errorsFound = Items();
+    m_warningsFound = Items();
+    m_contentToParse = text;
+    m_files.clear();
+    const QString &content = m_contentToParse;
+
+    PLRange previous{0, 0};
+    std::optional<PLRange> opening = PLLogScanning::nextFileOpening(content, 0);
+    for (bool last = false; !last;) {
+        PLRange boundary{content.size(), 0};
+        if (opening)
+            boundary = *opening;
+        else
+            last = true;
+        // A piece runs from one opening (included) to the next; all its messages belong to the
+        // file opened where it begins, whatever its parentheses say.
+        const PLRange segment{previous.location, boundary.location - previous.location};
+        findWarnings(segment);
+        findErrors(segment);
+        const int brackets = PLLogScanning::countUnclosedBrackets(QStringView(content).sliced(segment.location, segment.length));
+        if (brackets > 0)
+            m_stackWithFilePaths.append(slice(content, previous));
+        else if (brackets < 0 && !m_stackWithFilePaths.isEmpty())
+            m_stackWithFilePaths.removeLast();
+        const QString name = PLLogScanning::nameOfOpenedFile(content, boundary);
+        if (!name.isEmpty()) {
+            m_currentFilePath = folderOfDocument() + name;
+            m_currentFile = m_files.fileForPath(m_currentFilePath);
+        }
+        if (!last)
+            opening = PLLogScanning::nextFileOpening(content, boundary.end());
+        previous = boundary;
+    }
+    PLNotificationCenter::defaultCenter().post(PLNotificationLogStringParserDidFinishParsing, this);
+}
+
+void PLLogStringParser::findWarnings(PLRange segment)
+{
+    PLLogScanning::enumerateMatchesAfterLiteral(
+        kWarningPattern, kWarningPrefix, LiteralFollower::AnyRunInLine, m_contentToParse, segment,
+        [&](const PLRegexMatch &match) {
+            const std::shared_ptr<PLLogItem> warning = warningInLine(slice(m_contentToParse, match.range()));
+            addWarning(warning, m_currentFilePath);
+            if (m_delegate)
+                m_delegate->logStringParserDidFindWarning(this, warning, m_currentFilePath);
+            return true;
+        });
+}
+
+void PLLogStringParser::findErrors(PLRange segment)
+{
+    PLLogScanning::enumerateMatchesAfterLiteral(
+        kUndefinedControlSequencePattern, u"! Undefined control sequence", LiteralFollower::Fixed, m_contentToParse,
+        segment, [&](const PLRegexMatch &match) {
+            const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match.range()));
+            addError(error, m_currentFilePath);
+            if (m_delegate)
+                m_delegate->logStringParserDidFindError(this, error, m_currentFilePath);
+            return true;
+        });
+    PLLogScanning::enumerateMatchesAfterLiteral(
+        kLocatedErrorPattern, u".", LiteralFollower::AnyRunInLine, m_contentToParse, segment,
+        [&](const PLRegexMatch &match) {
+            const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match.range()));
+            if (error && error->file())
+                addError(error, error->file()->stringPath());
+            return true;
+        },
+        PLLogScanning::containsLineNumberColon);
+}
+
+QStringList PLLogStringParser::fileNamesInLine(const QString &line)
+{
+    return PLLogScanning::namesOfOpenedFiles(line);
+}
+
+std::shared_ptr<PLLogItem> PLLogStringParser::warningInLine(const QString &line) const
+{
+    if (!line.startsWith(kWarningPrefix))
+        return nullptr;
+    const QString remainder = line.sliced(kWarningPrefix.size());
+    const QString marker = QStringLiteral("on input line ");
+    const qsizetype found = remainder.lastIndexOf(marker);
+    if (found < 0)
+        return std::make_shared<PLLogItem>(PLLogItem::Warning, remainder, 0, m_currentFile);
+    return std::make_shared<PLLogItem>(PLLogItem::Warning, remainder.left(found),
+                                       PLLogScanning::integerValue(QStringView(remainder).sliced(found + marker.size())),
+                                       m_currentFile);
+}
+
+std::shared_ptr<PLLogItem> PLLogStringParser::errorInLine(const QString &line)
+{
+    // Which undefined control sequence, and where, is not read from the context lines.
+    if (line.startsWith(kUndefinedControlSequencePrefix))
+        return std::make_shared<PLLogItem>(PLLogItem::Error, QStringLiteral("error"), 8, m_currentFile);
+    std::optional<PLRegexMatch> located;
+    PLRegularExpressionHelper::enumerateMatches(
+        kLocatedErrorPattern, line, PLRange{0, line.size()},
+        [&](const PLRegexMatch &match) {
+            located = match;
+            return false;
+        },
+        PLRegularExpressionHelper::Anchored);
+    if (!located)
+        return nullptr;
+    const std::shared_ptr<PLFile> file = m_files.fileForPath(folderOfDocument() + slice(line, located->range(3)));
+    return std::make_shared<PLLogItem>(PLLogItem::Error, slice(line, located->range(7)),
+                                       PLLogScanning::integerValue(slice(line, located->range(5))), file);
+}
+
+void PLLogStringParser::addWarning(const std::shared_ptr<PLLogItem> &warning, const QString &filePath)
+{
+    if (filePath.isNull() || !warning)
+        return;
+    m_warnings[filePath].append(warning);
+    m_warningsFound.append(warning);
+}
+
+void PLLogStringParser::addError(const std::shared_ptr<PLLogItem> &error, const QString &filePath)
+{
+    if (filePath.isNull() || !error)
+        return;
+    m_errors[filePath].append(error);
+    m_errorsFound.append(error);
+}
+
+qsizetype PLLogStringParser::warningCountForFile(const PLFile &file) const
+{
+    return m_warnings.value(file.stringPath()).size();
+}
+
+std::shared_ptr<PLLogItem> PLLogStringParser::warningForFile(const PLFile &file, qsizetype index) const
+{
+    return m_warnings.value(file.stringPath()).value(index);
+}
+
+qsizetype PLLogStringParser::errorCountForFile(const PLFile &file) const
+{
+    return m_errors.value(file.stringPath()).size();
+}
+
+std::shared_ptr<PLLogItem> PLLogStringParser::errorForFile(const PLFile &file, qsizetype index) const
+{
+    return m_errors.value(file.stringPath()).value(index);
+}

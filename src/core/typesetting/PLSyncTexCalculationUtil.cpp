@@ -1,0 +1,11 @@
+#include "PLSyncTexCalculationUtil.h"
+
+#include "PLStringLineCalculations.h"
+
+void PLSyncTexCalculationUtil::convertRange(PLRange range, const QString &text, int *lineNumber, int *column) const
+{
+    if (lineNumber)
+        *lineNumber = PLStringLineCalculations::lineNumberOfLocation(text, range.location);
+    if (column)
+        *column = int(range.location - PLStringLineCalculations::locationOfLineStartInRange(text, range));
+}

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+
+// One place in the PDF that a source line produced. Positions are PDF points measured from the
+// top-left corner of the page.
+struct PLSyncTexForwardResult
+{
+    int page = 0; // 1-based
+    double h = 0;
+    double v = 0;
+    // The enclosing box: its left edge, its baseline, and its size above and below the baseline.
+    double boxH = 0;
+    double boxV = 0;
+    double boxWidth = 0;
+    double boxHeight = 0;
+    double boxDepth = 0;
+};
+
+// One source place that produced a point of the PDF.
+struct PLSyncTexBackwardResult
+{
+    QString fileName; // as the engine recorded it
+    QString filePath; // the path the editor opens
+    int line = 0;     // 1-based
+    int column = -1;  // the library answers -1
+};
+
+// Forward and backward search through the ".synctex.gz" file that the engine writes beside the
+// PDF. Every search reads the file afresh with a scanner of its own and frees it before it
+// returns, so a PDF that was typeset again is always searched in its new state. A missing or
+// unreadable SyncTeX file gives no results.
+class PLSyncTexSearch
+{
+public:
+    explicit PLSyncTexSearch(QString pdfPath);
+
+    const QString &pdfPath() const { return m_pdfPath; }
+
+    // Where the line of the source file went. The library is asked by the file's name first, as
+    // the engine of a one-folder project records it; when it knows no such name (a file in a
+    // subfolder, recorded with its folder) the full path is asked for.
+    QList<PLSyncTexForwardResult> forwardSearch(const QString &sourceFilePath, int line, int column) const;
+
+    // Which source lines produced the point (h, v) of the 1-based page. A relative name is
+    // joined to mainFileFolder with "/" in between; an absolute name is taken as it is, cleaned
+    // of "." components.
+    QList<PLSyncTexBackwardResult> backwardSearch(int page, double h, double v, const QString &mainFileFolder) const;
+
+private:
+    QString m_pdfPath;
+};

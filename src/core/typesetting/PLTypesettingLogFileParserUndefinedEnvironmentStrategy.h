@@ -1,0 +1,11 @@
+#pragma once
+
+#include "PLTypesettingLogFileParserGeneringStrategy.h"
+
+// A located error about an unknown environment, with advice that names it.
+class PLTypesettingLogFileParserUndefinedEnvironmentStrategy : public PLTypesettingLogFileParserGeneringStrategy
+{
+public:
+    std::optional<PLTypesettingLogFileParserItem> makeItemFromContent(const QString &content, qsizetype *lineStart,
+                                                                      qsizetype *lineEnd) const override;
+};

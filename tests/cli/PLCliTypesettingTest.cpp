@@ -1,0 +1,168 @@
+#include "../core/typesetting/PLTypesettingTestSupport.h"
+#include "PLCliRunner.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace PLTypesettingTest;
+
+QJsonObject item(const QJsonValue &value)
+{
+    return value.toObject();
+}
+
+TEST(CliTypesetting, LogReadsACapturedOutputAsTheRootFilesDocumentWould)
+{
+    const PLCliRun run = runCli({QStringLiteral("log"), documentPath(QStringLiteral("subfolder/output.txt")),
+                                 QStringLiteral("--root"), QStringLiteral("/p/main.tex")});
+    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    const QJsonObject result = run.json().object();
+    const QJsonArray errors = result.value(QStringLiteral("errorsFound")).toArray();
+    ASSERT_EQ(errors.size(), 1);
+    EXPECT_EQ(item(errors[0]).value(QStringLiteral("type")).toInt(), 1);
+    EXPECT_EQ(item(errors[0]).value(QStringLiteral("line")).toInt(), 4);
+    EXPECT_EQ(item(errors[0]).value(QStringLiteral("message")).toString(), QStringLiteral("Undefined control sequence."));
+    EXPECT_EQ(item(errors[0]).value(QStringLiteral("file")).toString(), QStringLiteral("/p/chapters/one.tex"));
+    EXPECT_EQ(result.value(QStringLiteral("warningsFound")).toArray().size(), 4);
+    const QJsonArray files = result.value(QStringLiteral("files")).toArray();
+    ASSERT_EQ(files.size(), 1);
+    EXPECT_EQ(item(files[0]).value(QStringLiteral("warnings")).toInt(), 4);
+    EXPECT_EQ(item(files[0]).value(QStringLiteral("errors")).toInt(), 1);
+    EXPECT_TRUE(result.value(QStringLiteral("didFinishParsing")).toBool());
+}
+
+TEST(CliTypesetting, LogWithStrategiesPrintsTheStrategyItems)
+{
+    const PLCliRun run = runCli({QStringLiteral("log"), documentPath(QStringLiteral("missing-package/output.txt")),
+                                 QStringLiteral("--root"), QStringLiteral("/p/main.tex"), QStringLiteral("--strategies")});
+    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    const QJsonArray items = run.json().object().value(QStringLiteral("items")).toArray();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(item(items[0]).value(QStringLiteral("advice")).toString(),
+              QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?"));
+    EXPECT_EQ(item(items[0]).value(QStringLiteral("line")).toInt(), 3);
+    EXPECT_EQ(item(items[0]).value(QStringLiteral("filename")).toString(), QString());
+    EXPECT_EQ(item(items[1]).value(QStringLiteral("filename")).toString(), QStringLiteral("./main.tex"));
+}
+
+struct TypesetCase
+{
+    const char *document;
+    int exitCode;
+    const char *summary;
+    const char *engine;
+    QStringList fileNames;
+};
+
+void PrintTo(const TypesetCase &c, std::ostream *os)
+{
+    *os << c.document;
+}
+
+class CliTypeset : public ::testing::TestWithParam<TypesetCase>
+{
+};
+
+TEST_P(CliTypeset, RunsTheJobAndSummarisesWhatItFound)
+{
+    const TypesetCase &c = GetParam();
+    QTemporaryDir dir;
+    const QString folder = copyDocument(QString::fromUtf8(c.document), dir.path());
+    const PLCliRun run = runCli({QStringLiteral("typeset"), folder + QStringLiteral("main.tex")});
+    ASSERT_EQ(run.exitCode, c.exitCode) << run.standardError.toStdString();
+    const QJsonObject result = run.json().object();
+    EXPECT_EQ(result.value(QStringLiteral("summary")).toString(), QString::fromUtf8(c.summary));
+    EXPECT_EQ(result.value(QStringLiteral("engine")).toString(), QString::fromUtf8(c.engine));
+    EXPECT_EQ(result.value(QStringLiteral("launchPath")).toString(), QStringLiteral("/usr/texbin/") + QString::fromUtf8(c.engine));
+    EXPECT_EQ(result.value(QStringLiteral("fileNames")).toVariant().toStringList(), c.fileNames);
+    EXPECT_EQ(result.value(QStringLiteral("pdfPath")).toString(), folder + QStringLiteral("main.pdf"));
+    EXPECT_TRUE(result.value(QStringLiteral("pdfExists")).toBool());
+    EXPECT_FALSE(result.value(QStringLiteral("stopped")).toBool());
+    // The engine's output was streamed to standard error.
+    EXPECT_TRUE(run.standardError.contains("Output written on main.pdf"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Documents, CliTypeset,
+    ::testing::Values(TypesetCase{"clean", 0, "", "pdflatex", {QStringLiteral("main.tex")}},
+                      TypesetCase{"undefined-control-sequence", 1, "2 errors found", "pdflatex", {QStringLiteral("main.tex")}},
+                      TypesetCase{"citations", 0, "4 warnings found", "pdflatex", {QStringLiteral("main.tex")}},
+                      TypesetCase{"subfolder", 1, "1 error and 4 warnings found", "pdflatex",
+                                  {QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}},
+                      TypesetCase{"xelatex", 1, "1 error found", "xelatex", {QStringLiteral("main.tex")}}));
+
+TEST(CliTypesetting, StopAfterEndsAHangingEngine)
+{
+    QTemporaryDir dir;
+    PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")),
+                      "\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n");
+    QElapsedTimer timer;
+    timer.start();
+    const PLCliRun run = runCli({QStringLiteral("typeset"), dir.filePath(QStringLiteral("main.tex")),
+                                 QStringLiteral("--stop-after"), QStringLiteral("0.5")},
+                                30000);
+    EXPECT_LT(timer.elapsed(), 20000);
+    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    EXPECT_TRUE(run.json().object().value(QStringLiteral("stopped")).toBool());
+    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("main.blg"))));
+}
+
+TEST(CliTypesetting, SyncTexAnswersAgreeWithTheSyncTexTool)
+{
+    QTemporaryDir dir;
+    const QString folder = copyDocument(QStringLiteral("subfolder"), dir.path());
+    typeset(dir.path());
+    const QString main = folder + QStringLiteral("main.tex");
+
+    const PLCliRun forward = runCli({QStringLiteral("synctex"), QStringLiteral("forward"), main,
+                                     folder + QStringLiteral("chapters/one.tex"), QStringLiteral("4"), QStringLiteral("0")});
+    ASSERT_EQ(forward.exitCode, 0) << forward.standardError.toStdString();
+    const QJsonArray places = forward.json().object().value(QStringLiteral("results")).toArray();
+    const auto tool = syncTexToolRecords({QStringLiteral("view"), QStringLiteral("-i"),
+                                          QStringLiteral("4:0:") + folder + QStringLiteral("chapters/one.tex"),
+                                          QStringLiteral("-o"), QStringLiteral("main.pdf")},
+                                         dir.path());
+    ASSERT_EQ(places.size(), tool.size()) << forward.standardOutput.toStdString() << forward.standardError.toStdString();
+    ASSERT_FALSE(places.isEmpty());
+    const QJsonObject first = item(places[0]);
+    EXPECT_EQ(first.value(QStringLiteral("page")).toInt(), tool[0].value(QStringLiteral("Page")).toInt());
+    EXPECT_NEAR(first.value(QStringLiteral("h")).toDouble(), tool[0].value(QStringLiteral("x")).toDouble(), 1e-3);
+    EXPECT_NEAR(first.value(QStringLiteral("v")).toDouble(), tool[0].value(QStringLiteral("y")).toDouble(), 1e-3);
+
+    const PLCliRun backward = runCli({QStringLiteral("synctex"), QStringLiteral("backward"), main,
+                                      QString::number(first.value(QStringLiteral("page")).toInt()),
+                                      QString::number(first.value(QStringLiteral("h")).toDouble()),
+                                      QString::number(first.value(QStringLiteral("v")).toDouble())});
+    ASSERT_EQ(backward.exitCode, 0) << backward.standardError.toStdString();
+    const QJsonArray sources = backward.json().object().value(QStringLiteral("results")).toArray();
+    ASSERT_FALSE(sources.isEmpty());
+    EXPECT_EQ(item(sources[0]).value(QStringLiteral("filePath")).toString(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(item(sources[0]).value(QStringLiteral("line")).toInt(), 4);
+}
+
+TEST(CliTypesetting, UsageAndInputErrors)
+{
+    const QList<std::pair<QStringList, int>> cases{
+        {{QStringLiteral("log"), QStringLiteral("out.txt")}, 2},
+        {{QStringLiteral("log"), QStringLiteral("--root")}, 2},
+        {{QStringLiteral("log"), QStringLiteral("/nonexistent/out.txt"), QStringLiteral("--root"), QStringLiteral("/p/main.tex")}, 1},
+        {{QStringLiteral("typeset")}, 2},
+        {{QStringLiteral("typeset"), QStringLiteral("/nonexistent/main.tex")}, 1},
+        {{QStringLiteral("typeset"), QStringLiteral("x.tex"), QStringLiteral("--stop-after"), QStringLiteral("soon")}, 2},
+        {{QStringLiteral("synctex"), QStringLiteral("sideways"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}, 2},
+        {{QStringLiteral("synctex"), QStringLiteral("forward"), documentPath(QStringLiteral("clean/main.tex")),
+          QStringLiteral("main.tex"), QStringLiteral("three"), QStringLiteral("0")},
+         2}};
+    for (const auto &[arguments, status] : cases) {
+        const PLCliRun run = runCli(arguments);
+        EXPECT_EQ(run.exitCode, status) << arguments.join(u' ').toStdString();
+        EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
+    }
+}
+
+}

@@ -1,0 +1,343 @@
+#include "PLFile.h"
+#include "PLFileFactory.h"
+#include "PLFilePool.h"
+#include "PLLatexTransformer.h"
+#include "PLLatexTransformerDelegate.h"
+#include "PLLogItem.h"
+#include "PLLogStringParser.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLTypesettingTestSupport.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+namespace {
+
+using namespace PLTypesettingTest;
+
+bool onMainThread()
+{
+    return QThread::currentThread() == QCoreApplication::instance()->thread();
+}
+
+// Everything the transformer and its parser tell, in order, with the thread it came on.
+class Recorder : public PLLatexTransformerDelegate
+{
+public:
+    struct Event
+    {
+        QString kind;
+        QString text;
+        int number = 0;
+        bool onMainThread = false;
+    };
+
+    explicit Recorder(PLLogStringParser *parser)
+    {
+        PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, parser,
+                                                          [this](const PLNotification &) { record(QStringLiteral("parsed")); });
+    }
+    ~Recorder() override { PLNotificationCenter::defaultCenter().removeObserver(this); }
+
+    void latexTransformerDidChooseEngine(int engine) override { record(QStringLiteral("engine"), QString(), engine); }
+    void latexTransformerDidStartWorkingOnFileWithName(const QString &name) override
+    {
+        record(QStringLiteral("file"), name);
+    }
+    void latexTransformerDidOutputString(const QString &output) override { record(QStringLiteral("output"), output); }
+    void latexTransformerCouldNotFindEngine(int engine, const QString &path) override
+    {
+        record(QStringLiteral("missing"), path, engine);
+    }
+    void latexTransformerDidFinish(PLLatexTransformer *transformer) override
+    {
+        transformingAtFinish = transformer->isTransforming();
+        record(QStringLiteral("finish"));
+    }
+
+    void record(const QString &kind, const QString &text = QString(), int number = 0)
+    {
+        std::lock_guard lock(m_mutex);
+        m_events.push_back(Event{kind, text, number, onMainThread()});
+    }
+    std::vector<Event> events()
+    {
+        std::lock_guard lock(m_mutex);
+        return m_events;
+    }
+    QStringList kinds()
+    {
+        QStringList kinds;
+        for (const Event &event : events()) {
+            if (kinds.isEmpty() || kinds.last() != event.kind)
+                kinds.append(event.kind);
+        }
+        return kinds;
+    }
+    QStringList texts(const QString &kind)
+    {
+        QStringList texts;
+        for (const Event &event : events()) {
+            if (event.kind == kind)
+                texts.append(event.text);
+        }
+        return texts;
+    }
+    bool waitForFinish(int milliseconds = 60000)
+    {
+        return QTest::qWaitFor([this] { return !texts(QStringLiteral("finish")).isEmpty(); }, milliseconds);
+    }
+
+    bool transformingAtFinish = true;
+
+private:
+    std::mutex m_mutex;
+    std::vector<Event> m_events;
+};
+
+// One job on a temporary copy of a fixture document, opened as a document opens its main file.
+class LatexTransformerTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+
+    void open(const QString &document, const QString &mainText = QString())
+    {
+        folder = copyDocument(document, dir.path());
+        if (!mainText.isNull())
+            PLTest::writeFile(folder + QStringLiteral("main.tex"), mainText.toUtf8());
+        mainFile = PLFileFactory().fileWithPath(folder + QStringLiteral("main.tex"));
+        start(mainFile);
+    }
+
+    void start(const std::shared_ptr<PLFile> &file)
+    {
+        if (transformer)
+            transformer->setDelegate(nullptr);
+        parser = std::make_shared<PLLogStringParser>(file);
+        recorder = std::make_unique<Recorder>(parser.get());
+        transformer = PLLatexTransformer::create(parser);
+        transformer->setDelegate(recorder.get());
+        transformer->transformLatexFile(file);
+    }
+
+    void TearDown() override
+    {
+        if (transformer)
+            transformer->setDelegate(nullptr);
+    }
+
+    QTemporaryDir dir;
+    PLFilePool pool;
+    QString folder;
+    std::shared_ptr<PLFile> mainFile;
+    std::shared_ptr<PLLogStringParser> parser;
+    std::unique_ptr<Recorder> recorder;
+    std::shared_ptr<PLLatexTransformer> transformer;
+};
+
+TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngineRun)
+{
+    open(QStringLiteral("citations"));
+    EXPECT_TRUE(transformer->isTransforming());
+    ASSERT_TRUE(recorder->waitForFinish());
+
+    // On the job's thread: the engine, the output, the parsed log; on the main thread the files
+    // reached, and last of all the end.
+    QStringList jobThread;
+    QStringList mainThread;
+    for (const Recorder::Event &event : recorder->events()) {
+        QStringList &kinds = event.onMainThread ? mainThread : jobThread;
+        if (kinds.isEmpty() || kinds.last() != event.kind)
+            kinds.append(event.kind);
+    }
+    EXPECT_EQ(jobThread, (QStringList{QStringLiteral("engine"), QStringLiteral("output"), QStringLiteral("parsed")}));
+    EXPECT_EQ(mainThread, (QStringList{QStringLiteral("file"), QStringLiteral("finish")}));
+    EXPECT_EQ(recorder->events().back().kind, QStringLiteral("finish"));
+    EXPECT_EQ(recorder->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
+    EXPECT_FALSE(recorder->transformingAtFinish);
+    EXPECT_FALSE(transformer->isTransforming());
+
+    // BibTeX ran and its output was shown; the runs after it resolved the citations.
+    const QString output = recorder->texts(QStringLiteral("output")).join(QString());
+    EXPECT_TRUE(output.contains(QStringLiteral("This is BibTeX")));
+    EXPECT_EQ(output.count(QStringLiteral("This is pdfTeX")), 3);
+    EXPECT_TRUE(QFile::exists(folder + QStringLiteral("main.bbl")));
+    EXPECT_FALSE(PLTest::readFile(folder + QStringLiteral("main.log")).contains("Citation `knuth1984'"));
+    // The parsed log is the first run's, which did not know the citations yet.
+    ASSERT_EQ(parser->warningsFound().size(), 4);
+    EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
+    EXPECT_EQ(parser->warningsFound().first()->file(), mainFile);
+}
+
+TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
+{
+    open(QStringLiteral("subfolder"));
+    ASSERT_TRUE(recorder->waitForFinish());
+    EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
+    ASSERT_EQ(parser->errorsFound().size(), 1);
+    EXPECT_EQ(parser->errorsFound().first()->file()->stringPath(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(parser->errorsFound().first()->line(), 4);
+    EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
+}
+
+struct EngineChoiceCase
+{
+    const char *document;
+    const char *engineSetting;
+    int engine;
+    const char *banner;
+};
+
+void PrintTo(const EngineChoiceCase &c, std::ostream *os)
+{
+    *os << c.document << " with " << c.engineSetting;
+}
+
+class LatexTransformerEngineChoice : public LatexTransformerTest, public ::testing::WithParamInterface<EngineChoiceCase>
+{
+};
+
+TEST_P(LatexTransformerEngineChoice, FollowsTheMagicCommentThenTheSetting)
+{
+    const EngineChoiceCase &c = GetParam();
+    PLUserDefaults::standardUserDefaults().setString(QString::fromUtf8(c.engineSetting), PLUserDefaultsTypesettingEngine);
+    open(QString::fromUtf8(c.document));
+    ASSERT_TRUE(recorder->waitForFinish());
+    ASSERT_FALSE(recorder->events().empty());
+    EXPECT_EQ(recorder->events().front().kind, QStringLiteral("engine"));
+    EXPECT_EQ(recorder->events().front().number, c.engine);
+    EXPECT_TRUE(recorder->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(c.banner)));
+    EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LatexTransformerEngineChoice,
+                         ::testing::Values(EngineChoiceCase{"xelatex", "pdflatex", 2, "This is XeTeX"},
+                                           EngineChoiceCase{"clean", "xelatex", 0, "This is XeTeX"},
+                                           EngineChoiceCase{"clean", "pdflatex", 0, "This is pdfTeX"}));
+
+TEST_F(LatexTransformerTest, AMissingEngineIsReportedAndTheJobStillEnds)
+{
+    QTemporaryDir empty;
+    PLUserDefaults::standardUserDefaults().setString(empty.path(), PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(recorder->waitForFinish());
+    EXPECT_EQ(recorder->kinds(), (QStringList{QStringLiteral("engine"), QStringLiteral("missing"), QStringLiteral("finish")}));
+    EXPECT_EQ(recorder->texts(QStringLiteral("missing")), QStringList{empty.path() + QStringLiteral("/pdflatex")});
+    EXPECT_FALSE(recorder->events()[1].onMainThread);
+    EXPECT_FALSE(QFile::exists(mainFile->pdfPath()));
+}
+
+TEST_F(LatexTransformerTest, AnUntitledFileOnlyEndsTheJob)
+{
+    const std::shared_ptr<PLFile> untitled = PLFile::untitledFileWithName(QStringLiteral("Untitled"), nullptr);
+    start(untitled);
+    ASSERT_TRUE(recorder->waitForFinish());
+    EXPECT_EQ(recorder->kinds(), QStringList{QStringLiteral("finish")});
+}
+
+TEST_F(LatexTransformerTest, ASecondRequestWhileBusyIsIgnored)
+{
+    open(QStringLiteral("clean"));
+    const std::shared_ptr<PLFile> other = PLFile::fileWithPath(folder + QStringLiteral("other.tex"), nullptr);
+    transformer->transformLatexFile(other);
+    EXPECT_EQ(transformer->documentFile(), mainFile);
+    ASSERT_TRUE(recorder->waitForFinish());
+    EXPECT_EQ(recorder->texts(QStringLiteral("finish")).size(), 1);
+    EXPECT_EQ(recorder->kinds().count(QStringLiteral("engine")), 1);
+}
+
+// Regression: an engine in an endless loop kept the job running for ever.
+TEST_F(LatexTransformerTest, StopEndsAHangingEngineAndTheJobStillEnds)
+{
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return recorder->texts(QStringLiteral("output")).join(QString()).contains(QStringLiteral("(./main.tex")); }, 30000));
+    EXPECT_FALSE(recorder->waitForFinish(300));
+    transformer->stop();
+    ASSERT_TRUE(recorder->waitForFinish(5000));
+    EXPECT_TRUE(transformer->isStopped());
+    EXPECT_FALSE(transformer->isTransforming());
+    // BibTeX and the later runs were skipped.
+    EXPECT_FALSE(QFile::exists(folder + QStringLiteral("main.blg")));
+}
+
+// A TeX folder of stand-in programs that write down how they were run.
+class LatexTransformerWithStandIns : public LatexTransformerTest
+{
+protected:
+    void SetUp() override
+    {
+        LatexTransformerTest::SetUp();
+        texFolder = dir.filePath(QStringLiteral("texbin"));
+        PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                          "#!/bin/sh\n"
+                          "echo \"engine $0 $*\" >> runs.txt\n"
+                          "n=$(/usr/bin/wc -l < runs.txt)\n"
+                          "echo \"(./main.tex\"\n"
+                          "echo \"LaTeX Warning: run $n\"\n"
+                          "echo\n");
+        PLTest::writeFile(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
+        for (const char *program : {"/pdflatex", "/bibtex"})
+            QFile::setPermissions(texFolder + QString::fromLatin1(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    }
+
+    QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }
+
+    QString texFolder;
+};
+
+TEST_F(LatexTransformerWithStandIns, TheTexFolderRuleLooksAtTheSecondToLastCharacter)
+{
+    for (const QString &setting : QStringList{texFolder, texFolder + u'/'}) {
+        SCOPED_TRACE(setting.toStdString());
+        PLUserDefaults::standardUserDefaults().setString(setting, PLUserDefaultsTexLocation);
+        QFile::remove(dir.filePath(QStringLiteral("runs.txt")));
+        open(QStringLiteral("clean"));
+        ASSERT_TRUE(recorder->waitForFinish());
+        const QString engine = setting + QStringLiteral("/pdflatex");
+        const QString arguments = QStringLiteral(" -file-line-error -synctex=1 --interaction nonstopmode --shell-escape main\n");
+        EXPECT_EQ(runs(), QStringLiteral("engine ") + engine + arguments + QStringLiteral("bibtex ") + setting +
+                              QStringLiteral("/bibtex main\nengine ") + engine + arguments + QStringLiteral("engine ") +
+                              engine + arguments);
+        // Only the first run's output is parsed.
+        ASSERT_EQ(parser->warningsFound().size(), 1);
+        EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("run 1\n\n"));
+    }
+}
+
+TEST_F(LatexTransformerWithStandIns, ShortFolderSettingsAreUsedAsTheyAre)
+{
+    for (const auto &[setting, path] : {std::pair{QStringLiteral("/"), QStringLiteral("/pdflatex")},
+                                        std::pair{QString(), QStringLiteral("pdflatex")}}) {
+        PLUserDefaults::standardUserDefaults().setString(setting, PLUserDefaultsTexLocation);
+        open(QStringLiteral("clean"));
+        ASSERT_TRUE(recorder->waitForFinish());
+        EXPECT_EQ(recorder->texts(QStringLiteral("missing")), QStringList{path});
+    }
+}
+
+TEST_F(LatexTransformerWithStandIns, AChunkThatDoesNotDecodeIsLostAlone)
+{
+    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                      "#!/bin/sh\n"
+                      "echo '(./first.tex'\n/bin/sleep 0.3\n"
+                      "printf '\\377\\376 (./lost.tex\\n'\n/bin/sleep 0.3\n"
+                      "echo '(./last.tex'\n");
+    QFile::remove(texFolder + QStringLiteral("/bibtex"));
+    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(recorder->waitForFinish());
+    EXPECT_EQ(recorder->texts(QStringLiteral("output")), (QStringList{QStringLiteral("(./first.tex\n"), QStringLiteral("(./last.tex\n")}));
+    EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("first.tex"), QStringLiteral("last.tex")}));
+    EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("last.tex"));
+}
+
+}
