@@ -12,12 +12,6 @@
 
 #include <gtest/gtest.h>
 
-// Readable strings in test failures.
-inline void PrintTo(const QString &text, std::ostream *os)
-{
-    *os << ::testing::PrintToString(text.toStdString());
-}
-
 // Helpers of the typesetting tests: fixture documents are always typeset in a temporary copy, so
 // nothing is ever written into tests/data.
 namespace PLTypesettingTest {
