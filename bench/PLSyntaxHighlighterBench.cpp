@@ -20,7 +20,7 @@ class BenchTextStorage : public PLTextStorage
 {
 public:
     explicit BenchTextStorage(const QString &text) : PLTextStorage(text.size()), m_text(text) {}
-    QString string() const override { return m_text; }
+    const QString &string() const override { return m_text; }
     void replaceCharactersInRange(PLRange range, const QString &string)
     {
         m_text.replace(range.location, range.length, string);

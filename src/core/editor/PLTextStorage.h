@@ -17,7 +17,7 @@ class PLTextStorage : public QObject
 public:
     explicit PLTextStorage(qsizetype initialLength = 0, QObject *parent = nullptr);
 
-    virtual QString string() const = 0;
+    virtual const QString &string() const = 0;
 
     PLTextAttributes attributesAtIndex(qsizetype index, PLRange *effectiveRange = nullptr) const;
     void enumerateAttributes(PLRange range, const std::function<void(const PLTextAttributes &, PLRange)> &block) const;

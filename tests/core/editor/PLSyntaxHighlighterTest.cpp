@@ -184,3 +184,24 @@ TEST_F(PLSyntaxHighlighterTest, ViewsHearOfTheEditFirstAndOfItsColoursOnceAfterw
 }
 
 }
+
+namespace {
+
+TEST(PLTextStorage, AttributeEditsWaitingForTheEndOfAGroupMoveWithTheText)
+{
+    PLPlainTextStorage storage(QStringLiteral("0123456789"));
+    std::vector<PLRange> reported;
+    QObject::connect(&storage, &PLTextStorage::didEditAttributes, [&](PLRange range) { reported.push_back(range); });
+    storage.beginEditing();
+    storage.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{5, 2});
+    storage.replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("ab"));
+    storage.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{1, 1});
+    EXPECT_TRUE(reported.empty());
+    storage.endEditing();
+    EXPECT_EQ(reported, (std::vector<PLRange>{{1, 8}}));
+    PLRange link;
+    EXPECT_TRUE(storage.attributesAtIndex(7, &link).link());
+    EXPECT_EQ(link, (PLRange{7, 2}));
+}
+
+}

@@ -15,7 +15,7 @@ class PLPlainTextStorage : public PLTextStorage
 public:
     explicit PLPlainTextStorage(const QString &text = QString()) : PLTextStorage(text.size()), m_text(text) {}
 
-    QString string() const override { return m_text; }
+    const QString &string() const override { return m_text; }
 
     void replaceCharactersInRange(PLRange range, const QString &string)
     {
