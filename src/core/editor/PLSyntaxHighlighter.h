@@ -29,7 +29,6 @@ public:
     PLSyntaxHighlighter(PLTextStorage *textStorage, std::unique_ptr<PLSyntaxHighlighterDelegate> delegate);
     ~PLSyntaxHighlighter() override;
 
-    PLTextStorage *textStorage() const { return m_textStorage; }
     PLSyntaxHighlighterDelegate *delegate() const { return m_delegate.get(); }
 
     void textStorageDidProcessEditing(PLRange editedRange);
