@@ -23,3 +23,4 @@ void PLCliPrintJson(const QJsonDocument &document);
 int PLCliFail(PLCliExitStatus status, const QString &message);
 
 int PLCliRunLines(const QStringList &arguments);
+int PLCliRunHighlight(const QStringList &arguments);

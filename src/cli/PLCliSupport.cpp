@@ -20,6 +20,7 @@ const QList<PLCliCommand> &PLCliAllCommands()
 {
     static const QList<PLCliCommand> commands{
         {QStringLiteral("lines"), QStringLiteral("lines FILE [--line-of LOCATION] [--start-of LINE]"), PLCliRunLines},
+        {QStringLiteral("highlight"), QStringLiteral("highlight FILE"), PLCliRunHighlight},
     };
     return commands;
 }
