@@ -70,8 +70,6 @@ TEST(CliHighlight, PrintsMaximalRunsOverTheWholeText)
     EXPECT_EQ(font.value(QStringLiteral("pointSize")).toDouble(), 12.0);
     EXPECT_TRUE(comment.value(QStringLiteral("link")).isNull());
 
-    const QJsonObject divider = runAt(runs, 9);
-    EXPECT_EQ(divider.value(QStringLiteral("background")).toObject().value(QStringLiteral("alpha")).toDouble(), 0.1);
     const QJsonObject link = runAt(runs, 23);
     EXPECT_EQ(link.value(QStringLiteral("location")).toInt(), 23);
     EXPECT_EQ(link.value(QStringLiteral("length")).toInt(), 1);

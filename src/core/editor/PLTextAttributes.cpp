@@ -29,13 +29,6 @@ PLTextAttributes::PLTextAttributes(const PLTextAttributes &other) = default;
 PLTextAttributes &PLTextAttributes::operator=(const PLTextAttributes &other) = default;
 PLTextAttributes::~PLTextAttributes() = default;
 
-std::optional<PLTextAttributeValue> PLTextAttributes::value(PLTextAttributeName name) const
-{
-    if (!d)
-        return std::nullopt;
-    return d->values[slot(name)];
-}
-
 void PLTextAttributes::setValue(PLTextAttributeName name, const PLTextAttributeValue &value)
 {
     if (!d)

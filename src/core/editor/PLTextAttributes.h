@@ -35,7 +35,6 @@ public:
     PLTextAttributes &operator=(const PLTextAttributes &other);
     ~PLTextAttributes();
 
-    std::optional<PLTextAttributeValue> value(PLTextAttributeName name) const;
     // A value of the wrong kind for the name reads back as absent from the typed accessors below.
     void setValue(PLTextAttributeName name, const PLTextAttributeValue &value);
     void removeValue(PLTextAttributeName name);

@@ -157,12 +157,4 @@ TEST(PLTextAttributeRuns, EffectiveRangesAreMaximalAfterPaintingPieceByPiece)
     EXPECT_EQ(runs.runCount(), 1);
 }
 
-TEST(PLTextAttributeRuns, AValueOfTheWrongKindReadsAsAbsent)
-{
-    PLTextAttributes attributes;
-    attributes.setValue(PLTextAttributeName::Font, shade(1));
-    EXPECT_FALSE(attributes.font());
-    EXPECT_TRUE(attributes.value(PLTextAttributeName::Font));
-}
-
 }
