@@ -30,3 +30,4 @@ int PLCliRunQuickOpen(const QStringList &arguments);
 int PLCliRunLog(const QStringList &arguments);
 int PLCliRunTypeset(const QStringList &arguments);
 int PLCliRunSyncTex(const QStringList &arguments);
+int PLCliRunHighlight(const QStringList &arguments);

@@ -28,6 +28,7 @@ const QList<PLCliCommand> &PLCliAllCommands()
         {QStringLiteral("typeset"), QStringLiteral("typeset MAIN [--stop-after SECONDS]"), PLCliRunTypeset},
         {QStringLiteral("synctex"),
          QStringLiteral("synctex forward MAIN FILE LINE COLUMN | synctex backward MAIN PAGE H V"), PLCliRunSyncTex},
+        {QStringLiteral("highlight"), QStringLiteral("highlight FILE"), PLCliRunHighlight},
     };
     return commands;
 }
