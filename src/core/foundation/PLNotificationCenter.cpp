@@ -6,8 +6,9 @@
 
 PLNotificationCenter &PLNotificationCenter::defaultCenter()
 {
-    static PLNotificationCenter center;
-    return center;
+    // Never destroyed: objects that outlive main, such as pooled files, still unregister from it.
+    static auto *center = new PLNotificationCenter;
+    return *center;
 }
 
 void PLNotificationCenter::addObserver(const void *observer, const QString &name, const void *sender, Handler handler)
