@@ -42,6 +42,14 @@ qsizetype PLOutlineNode::indexInParent() const
     return m_parent.expired() ? -1 : m_indexInParent;
 }
 
+std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::includedRoots() const
+{
+    std::vector<std::shared_ptr<PLOutlineNode>> roots;
+    std::copy_if(m_children.begin(), m_children.end(), std::back_inserter(roots),
+                 [](const auto &child) { return child->m_type == FileRoot; });
+    return roots;
+}
+
 bool PLOutlineNode::hasChild(const PLOutlineNode *node) const
 {
     if (!node)
@@ -273,11 +281,13 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
         const auto self = shared_from_this();
         const auto next = nextNode();
         if (next && isLastLineCommented() && next->m_type != FileRoot) {
-            if (next->isFileReference() && next->childCount() > 0) {
-                const auto included = next->childAtIndex(0);
-                next->removeChild(included);
-                if (const auto includer = next->file())
-                    includer->releaseFileContainedInDocument(included->file());
+            // Every named file goes, so the text node left behind holds no other file's root.
+            if (next->isFileReference()) {
+                for (const auto &included : next->includedRoots()) {
+                    next->removeChild(included);
+                    if (const auto includer = next->file())
+                        includer->releaseFileContainedInDocument(included->file());
+                }
             }
             next->m_type = Text;
             next->m_textNodeSubType = PlainText;
@@ -295,11 +305,14 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
         }
         if (next && next->m_type != FileRoot && !hasChild(next.get()) && next->m_type > m_type)
             addChild(next);
-        for (auto sibling = rightSibling(); sibling && sibling->m_type > m_type; sibling = rightSibling())
-            addChild(sibling);
-        for (auto up = parent(); up && m_type <= up->m_type; up = parent()) {
-            const auto grandparent = up->parent();
-            if (!grandparent)
+        // A heading takes in the deeper nodes that follow it at every level it climbs through, so
+        // the nodes after it never end up in front of it.
+        for (;;) {
+            for (auto sibling = rightSibling(); sibling && sibling->m_type > m_type; sibling = rightSibling())
+                addChild(sibling);
+            const auto up = parent();
+            const auto grandparent = up ? up->parent() : nullptr;
+            if (!grandparent || m_type > up->m_type)
                 break;
             grandparent->insertChild(self, up->indexInParent() + 1);
         }

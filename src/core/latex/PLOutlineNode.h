@@ -65,6 +65,8 @@ public:
     qsizetype indexInParent() const;
     std::shared_ptr<PLOutlineNode> parent() const { return m_parent.lock(); }
     bool hasChild(const PLOutlineNode *node) const;
+    // The roots of the files an include or bibliography node names, in the order of the names.
+    std::vector<std::shared_ptr<PLOutlineNode>> includedRoots() const;
 
     // A root (type 0) is only appended: it keeps no parent, so upward walks stop at its file.
     void addChild(const std::shared_ptr<PLOutlineNode> &node);

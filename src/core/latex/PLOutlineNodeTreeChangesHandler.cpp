@@ -119,7 +119,8 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             // text and outline, under the name now typed.
             const auto created = opened->file();
             if (created == childFile) {
-                created->close();
+                if (owner)
+                    owner->releaseFileContainedInDocument(created);
                 continue;
             }
             if (owner)
@@ -172,28 +173,38 @@ void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileConten
         if (const auto parent = node->parent())
             parent->removeChild(node);
         postNodeRemoved(node);
-        if (node->type() == PLOutlineNode::Text && node->textNodeSubType() == PLOutlineNode::FileInclude
-            && node->childCount() == 1) {
-            if (const auto includer = node->file())
-                includer->releaseFileContainedInDocument(node->childAtIndex(0)->file());
+        // Bibliographies give their files back too, so removing one leaves no file open.
+        if (const auto includer = node->file(); includer && node->isFileReference()) {
+            for (const auto &included : node->includedRoots())
+                includer->releaseFileContainedInDocument(included->file());
         }
     }
     merged->replaceContentInRange(0, merged->contentLength(), content);
+    // An include merged into a heading names no file any more; its files would otherwise be walked
+    // as part of this one.
+    if (!merged->isFileReference())
+        releaseIncludedRoots(merged);
+}
+
+void PLOutlineNodeTreeChangesHandler::releaseIncludedRoots(const std::shared_ptr<PLOutlineNode> &node)
+{
+    const auto owner = file();
+    for (const auto &included : node->includedRoots()) {
+        node->removeChild(included);
+        postNodeRemoved(included);
+        if (owner)
+            owner->releaseFileContainedInDocument(included->file());
+    }
 }
 
 void PLOutlineNodeTreeChangesHandler::applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode)
 {
-    const auto owner = file();
     bool previousLineCommented = rootNode->isLastLineCommented();
     for (auto node = rootNode->traverseRight(); node; node = node->traverseRight()) {
         if (previousLineCommented) {
-            if (node->isFileReference() && node->childCount() > 0) {
-                const auto included = node->childAtIndex(0);
-                node->removeChild(included);
-                postNodeRemoved(included);
-                if (owner)
-                    owner->releaseFileContainedInDocument(included->file());
-            }
+            // Every file a bibliography names goes, so the text node holds no other file's root.
+            if (node->isFileReference())
+                releaseIncludedRoots(node);
             node->setType(PLOutlineNode::Text);
             node->setTextNodeSubType(PLOutlineNode::PlainText);
         }
