@@ -200,11 +200,11 @@ void PLOutlineNodeTreeChangesHandler::releaseIncludedRoots(const std::shared_ptr
 void PLOutlineNodeTreeChangesHandler::applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode)
 {
     bool previousLineCommented = rootNode->isLastLineCommented();
-    for (auto node = rootNode->traverseRight(); node; node = node->traverseRight()) {
+    for (PLOutlineNode *node = rootNode->traverseRightNode(); node; node = node->traverseRightNode()) {
         if (previousLineCommented) {
             // Every file a bibliography names goes, so the text node holds no other file's root.
             if (node->isFileReference())
-                releaseIncludedRoots(node);
+                releaseIncludedRoots(node->shared_from_this());
             node->setType(PLOutlineNode::Text);
             node->setTextNodeSubType(PLOutlineNode::PlainText);
         }
