@@ -175,7 +175,8 @@ TEST_F(PLOutlineNodeTreeChangesHandlerTest, locatingNodesGivesTiesToTheEarlierNo
     const PLOutlineTreeHelper helper(file->outlineRootNode());
     const auto describe = [&](qsizetype location, qsizetype length) {
         std::vector<std::pair<std::string, qsizetype>> found;
-        for (const auto &record : helper.locateNodesInRange(location, length)->nodes())
+        const auto records = helper.locateNodesInRange(location, length);
+        for (const auto &record : records->nodes())
             found.emplace_back(record.node()->content().toStdString(), record.location());
         return found;
     };
