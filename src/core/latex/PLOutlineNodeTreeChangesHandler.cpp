@@ -72,22 +72,30 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
     const qsizetype index = node->indexInParent();
     const auto owner = file();
     const auto oldChildren = node->children();
+    // Files are given back once the replaced node is out of the tree, so that only the new nodes
+    // count as still including them.
+    std::vector<std::shared_ptr<PLFile>> released;
+    const auto removeReplacedNode = [&] {
+        parent->removeChild(node);
+        if (owner) {
+            for (const auto &includedFile : released)
+                owner->releaseFileContainedInDocument(includedFile);
+        }
+        postNodeRemoved(node);
+    };
 
     if (parsed.size() == 1) {
         const auto &replacement = parsed.front();
         qsizetype moved = 0;
         for (const auto &child : oldChildren) {
-            if (child->type() == PLOutlineNode::FileRoot) {
-                if (owner)
-                    owner->releaseFileContainedInDocument(child->file());
-            } else {
+            if (child->type() == PLOutlineNode::FileRoot)
+                released.push_back(child->file());
+            else
                 replacement->insertChild(child, moved++);
-            }
         }
         parent->insertChild(replacement, index);
         postNodeAdded(replacement);
-        parent->removeChild(node);
-        postNodeRemoved(node);
+        removeReplacedNode();
         return;
     }
 
@@ -119,8 +127,7 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             // text and outline, under the name now typed.
             const auto created = opened->file();
             if (created == childFile) {
-                if (owner)
-                    owner->releaseFileContainedInDocument(created);
+                released.push_back(created);
                 continue;
             }
             if (owner)
@@ -130,12 +137,11 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             firstInclude->removeChild(opened);
             child->setName(childFile->name());
             firstInclude->addChild(child);
-        } else if (owner) {
-            owner->releaseFileContainedInDocument(childFile);
+        } else {
+            released.push_back(childFile);
         }
     }
-    parent->removeChild(node);
-    postNodeRemoved(node);
+    removeReplacedNode();
 }
 
 void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileContentRangeSearchResult &records,

@@ -10,6 +10,34 @@ using namespace PLTest;
 
 namespace {
 
+// The paths of the files whose roots hang below the file's own nodes, and of its include set.
+QStringList includedPaths(const PLOutlineNode &node)
+{
+    QStringList paths;
+    for (const auto &child : node.children()) {
+        if (child->type() == PLOutlineNode::FileRoot)
+            paths.append(child->file()->stringPath());
+        else
+            paths.append(includedPaths(*child));
+    }
+    return paths;
+}
+
+QStringList sortedUnique(QStringList paths)
+{
+    paths.sort();
+    paths.removeDuplicates();
+    return paths;
+}
+
+QStringList includeSetPaths(const PLFile &file)
+{
+    QStringList paths;
+    for (const auto &included : file.filesInDocument())
+        paths.append(included->stringPath());
+    return sortedUnique(paths);
+}
+
 // Whether every node below the root is where its parent says it is, and roots hang only under
 // include and bibliography nodes.
 QString treeFault(const PLOutlineNode &node)
@@ -103,6 +131,7 @@ TEST_P(PLOutlineInvariantTest, nodesHoldTheTextAfterEveryReplacement)
                                   .arg(description, visible(before), dumpOutline(root).join(u'\n'), outlineBefore);
         ASSERT_EQ(visible(outlineText(root)).toStdString(), visible(buffer->string()).toStdString()) << trace.toStdString();
         ASSERT_EQ(treeFault(*root).toStdString(), "") << trace.toStdString();
+        ASSERT_EQ(includeSetPaths(*file), sortedUnique(includedPaths(*root))) << trace.toStdString();
     }
     file->close();
     EXPECT_EQ(pool.filesOpened().keys(), QStringList());

@@ -122,6 +122,18 @@ TEST_F(PLOutlineNodeTreeChangesHandlerTest, commentingAnIncludeDropsItsFileFromT
     EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex")))->openCount(), 1u);
 }
 
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
+{
+    const auto file = open(QStringLiteral("\\input{a}"));
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    file->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral(" "));
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{a});
+    file->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("b"));
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{pool.fileForPath(path(QStringLiteral("b.tex")))});
+}
+
 TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingABibliographyKeepsOneOpeningPerName)
 {
     const auto file = open(QStringLiteral("\\bibliography{refs}\n"));
