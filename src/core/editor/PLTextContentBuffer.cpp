@@ -60,6 +60,13 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
         rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
     // Created before any view can connect, so the colours are in place when views hear of an edit.
     m_syntaxHighlighter = std::make_unique<PLSyntaxHighlighter>(this, std::move(rules));
+    if (!m_content.isEmpty())
+        setNeedsAttributeFixing();
+}
+
+void PLTextContentBuffer::fixAttributes()
+{
+    m_syntaxHighlighter->highlightTextInRange(PLRange{0, m_content.size()});
 }
 
 PLTextContentBuffer::~PLTextContentBuffer() = default;

@@ -64,6 +64,9 @@ public:
 
     static const QString &xelatexMagicCommentExpression();
 
+protected:
+    void fixAttributes() override;
+
 private:
     friend class PLTextReplacementCommand;
     void replay(PLRange range, const QString &string);

@@ -6,14 +6,24 @@ PLTextStorage::PLTextStorage(qsizetype initialLength, QObject *parent) : QObject
 {
 }
 
+void PLTextStorage::ensureAttributesAreFixed() const
+{
+    if (!m_needsAttributeFixing)
+        return;
+    m_needsAttributeFixing = false;
+    const_cast<PLTextStorage *>(this)->fixAttributes();
+}
+
 PLTextAttributes PLTextStorage::attributesAtIndex(qsizetype index, PLRange *effectiveRange) const
 {
+    ensureAttributesAreFixed();
     return m_runs.attributesAtIndex(index, effectiveRange);
 }
 
 void PLTextStorage::enumerateAttributes(PLRange range,
                                         const std::function<void(const PLTextAttributes &, PLRange)> &block) const
 {
+    ensureAttributesAreFixed();
     m_runs.enumerateAttributes(range, block);
 }
 

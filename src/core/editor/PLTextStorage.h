@@ -44,11 +44,17 @@ signals:
 protected:
     // The subclass replaced the characters of range with changeInLength more (or fewer) characters.
     void edited(PLRange range, qsizetype changeInLength);
+    // The whole text needs its attributes painted before anyone reads them: a text is coloured when
+    // it is first shown rather than when its file is opened, so opening a large project stays fast.
+    void setNeedsAttributeFixing() { m_needsAttributeFixing = true; }
+    virtual void fixAttributes() {}
 
 private:
     void attributesEdited(PLRange range);
+    void ensureAttributesAreFixed() const;
 
     PLTextAttributeRuns m_runs;
     int m_editingDepth = 0;
     PLRange m_pendingAttributeEdit = PLNotFoundRange;
+    mutable bool m_needsAttributeFixing = false;
 };

@@ -55,25 +55,36 @@ TEST_F(PLSyntaxHighlighterBufferTest, TypingColoursTheLinesOfTheFilteredTextOnly
 {
     PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("a\n\tb\nc\n"));
     QSignalSpy edits(buffer, &PLTextStorage::didProcessEditing);
+    QSignalSpy painted(buffer, &PLTextStorage::didEditAttributes);
 
-    // The pairing filter makes "(" two characters: both are in the range the highlighter gets.
+    // The pairing filter makes "(" two characters: both are in the range the highlighter gets, and
+    // only their line is painted.
     buffer->replaceCharactersInRange(PLRange{4, 0}, QStringLiteral("("));
     ASSERT_EQ(edits.size(), 1);
     EXPECT_EQ(edits[0][0].value<PLRange>(), (PLRange{4, 2}));
-    PLRange styled;
-    EXPECT_TRUE(buffer->attributesAtIndex(2, &styled).font());
-    EXPECT_EQ(styled, (PLRange{2, 5}));
-    EXPECT_TRUE(buffer->attributesAtIndex(0).isEmpty());
-    EXPECT_TRUE(buffer->attributesAtIndex(7).isEmpty());
+    ASSERT_EQ(painted.size(), 1);
+    EXPECT_EQ(painted[0][0].value<PLRange>(), (PLRange{2, 5}));
 
     // Return after the tab-indented line inserts "\n\t": its range reaches into the new line, so
     // both lines are coloured; the text after the line feed is part of the new line.
     buffer->replaceCharactersInRange(PLRange{6, 0}, QStringLiteral("\n"));
     EXPECT_EQ(buffer->string(), QStringLiteral("a\n\tb()\n\t\nc\n"));
     EXPECT_EQ(edits[1][0].value<PLRange>(), (PLRange{6, 2}));
-    EXPECT_TRUE(buffer->attributesAtIndex(2, &styled).font());
-    EXPECT_EQ(styled, (PLRange{2, 7}));
-    EXPECT_TRUE(buffer->attributesAtIndex(9).isEmpty());
+    ASSERT_EQ(painted.size(), 2);
+    EXPECT_EQ(painted[1][0].value<PLRange>(), (PLRange{2, 7}));
+}
+
+// Regression: a file opened with text showed no colours until its first edit.
+TEST_F(PLSyntaxHighlighterBufferTest, TheTextAFileOpensWithIsColouredWhenFirstRead)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("b.tex"), QStringLiteral("plain\n\\section{A}\n"));
+    QSignalSpy painted(buffer, &PLTextStorage::didEditAttributes);
+    EXPECT_TRUE(painted.isEmpty());
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_EQ(buffer->attributesAtIndex(7).foregroundColor(), color(PLUserDefaultsEditorColorStructureDividers));
+    EXPECT_EQ(painted.size(), 1);
+    buffer->attributesAtIndex(3);
+    EXPECT_EQ(painted.size(), 1);
 }
 
 TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
