@@ -1,0 +1,157 @@
+#include "PLTextContentBuffer.h"
+
+#include "PLFile.h"
+#include "PLLogging.h"
+#include "PLOutlineNode.h"
+#include "PLOutlineNodeTreeChangesHandler.h"
+#include "PLRegularExpressionHelper.h"
+#include "PLStringLineCalculations.h"
+
+#include <QUndoCommand>
+#include <QUndoStack>
+
+// One replacement as an undo step. The text is already replaced when the step is recorded, so the
+// first redo, which the stack runs on push, does nothing.
+class PLTextReplacementCommand : public QUndoCommand
+{
+public:
+    PLTextReplacementCommand(PLTextContentBuffer *buffer, qsizetype location, QString replaced, QString inserted)
+        : m_buffer(buffer), m_location(location), m_replaced(std::move(replaced)), m_inserted(std::move(inserted))
+    {
+    }
+
+    void undo() override { m_buffer->replay(PLRange{m_location, m_inserted.size()}, m_replaced); }
+
+    void redo() override
+    {
+        if (m_recorded) {
+            m_recorded = false;
+            return;
+        }
+        m_buffer->replay(PLRange{m_location, m_replaced.size()}, m_inserted);
+    }
+
+private:
+    PLTextContentBuffer *m_buffer;
+    qsizetype m_location;
+    QString m_replaced;
+    QString m_inserted;
+    bool m_recorded = true;
+};
+
+PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content,
+                                         std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent)
+    : QObject(parent),
+      m_content(content),
+      m_contentParser(std::move(contentParser)),
+      m_file(file),
+      m_name(name),
+      m_outlineNodeTreeChangesHandler(std::make_unique<PLOutlineNodeTreeChangesHandler>(file)),
+      m_undoManager(new QUndoStack(this)),
+      m_arrayWithBrakePoints{QStringLiteral("{"), QStringLiteral("["), QStringLiteral("("), QStringLiteral(")"),
+                             QStringLiteral("]"), QStringLiteral("}")}
+{
+}
+
+PLTextContentBuffer::~PLTextContentBuffer() = default;
+
+const QString &PLTextContentBuffer::xelatexMagicCommentExpression()
+{
+    static const QString expression = QStringLiteral("%!TEX TS-program( )*=( )*xelatex( )*\\n");
+    return expression;
+}
+
+QString PLTextContentBuffer::closeParanthesesAndQuotes(const QString &string, PLRange)
+{
+    // The double quote becomes TeX's opening quote pair in front of the typed quote.
+    if (string == u"\"")
+        return QStringLiteral("``\"");
+    if (string == u"(")
+        return QStringLiteral("()");
+    if (string == u"{")
+        return QStringLiteral("{}");
+    if (string == u"[")
+        return QStringLiteral("[]");
+    return string;
+}
+
+QString PLTextContentBuffer::smartQuote(const QString &string, PLRange)
+{
+    return string;
+}
+
+QString PLTextContentBuffer::autoIndentStringIfNecessary(const QString &string, PLRange range) const
+{
+    if (string != u"\n")
+        return string;
+    const qsizetype lineStart = PLStringLineCalculations::lineBoundsForRange(m_content, range).start;
+    const PLRange tabs = PLRegularExpressionHelper::firstMatchInRange(QStringLiteral("(\\t)*"), m_content,
+                                                                      PLRange{lineStart, range.location - lineStart});
+    if (!tabs.isFound())
+        return string;
+    return string + m_content.mid(tabs.location, tabs.length);
+}
+
+void PLTextContentBuffer::replaceCharactersInRange(PLRange range, const QString &string)
+{
+    if (range.location < 0 || range.length < 0 || range.end() > m_content.size()) {
+        qCWarning(lcFile) << "replacement outside the text refused:" << toString(range) << "in" << m_content.size();
+        return;
+    }
+    QString replacement = string;
+    if (!m_replaying) {
+        replacement = closeParanthesesAndQuotes(replacement, range);
+        replacement = smartQuote(replacement, range);
+        replacement = autoIndentStringIfNecessary(replacement, range);
+    }
+    const QString replaced = m_content.mid(range.location, range.length);
+    m_content.replace(range.location, range.length, replacement);
+    if (!m_replaying)
+        m_undoManager->push(new PLTextReplacementCommand(this, range.location, replaced, replacement));
+    applyReplacement(range, replacement);
+}
+
+void PLTextContentBuffer::setString(const QString &string)
+{
+    const PLRange whole{0, m_content.size()};
+    m_content = string;
+    applyReplacement(whole, string);
+}
+
+void PLTextContentBuffer::replay(PLRange range, const QString &string)
+{
+    const bool wasReplaying = m_replaying;
+    m_replaying = true;
+    replaceCharactersInRange(range, string);
+    m_replaying = wasReplaying;
+}
+
+void PLTextContentBuffer::applyReplacement(PLRange range, const QString &string)
+{
+    const auto owner = file();
+    const auto root = owner ? owner->outlineRootNode() : nullptr;
+    if (m_updateOutlineWhenReplacingCharacters) {
+        if (root)
+            m_outlineNodeTreeChangesHandler->replaceContentInOutlineNode(root, range.location, range.length, string);
+        updateFileEngine();
+    }
+    if (root && lcOutlineDump().isDebugEnabled()) {
+        QStringList descriptions;
+        for (const auto &child : root->children())
+            descriptions.append(QStringLiteral("    ") + child->description());
+        qCDebug(lcOutlineDump).noquote() << QStringLiteral("(\n%1\n)").arg(descriptions.join(QStringLiteral(",\n")));
+    }
+    emit didProcessEditing(PLRange{range.location, string.size()}, string.size() - range.length);
+}
+
+void PLTextContentBuffer::updateFileEngine()
+{
+    const auto owner = file();
+    if (!owner || !owner->outlineRootNode())
+        return;
+    const auto first = owner->outlineRootNode()->childAtIndex(0);
+    if (!first)
+        return;
+    const bool xelatex = PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression(), first->content()).isFound();
+    owner->setEngine(xelatex ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine);
+}

@@ -1,0 +1,82 @@
+#pragma once
+
+#include "PLRange.h"
+
+#include <QObject>
+#include <QString>
+#include <QStringList>
+
+#include <memory>
+
+class PLFile;
+class PLFileContentOutlineParser;
+class PLOutlineNodeTreeChangesHandler;
+class QUndoStack;
+
+// The text of one project file, shared by every pane that shows it, and the only place where that
+// text changes. Each replacement runs the typing filters, records one undo step, hands the edit to
+// the outline and ends with didProcessEditing, which the colouring and then the views follow.
+class PLTextContentBuffer : public QObject
+{
+    Q_OBJECT
+
+public:
+    PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content,
+                        std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent = nullptr);
+    ~PLTextContentBuffer() override;
+
+    // The one edit operation: a typed string is rewritten by the pairing, smart-quote and auto-indent
+    // filters first; undo and redo replay their steps through here without the filters. A range
+    // outside the text is refused.
+    void replaceCharactersInRange(PLRange range, const QString &string);
+    // Replaces the whole text as it stands, as read from disk: no filters and no undo step.
+    void setString(const QString &string);
+    const QString &string() const { return m_content; }
+    qsizetype length() const { return m_content.size(); }
+
+    // One history per file, shared by every pane that shows it.
+    QUndoStack *undoManager() const { return m_undoManager; }
+
+    // While off, replacements leave the outline and the engine choice alone.
+    bool updateOutlineWhenReplacingCharacters() const { return m_updateOutlineWhenReplacingCharacters; }
+    void setUpdateOutlineWhenReplacingCharacters(bool update) { m_updateOutlineWhenReplacingCharacters = update; }
+
+    // Chooses XeLaTeX when the first outline node holds the magic comment line, the default otherwise.
+    void updateFileEngine();
+
+    std::shared_ptr<PLFile> file() const { return m_file.lock(); }
+    const QString &name() const { return m_name; }
+    // Never assigned: a buffer knows its file, not a path of its own.
+    QString path() const { return QString(); }
+    QString directoryPath() const { return QString(); }
+    const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }
+    PLOutlineNodeTreeChangesHandler *outlineNodeTreeChangesHandler() const { return m_outlineNodeTreeChangesHandler.get(); }
+    const QStringList &arrayWithBrakePoints() const { return m_arrayWithBrakePoints; }
+
+    // The typing filters, each given the previous one's result and the replaced range.
+    static QString closeParanthesesAndQuotes(const QString &string, PLRange range);
+    static QString smartQuote(const QString &string, PLRange range);
+    QString autoIndentStringIfNecessary(const QString &string, PLRange range) const;
+
+    static const QString &xelatexMagicCommentExpression();
+
+signals:
+    // After the text, the outline and the engine choice follow a replacement: the range the new text
+    // takes in the buffer and the change in length.
+    void didProcessEditing(PLRange editedRange, qsizetype changeInLength);
+
+private:
+    friend class PLTextReplacementCommand;
+    void replay(PLRange range, const QString &string);
+    void applyReplacement(PLRange range, const QString &string);
+
+    QString m_content;
+    std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
+    std::weak_ptr<PLFile> m_file;
+    QString m_name;
+    std::unique_ptr<PLOutlineNodeTreeChangesHandler> m_outlineNodeTreeChangesHandler;
+    QUndoStack *m_undoManager;
+    QStringList m_arrayWithBrakePoints;
+    bool m_updateOutlineWhenReplacingCharacters = true;
+    bool m_replaying = false;
+};

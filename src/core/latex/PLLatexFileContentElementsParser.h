@@ -1,0 +1,11 @@
+#pragma once
+
+#include "PLFileContentOutlineParser.h"
+
+// A parser that leaves a file's outline untouched.
+class PLLatexFileContentElementsParser : public PLFileContentOutlineParser
+{
+public:
+    void parseFile(const std::shared_ptr<PLFile> &) override {}
+    void parseContentBuffer(PLTextContentBuffer *) override {}
+};

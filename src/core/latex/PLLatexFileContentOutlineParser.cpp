@@ -1,0 +1,44 @@
+#include "PLLatexFileContentOutlineParser.h"
+
+#include "PLDictionaryKeys.h"
+#include "PLFile.h"
+#include "PLLatexStringParser.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLTextContentBuffer.h"
+
+PLLatexFileContentOutlineParser::PLLatexFileContentOutlineParser(PLQuickOpenManager *quickOpenManager)
+    : m_quickOpenManager(quickOpenManager)
+{
+}
+
+PLLatexFileContentOutlineParser::~PLLatexFileContentOutlineParser() = default;
+
+void PLLatexFileContentOutlineParser::parseFile(const std::shared_ptr<PLFile> &file)
+{
+    if (!file)
+        return;
+    m_file = file;
+    file->resetOutline();
+    parseContentBuffer(file->contentBuffer());
+}
+
+void PLLatexFileContentOutlineParser::parseContentBuffer(PLTextContentBuffer *contentBuffer)
+{
+    if (!contentBuffer)
+        return;
+    const auto file = contentBuffer->file();
+    if (!file)
+        return;
+    PLLatexStringParser latexStringParser(file);
+    const auto nodes = latexStringParser.parseString(contentBuffer->string());
+    const auto &root = file->outlineRootNode();
+    PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    for (const auto &node : nodes) {
+        root->addChild(node);
+        center.post(PLNotificationOutlineNodeWasAdded, file.get(),
+                    QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+    }
+    root->fixTree();
+}

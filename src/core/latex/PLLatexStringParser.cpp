@@ -1,0 +1,318 @@
+#include "PLLatexStringParser.h"
+
+#include "PLFile.h"
+#include "PLFilePool.h"
+#include "PLOutlineNode.h"
+#include "PLRegularExpressionHelper.h"
+#include "PLStringLineCalculations.h"
+
+#include <unordered_set>
+#include <vector>
+
+namespace {
+
+// The files whose text is being parsed on this thread, outermost first: opening an included file
+// parses it before the include command that named it is finished.
+thread_local std::vector<const PLFile *> t_filesBeingParsed;
+
+class PLParsingScope
+{
+public:
+    explicit PLParsingScope(const PLFile *file) { t_filesBeingParsed.push_back(file); }
+    ~PLParsingScope() { t_filesBeingParsed.pop_back(); }
+    PLParsingScope(const PLParsingScope &) = delete;
+    PLParsingScope &operator=(const PLParsingScope &) = delete;
+};
+
+bool isBeingParsed(const PLFile *file)
+{
+    return std::find(t_filesBeingParsed.begin(), t_filesBeingParsed.end(), file) != t_filesBeingParsed.end();
+}
+
+// The roots of the files that a file's outline hangs under its include and bibliography nodes.
+void collectIncludedFiles(const std::shared_ptr<PLOutlineNode> &node, std::vector<std::shared_ptr<PLFile>> &files)
+{
+    for (const auto &child : node->children()) {
+        if (child->type() == PLOutlineNode::FileRoot) {
+            if (auto file = child->file())
+                files.push_back(std::move(file));
+        } else {
+            collectIncludedFiles(child, files);
+        }
+    }
+}
+
+// Whether including the file would close a loop: it is being parsed, or it reaches a file that is,
+// through include sets or through the outline.
+bool includeWouldFormCycle(const std::shared_ptr<PLFile> &target)
+{
+    std::unordered_set<const PLFile *> visited;
+    std::vector<std::shared_ptr<PLFile>> pending{target};
+    while (!pending.empty()) {
+        const auto file = std::move(pending.back());
+        pending.pop_back();
+        if (!file || !visited.insert(file.get()).second)
+            continue;
+        if (isBeingParsed(file.get()))
+            return true;
+        for (const auto &included : file->filesInDocument())
+            pending.push_back(included);
+        if (const auto root = file->outlineRootNode())
+            collectIncludedFiles(root, pending);
+    }
+    return false;
+}
+
+// A file under construction is not in the pool yet, so it is found among the files being parsed.
+bool pathIsBeingParsed(const QString &path)
+{
+    return std::any_of(t_filesBeingParsed.begin(), t_filesBeingParsed.end(),
+                       [&](const PLFile *file) { return !file->isUntitled() && file->stringPath() == path; });
+}
+
+bool untitledNameIsBeingParsed(const QString &name)
+{
+    return std::any_of(t_filesBeingParsed.begin(), t_filesBeingParsed.end(),
+                       [&](const PLFile *file) { return file->isUntitled() && file->name() == name; });
+}
+
+bool openingPathWouldFormCycle(const QString &path)
+{
+    if (pathIsBeingParsed(path))
+        return true;
+    const auto pooled = PLFilePool::sharedFilePool().fileForPath(path);
+    return pooled && includeWouldFormCycle(pooled);
+}
+
+bool openingUntitledWouldFormCycle(const QString &name)
+{
+    if (untitledNameIsBeingParsed(name))
+        return true;
+    const auto pooled = PLFilePool::sharedFilePool().untitledFileWithName(name);
+    return pooled && includeWouldFormCycle(pooled);
+}
+
+struct PLBracedArgument
+{
+    QString command;
+    QString argument;
+};
+
+// The text before the first "{" and the text between it and the last "}".
+std::optional<PLBracedArgument> bracedArgument(const QString &tag)
+{
+    const qsizetype open = tag.indexOf(u'{');
+    const qsizetype close = tag.lastIndexOf(u'}');
+    if (open < 0 || close < open)
+        return std::nullopt;
+    return PLBracedArgument{tag.left(open), tag.mid(open + 1, close - open - 1)};
+}
+
+}
+
+PLLatexStringParser::PLLatexStringParser(const std::shared_ptr<PLFile> &file) : m_file(file)
+{
+    sectioningNames();
+}
+
+const QStringList &PLLatexStringParser::sectioningNames()
+{
+    static const QStringList names{QStringLiteral("part"), QStringLiteral("chapter"), QStringLiteral("section"),
+                                   QStringLiteral("subsection")};
+    return names;
+}
+
+const QString &PLLatexStringParser::headingExpression()
+{
+    static const QString expression =
+        QStringLiteral("\\\\(part|chapter|section|subsection|subsubsection|paragraph)(\\*)?\\{");
+    return expression;
+}
+
+const QString &PLLatexStringParser::includeExpression()
+{
+    static const QString expression = QStringLiteral("\\\\(input|include|bibliography)\\{(.+?)(\\.tex|\\.bib)?\\}");
+    return expression;
+}
+
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &content) const
+{
+    return PLOutlineNode::create(QStringLiteral("text"), PLOutlineNode::Text, content, file());
+}
+
+void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &content)
+{
+    if (const auto pieces = parseTextNodeForFileIncludes(makeTextNode(content)))
+        nodes.append(*pieces);
+}
+
+QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QString &text)
+{
+    const PLParsingScope scope(file().get());
+    QList<std::shared_ptr<PLOutlineNode>> nodes;
+    qsizetype cursor = 0;
+    PLRange match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text, PLRange{0, text.size()});
+    while (match.isFound()) {
+        if (isLineCommentedInString(text, match.location)) {
+            appendTextNodesWithIncludes(nodes, text.mid(cursor, match.end() - cursor));
+            cursor = match.end();
+        } else {
+            // The title runs to its closing brace, or to the end of the line when the braces do not
+            // balance there.
+            qsizetype depth = 1;
+            qsizetype end = match.end();
+            while (depth != 0 && end < text.size()) {
+                const QChar c = text[end];
+                if (c == u'\n')
+                    break;
+                if (c == u'{')
+                    ++depth;
+                else if (c == u'}')
+                    --depth;
+                ++end;
+            }
+            const QString command = text.mid(match.location, end - match.location);
+            appendTextNodesWithIncludes(nodes, text.mid(cursor, match.location - cursor));
+            // An unclosed title stays text even when an inner brace closed, so no text is lost.
+            const auto heading = depth == 0 ? parseSectionString(command) : nullptr;
+            if (heading)
+                nodes.append(heading);
+            else
+                appendTextNodesWithIncludes(nodes, command);
+            cursor = match.location + command.size();
+        }
+        match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text,
+                                                             PLRange{cursor, text.size() - cursor});
+    }
+    appendTextNodesWithIncludes(nodes, text.mid(cursor));
+    return nodes;
+}
+
+bool PLLatexStringParser::isLineCommentedInString(const QString &string, qsizetype location)
+{
+    const qsizetype end = std::clamp<qsizetype>(location, 0, string.size());
+    const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(string, PLRange{end, 0});
+    // Only this line is searched, so testing every heading of a long file stays linear.
+    for (qsizetype sign = end - 1; sign >= lineStart; --sign) {
+        if (string[sign] != u'%')
+            continue;
+        if (sign == 0 || string[sign - 1] != u'\\')
+            return true;
+    }
+    return false;
+}
+
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::parseSectionString(const QString &string) const
+{
+    const qsizetype open = string.indexOf(u'{');
+    if (open < 0)
+        return nullptr;
+    const QString command = string.mid(1, open - 1);
+    const qsizetype close = string.lastIndexOf(u'}');
+    if (close < open)
+        return nullptr;
+    quint32 type = PLOutlineNode::Part;
+    if (command == u"chapter" || command == u"chapter*")
+        type = PLOutlineNode::Chapter;
+    else if (command == u"section" || command == u"section*")
+        type = PLOutlineNode::Section;
+    else if (command == u"subsection" || command == u"subsection*")
+        type = PLOutlineNode::Subsection;
+    else if (command == u"subsubsection" || command == u"subsubsection*")
+        type = PLOutlineNode::Subsubsection;
+    else if (command == u"paragraph" || command == u"paragraph*")
+        type = PLOutlineNode::Paragraph;
+    return PLOutlineNode::create(string.mid(open + 1, close - open - 1), type, string.left(close + 1), file());
+}
+
+std::optional<QList<std::shared_ptr<PLOutlineNode>>> PLLatexStringParser::parseTextNodeForFileIncludes(
+    const std::shared_ptr<PLOutlineNode> &node)
+{
+    if (!node || node->type() != PLOutlineNode::Text)
+        return std::nullopt;
+    const QString text = node->content();
+    QList<std::shared_ptr<PLOutlineNode>> nodes;
+    qsizetype previousEnd = 0;
+    PLRegularExpressionHelper::enumerateMatches(includeExpression(), text, PLRange{0, text.size()},
+                                                [&](const PLRegexMatch &match) {
+        const PLRange range = match.range();
+        if (isLineCommentedInString(text, range.location)) {
+            nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
+        } else {
+            nodes.append(makeTextNode(text.mid(previousEnd, range.location - previousEnd)));
+            const QString tag = text.mid(range.location, range.length);
+            auto include = makeFileIncludeNodeFromInputOrIncludeTag(tag);
+            if (!include)
+                include = makeBibliographyNodeOfBibliographyTag(tag);
+            if (include)
+                nodes.append(include);
+        }
+        previousEnd = range.end();
+        return true;
+    });
+    nodes.append(makeTextNode(text.mid(previousEnd)));
+    return nodes;
+}
+
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInputOrIncludeTag(const QString &tag)
+{
+    const auto parts = bracedArgument(tag);
+    if (!parts || (parts->command != u"\\input" && parts->command != u"\\include"))
+        return nullptr;
+    const auto owner = file();
+    auto node = PLOutlineNode::createFileIncludeNode(tag, owner);
+    if (!owner)
+        return node;
+    if (owner->isUntitled()) {
+        if (openingUntitledWouldFormCycle(parts->argument))
+            return node;
+        if (const auto included = owner->addUntitledFileWithNameToFilesContainedInDocument(parts->argument))
+            node->addChild(included->outlineRootNode());
+        return node;
+    }
+    QString path = owner->directoryOfFile() + parts->argument;
+    if (!path.contains(QStringLiteral(".tex")))
+        path += QStringLiteral(".tex");
+    for (const auto &known : owner->filesInDocument()) {
+        if (known->stringPath() == path) {
+            node->addChild(known->outlineRootNode());
+            return node;
+        }
+    }
+    if (openingPathWouldFormCycle(path))
+        return node;
+    if (const auto included = owner->addFileWithPathToFilesContainedInDocument(path))
+        node->addChild(included->outlineRootNode());
+    return node;
+}
+
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeBibliographyNodeOfBibliographyTag(const QString &tag)
+{
+    const auto parts = bracedArgument(tag);
+    if (!parts || parts->command != u"\\bibliography")
+        return nullptr;
+    const auto owner = file();
+    auto node = PLOutlineNode::createBibliographyNode(tag, owner);
+    if (!owner)
+        return node;
+    const QString directory = owner->directoryOfFile();
+    for (const QString &piece : parts->argument.split(u',')) {
+        const QString name = piece.trimmed();
+        if (name.isEmpty())
+            continue;
+        std::shared_ptr<PLFile> bibliography;
+        if (owner->isUntitled()) {
+            if (!openingUntitledWouldFormCycle(name))
+                bibliography = owner->addUntitledFileWithNameToFilesContainedInDocument(name);
+        } else {
+            QString path = directory + name;
+            if (!path.contains(QStringLiteral(".bib")))
+                path += QStringLiteral(".bib");
+            if (!openingPathWouldFormCycle(path))
+                bibliography = owner->addFileWithPathToFilesContainedInDocument(path);
+        }
+        if (bibliography)
+            node->addChild(bibliography->outlineRootNode());
+    }
+    return node;
+}

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <QMetaType>
+#include <QString>
+
+#include <cstdint>
+#include <memory>
+#include <unordered_set>
+#include <vector>
+
+class PLFile;
+
+// One node of a project's structure outline. Walked in order, the nodes of one file hold that
+// file's text piece by piece; the type is also the nesting level, and an include node holds the
+// included file's root as its child, so one project is one tree across files.
+class PLOutlineNode : public std::enable_shared_from_this<PLOutlineNode>
+{
+public:
+    enum Type : quint32 {
+        FileRoot = 0,
+        Part = 1,
+        Chapter = 2,
+        Section = 3,
+        Subsection = 4,
+        Subsubsection = 5,
+        Paragraph = 6,
+        Text = 7,
+    };
+    enum TextNodeSubType : quint32 {
+        PlainText = 0,
+        FileInclude = 1,
+        Bibliography = 2,
+    };
+
+    PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file);
+
+    static std::shared_ptr<PLOutlineNode> create(const QString &name, quint32 type, const QString &content,
+                                                 const std::shared_ptr<PLFile> &file);
+    static std::shared_ptr<PLOutlineNode> createFileIncludeNode(const QString &content, const std::shared_ptr<PLFile> &file);
+    static std::shared_ptr<PLOutlineNode> createBibliographyNode(const QString &content, const std::shared_ptr<PLFile> &file);
+
+    quint32 type() const { return m_type; }
+    void setType(quint32 type) { m_type = type; }
+    quint32 textNodeSubType() const { return m_textNodeSubType; }
+    void setTextNodeSubType(quint32 subType) { m_textNodeSubType = subType; }
+    const QString &name() const { return m_name; }
+    void setName(const QString &name) { m_name = name; }
+    QString content() const { return m_content; }
+    qsizetype contentLength() const { return m_content.size(); }
+    void setContent(const QString &content) { m_content = content; }
+    void appendContent(const QString &content) { m_content += content; }
+    std::shared_ptr<PLFile> file() const { return m_file.lock(); }
+    QString searchKey() const { return m_name; }
+
+    // An include or bibliography node: its children are the roots of the files it names.
+    bool isFileReference() const
+    {
+        return m_type == Text && (m_textNodeSubType == FileInclude || m_textNodeSubType == Bibliography);
+    }
+
+    const std::vector<std::shared_ptr<PLOutlineNode>> &children() const { return m_children; }
+    qsizetype childCount() const { return qsizetype(m_children.size()); }
+    std::shared_ptr<PLOutlineNode> childAtIndex(qsizetype index) const;
+    // The position among the parent's children, or -1 for a node without a parent.
+    qsizetype indexInParent() const;
+    std::shared_ptr<PLOutlineNode> parent() const { return m_parent.lock(); }
+    bool hasChild(const PLOutlineNode *node) const;
+
+    // A root (type 0) is only appended: it keeps no parent, so upward walks stop at its file.
+    void addChild(const std::shared_ptr<PLOutlineNode> &node);
+    void insertChild(const std::shared_ptr<PLOutlineNode> &node, qsizetype index);
+    void removeChild(const std::shared_ptr<PLOutlineNode> &node);
+
+    std::shared_ptr<PLOutlineNode> leftSibling() const;
+    std::shared_ptr<PLOutlineNode> rightSibling() const;
+
+    // False, changing nothing, when the range ends past the content; otherwise the node's kind is
+    // decided again from its new content.
+    bool replaceContentInRange(qsizetype location, qsizetype length, const QString &string);
+
+    // Document order, entering include nodes but never leaving a file's root upwards.
+    std::shared_ptr<PLOutlineNode> nextNode() const;
+    std::shared_ptr<PLOutlineNode> previousNode() const;
+    // Document order within one file: include nodes are stepped over, never entered.
+    std::shared_ptr<PLOutlineNode> traverseRight() const;
+    // Never completed: it answers nothing.
+    std::shared_ptr<PLOutlineNode> traverseLeft() const { return nullptr; }
+
+    QString escapedName() const;
+    QString description() const;
+    // Decides the kind again from the content alone, knowing only \part, \chapter, \section and
+    // \subsection at the very start: a narrower rule than the parser's, on purpose.
+    void figureOutPropertiesForNode();
+    bool isLastLineCommented() const;
+    // Renests the subtree after nodes were added flat or replaced.
+    void fixTree();
+
+private:
+    using RootSet = std::unordered_set<const PLOutlineNode *>;
+    void fixTree(RootSet &fixedRoots);
+    std::shared_ptr<PLOutlineNode> nextNodeAfterSubtree() const;
+    void detachFromParent();
+    void renumberChildrenFrom(qsizetype index);
+
+    quint32 m_type;
+    quint32 m_textNodeSubType = PlainText;
+    QString m_name;
+    QString m_content;
+    std::weak_ptr<PLFile> m_file;
+    std::vector<std::shared_ptr<PLOutlineNode>> m_children;
+    std::weak_ptr<PLOutlineNode> m_parent;
+    // Kept in step with the parent's list so sibling steps cost no search.
+    qsizetype m_indexInParent = -1;
+};
+
+Q_DECLARE_METATYPE(std::shared_ptr<PLOutlineNode>)

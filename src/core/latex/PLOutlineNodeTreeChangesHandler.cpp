@@ -1,0 +1,202 @@
+#include "PLOutlineNodeTreeChangesHandler.h"
+
+#include "PLDictionaryKeys.h"
+#include "PLFile.h"
+#include "PLLatexStringParser.h"
+#include "PLLogging.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLOutlineTreeHelper.h"
+
+#include <unordered_set>
+
+PLOutlineNodeTreeChangesHandler::PLOutlineNodeTreeChangesHandler(const std::shared_ptr<PLFile> &file)
+    : m_file(file), m_stringParser(std::make_unique<PLLatexStringParser>(file))
+{
+}
+
+PLOutlineNodeTreeChangesHandler::~PLOutlineNodeTreeChangesHandler() = default;
+
+std::shared_ptr<PLFile> PLOutlineNodeTreeChangesHandler::file() const
+{
+    return m_file.lock();
+}
+
+std::optional<PLLatexFileContentRangeSearchResult> PLOutlineNodeTreeChangesHandler::locateNodesInRangeRelativeFromNode(
+    qsizetype location, qsizetype length, const std::shared_ptr<PLOutlineNode> &node) const
+{
+    qCWarning(lcOutline) << "locateNodesInRange:relativeFromNode: is deprecated";
+    return PLOutlineTreeHelper(node).locateNodesInRange(location, length);
+}
+
+void PLOutlineNodeTreeChangesHandler::postNodeAdded(const std::shared_ptr<PLOutlineNode> &node) const
+{
+    PLNotificationCenter::defaultCenter().post(PLNotificationOutlineNodeWasAdded, m_notificationObject,
+                                               QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+}
+
+void PLOutlineNodeTreeChangesHandler::postNodeRemoved(const std::shared_ptr<PLOutlineNode> &node) const
+{
+    PLNotificationCenter::defaultCenter().post(PLNotificationOutlineNodeWasRemoved, m_notificationObject,
+                                               QVariantMap{{PLDictionaryKeyOutlineNodeRemoved, QVariant::fromValue(node)}});
+}
+
+void PLOutlineNodeTreeChangesHandler::replaceContentInOutlineNode(const std::shared_ptr<PLOutlineNode> &rootNode,
+                                                                  qsizetype location, qsizetype length, const QString &string)
+{
+    if (!rootNode)
+        return;
+    const auto owner = file();
+    m_notificationObject = owner && owner->outlineRootNode() ? owner->outlineRootNode().get() : rootNode.get();
+    if (const auto records = PLOutlineTreeHelper(rootNode).locateNodesInRange(location, length)) {
+        if (records->countOfResults() < 2)
+            replaceInOneNode(records->searchResultAtIndex(0), location, length, string);
+        else
+            replaceAcrossNodes(*records, location, length, string);
+    }
+    applyCommentRule(rootNode);
+    rootNode->fixTree();
+    PLNotificationCenter::defaultCenter().post(PLNotificationNameNodeDidChangeChildren, rootNode.get());
+}
+
+void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentParserNodeSearchResult &first,
+                                                       qsizetype location, qsizetype length, const QString &string)
+{
+    const auto node = first.node();
+    node->replaceContentInRange(location - first.location(), length, string);
+    const auto parsed = m_stringParser->parseString(node->content());
+    const auto parent = node->parent();
+    if (parsed.isEmpty() || !parent)
+        return;
+    const qsizetype index = node->indexInParent();
+    const auto owner = file();
+    const auto oldChildren = node->children();
+
+    if (parsed.size() == 1) {
+        const auto &replacement = parsed.front();
+        qsizetype moved = 0;
+        for (const auto &child : oldChildren) {
+            if (child->type() == PLOutlineNode::FileRoot) {
+                if (owner)
+                    owner->releaseFileContainedInDocument(child->file());
+            } else {
+                replacement->insertChild(child, moved++);
+            }
+        }
+        parent->insertChild(replacement, index);
+        postNodeAdded(replacement);
+        parent->removeChild(node);
+        postNodeRemoved(node);
+        return;
+    }
+
+    for (qsizetype i = parsed.size() - 1; i >= 0; --i) {
+        parent->insertChild(parsed[i], index + 1);
+        postNodeAdded(parsed[i]);
+    }
+    std::shared_ptr<PLOutlineNode> firstInclude;
+    for (const auto &candidate : parsed) {
+        if (candidate->type() == PLOutlineNode::Text && candidate->textNodeSubType() == PLOutlineNode::FileInclude) {
+            firstInclude = candidate;
+            break;
+        }
+    }
+    const auto nodeFile = node->file();
+    const bool retypedUntitledInclude = firstInclude && nodeFile && nodeFile->isUntitled() && firstInclude->file()
+        && firstInclude->file()->isUntitled() && node->isFileReference();
+    const qsizetype after = index + 1 + parsed.size();
+    for (auto it = oldChildren.rbegin(); it != oldChildren.rend(); ++it) {
+        const auto &child = *it;
+        if (child->type() != PLOutlineNode::FileRoot) {
+            parent->insertChild(child, after);
+            continue;
+        }
+        const auto childFile = child->file();
+        const auto opened = firstInclude ? firstInclude->childAtIndex(0) : nullptr;
+        if (retypedUntitledInclude && opened && childFile) {
+            // A retyped include in an untitled document keeps the untitled file it named, with its
+            // text and outline, under the name now typed.
+            const auto created = opened->file();
+            if (created == childFile) {
+                created->close();
+                continue;
+            }
+            if (owner)
+                owner->removeFileFromFilesContaindInDocument(created);
+            childFile->setName(created->name());
+            created->close();
+            firstInclude->removeChild(opened);
+            child->setName(childFile->name());
+            firstInclude->addChild(child);
+        } else if (owner) {
+            owner->releaseFileContainedInDocument(childFile);
+        }
+    }
+    parent->removeChild(node);
+    postNodeRemoved(node);
+}
+
+void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileContentRangeSearchResult &records,
+                                                         qsizetype location, qsizetype length, const QString &string)
+{
+    const auto &first = records.searchResultAtIndex(0);
+    const auto &last = records.searchResultAtIndex(records.countOfResults() - 1);
+    const auto merged = first.node();
+    const QString content = merged->content().left(location - first.location()) + string
+        + last.node()->content().mid(location + length - last.location());
+
+    // The nodes after the range that hang below covered nodes keep their text order under the
+    // merged node; the last covered node's children come first, then the later children of each
+    // covered ancestor of it.
+    std::unordered_set<const PLOutlineNode *> covered;
+    for (const auto &record : records.nodes())
+        covered.insert(record.node().get());
+    std::vector<std::shared_ptr<PLOutlineNode>> orphans;
+    for (qsizetype i = records.countOfResults() - 1; i >= 1; --i) {
+        for (const auto &child : records.searchResultAtIndex(i).node()->children()) {
+            if (child->type() != PLOutlineNode::FileRoot && !covered.count(child.get()))
+                orphans.push_back(child);
+        }
+    }
+    qsizetype at = 0;
+    while (at < merged->childCount() && merged->childAtIndex(at)->type() == PLOutlineNode::FileRoot)
+        ++at;
+    for (const auto &orphan : orphans) {
+        merged->insertChild(orphan, at++);
+        postNodeAdded(merged);
+    }
+
+    for (qsizetype i = records.countOfResults() - 1; i >= 1; --i) {
+        const auto node = records.searchResultAtIndex(i).node();
+        if (const auto parent = node->parent())
+            parent->removeChild(node);
+        postNodeRemoved(node);
+        if (node->type() == PLOutlineNode::Text && node->textNodeSubType() == PLOutlineNode::FileInclude
+            && node->childCount() == 1) {
+            if (const auto includer = node->file())
+                includer->releaseFileContainedInDocument(node->childAtIndex(0)->file());
+        }
+    }
+    merged->replaceContentInRange(0, merged->contentLength(), content);
+}
+
+void PLOutlineNodeTreeChangesHandler::applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode)
+{
+    const auto owner = file();
+    bool previousLineCommented = rootNode->isLastLineCommented();
+    for (auto node = rootNode->traverseRight(); node; node = node->traverseRight()) {
+        if (previousLineCommented) {
+            if (node->isFileReference() && node->childCount() > 0) {
+                const auto included = node->childAtIndex(0);
+                node->removeChild(included);
+                postNodeRemoved(included);
+                if (owner)
+                    owner->releaseFileContainedInDocument(included->file());
+            }
+            node->setType(PLOutlineNode::Text);
+            node->setTextNodeSubType(PLOutlineNode::PlainText);
+        }
+        previousLineCommented = node->isLastLineCommented();
+    }
+}

@@ -1,0 +1,486 @@
+#include "PLFile.h"
+
+#include "PLFileContentOutlineParser.h"
+#include "PLFilePool.h"
+#include "PLLogging.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLStringLineCalculations.h"
+#include "PLTextContentBuffer.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QUndoStack>
+
+#include <unordered_set>
+
+namespace {
+const QString PLFileErrorDomain = QStringLiteral("PLFileErrorDomain");
+
+QString percentUnescaped(const QString &string)
+{
+    return QUrl::fromPercentEncoding(string.toUtf8());
+}
+}
+
+std::shared_ptr<PLFile> PLFile::fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
+                                             PLStringEncoding encoding, PLError *error)
+{
+    if (path.isEmpty()) {
+        PLSetError(error, PLFileErrorDomain, 1, QStringLiteral("A file needs a path to be opened."));
+        return nullptr;
+    }
+    PLFilePool &pool = PLFilePool::sharedFilePool();
+    if (auto pooled = pool.fileForPath(path)) {
+        ++pooled->m_openCount;
+        return pooled;
+    }
+    std::shared_ptr<PLFile> file(new PLFile);
+    file->initWithFilePath(path, std::move(parser), encoding);
+    pool.didOpenFile(file);
+    return file;
+}
+
+std::shared_ptr<PLFile> PLFile::fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
+                                             PLError *error)
+{
+    return fileWithPath(path, std::move(parser), PLStringEncodings::UTF8, error);
+}
+
+std::shared_ptr<PLFile> PLFile::untitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser)
+{
+    PLFilePool &pool = PLFilePool::sharedFilePool();
+    if (auto pooled = pool.untitledFileWithName(name)) {
+        qCDebug(lcFile).noquote() << QStringLiteral("read untitled file from pool: %1").arg(pooled->description());
+        ++pooled->m_openCount;
+        return pooled;
+    }
+    std::shared_ptr<PLFile> file(new PLFile);
+    file->initAsUntitledFileWithName(name, std::move(parser));
+    qCDebug(lcFile).noquote() << QStringLiteral("created new untitled file: %1").arg(file->description());
+    pool.didOpenUntitledFile(file);
+    return file;
+}
+
+PLStringEncoding PLFile::preferedEncoding()
+{
+    const QVariant value = PLUserDefaults::standardUserDefaults().objectForKey(PLUserDefaultsFileEncoding);
+    return value.isValid() ? PLStringEncoding(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsFileEncoding))
+                           : PLStringEncodings::UTF8;
+}
+
+PLFile::~PLFile() = default;
+
+void PLFile::initWithFilePath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser, PLStringEncoding encoding)
+{
+    m_stringPath = path;
+    if (!QFileInfo::exists(path)) {
+        // A file still to be written: empty, and reported as changed on disk since nothing was read.
+        figureOutNameOfFile();
+        m_contentParser = std::move(parser);
+        createContentBuffer(QString());
+        resetOutline();
+        parse();
+        m_contentBuffer->undoManager()->clear();
+        return;
+    }
+    m_encoding = encoding;
+    figureOutNameOfFile();
+    const std::optional<QString> text = readText(encoding);
+    m_contentParser = std::move(parser);
+    createContentBuffer(text.value_or(QString()));
+    resetOutline();
+    parse();
+    recordFileAttributes();
+    m_contentBuffer->updateFileEngine();
+}
+
+void PLFile::initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser)
+{
+    m_name = name;
+    m_contentParser = std::move(parser);
+    createContentBuffer(QString());
+    resetOutline();
+    parse();
+}
+
+void PLFile::createContentBuffer(const QString &text)
+{
+    m_contentBuffer = std::make_unique<PLTextContentBuffer>(name(), shared_from_this(), text, m_contentParser);
+}
+
+void PLFile::parse()
+{
+    if (m_contentParser)
+        m_contentParser->parseFile(shared_from_this());
+}
+
+std::optional<QString> PLFile::readText(PLStringEncoding encoding)
+{
+    QFile file(m_stringPath);
+    const bool readable = file.open(QIODevice::ReadOnly);
+    const QByteArray bytes = readable ? file.readAll() : QByteArray();
+    if (readable) {
+        if (auto text = PLStringEncodings::decode(bytes, encoding)) {
+            m_wasContentReadProperly = true;
+            return text;
+        }
+    }
+    m_wasContentReadProperly = false;
+    if (!readable) {
+        qCWarning(lcFile).noquote() << QStringLiteral("cannot read %1: %2").arg(m_stringPath, file.errorString());
+        return std::nullopt;
+    }
+    return PLStringEncodings::decode(bytes, PLStringEncodings::MacOSRoman);
+}
+
+void PLFile::recordFileAttributes()
+{
+    const QFileInfo info(m_stringPath);
+    if (info.exists())
+        m_recordedModificationDate = info.lastModified();
+    else
+        m_recordedModificationDate.reset();
+}
+
+QString PLFile::name() const
+{
+    return percentUnescaped(m_name);
+}
+
+QString PLFile::content() const
+{
+    return m_contentBuffer ? m_contentBuffer->string() : QString();
+}
+
+QList<std::shared_ptr<PLFile>> PLFile::filesInDocument() const
+{
+    return QList<std::shared_ptr<PLFile>>(m_filesInDocument.begin(), m_filesInDocument.end());
+}
+
+QList<std::shared_ptr<PLFile>> PLFile::allFilesInDocument()
+{
+    QList<std::shared_ptr<PLFile>> files;
+    std::unordered_set<const PLFile *> visited;
+    std::vector<std::shared_ptr<PLFile>> pending{shared_from_this()};
+    while (!pending.empty()) {
+        auto file = std::move(pending.back());
+        pending.pop_back();
+        if (!visited.insert(file.get()).second)
+            continue;
+        pending.insert(pending.end(), file->m_filesInDocument.rbegin(), file->m_filesInDocument.rend());
+        files.append(std::move(file));
+    }
+    return files;
+}
+
+QString PLFile::type() const
+{
+    const QString fileName = name();
+    const qsizetype dot = fileName.lastIndexOf(u'.');
+    return dot < 0 ? QString() : fileName.mid(dot + 1);
+}
+
+QString PLFile::nameWithOutFileExtension() const
+{
+    const QString fileName = name();
+    const qsizetype dot = fileName.lastIndexOf(u'.');
+    return dot < 0 ? fileName : fileName.left(dot);
+}
+
+QString PLFile::directoryOfFile() const
+{
+    if (m_stringPath.isEmpty())
+        return QString();
+    return m_stringPath.left(m_stringPath.lastIndexOf(u'/') + 1);
+}
+
+QString PLFile::directoryPathOfFile() const
+{
+    return percentUnescaped(directoryOfFile());
+}
+
+QString PLFile::pdfPath() const
+{
+    return directoryOfFile() + nameWithOutFileExtension() + QStringLiteral(".pdf");
+}
+
+QString PLFile::url() const
+{
+    return QStringLiteral("file://localhost")
+        + QString::fromLatin1(QUrl::toPercentEncoding(m_stringPath, QByteArrayLiteral("/!$&'()*+,;=:@")));
+}
+
+QString PLFile::description() const
+{
+    return QStringLiteral("<PLFile: 0x%1>, Filepath: %2 (openCount: %3)")
+        .arg(quintptr(this), 0, 16)
+        .arg(m_stringPath)
+        .arg(m_openCount);
+}
+
+QDateTime PLFile::lastModificationDate() const
+{
+    return QFileInfo(m_stringPath).lastModified();
+}
+
+bool PLFile::hasFileBeenEdited() const
+{
+    return m_contentBuffer && m_contentBuffer->undoManager()->canUndo();
+}
+
+bool PLFile::hasDocumentBeenEdited() const
+{
+    return hasFileBeenEdited()
+        || std::any_of(m_filesInDocument.begin(), m_filesInDocument.end(),
+                       [](const auto &file) { return file->hasFileBeenEdited(); });
+}
+
+bool PLFile::hasFileOnHarddriveChanged() const
+{
+    if (isUntitled())
+        return false;
+    return !m_recordedModificationDate || *m_recordedModificationDate != lastModificationDate();
+}
+
+QList<std::shared_ptr<PLFile>> PLFile::filesInDocumentWhichHasBeenChangedByThirdParty()
+{
+    QList<std::shared_ptr<PLFile>> changed;
+    if (hasFileOnHarddriveChanged())
+        changed.append(shared_from_this());
+    for (const auto &file : m_filesInDocument) {
+        if (file->hasFileOnHarddriveChanged())
+            changed.append(file);
+    }
+    return changed;
+}
+
+bool PLFile::reloadContent(PLError *error)
+{
+    return reloadContentUsingEncoding(m_encoding, error);
+}
+
+bool PLFile::reloadContentUsingEncoding(PLStringEncoding encoding, PLError *)
+{
+    m_encoding = encoding;
+    figureOutNameOfFile();
+    // When neither decoding works the old text stays and the outline is rebuilt all the same.
+    if (const std::optional<QString> text = readText(encoding)) {
+        m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(false);
+        m_contentBuffer->setString(*text);
+        m_contentBuffer->undoManager()->clear();
+        m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(true);
+    }
+    resetOutline();
+    parse();
+    recordFileAttributes();
+    m_contentBuffer->updateFileEngine();
+    PLNotificationCenter::defaultCenter().post(PLNotificationFileDidReloadContent, this);
+    return true;
+}
+
+bool PLFile::writeText(const QString &path, PLError *error) const
+{
+    PLError encodingError;
+    const std::optional<QByteArray> bytes = PLStringEncodings::encode(content(), m_encoding, &encodingError);
+    if (!bytes) {
+        PLSetError(error, encodingError.domain, encodingError.code, encodingError.message);
+        return false;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(*bytes) != bytes->size() || !file.commit()) {
+        PLSetError(error, PLFileErrorDomain, 2, QStringLiteral("Cannot write %1: %2").arg(path, file.errorString()));
+        return false;
+    }
+    return true;
+}
+
+bool PLFile::save(PLError *error)
+{
+    if (isUntitled()) {
+        PLSetError(error, PLFileErrorDomain, 3, QStringLiteral("An untitled file has no path to be saved to."));
+        return false;
+    }
+    return writeText(m_stringPath, error);
+}
+
+bool PLFile::saveUsingTmpPath(const QString &path, PLError *error)
+{
+    return writeText(path, error);
+}
+
+std::shared_ptr<PLFile> PLFile::saveToPath(const QString &path, const QString &tmpPath, PLError *error)
+{
+    QFile created(path);
+    if (!created.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        PLSetError(error, PLFileErrorDomain, 4, QStringLiteral("Cannot create %1: %2").arg(path, created.errorString()));
+        return nullptr;
+    }
+    created.close();
+    const QString writtenPath = tmpPath.isEmpty() ? path : tmpPath;
+    if (!writeText(writtenPath, error))
+        return nullptr;
+    const auto self = shared_from_this();
+    close();
+    auto saved = fileWithPath(path, m_contentParser, preferedEncoding(), error);
+    if (!saved)
+        return nullptr;
+    QFile written(writtenPath);
+    if (written.open(QIODevice::ReadOnly)) {
+        const std::optional<QString> text = PLStringEncodings::decode(written.readAll(), m_encoding);
+        // The new file may have been read from an empty placeholder; it takes the saved text as
+        // it stands, without typing filters, and its outline is built from it.
+        if (text && *text != saved->content()) {
+            saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(false);
+            saved->m_contentBuffer->setString(*text);
+            saved->m_contentBuffer->undoManager()->clear();
+            saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(true);
+            saved->resetOutline();
+            saved->parse();
+            saved->m_contentBuffer->updateFileEngine();
+        }
+    }
+    return saved;
+}
+
+std::shared_ptr<PLFile> PLFile::saveToURL(const QUrl &url, const QUrl &tmpUrl, PLError *error)
+{
+    return saveToPath(url.toLocalFile(), tmpUrl.isEmpty() ? QString() : tmpUrl.toLocalFile(), error);
+}
+
+bool PLFile::replaceContentStringInRange(PLRange range, const QString &string)
+{
+    if (range.location < 0 || range.length < 0 || range.end() > content().size())
+        return false;
+    m_contentBuffer->replaceCharactersInRange(range, string);
+    return true;
+}
+
+void PLFile::close()
+{
+    // Include sets never form a loop, but a file reached again while it closes is left alone.
+    if (m_closing)
+        return;
+    m_closing = true;
+    const auto self = shared_from_this();
+    if (m_openCount > 0)
+        --m_openCount;
+    for (const auto &file : filesInDocument())
+        file->close();
+    m_closing = false;
+    if (m_openCount > 0)
+        return;
+    if (isUntitled())
+        PLFilePool::sharedFilePool().didCloseUntitledFile(self);
+    else
+        PLFilePool::sharedFilePool().didCloseFile(self);
+}
+
+void PLFile::resetOutline()
+{
+    // The root object stays the same, so include nodes of other files that hold it see the new
+    // outline and observers that filter on it keep working.
+    if (!m_outlineRootNode) {
+        m_outlineRootNode = PLOutlineNode::create(name(), PLOutlineNode::FileRoot, content(), shared_from_this());
+        return;
+    }
+    while (m_outlineRootNode->childCount() > 0)
+        m_outlineRootNode->removeChild(m_outlineRootNode->childAtIndex(m_outlineRootNode->childCount() - 1));
+    m_outlineRootNode->setName(name());
+    m_outlineRootNode->setContent(content());
+}
+
+QList<PLFileSearchResult> PLFile::searchResultsInContentForString(const QString &string)
+{
+    if (string == m_lastSearchString && !m_lastSearchResults.isEmpty())
+        return m_lastSearchResults;
+    QList<PLFileSearchResult> results;
+    const QString text = content();
+    const auto self = shared_from_this();
+    for (qsizetype from = 0, hit; !string.isEmpty() && (hit = text.indexOf(string, from)) >= 0; from = hit + string.size()) {
+        const PLRange range{hit, string.size()};
+        const PLRange line = PLStringLineCalculations::lineRangeForRange(text, range);
+        results.append(PLFileSearchResult(self, string, range, text.mid(line.location, line.length).trimmed()));
+    }
+    m_lastSearchString = string;
+    m_lastSearchResults = results;
+    return results;
+}
+
+void PLFile::addFileToFilesContainedInDocument(const std::shared_ptr<PLFile> &file)
+{
+    if (file && std::find(m_filesInDocument.begin(), m_filesInDocument.end(), file) == m_filesInDocument.end())
+        m_filesInDocument.push_back(file);
+}
+
+std::shared_ptr<PLFile> PLFile::addFileWithPathToFilesContainedInDocument(const QString &path)
+{
+    auto file = fileWithPath(path, m_contentParser, preferedEncoding());
+    addFileToFilesContainedInDocument(file);
+    return file;
+}
+
+std::shared_ptr<PLFile> PLFile::addUntitledFileWithNameToFilesContainedInDocument(const QString &name)
+{
+    auto file = untitledFileWithName(name, m_contentParser);
+    addFileToFilesContainedInDocument(file);
+    return file;
+}
+
+void PLFile::removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile> &file)
+{
+    m_filesInDocument.erase(std::remove(m_filesInDocument.begin(), m_filesInDocument.end(), file), m_filesInDocument.end());
+}
+
+namespace {
+bool outlineHoldsRoot(const PLOutlineNode &node, const PLOutlineNode *root)
+{
+    for (const auto &child : node.children()) {
+        if (child.get() == root)
+            return true;
+        if (child->type() != PLOutlineNode::FileRoot && outlineHoldsRoot(*child, root))
+            return true;
+    }
+    return false;
+}
+}
+
+void PLFile::releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file)
+{
+    if (!file)
+        return;
+    if (m_outlineRootNode && outlineHoldsRoot(*m_outlineRootNode, file->outlineRootNode().get()))
+        return;
+    removeFileFromFilesContaindInDocument(file);
+    file->close();
+}
+
+void PLFile::removeTypesettingRelatedFiles()
+{
+    if (isUntitled())
+        return;
+    static const QString suffixes[] = {
+        QStringLiteral(".aux"), QStringLiteral(".bbl"), QStringLiteral(".blg"), QStringLiteral(".exa"),
+        QStringLiteral(".idx"), QStringLiteral(".lof"), QStringLiteral(".log"), QStringLiteral(".lot"),
+        QStringLiteral(".out"), QStringLiteral(".toc"), QStringLiteral(".synctex.gz"),
+    };
+    const QString prefix = directoryOfFile() + nameWithOutFileExtension();
+    for (const QString &suffix : suffixes) {
+        if (QFileInfo::exists(prefix + suffix))
+            QFile::remove(prefix + suffix);
+    }
+}
+
+void PLFile::figureOutNameOfFile()
+{
+    if (m_stringPath.isEmpty())
+        return;
+    QString path = m_stringPath;
+    while (path.size() > 1 && path.endsWith(u'/'))
+        path.chop(1);
+    m_name = path.mid(path.lastIndexOf(u'/') + 1);
+}

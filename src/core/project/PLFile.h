@@ -1,0 +1,136 @@
+#pragma once
+
+#include "PLError.h"
+#include "PLFileSearchResult.h"
+#include "PLRange.h"
+#include "PLSearchableFile.h"
+#include "PLStringEncoding.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QString>
+#include <QUrl>
+
+#include <memory>
+#include <optional>
+#include <vector>
+
+class PLFileContentOutlineParser;
+class PLOutlineNode;
+class PLTextContentBuffer;
+
+// One source file of a project: its path, its text in a content buffer, its encoding, its outline
+// and the files it includes directly. The pool hands out one object per path, counting how often
+// it is open, so every document that uses a file shares it.
+class PLFile : public PLSearchableFile, public std::enable_shared_from_this<PLFile>
+{
+public:
+    enum Engine : int { DefaultEngine = 0, XeLaTeXEngine = 2 };
+
+    // The pooled file of the path with its open count raised, or a new file read in the encoding and
+    // registered in the pool; the parser and encoding are ignored for a pooled file.
+    static std::shared_ptr<PLFile> fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
+                                                PLStringEncoding encoding, PLError *error = nullptr);
+    // The same in UTF-8, whatever the settings say.
+    static std::shared_ptr<PLFile> fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
+                                                PLError *error = nullptr);
+    static std::shared_ptr<PLFile> untitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser);
+
+    // The "PLUserDefaultsFileEncoding" setting, or UTF-8 when there is none.
+    static PLStringEncoding preferedEncoding();
+
+    ~PLFile() override;
+    PLFile(const PLFile &) = delete;
+    PLFile &operator=(const PLFile &) = delete;
+
+    const QString &stringPath() const { return m_stringPath; }
+    // The stored name with its percent escapes replaced.
+    QString name() const;
+    void setName(const QString &name) { m_name = name; }
+    PLStringEncoding encoding() const { return m_encoding; }
+    QString content() const;
+    PLTextContentBuffer *contentBuffer() const { return m_contentBuffer.get(); }
+    const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }
+    const std::shared_ptr<PLOutlineNode> &outlineRootNode() const { return m_outlineRootNode; }
+    // The files this file includes directly, in the order they were first included.
+    QList<std::shared_ptr<PLFile>> filesInDocument() const;
+    // This file and every file it includes, directly or not, each once, depth first in include order.
+    QList<std::shared_ptr<PLFile>> allFilesInDocument();
+    quint32 openCount() const { return m_openCount; }
+    int engine() const { return m_engine; }
+    void setEngine(int engine) { m_engine = engine; }
+    PLRange selectedRange() const { return m_selectedRange; }
+    void setSelectedRange(PLRange range) { m_selectedRange = range; }
+    bool wasContentReadProperly() const { return m_wasContentReadProperly; }
+
+    QString type() const;
+    QString nameWithOutFileExtension() const;
+    // The path up to and including its last "/"; null for an untitled file.
+    QString directoryOfFile() const;
+    QString directoryPathOfFile() const;
+    QString pdfPath() const;
+    QString url() const;
+    QString description() const;
+    bool isUntitled() const { return m_stringPath.isEmpty(); }
+
+    QDateTime lastModificationDate() const;
+    bool hasFileBeenEdited() const;
+    bool hasDocumentBeenEdited() const;
+    bool hasFileOnHarddriveChanged() const;
+    QList<std::shared_ptr<PLFile>> filesInDocumentWhichHasBeenChangedByThirdParty();
+
+    bool reloadContent(PLError *error = nullptr);
+    bool reloadContentUsingEncoding(PLStringEncoding encoding, PLError *error = nullptr);
+    // Atomic writes of the text in the file's own encoding.
+    bool save(PLError *error = nullptr);
+    bool saveUsingTmpPath(const QString &path, PLError *error = nullptr);
+    // Save-as: writes the text, closes this file and answers the pooled file of the new path.
+    std::shared_ptr<PLFile> saveToPath(const QString &path, const QString &tmpPath, PLError *error = nullptr);
+    std::shared_ptr<PLFile> saveToURL(const QUrl &url, const QUrl &tmpUrl, PLError *error = nullptr);
+
+    bool replaceContentStringInRange(PLRange range, const QString &string);
+    void close();
+    void resetOutline();
+    // Served from the cache while the string is the last one searched, even after edits.
+    QList<PLFileSearchResult> searchResultsInContentForString(const QString &string) override;
+
+    void addFileToFilesContainedInDocument(const std::shared_ptr<PLFile> &file);
+    std::shared_ptr<PLFile> addFileWithPathToFilesContainedInDocument(const QString &path);
+    std::shared_ptr<PLFile> addUntitledFileWithNameToFilesContainedInDocument(const QString &name);
+    void removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile> &file);
+    // For an include that an edit took away: closes the file and takes it out of the include set,
+    // unless another include node of this file's outline still holds its root.
+    void releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file);
+
+    // Deletes the engine's by-products beside the file; the PDF stays.
+    void removeTypesettingRelatedFiles();
+    void figureOutNameOfFile();
+
+private:
+    PLFile() = default;
+    void initWithFilePath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser, PLStringEncoding encoding);
+    void initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser);
+    void createContentBuffer(const QString &text);
+    void parse();
+    // The text in the file's encoding, falling back to Mac OS Roman; nothing when neither decodes.
+    std::optional<QString> readText(PLStringEncoding encoding);
+    void recordFileAttributes();
+    bool writeText(const QString &path, PLError *error) const;
+
+    QString m_stringPath;
+    QString m_name;
+    PLStringEncoding m_encoding = PLStringEncodings::UTF8;
+    std::unique_ptr<PLTextContentBuffer> m_contentBuffer;
+    std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
+    std::shared_ptr<PLOutlineNode> m_outlineRootNode;
+    std::vector<std::shared_ptr<PLFile>> m_filesInDocument;
+    quint32 m_openCount = 1;
+    // The modification date read with the text; absent means changed on disk.
+    std::optional<QDateTime> m_recordedModificationDate;
+    bool m_wasContentReadProperly = true;
+    int m_engine = DefaultEngine;
+    PLRange m_selectedRange;
+    QString m_lastSearchString;
+    QList<PLFileSearchResult> m_lastSearchResults;
+    bool m_closing = false;
+};

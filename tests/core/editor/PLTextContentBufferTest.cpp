@@ -1,0 +1,193 @@
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineTestSupport.h"
+#include "PLTextContentBuffer.h"
+
+#include <QSignalSpy>
+#include <QUndoStack>
+
+using namespace PLTest;
+
+namespace {
+
+class PLTextContentBufferTest : public ProjectTest
+{
+protected:
+    PLTextContentBuffer *bufferWith(const QString &text)
+    {
+        file = PLFile::fileWithPath(write(QStringLiteral("a.tex"), text), std::make_shared<PLLatexFileContentOutlineParser>());
+        return file->contentBuffer();
+    }
+
+    std::shared_ptr<PLFile> file;
+};
+
+struct TypingCase
+{
+    const char *label;
+    const char16_t *before;
+    PLRange range;
+    const char16_t *typed;
+    const char16_t *after;
+};
+
+void PrintTo(const TypingCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLTextContentBufferTypingTest : public PLTextContentBufferTest, public ::testing::WithParamInterface<TypingCase>
+{
+};
+
+TEST_P(PLTextContentBufferTypingTest, filtersRewriteWhatIsTyped)
+{
+    const TypingCase &c = GetParam();
+    PLTextContentBuffer *buffer = bufferWith(QString::fromUtf16(c.before));
+    buffer->replaceCharactersInRange(c.range, QString::fromUtf16(c.typed));
+    EXPECT_EQ(visible(buffer->string()).toStdString(), visible(QString::fromUtf16(c.after)).toStdString());
+    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
+}
+
+INSTANTIATE_TEST_SUITE_P(Pairing, PLTextContentBufferTypingTest, ::testing::Values(
+    TypingCase{"double quote in an empty buffer", u"", {0, 0}, u"\"", u"``\""},
+    TypingCase{"round bracket", u"ab", {1, 0}, u"(", u"a()b"},
+    TypingCase{"brace over a selection", u"abc", {0, 3}, u"{", u"{}"},
+    TypingCase{"square bracket", u"", {0, 0}, u"[", u"[]"},
+    TypingCase{"closing bracket is never swallowed", u"()", {1, 0}, u")", u"())"},
+    TypingCase{"pasted text starting with a bracket", u"", {0, 0}, u"(x", u"(x"},
+    TypingCase{"single quote", u"", {0, 0}, u"'", u"'"}));
+
+INSTANTIATE_TEST_SUITE_P(AutoIndent, PLTextContentBufferTypingTest, ::testing::Values(
+    TypingCase{"tabs are copied", u"\t\tword", {6, 0}, u"\n", u"\t\tword\n\t\t"},
+    TypingCase{"spaces are not", u"  word", {6, 0}, u"\n", u"  word\n"},
+    TypingCase{"only the tabs before the caret", u"\t\tword", {1, 0}, u"\n", u"\t\n\t\tword"},
+    TypingCase{"indent of the caret's line", u"\tone\n\t\t\ttwo", {11, 0}, u"\n", u"\tone\n\t\t\ttwo\n\t\t\t"},
+    TypingCase{"replacing a selection", u"\tab", {2, 1}, u"\n", u"\ta\n\t"},
+    TypingCase{"carriage return gets no indent", u"\tx", {2, 0}, u"\r", u"\tx\r"},
+    TypingCase{"CR LF gets no indent", u"\tx", {2, 0}, u"\r\n", u"\tx\r\n"},
+    TypingCase{"tabs after text are not copied", u"a\tb", {3, 0}, u"\n", u"a\tb\n"}));
+
+TEST_F(PLTextContentBufferTest, undoRemovesOneReplacementAtATimeAndRedoBringsItBack)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("x"));
+    EXPECT_FALSE(file->hasFileBeenEdited());
+    buffer->replaceCharactersInRange(PLRange{1, 0}, QStringLiteral("("));
+    buffer->replaceCharactersInRange(PLRange{2, 0}, QStringLiteral("a"));
+    EXPECT_EQ(buffer->string(), QStringLiteral("x(a)"));
+    EXPECT_EQ(buffer->undoManager()->count(), 2);
+    EXPECT_TRUE(file->hasFileBeenEdited());
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("x()"));
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("x"));
+    EXPECT_FALSE(file->hasFileBeenEdited());
+    buffer->undoManager()->redo();
+    buffer->undoManager()->redo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("x(a)"));
+    EXPECT_EQ(buffer->undoManager()->count(), 2);
+}
+
+TEST_F(PLTextContentBufferTest, undoReplaysRemovedTextWithoutTypingFilters)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\t\n"));
+    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("\t\n"));
+    buffer->replaceCharactersInRange(PLRange{0, 2}, QStringLiteral("("));
+    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
+    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("("));
+    buffer->undoManager()->redo();
+    EXPECT_EQ(buffer->string(), QString());
+}
+
+TEST_F(PLTextContentBufferTest, undoAndRedoKeepTheOutlineInStep)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("intro\n\\section{A}\ntext\n"));
+    const Lines before = toLines(dumpOutline(file->outlineRootNode()));
+    buffer->replaceCharactersInRange(PLRange{4, 16}, QStringLiteral("\\chapter{B}"));
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("\\section{C}\n"));
+    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
+    const Lines edited = toLines(dumpOutline(file->outlineRootNode()));
+    buffer->undoManager()->undo();
+    buffer->undoManager()->undo();
+    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
+    EXPECT_EQ(buffer->string(), QStringLiteral("intro\n\\section{A}\ntext\n"));
+    buffer->undoManager()->redo();
+    buffer->undoManager()->redo();
+    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
+    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), edited);
+    EXPECT_NE(edited, before);
+}
+
+TEST_F(PLTextContentBufferTest, macroGroupsSeveralReplacementsIntoOneStep)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("aaa"));
+    buffer->undoManager()->beginMacro(QStringLiteral("replace all"));
+    for (qsizetype i = 0; i < 3; ++i)
+        buffer->replaceCharactersInRange(PLRange{i, 1}, QStringLiteral("b"));
+    buffer->undoManager()->endMacro();
+    EXPECT_EQ(buffer->undoManager()->count(), 1);
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("aaa"));
+}
+
+TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abc"));
+    QSignalSpy spy(buffer, &PLTextContentBuffer::didProcessEditing);
+    QString outlineAtReport;
+    QObject::connect(buffer, &PLTextContentBuffer::didProcessEditing,
+                     [&] { outlineAtReport = outlineText(file->outlineRootNode()); });
+    buffer->replaceCharactersInRange(PLRange{1, 1}, QStringLiteral("("));
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy[0][0].value<PLRange>(), (PLRange{1, 2}));
+    EXPECT_EQ(spy[0][1].value<qsizetype>(), 1);
+    EXPECT_EQ(outlineAtReport, QStringLiteral("a()c"));
+    buffer->undoManager()->undo();
+    ASSERT_EQ(spy.count(), 2);
+    EXPECT_EQ(spy[1][0].value<PLRange>(), (PLRange{1, 1}));
+    EXPECT_EQ(spy[1][1].value<qsizetype>(), -1);
+    buffer->replaceCharactersInRange(PLRange{4, 0}, QStringLiteral("x"));
+    EXPECT_EQ(spy.count(), 2);
+    EXPECT_EQ(buffer->string(), QStringLiteral("abc"));
+}
+
+TEST_F(PLTextContentBufferTest, outlineUpdatingCanBeSwitchedOff)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abc"));
+    OutlineNotificationRecorder recorder;
+    buffer->setUpdateOutlineWhenReplacingCharacters(false);
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("%!TEX TS-program = xelatex\n"));
+    EXPECT_TRUE(recorder.notifications.empty());
+    EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
+    EXPECT_EQ(outlineText(file->outlineRootNode()), QStringLiteral("abc"));
+}
+
+TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
+{
+    const struct
+    {
+        const char *text;
+        int engine;
+    } cases[] = {
+        {"%!TEX TS-program = xelatex\n\\section{A}", PLFile::XeLaTeXEngine},
+        {"x %!TEX TS-program=xelatex  \n", PLFile::XeLaTeXEngine},
+        {"%!TEX TS-program = xelatex", PLFile::DefaultEngine},
+        {"%!TEX TS-program = XeLaTeX\n", PLFile::DefaultEngine},
+        {"\\section{A}\n%!TEX TS-program = xelatex\n", PLFile::DefaultEngine},
+    };
+    for (const auto &c : cases) {
+        bufferWith(QString::fromUtf8(c.text));
+        EXPECT_EQ(file->engine(), c.engine) << c.text;
+        file->close();
+    }
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\\section{A}"));
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("%!TEX TS-program = xelatex\n"));
+    EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
+    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
+    EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
+}
+
+}

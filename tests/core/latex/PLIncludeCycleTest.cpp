@@ -1,0 +1,112 @@
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineTestSupport.h"
+
+using namespace PLTest;
+
+namespace {
+
+class PLIncludeCycleTest : public ProjectTest
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &relative)
+    {
+        return PLFile::fileWithPath(path(relative), std::make_shared<PLLatexFileContentOutlineParser>());
+    }
+
+    QStringList projectNames(const std::shared_ptr<PLFile> &file)
+    {
+        QStringList names;
+        for (const auto &member : file->allFilesInDocument())
+            names.append(member->name());
+        return names;
+    }
+
+    // Every node reachable from the root through nextNode, following includes: finite when the
+    // outline has no loop.
+    int nodesReachable(const std::shared_ptr<PLOutlineNode> &root)
+    {
+        int count = 0;
+        for (const auto &child : root->children()) {
+            ++count;
+            count += child->type() == PLOutlineNode::FileRoot ? nodesReachable(child) : nodesReachable(child);
+        }
+        return count;
+    }
+};
+
+struct CycleCase
+{
+    const char *label;
+    std::vector<std::pair<const char *, const char *>> files;
+    QStringList expectedProject;
+};
+
+void PrintTo(const CycleCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLIncludeCycleTableTest : public PLIncludeCycleTest, public ::testing::WithParamInterface<CycleCase>
+{
+};
+
+TEST_P(PLIncludeCycleTableTest, everyFileOpensOnceAndTheLoopingIncludeStaysEmpty)
+{
+    for (const auto &[name, text] : GetParam().files)
+        write(QString::fromUtf8(name), QString::fromUtf8(text));
+    const auto main = open(QString::fromUtf8(GetParam().files.front().first));
+    EXPECT_EQ(projectNames(main), GetParam().expectedProject);
+    EXPECT_EQ(pool.filesOpened().size(), GetParam().expectedProject.size());
+    for (const auto &file : main->allFilesInDocument())
+        EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+    EXPECT_GT(nodesReachable(main->outlineRootNode()), 0);
+    main->close();
+    EXPECT_TRUE(pool.filesOpened().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Projects, PLIncludeCycleTableTest, ::testing::Values(
+    CycleCase{"self include", {{"a.tex", "\\input{a}"}}, {QStringLiteral("a.tex")}},
+    CycleCase{"two files", {{"a.tex", "\\input{b}"}, {"b.tex", "\\section{B}\\input{a}"}},
+              {QStringLiteral("a.tex"), QStringLiteral("b.tex")}},
+    CycleCase{"chain of three", {{"a.tex", "\\input{b}"}, {"b.tex", "\\input{c}"}, {"c.tex", "\\include{a}\\input{b}"}},
+              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("c.tex")}},
+    CycleCase{"bibliography naming its includer", {{"a.tex", "\\bibliography{r}"}, {"r.bib", "\\input{a}"}},
+              {QStringLiteral("a.tex"), QStringLiteral("r.bib")}},
+    CycleCase{"shared file is no loop", {{"a.tex", "\\input{b}\\input{c}"}, {"b.tex", "\\input{d}"}, {"c.tex", "\\input{d}"}, {"d.tex", "d"}},
+              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("d.tex"), QStringLiteral("c.tex")}}));
+
+TEST_F(PLIncludeCycleTest, theLoopingIncludeHasNoChild)
+{
+    write(QStringLiteral("a.tex"), QStringLiteral("\\input{b}"));
+    write(QStringLiteral("b.tex"), QStringLiteral("\\input{a}"));
+    const auto a = open(QStringLiteral("a.tex"));
+    const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
+    EXPECT_EQ(toLines(dumpOutline(a->outlineRootNode())), (Lines{"text ||", "input |\\\\input{b}|", "  root b.tex", "text ||"}));
+    EXPECT_EQ(toLines(dumpOutline(b->outlineRootNode())), (Lines{"text ||", "input |\\\\input{a}|", "text ||"}));
+    EXPECT_TRUE(b->filesInDocument().isEmpty());
+}
+
+TEST_F(PLIncludeCycleTest, typingAnIncludeThatWouldLoopOpensNothing)
+{
+    write(QStringLiteral("a.tex"), QStringLiteral("\\input{b}\n"));
+    write(QStringLiteral("b.tex"), QStringLiteral("\\section{B}\n"));
+    const auto a = open(QStringLiteral("a.tex"));
+    const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
+    b->replaceContentStringInRange(PLRange{b->content().size(), 0}, QStringLiteral("\\input{a}"));
+    b->replaceContentStringInRange(PLRange{b->content().size(), 0}, QStringLiteral("\\input{b}"));
+    EXPECT_EQ(b->content(), QStringLiteral("\\section{B}\n\\input{a}\\input{b}"));
+    EXPECT_TRUE(b->filesInDocument().isEmpty());
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(outlineText(b->outlineRootNode()), b->content());
+    a->outlineRootNode()->fixTree();
+    EXPECT_EQ(projectNames(a), (QStringList{QStringLiteral("a.tex"), QStringLiteral("b.tex")}));
+
+    // Once a no longer includes b, b may include a.
+    ASSERT_TRUE(b->save());
+    a->replaceContentStringInRange(PLRange{0, 9}, QString());
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("b.tex"))), nullptr);
+    const auto reopened = open(QStringLiteral("b.tex"));
+    EXPECT_EQ(reopened->filesInDocument(), QList<std::shared_ptr<PLFile>>{a});
+}
+
+}

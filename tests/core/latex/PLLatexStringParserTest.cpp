@@ -1,0 +1,198 @@
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLLatexStringParser.h"
+#include "PLOutlineTestSupport.h"
+
+#include <QFile>
+
+using namespace PLTest;
+
+namespace {
+
+struct ParseCase
+{
+    const char *label;
+    const char16_t *text;
+    Lines nodes;
+};
+
+void PrintTo(const ParseCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+// Parsing in an untitled file: no include resolves to a path, so these cases touch no disk.
+class PLLatexStringParserTableTest : public ::testing::TestWithParam<ParseCase>
+{
+protected:
+    PLFilePool pool;
+};
+
+Lines flatLines(const QList<std::shared_ptr<PLOutlineNode>> &nodes)
+{
+    QStringList lines;
+    for (const auto &node : nodes)
+        lines.append(nodeLine(*node));
+    return toLines(lines);
+}
+
+TEST_P(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
+{
+    const auto file = PLFile::untitledFileWithName(QStringLiteral("untitled"), nullptr);
+    PLLatexStringParser parser(file);
+    const QString text = QString::fromUtf16(GetParam().text);
+    const auto nodes = parser.parseString(text);
+    EXPECT_EQ(flatLines(nodes), GetParam().nodes);
+    QString joined;
+    for (const auto &node : nodes)
+        joined += node->content();
+    EXPECT_EQ(joined, text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Headings, PLLatexStringParserTableTest, ::testing::Values(
+    ParseCase{"plain section", u"\\section{Intro}",
+              {"text ||", "section \"Intro\" |\\\\section{Intro}|", "text ||"}},
+    ParseCase{"starred with nested braces", u"\\section*{A {nested} title}",
+              {"text ||", "section \"A {nested} title\" |\\\\section*{A {nested} title}|", "text ||"}},
+    ParseCase{"every level", u"\\part{P}\\chapter{C}\\subsection{S}\\subsubsection{T}\\paragraph{U}",
+              {"text ||", "part \"P\" |\\\\part{P}|", "text ||", "chapter \"C\" |\\\\chapter{C}|", "text ||",
+               "subsection \"S\" |\\\\subsection{S}|", "text ||", "subsubsection \"T\" |\\\\subsubsection{T}|", "text ||",
+               "paragraph \"U\" |\\\\paragraph{U}|", "text ||"}},
+    ParseCase{"starred part keeps type one", u"\\part*{X}",
+              {"text ||", "part \"X\" |\\\\part*{X}|", "text ||"}},
+    ParseCase{"unknown sectioning name", u"\\subparagraph{X}", {"text |\\\\subparagraph{X}|"}},
+    ParseCase{"commented heading", u"% \\section{Old}\nafter",
+              {"text |% \\\\section{|", "text |Old}\\nafter|"}},
+    ParseCase{"escaped percent does not comment", u"100\\% \\section{A}",
+              {"text |100\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
+    ParseCase{"doubled backslash still escapes", u"\\\\% \\section{A}",
+              {"text |\\\\\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
+    ParseCase{"comment on an earlier line only", u"% note\n\\section{A}",
+              {"text |% note\\n|", "section \"A\" |\\\\section{A}|", "text ||"}},
+    ParseCase{"title broken by a line feed", u"\\section{Broken\ntitle}",
+              {"text ||", "text |\\\\section{Broken|", "text |\\ntitle}|"}},
+    ParseCase{"unclosed title with an inner group", u"\\section{A {b} c\nrest",
+              {"text ||", "text |\\\\section{A {b} c|", "text |\\nrest|"}},
+    ParseCase{"carriage return stays in the title", u"\\section{A\r\nB}",
+              {"text ||", "text |\\\\section{A\\r|", "text |\\nB}|"}},
+    ParseCase{"title at the end of the text", u"x\\section{A", {"text |x|", "text |\\\\section{A|", "text ||"}},
+    ParseCase{"text around headings", u"a\n\\section{A}\nb\n\\subsection{B}\nc",
+              {"text |a\\n|", "section \"A\" |\\\\section{A}|", "text |\\nb\\n|", "subsection \"B\" |\\\\subsection{B}|",
+               "text |\\nc|"}}));
+
+INSTANTIATE_TEST_SUITE_P(Includes, PLLatexStringParserTableTest, ::testing::Values(
+    ParseCase{"input", u"a\\input{chap}b", {"text |a|", "input |\\\\input{chap}|", "text |b|"}},
+    ParseCase{"include", u"\\include{chap}", {"text ||", "input |\\\\include{chap}|", "text ||"}},
+    ParseCase{"bibliography", u"\\bibliography{refs}", {"text ||", "bib |\\\\bibliography{refs}|", "text ||"}},
+    ParseCase{"space before the brace", u"\\input {chap}", {"text |\\\\input {chap}|"}},
+    ParseCase{"empty argument", u"\\input{}", {"text |\\\\input{}|"}},
+    ParseCase{"graphics are no include", u"\\includegraphics{x}", {"text |\\\\includegraphics{x}|"}},
+    ParseCase{"commented include stays text", u"x % \\input{a} y",
+              {"text |x % \\\\input{a}|", "text | y|"}},
+    ParseCase{"two on one line", u"\\input{a}\\input{b}",
+              {"text ||", "input |\\\\input{a}|", "text ||", "input |\\\\input{b}|", "text ||"}},
+    ParseCase{"include inside a heading's text", u"\\section{A}\n\\input{a}\n",
+              {"text ||", "section \"A\" |\\\\section{A}|", "text |\\n|", "input |\\\\input{a}|", "text |\\n|"}}));
+
+TEST(PLLatexStringParserTest, commentTestLooksAtTheLineBeforeTheLocation)
+{
+    const struct
+    {
+        const char16_t *text;
+        qsizetype location;
+        bool commented;
+    } cases[] = {
+        {u"% a", 3, true},        {u"a % b", 1, false},     {u"a % b", 3, true},
+        {u"%", 0, false},         {u"%", 1, true},          {u"\\% b", 4, false},
+        {u"% x \\% b", 8, true},  {u"%\nabc", 4, false},    {u"a\r\n% b", 6, true},
+        {u"ab\\\\% c", 7, false}, {u"x\u2028% c", 4, true}, {u"% a\r\n", 4, true},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(PLLatexStringParser::isLineCommentedInString(QString::fromUtf16(c.text), c.location), c.commented)
+            << visible(QString::fromUtf16(c.text)).toStdString() << " at " << c.location;
+    }
+}
+
+TEST(PLLatexStringParserTest, sectionStringNeedsBothBraces)
+{
+    PLFilePool pool;
+    PLLatexStringParser parser(nullptr);
+    EXPECT_EQ(parser.parseSectionString(QStringLiteral("\\section")), nullptr);
+    EXPECT_EQ(parser.parseSectionString(QStringLiteral("\\section{A")), nullptr);
+    const auto node = parser.parseSectionString(QStringLiteral("\\chapter*{A} tail"));
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(nodeLine(*node), QStringLiteral("chapter \"A\" |\\\\chapter*{A}|"));
+    EXPECT_FALSE(parser.parseTextNodeForFileIncludes(node).has_value());
+}
+
+class PLLatexStringParserFilesTest : public ProjectTest
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &relative)
+    {
+        return PLFile::fileWithPath(path(relative), std::make_shared<PLLatexFileContentOutlineParser>());
+    }
+
+    QStringList includedPaths(const std::shared_ptr<PLFile> &file) const
+    {
+        QStringList paths;
+        for (const auto &included : file->filesInDocument())
+            paths.append(QDir(folder.path()).relativeFilePath(included->stringPath()));
+        return paths;
+    }
+};
+
+TEST_F(PLLatexStringParserFilesTest, includesResolveAgainstTheIncludingFilesFolder)
+{
+    write(QStringLiteral("main.tex"),
+          QStringLiteral("\\input{chap1}\n\\input{sub/two.tex}\n\\input{a.tex.old}\n\\include{sub/three}\n% \\input{gone}\n"));
+    write(QStringLiteral("chap1.tex"), QStringLiteral("one"));
+    write(QStringLiteral("sub/two.tex"), QStringLiteral("\\include{deeper}"));
+    write(QStringLiteral("sub/deeper.tex"), QStringLiteral("deep"));
+    const auto main = open(QStringLiteral("main.tex"));
+    EXPECT_EQ(includedPaths(main), (QStringList{QStringLiteral("chap1.tex"), QStringLiteral("sub/two.tex"),
+                                                QStringLiteral("a.tex.old"), QStringLiteral("sub/three.tex")}));
+    const auto two = pool.fileForPath(path(QStringLiteral("sub/two.tex")));
+    ASSERT_NE(two, nullptr);
+    EXPECT_EQ(includedPaths(two), QStringList{QStringLiteral("sub/deeper.tex")});
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("gone.tex"))), nullptr);
+    // The included roots hang under their include nodes, in the including file's outline.
+    EXPECT_EQ(toLines(dumpOutline(main->outlineRootNode()).mid(0, 3)),
+              (Lines{"text ||", "input |\\\\input{chap1}|", "  root chap1.tex"}));
+    EXPECT_EQ(main->outlineRootNode()->childAtIndex(1)->childAtIndex(0),
+              pool.fileForPath(path(QStringLiteral("chap1.tex")))->outlineRootNode());
+}
+
+TEST_F(PLLatexStringParserFilesTest, bibliographyNamesEachOpenAFile)
+{
+    write(QStringLiteral("main.tex"), QStringLiteral("\\bibliography{refs, more ,, x.bib}"));
+    const auto main = open(QStringLiteral("main.tex"));
+    EXPECT_EQ(includedPaths(main),
+              (QStringList{QStringLiteral("refs.bib"), QStringLiteral("more.bib"), QStringLiteral("x.bib")}));
+    const auto bibliography = main->outlineRootNode()->childAtIndex(1);
+    ASSERT_EQ(bibliography->childCount(), 3);
+    EXPECT_EQ(bibliography->childAtIndex(1)->name(), QStringLiteral("more.bib"));
+}
+
+TEST_F(PLLatexStringParserFilesTest, includingTheSameFileTwiceSharesItsObject)
+{
+    write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{a}\\bibliography{r}\\bibliography{r}"));
+    const auto main = open(QStringLiteral("main.tex"));
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    const auto r = pool.fileForPath(path(QStringLiteral("r.bib")));
+    EXPECT_EQ(includedPaths(main), (QStringList{QStringLiteral("a.tex"), QStringLiteral("r.bib")}));
+    // Includes look among the known files first; bibliographies open again, raising the count.
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(r->openCount(), 2u);
+}
+
+TEST_F(PLLatexStringParserFilesTest, untitledFilesIncludeUntitledFilesByName)
+{
+    const auto parser = std::make_shared<PLLatexFileContentOutlineParser>();
+    const auto untitled = PLFile::untitledFileWithName(QStringLiteral("Untitled"), parser);
+    untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{chapter}\\bibliography{refs}"));
+    ASSERT_NE(pool.untitledFileWithName(QStringLiteral("chapter")), nullptr);
+    ASSERT_NE(pool.untitledFileWithName(QStringLiteral("refs")), nullptr);
+    EXPECT_TRUE(pool.filesOpened().isEmpty());
+}
+
+}

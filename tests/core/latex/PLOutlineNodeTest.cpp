@@ -1,0 +1,218 @@
+#include "PLOutlineTestSupport.h"
+
+using namespace PLTest;
+
+namespace {
+
+std::shared_ptr<PLOutlineNode> node(quint32 type, const QString &content, const QString &name = QStringLiteral("text"))
+{
+    return PLOutlineNode::create(name, type, content, nullptr);
+}
+
+std::shared_ptr<PLOutlineNode> root()
+{
+    return node(PLOutlineNode::FileRoot, QString(), QStringLiteral("root"));
+}
+
+TEST(PLOutlineNodeTest, childrenHaveOneParentButRootsKeepNone)
+{
+    const auto parent = node(PLOutlineNode::Section, QStringLiteral("\\section{A}"), QStringLiteral("A"));
+    const auto other = node(PLOutlineNode::Section, QStringLiteral("\\section{B}"), QStringLiteral("B"));
+    const auto text = node(PLOutlineNode::Text, QStringLiteral("t"));
+    const auto included = root();
+    parent->addChild(text);
+    parent->addChild(text);
+    other->addChild(text);
+    EXPECT_EQ(parent->childCount(), 0);
+    EXPECT_EQ(other->childCount(), 1);
+    EXPECT_EQ(text->parent(), other);
+
+    const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
+    const auto secondInclude = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
+    include->addChild(included);
+    secondInclude->addChild(included);
+    EXPECT_EQ(included->parent(), nullptr);
+    EXPECT_EQ(include->childAtIndex(0), included);
+    EXPECT_EQ(secondInclude->childAtIndex(0), included);
+    // Only insertion gives a root a parent.
+    parent->insertChild(included, 0);
+    EXPECT_EQ(included->parent(), parent);
+    parent->removeChild(included);
+    EXPECT_EQ(included->parent(), nullptr);
+    EXPECT_EQ(include->childCount(), 1);
+}
+
+TEST(PLOutlineNodeTest, siblingsAndChildIndexesEndWithNothing)
+{
+    const auto parent = root();
+    const auto a = node(PLOutlineNode::Text, QStringLiteral("a"));
+    const auto b = node(PLOutlineNode::Text, QStringLiteral("b"));
+    const auto c = node(PLOutlineNode::Text, QStringLiteral("c"));
+    parent->addChild(a);
+    parent->addChild(c);
+    parent->insertChild(b, 1);
+    EXPECT_EQ(a->leftSibling(), nullptr);
+    EXPECT_EQ(c->rightSibling(), nullptr);
+    EXPECT_EQ(b->leftSibling(), a);
+    EXPECT_EQ(b->rightSibling(), c);
+    EXPECT_EQ(parent->childAtIndex(3), nullptr);
+    EXPECT_EQ(parent->childAtIndex(-1), nullptr);
+    parent->insertChild(c, 0);
+    EXPECT_EQ(parent->childAtIndex(2), c);
+    parent->removeChild(a);
+    EXPECT_EQ(b->indexInParent(), 0);
+    EXPECT_EQ(c->leftSibling(), b);
+    EXPECT_EQ(a->parent(), nullptr);
+}
+
+TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
+{
+    // main: section(text, include(root of a: text, section(text))), text
+    const auto main = root();
+    const auto section = node(PLOutlineNode::Section, QStringLiteral("\\section{A}"), QStringLiteral("A"));
+    const auto firstText = node(PLOutlineNode::Text, QStringLiteral("1"));
+    const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
+    const auto last = node(PLOutlineNode::Text, QStringLiteral("4"));
+    const auto included = root();
+    const auto includedText = node(PLOutlineNode::Text, QStringLiteral("2"));
+    const auto includedSection = node(PLOutlineNode::Section, QStringLiteral("\\section{B}"), QStringLiteral("B"));
+    const auto includedLast = node(PLOutlineNode::Text, QStringLiteral("3"));
+    main->addChild(section);
+    main->addChild(last);
+    section->addChild(firstText);
+    section->addChild(include);
+    include->addChild(included);
+    included->addChild(includedText);
+    included->addChild(includedSection);
+    includedSection->addChild(includedLast);
+
+    QStringList next;
+    for (auto n = main->nextNode(); n; n = n->nextNode())
+        next.append(n->content());
+    EXPECT_EQ(next.join(u','), QStringLiteral(",2,\\section{B},3").prepend(QStringLiteral("\\section{A},1,\\input{a},")));
+    EXPECT_EQ(includedLast->nextNode(), nullptr);
+    EXPECT_EQ(outlineText(main), QStringLiteral("\\section{A}1\\input{a}4"));
+    EXPECT_EQ(outlineText(included), QStringLiteral("2\\section{B}3"));
+    EXPECT_EQ(last->previousNode(), included->childAtIndex(1)->childAtIndex(0));
+    EXPECT_EQ(firstText->previousNode(), section);
+    EXPECT_EQ(section->traverseLeft(), nullptr);
+}
+
+TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
+{
+    const struct
+    {
+        const char *content;
+        const char *line;
+    } cases[] = {
+        {"\\section{A}", "section \"A\" |\\\\section{A}|"},
+        {"\\section{A} and more}", "section \"A} and more\" |\\\\section{A} and more}|"},
+        {"\\part{P}", "part \"P\" |\\\\part{P}|"},
+        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"},
+        {"\\subsection{S}", "subsection \"S\" |\\\\subsection{S}|"},
+        {"\\section*{A}", "text |\\\\section*{A}|"},
+        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"},
+        {"\\paragraph{A}", "text |\\\\paragraph{A}|"},
+        {" \\section{A}", "text | \\\\section{A}|"},
+        {"\\section{A", "text |\\\\section{A|"},
+        {"\\part", "text |\\\\part|"},
+    };
+    for (const auto &c : cases) {
+        const auto n = node(PLOutlineNode::Section, QStringLiteral("x"), QStringLiteral("x"));
+        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(c.content)));
+        EXPECT_EQ(nodeLine(*n).toStdString(), c.line);
+    }
+    const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
+    EXPECT_FALSE(include->replaceContentInRange(9, 1, QStringLiteral("x")));
+    EXPECT_EQ(include->name(), QStringLiteral("input"));
+    EXPECT_TRUE(include->replaceContentInRange(9, 0, QStringLiteral("x")));
+    EXPECT_EQ(include->name(), QStringLiteral("text"));
+    EXPECT_EQ(include->textNodeSubType(), quint32(PLOutlineNode::FileInclude));
+    const auto fileRoot = root();
+    fileRoot->replaceContentInRange(0, 0, QStringLiteral("\\section{A}"));
+    EXPECT_EQ(fileRoot->type(), quint32(PLOutlineNode::FileRoot));
+}
+
+TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
+{
+    const struct
+    {
+        const char *name;
+        const char *escaped;
+    } cases[] = {
+        {"Intro to \\emph{sets}", "Intro to sets"},
+        {"\\LaTeX{} basics", " basics"},
+        {"plain", "plain"},
+        {"a \\alpha b", "a alpha b"},
+        {"\\textbf{x}\\textit{y}", "xy"},
+        {"end \\", "end "},
+        {"\\}{", "}{"},
+    };
+    for (const auto &c : cases)
+        EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(c.name))->escapedName().toStdString(), c.escaped);
+}
+
+TEST(PLOutlineNodeTest, descriptionsByKind)
+{
+    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("abcdefghijk"))->description().endsWith(QStringLiteral("| text: abcdefghij")));
+    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("abcdefghij"))->description().endsWith(QStringLiteral("| text: abcdefghij")));
+    EXPECT_TRUE(PLOutlineNode::createBibliographyNode(QStringLiteral("\\bibliography{r}"), nullptr)
+                    ->description().endsWith(QStringLiteral(" file include: \\bibliography{r}")));
+    EXPECT_TRUE(node(PLOutlineNode::Section, QStringLiteral("\\section{A}"))->description().endsWith(QStringLiteral(" section node: \\section{A}")));
+    EXPECT_TRUE(root()->description().startsWith(QStringLiteral("<PLOutlineNode: 0x")));
+}
+
+TEST(PLOutlineNodeTest, lastLineCommented)
+{
+    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("a\n% b"))->isLastLineCommented());
+    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("% a\nb"))->isLastLineCommented());
+    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("% a\n"))->isLastLineCommented());
+    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("50\\%"))->isLastLineCommented());
+    EXPECT_FALSE(node(PLOutlineNode::Text, QString())->isLastLineCommented());
+}
+
+struct FixTreeCase
+{
+    const char *label;
+    std::vector<std::pair<quint32, const char *>> flat;
+    Lines nested;
+};
+
+void PrintTo(const FixTreeCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLOutlineNodeFixTreeTest : public ::testing::TestWithParam<FixTreeCase>
+{
+};
+
+TEST_P(PLOutlineNodeFixTreeTest, nestsAFlatList)
+{
+    const auto fileRoot = root();
+    for (const auto &[type, content] : GetParam().flat) {
+        const QString text = QString::fromUtf8(content);
+        if (type == PLOutlineNode::Text + 1)
+            fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
+        else
+            fileRoot->addChild(node(type, text, type == PLOutlineNode::Text ? QStringLiteral("text") : text));
+    }
+    fileRoot->fixTree();
+    EXPECT_EQ(toLines(dumpOutline(fileRoot)), GetParam().nested);
+}
+
+constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter,
+                  T = PLOutlineNode::Text, I = PLOutlineNode::Text + 1;
+
+INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeFixTreeTest, ::testing::Values(
+    FixTreeCase{"sections take deeper nodes", {{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
+                {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
+    FixTreeCase{"adjacent text merges", {{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
+    FixTreeCase{"text next to an include stays apart", {{T, "a"}, {I, "\\input{x}"}, {T, "b"}},
+                {"text |a|", "input |\\\\input{x}|", "text |b|"}},
+    FixTreeCase{"a chapter closes sections", {{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
+                {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
+    FixTreeCase{"commented line makes the next include text", {{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}},
+                {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}));
+
+}

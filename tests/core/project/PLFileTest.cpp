@@ -1,0 +1,282 @@
+#include "PLFileFactory.h"
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineTestSupport.h"
+#include "PLTextContentBuffer.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QFile>
+#include <QThread>
+#include <QUndoStack>
+
+using namespace PLTest;
+
+namespace {
+
+class PLFileTest : public ProjectTest
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &path, PLStringEncoding encoding = PLStringEncodings::UTF8)
+    {
+        return PLFile::fileWithPath(path, parser, encoding);
+    }
+
+    std::shared_ptr<PLLatexFileContentOutlineParser> parser = std::make_shared<PLLatexFileContentOutlineParser>();
+};
+
+TEST_F(PLFileTest, onePathIsOneObjectCountedPerOwner)
+{
+    const QString main = write(QStringLiteral("a.tex"), QStringLiteral("text"));
+    const auto first = open(main);
+    const auto second = PLFile::fileWithPath(main, nullptr, PLStringEncodings::ISOLatin1);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(first->openCount(), 2u);
+    EXPECT_EQ(first->encoding(), PLStringEncodings::UTF8);
+    first->close();
+    EXPECT_EQ(pool.fileForPath(main), first);
+    first->close();
+    EXPECT_EQ(pool.fileForPath(main), nullptr);
+    EXPECT_EQ(open(main)->openCount(), 1u);
+    EXPECT_NE(open(main), first);
+}
+
+TEST_F(PLFileTest, closingAFileReleasesItsIncludesEveryTime)
+{
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}"));
+    write(QStringLiteral("a.tex"), QStringLiteral("\\input{b}"));
+    const auto file = open(main);
+    open(main);
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->openCount(), 1u);
+    file->close();
+    // The includer is still open once, yet its includes went with the first close.
+    EXPECT_EQ(pool.fileForPath(main), file);
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("b.tex"))), nullptr);
+}
+
+TEST_F(PLFileTest, untitledFilesArePooledByName)
+{
+    const auto first = PLFile::untitledFileWithName(QStringLiteral("Untitled 1"), parser);
+    EXPECT_TRUE(first->isUntitled());
+    EXPECT_EQ(PLFile::untitledFileWithName(QStringLiteral("Untitled 1"), parser), first);
+    EXPECT_EQ(first->openCount(), 2u);
+    EXPECT_EQ(first->directoryOfFile(), QString());
+    EXPECT_FALSE(first->hasFileOnHarddriveChanged());
+    EXPECT_EQ(first->outlineRootNode()->childCount(), 1);
+    first->close();
+    first->close();
+    EXPECT_EQ(pool.untitledFileWithName(QStringLiteral("Untitled 1")), nullptr);
+}
+
+TEST_F(PLFileTest, derivedNames)
+{
+    const struct
+    {
+        const char *path;
+        const char *name, *type, *base, *directory, *pdf;
+    } cases[] = {
+        {"/p/a.tex", "a.tex", "tex", "a", "/p/", "/p/a.pdf"},
+        {"/p/report.final.tex", "report.final.tex", "tex", "report.final", "/p/", "/p/report.final.pdf"},
+        {"/p/Makefile", "Makefile", "", "Makefile", "/p/", "/p/Makefile.pdf"},
+        {"/p%20q/my%20file.tex", "my file.tex", "tex", "my file", "/p%20q/", "/p%20q/my file.pdf"},
+    };
+    for (const auto &c : cases) {
+        const auto file = open(QString::fromUtf8(c.path));
+        SCOPED_TRACE(c.path);
+        EXPECT_EQ(file->name(), QString::fromUtf8(c.name));
+        EXPECT_EQ(file->type(), QString::fromUtf8(c.type));
+        EXPECT_EQ(file->nameWithOutFileExtension(), QString::fromUtf8(c.base));
+        EXPECT_EQ(file->directoryOfFile(), QString::fromUtf8(c.directory));
+        EXPECT_EQ(file->pdfPath(), QString::fromUtf8(c.pdf));
+    }
+    EXPECT_EQ(open(QStringLiteral("/p%20q/my%20file.tex"))->directoryPathOfFile(), QStringLiteral("/p q/"));
+    EXPECT_EQ(open(QStringLiteral("/p/a b#ü.tex"))->url(), QStringLiteral("file://localhost/p/a%20b%23%C3%BC.tex"));
+    EXPECT_TRUE(open(QStringLiteral("/p/a.tex"))->description().endsWith(QStringLiteral(", Filepath: /p/a.tex (openCount: 2)")));
+}
+
+TEST_F(PLFileTest, missingPathOpensEmptyAndCountsAsChangedOnDisk)
+{
+    const auto file = open(path(QStringLiteral("new.tex")), PLStringEncodings::ISOLatin1);
+    EXPECT_FALSE(file->isUntitled());
+    EXPECT_EQ(file->content(), QString());
+    EXPECT_TRUE(file->wasContentReadProperly());
+    EXPECT_TRUE(file->hasFileOnHarddriveChanged());
+    EXPECT_EQ(file->encoding(), PLStringEncodings::UTF8);
+    EXPECT_FALSE(file->hasFileBeenEdited());
+    EXPECT_EQ(file->outlineRootNode()->childCount(), 1);
+}
+
+TEST_F(PLFileTest, undecodableTextFallsBackToMacRoman)
+{
+    const QString latin = path(QStringLiteral("latin.tex"));
+    writeFile(latin, QByteArrayLiteral("caf\xe9"));
+    const auto file = open(latin);
+    EXPECT_FALSE(file->wasContentReadProperly());
+    EXPECT_EQ(file->content(), QStringLiteral("caf\u00c8"));
+    EXPECT_FALSE(file->hasFileOnHarddriveChanged());
+
+    PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    int reloads = 0;
+    center.addObserver(this, PLNotificationFileDidReloadContent, file.get(), [&](const PLNotification &n) {
+        EXPECT_EQ(n.objectAs<PLFile>(), file.get());
+        ++reloads;
+    });
+    file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("x"));
+    EXPECT_TRUE(file->hasFileBeenEdited());
+    EXPECT_TRUE(file->reloadContentUsingEncoding(PLStringEncodings::ISOLatin1));
+    center.removeObserver(this);
+    EXPECT_EQ(reloads, 1);
+    EXPECT_TRUE(file->wasContentReadProperly());
+    EXPECT_EQ(file->content(), QStringLiteral("caf\u00e9"));
+    EXPECT_EQ(file->encoding(), PLStringEncodings::ISOLatin1);
+    EXPECT_FALSE(file->hasFileBeenEdited());
+    EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+}
+
+TEST_F(PLFileTest, unreadablePathsOpenEmptyAndNeverBreakTheParse)
+{
+    QDir().mkpath(path(QStringLiteral("folder.tex")));
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{folder}\\input{binary}"));
+    writeFile(path(QStringLiteral("binary.tex")), QByteArray("\x00\xff\xfe\\section{\x00", 10));
+    const auto file = open(main);
+    const auto folderFile = pool.fileForPath(path(QStringLiteral("folder.tex")));
+    ASSERT_NE(folderFile, nullptr);
+    EXPECT_FALSE(folderFile->wasContentReadProperly());
+    EXPECT_EQ(folderFile->content(), QString());
+    const auto binary = pool.fileForPath(path(QStringLiteral("binary.tex")));
+    ASSERT_NE(binary, nullptr);
+    EXPECT_FALSE(binary->wasContentReadProperly());
+    EXPECT_EQ(binary->content().size(), 10);
+    EXPECT_EQ(outlineText(binary->outlineRootNode()), binary->content());
+}
+
+TEST_F(PLFileTest, savesAtomicallyInItsOwnEncoding)
+{
+    const QString latin = path(QStringLiteral("latin.tex"));
+    writeFile(latin, QByteArrayLiteral("a"));
+    const auto file = open(latin, PLStringEncodings::ISOLatin1);
+    file->replaceContentStringInRange(PLRange{1, 0}, QStringLiteral("\u00e9"));
+    ASSERT_TRUE(file->save());
+    EXPECT_EQ(readFile(latin), QByteArrayLiteral("a\xe9"));
+    ASSERT_TRUE(file->saveUsingTmpPath(path(QStringLiteral("tmp.tex"))));
+    EXPECT_EQ(readFile(path(QStringLiteral("tmp.tex"))), QByteArrayLiteral("a\xe9"));
+
+    file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\u20ac"));
+    PLError error;
+    EXPECT_FALSE(file->save(&error));
+    EXPECT_TRUE(error.isSet());
+    EXPECT_EQ(readFile(latin), QByteArrayLiteral("a\xe9"));
+    EXPECT_FALSE(PLFile::untitledFileWithName(QStringLiteral("u"), parser)->save());
+}
+
+TEST_F(PLFileTest, saveAsClosesTheFileAndAnswersThePooledNewOne)
+{
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\section{A}\n\\input{a}\n"));
+    write(QStringLiteral("a.tex"), QStringLiteral("inside"));
+    const auto file = open(main);
+    const QString target = path(QStringLiteral("copy/renamed.tex"));
+    QDir().mkpath(path(QStringLiteral("copy")));
+    const QString tmp = path(QStringLiteral("copy/tmp"));
+    const auto saved = file->saveToPath(target, tmp);
+    ASSERT_NE(saved, nullptr);
+    EXPECT_EQ(pool.fileForPath(main), nullptr);
+    EXPECT_EQ(pool.fileForPath(target), saved);
+    EXPECT_EQ(saved->content(), file->content());
+    EXPECT_EQ(readFile(target), QByteArray());
+    EXPECT_EQ(readFile(tmp), file->content().toUtf8());
+    EXPECT_EQ(toLines(dumpOutline(saved->outlineRootNode())),
+              (Lines{"text ||", "section \"A\" |\\\\section{A}|", "  text |\\n|", "  input |\\\\input{a}|",
+                     "    root a.tex", "  text |\\n|"}));
+    EXPECT_EQ(saved->filesInDocument().size(), 1);
+    EXPECT_EQ(file->saveToPath(path(QStringLiteral("missing/x.tex")), QString()), nullptr);
+}
+
+TEST_F(PLFileTest, replacingPastTheEndIsRefused)
+{
+    const auto file = open(write(QStringLiteral("a.tex"), QStringLiteral("abc")));
+    EXPECT_FALSE(file->replaceContentStringInRange(PLRange{2, 2}, QStringLiteral("x")));
+    EXPECT_EQ(file->content(), QStringLiteral("abc"));
+    EXPECT_TRUE(file->replaceContentStringInRange(PLRange{2, 1}, QStringLiteral("x")));
+    EXPECT_EQ(file->content(), QStringLiteral("abx"));
+}
+
+TEST_F(PLFileTest, searchResultsAreCachedForTheLastStringEvenAfterEdits)
+{
+    const auto file = open(write(QStringLiteral("a.tex"), QStringLiteral("  one two\n\tone\r\nxoneone")));
+    const auto results = file->searchResultsInContentForString(QStringLiteral("one"));
+    ASSERT_EQ(results.size(), 4);
+    EXPECT_EQ(results[0].range(), (PLRange{2, 3}));
+    EXPECT_EQ(results[0].lineWithSearchResult(), QStringLiteral("one two"));
+    EXPECT_EQ(results[1].lineWithSearchResult(), QStringLiteral("one"));
+    EXPECT_EQ(results[3].range(), (PLRange{20, 3}));
+    EXPECT_EQ(results[3].file(), file);
+    file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("one "));
+    EXPECT_EQ(file->searchResultsInContentForString(QStringLiteral("one"))[0].range(), (PLRange{2, 3}));
+    EXPECT_EQ(file->searchResultsInContentForString(QStringLiteral("two")).size(), 1);
+    EXPECT_EQ(file->searchResultsInContentForString(QStringLiteral("one"))[0].range(), (PLRange{0, 3}));
+    EXPECT_TRUE(file->searchResultsInContentForString(QString()).isEmpty());
+}
+
+TEST_F(PLFileTest, removesTheElevenByProductsButNeverThePdf)
+{
+    for (const char *suffix : {".aux", ".bbl", ".blg", ".exa", ".idx", ".lof", ".log", ".lot", ".out", ".toc", ".synctex.gz"})
+        write(QStringLiteral("a") + QString::fromLatin1(suffix), QStringLiteral("x"));
+    write(QStringLiteral("a.pdf"), QStringLiteral("x"));
+    write(QStringLiteral("a.tex.bak"), QStringLiteral("x"));
+    open(write(QStringLiteral("a.tex"), QString()))->removeTypesettingRelatedFiles();
+    EXPECT_EQ(QDir(folder.path()).entryList(QDir::Files),
+              (QStringList{QStringLiteral("a.pdf"), QStringLiteral("a.tex"), QStringLiteral("a.tex.bak")}));
+}
+
+TEST_F(PLFileTest, changesOnDiskAreFoundForTheFileAndItsDirectIncludes)
+{
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{b}"));
+    write(QStringLiteral("a.tex"), QStringLiteral("a"));
+    write(QStringLiteral("b.tex"), QStringLiteral("b"));
+    const auto file = open(main);
+    EXPECT_TRUE(file->filesInDocumentWhichHasBeenChangedByThirdParty().isEmpty());
+    QFile b(path(QStringLiteral("b.tex")));
+    ASSERT_TRUE(b.open(QIODevice::ReadWrite));
+    b.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime);
+    const auto changed = file->filesInDocumentWhichHasBeenChangedByThirdParty();
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0]->name(), QStringLiteral("b.tex"));
+    EXPECT_TRUE(changed[0]->reloadContent());
+    EXPECT_TRUE(file->filesInDocumentWhichHasBeenChangedByThirdParty().isEmpty());
+
+    EXPECT_FALSE(file->hasDocumentBeenEdited());
+    changed[0]->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("x"));
+    EXPECT_FALSE(file->hasFileBeenEdited());
+    EXPECT_TRUE(file->hasDocumentBeenEdited());
+}
+
+TEST_F(PLFileTest, includeSetsKeepEachFileOnceInOrder)
+{
+    const auto file = open(write(QStringLiteral("main.tex"), QString()));
+    const auto a = file->addFileWithPathToFilesContainedInDocument(path(QStringLiteral("a.tex")));
+    const auto b = file->addUntitledFileWithNameToFilesContainedInDocument(QStringLiteral("b"));
+    EXPECT_EQ(file->addFileWithPathToFilesContainedInDocument(path(QStringLiteral("a.tex"))), a);
+    EXPECT_EQ(a->openCount(), 2u);
+    EXPECT_EQ(file->filesInDocument(), (QList<std::shared_ptr<PLFile>>{a, b}));
+    file->removeFileFromFilesContaindInDocument(a);
+    EXPECT_EQ(file->filesInDocument(), (QList<std::shared_ptr<PLFile>>{b}));
+}
+
+TEST_F(PLFileTest, preferredEncodingFollowsTheSetting)
+{
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    defaults.setInteger(PLStringEncodings::ISOLatin2, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(PLFile::preferedEncoding(), PLStringEncodings::ISOLatin2);
+    PLFileFactory factory;
+    writeFile(path(QStringLiteral("latin.tex")), QByteArrayLiteral("\xb1"));
+    EXPECT_EQ(factory.fileWithPath(path(QStringLiteral("latin.tex")))->content(), QStringLiteral("\u0105"));
+    defaults.setInteger(0, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(PLFileFactory::encodingToUse(), PLStringEncodings::UTF8);
+    defaults.removeObjectForKey(PLUserDefaultsFileEncoding);
+    EXPECT_EQ(PLFile::preferedEncoding(), PLStringEncodings::UTF8);
+    EXPECT_EQ(factory.untitledFileWithName(QStringLiteral("u"))->contentParser(), factory.contentParser());
+}
+
+}

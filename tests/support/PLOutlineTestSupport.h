@@ -1,0 +1,146 @@
+#pragma once
+
+#include "PLDictionaryKeys.h"
+#include "PLFile.h"
+#include "PLFilePool.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLTestSupport.h"
+
+#include <QDir>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// Readable outlines and recorded outline notifications for the model tests.
+namespace PLTest {
+
+using Lines = std::vector<std::string>;
+
+inline Lines toLines(const QStringList &list)
+{
+    Lines lines;
+    for (const QString &line : list)
+        lines.push_back(line.toStdString());
+    return lines;
+}
+
+inline QString visible(QString text)
+{
+    return text.replace(u'\\', QStringLiteral("\\\\")).replace(u'\n', QStringLiteral("\\n")).replace(u'\r', QStringLiteral("\\r"));
+}
+
+inline QString nodeKind(const PLOutlineNode &node)
+{
+    static const char *headings[] = {"root", "part", "chapter", "section", "subsection", "subsubsection", "paragraph"};
+    if (node.type() < PLOutlineNode::Text)
+        return QString::fromLatin1(headings[node.type()]);
+    if (node.type() == PLOutlineNode::Text && node.textNodeSubType() == PLOutlineNode::FileInclude)
+        return QStringLiteral("input");
+    if (node.type() == PLOutlineNode::Text && node.textNodeSubType() == PLOutlineNode::Bibliography)
+        return QStringLiteral("bib");
+    return node.type() == PLOutlineNode::Text ? QStringLiteral("text") : QStringLiteral("type%1").arg(node.type());
+}
+
+// One line per node, indented by depth: kind, then the name for headings and roots, then the
+// content in bars with line breaks made visible. An included root shows as "root NAME" only.
+inline QString nodeLine(const PLOutlineNode &node)
+{
+    if (node.type() == PLOutlineNode::FileRoot)
+        return QStringLiteral("root ") + node.name();
+    QString line = nodeKind(node);
+    const QString usualName = line == u"input" ? line : line == u"bib" ? QStringLiteral("bibliography") : QStringLiteral("text");
+    if (node.type() != PLOutlineNode::Text || node.name() != usualName)
+        line += QStringLiteral(" \"") + node.name() + u'"';
+    return line + QStringLiteral(" |") + visible(node.content()) + u'|';
+}
+
+inline void dumpChildren(const PLOutlineNode &node, int depth, QStringList &lines)
+{
+    for (const auto &child : node.children()) {
+        lines.append(QString(depth * 2, u' ') + nodeLine(*child));
+        if (child->type() != PLOutlineNode::FileRoot)
+            dumpChildren(*child, depth + 1, lines);
+    }
+}
+
+// The outline of one file below its root, one string per node.
+inline QStringList dumpOutline(const std::shared_ptr<PLOutlineNode> &root)
+{
+    QStringList lines;
+    dumpChildren(*root, 0, lines);
+    return lines;
+}
+
+// The file's text as its nodes hold it, walked from the root with traverseRight.
+inline QString outlineText(const std::shared_ptr<PLOutlineNode> &root)
+{
+    QString text;
+    for (auto node = root->traverseRight(); node; node = node->traverseRight())
+        text += node->content();
+    return text;
+}
+
+struct RecordedNotification
+{
+    QString name;
+    const void *object;
+    std::shared_ptr<PLOutlineNode> node;
+};
+
+// Records the three outline notifications in the order they are posted.
+class OutlineNotificationRecorder
+{
+public:
+    OutlineNotificationRecorder()
+    {
+        auto &center = PLNotificationCenter::defaultCenter();
+        for (const QString &name : {PLNotificationOutlineNodeWasAdded, PLNotificationOutlineNodeWasRemoved,
+                                    PLNotificationNameNodeDidChangeChildren}) {
+            center.addObserver(this, name, nullptr, [this](const PLNotification &n) {
+                QVariant node = n.userInfo().value(PLDictionaryKeyOutlineNodeAdded);
+                if (!node.isValid())
+                    node = n.userInfo().value(PLDictionaryKeyOutlineNodeRemoved);
+                notifications.push_back({n.name(), n.object(), node.value<std::shared_ptr<PLOutlineNode>>()});
+            });
+        }
+    }
+    ~OutlineNotificationRecorder() { PLNotificationCenter::defaultCenter().removeObserver(this); }
+
+    // "added", "removed" and "changed" with the subject's dump line, e.g. "added section "A" |...|".
+    QStringList summary() const
+    {
+        QStringList lines;
+        for (const auto &n : notifications) {
+            const QString kind = n.name == PLNotificationOutlineNodeWasAdded ? QStringLiteral("added")
+                : n.name == PLNotificationOutlineNodeWasRemoved             ? QStringLiteral("removed")
+                                                                            : QStringLiteral("changed");
+            lines.append(n.node ? kind + u' ' + nodeLine(*n.node) : kind);
+        }
+        return lines;
+    }
+
+    std::vector<RecordedNotification> notifications;
+};
+
+// A fresh pool and a temporary project folder for each test.
+class ProjectTest : public ::testing::Test
+{
+protected:
+    QString path(const QString &relative) const { return QDir(folder.path()).filePath(relative); }
+    QString write(const QString &relative, const QString &text) const
+    {
+        writeFile(path(relative), text.toUtf8());
+        return path(relative);
+    }
+
+    QTemporaryDir folder;
+    PLFilePool pool;
+};
+
+}
