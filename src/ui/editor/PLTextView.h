@@ -4,12 +4,15 @@
 #include "PLRange.h"
 #include "PLResponder.h"
 
+#include <QHash>
 #include <QPlainTextEdit>
+#include <QTextCharFormat>
 
 #include <memory>
 #include <optional>
 
 class PLFile;
+class PLTextAttributes;
 class PLTextContentBuffer;
 
 // The editor of one pane. The file's text lives in its content buffer, shared by every pane that
@@ -37,10 +40,10 @@ public:
 
     // The editor font of the settings, or the system's fixed-pitch font when that family is missing.
     static QFont editorFont();
+    static QFont fontNamed(const QString &family, double size);
     void applyEditorBackgroundColor();
 
 signals:
-    void selectionDidChange(PLRange range);
     void didBecomeKey();
 
 protected:
@@ -70,6 +73,10 @@ private:
     // Replaces only the part of [start, end) that differs, so cursors elsewhere stay put.
     void replaceMirrorText(qsizetype start, qsizetype end, const QString &replacement);
     void applyPendingCorrection();
+    // Shows the buffer's colours and fonts over the range on the lines of the mirror.
+    void bufferDidEditAttributes(PLRange range);
+    void applyAttributes(PLRange range);
+    QTextCharFormat formatForAttributes(const PLTextAttributes &attributes);
     void undo();
     void redo();
     void cutSelection();
@@ -88,4 +95,7 @@ private:
     bool m_needsFullResync = false;
     bool m_replayingHistory = false;
     bool m_composing = false;
+    // Colours that arrived while the mirror could not take them yet.
+    PLRange m_pendingAttributeRange = PLNotFoundRange;
+    QHash<QString, QFont> m_fonts;
 };

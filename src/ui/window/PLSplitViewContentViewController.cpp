@@ -168,10 +168,6 @@ void PLSplitViewContentViewController::replaceTextStorageInTextView()
     auto *textView = new PLTextView(m_file, m_contentView);
     connect(textView, &PLTextView::didBecomeKey, this,
             [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
-    connect(textView, &PLTextView::selectionDidChange, this, [this](PLRange range) {
-        if (m_splitViewController)
-            m_splitViewController->splitViewContentControllerDidChangeSelectionToRange(this, range);
-    });
     const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
     if (m_textContentView) {
         m_contentLayout->removeWidget(m_textContentView);

@@ -5,6 +5,7 @@
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLSplitView.h"
 #include "PLSplitViewContentViewController.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -61,10 +62,10 @@ QSplitter *PLSplitViewController::splitView()
 
 QWidget *PLSplitViewController::loadView()
 {
-    m_splitView = new QSplitter(Qt::Horizontal);
+    m_splitView = new PLSplitView(Qt::Horizontal);
     m_splitView->setObjectName(QStringLiteral("PLEditorSplitView"));
     m_splitView->setChildrenCollapsible(false);
-    m_splitView->setHandleWidth(1);
+    m_splitView->setHandleWidth(3);
     connect(m_splitView, &QSplitter::splitterMoved, this, &PLSplitViewController::saveSplitViewSetupToUserDefaults);
     return m_splitView;
 }
@@ -223,24 +224,6 @@ bool PLSplitViewController::splitViewContentControllerShouldClose(PLSplitViewCon
     return true;
 }
 
-void PLSplitViewController::splitViewContentControllerDidRequestToMakeSplitViewInDirectionKey(PLSplitViewContentViewController *,
-                                                                                            int direction)
-{
-    changeSelectionSplitViewToSplitViewInDirection(direction);
-}
-
-void PLSplitViewController::splitViewContentControllerDidChangeSelectionToRange(PLSplitViewContentViewController *pane, PLRange range)
-{
-    if (pane->file())
-        m_selectedRangesInFiles.insert(keyForFile(pane->file()), range);
-}
-
-PLRange PLSplitViewController::splitViewContentControllerRequestedSelectedRangeForFile(PLSplitViewContentViewController *,
-                                                                                      const std::shared_ptr<PLFile> &file) const
-{
-    return m_selectedRangesInFiles.value(keyForFile(file), PLRange{0, 0});
-}
-
 void PLSplitViewController::splitViewContentControllerDidFocusOnPDFView(PLSplitViewContentViewController *pane)
 {
     if (!m_restoringLayout)
@@ -258,9 +241,4 @@ void PLSplitViewController::splitViewContentControllerDidChangeFromFile(PLSplitV
                                                                         const std::shared_ptr<PLFile> &)
 {
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerSelectedSplitViewDidChangeFile, this);
-}
-
-QString PLSplitViewController::keyForFile(const std::shared_ptr<PLFile> &file)
-{
-    return file->isUntitled() ? file->name() : file->stringPath();
 }
