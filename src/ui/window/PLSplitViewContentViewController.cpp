@@ -128,6 +128,8 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_contentLayout = new QStackedLayout(m_contentView);
     m_contentLayout->setContentsMargins(0, 0, 0, 0);
     m_pdfViewEncapsulatorView = new QWidget(m_contentView);
+    m_pdfViewEncapsulatorView->setFocusPolicy(Qt::ClickFocus);
+    m_pdfViewEncapsulatorView->installEventFilter(this);
     auto *pdfLayout = new QStackedLayout(m_pdfViewEncapsulatorView);
     pdfLayout->setContentsMargins(0, 0, 0, 0);
     m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
@@ -135,6 +137,14 @@ QWidget *PLSplitViewContentViewController::loadView()
     layout->addWidget(m_titleBarView);
     layout->addWidget(m_contentView, 1);
     return view;
+}
+
+bool PLSplitViewContentViewController::eventFilter(QObject *watched, QEvent *event)
+{
+    // A click on the PDF side focuses the pane, as a click in its text does.
+    if (watched == m_pdfViewEncapsulatorView && event->type() == QEvent::FocusIn)
+        PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
+    return XSViewController::eventFilter(watched, event);
 }
 
 void PLSplitViewContentViewController::awakeFromNib()
@@ -171,6 +181,7 @@ void PLSplitViewContentViewController::replaceTextStorageInTextView()
     const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
     if (m_textContentView) {
         m_contentLayout->removeWidget(m_textContentView);
+        m_textContentView->hide();
         m_textContentView->deleteLater();
     }
     m_textContentView = textView;

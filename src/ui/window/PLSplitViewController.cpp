@@ -22,7 +22,10 @@ PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowContr
 {
     view();
     m_restoringLayout = true;
-    const QList<QVariantMap> setup = PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    QList<QVariantMap> setup = PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    // A layout that cannot be read still gives the window one pane of text.
+    if (setup.isEmpty())
+        setup << QVariantMap{{PLSplitViewSetupContentType, 0}, {PLSplitViewSetupContentPercentageWidth, 100.0}};
     for (const QVariantMap &entry : setup) {
         PLSplitViewContentViewController *pane = makePane();
         addChild(pane);
