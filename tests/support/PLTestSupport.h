@@ -32,3 +32,4 @@ inline void PrintTo(const PLRange &range, std::ostream *os)
 {
     *os << "{" << range.location << ", " << range.length << "}";
 }
+

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QString>
+
+#include <vector>
+
+// Maps positions between a file's text and the QTextDocument that mirrors it in a text view. The
+// mirror holds every CR LF pair as one block separator, while the file keeps both characters;
+// every other character (a lone CR or LF included) stands one for one. Only the positions of the
+// pairs are kept, so text with plain line feeds costs nothing.
+class PLLineEndingMap
+{
+public:
+    void reset(const QString &text);
+    // Follows a replacement of `oldLength` characters at `location` by `newLength` characters;
+    // `text` is the text after it.
+    void update(const QString &text, qsizetype location, qsizetype oldLength, qsizetype newLength);
+
+    // A text position between the CR and the LF of a pair maps to the end of the separator.
+    qsizetype toMirror(qsizetype location) const;
+    qsizetype toText(qsizetype mirrorPosition) const;
+
+    bool hasPairs() const { return !m_pairs.empty(); }
+    // Whether a CR LF pair started at the location before the last update.
+    bool hasPairAt(qsizetype location) const;
+    // Whether a CR LF pair starts at the location of the text.
+    static bool isPairAt(const QString &text, qsizetype location);
+
+    // The mirror's rendering of a piece of text: each line break is one paragraph separator.
+    static QString mirrorString(const QString &text);
+
+private:
+    // The position of the CR of every CR LF pair, ascending.
+    std::vector<qsizetype> m_pairs;
+};

@@ -1,0 +1,404 @@
+#include "PLTextView.h"
+
+#include "PLFile.h"
+#include "PLSyntaxHighlighter.h"
+#include "PLTextAttributes.h"
+#include "PLTextContentBuffer.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QContextMenuEvent>
+#include <QFontDatabase>
+#include <QMenu>
+#include <QTextBlock>
+#include <QUndoStack>
+
+PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
+    : QPlainTextEdit(parent), m_file(file), m_buffer(file->contentBuffer())
+{
+    setFrameShape(QFrame::NoFrame);
+    setFont(editorFont());
+    document()->setDefaultFont(editorFont());
+    document()->setDocumentMargin(8);
+    setTabStopDistance(QFontMetricsF(editorFont()).horizontalAdvance(QLatin1Char(' ')) * 4);
+    applyEditorBackgroundColor();
+
+    const QString &text = m_buffer->string();
+    m_lineEndings.reset(text);
+    m_lineBreak = m_lineEndings.hasPairs() ? QStringLiteral("\r\n") : QStringLiteral("\n");
+    m_updatingMirror = true;
+    setPlainText(text);
+    m_updatingMirror = false;
+    // The buffer keeps the one history of the file.
+    document()->setUndoRedoEnabled(false);
+
+    // Text read from disk is coloured when it is first shown; edits are coloured as they happen.
+    if (!text.isEmpty() && m_buffer->attributesAtIndex(0).isEmpty())
+        m_buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    connect(document(), &QTextDocument::contentsChange, this, &PLTextView::mirrorDidChange);
+    connect(m_buffer, &PLTextContentBuffer::didProcessEditing, this, &PLTextView::bufferDidProcessEditing);
+    connect(m_buffer, &PLTextContentBuffer::didEditAttributes, this, &PLTextView::bufferDidEditAttributes);
+    applyAttributes(PLRange{0, text.size()});
+    connect(this, &QPlainTextEdit::cursorPositionChanged, this, &PLTextView::selectionDidMove);
+    connect(this, &QPlainTextEdit::selectionChanged, this, &PLTextView::selectionDidMove);
+
+    QUndoStack *history = m_buffer->undoManager();
+    setActionHandler(PLAction::Undo, [this](QAction *) { undo(); }, [history](QAction *) { return history->canUndo(); });
+    setActionHandler(PLAction::Redo, [this](QAction *) { redo(); }, [history](QAction *) { return history->canRedo(); });
+    setActionHandler(PLAction::Cut, [this](QAction *) { cutSelection(); },
+                     [this](QAction *) { return textCursor().hasSelection(); });
+    setActionHandler(PLAction::Copy, [this](QAction *) { copy(); }, [this](QAction *) { return textCursor().hasSelection(); });
+    setActionHandler(PLAction::Paste, [this](QAction *) { pasteClipboard(); }, [this](QAction *) { return canPaste(); });
+    setActionHandler(PLAction::SelectAll, [this](QAction *) { selectAll(); });
+}
+
+PLTextView::~PLTextView() = default;
+
+QFont PLTextView::editorFont()
+{
+    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    return fontNamed(defaults.stringForKey(PLUserDefaultsEditorFontName), double(defaults.integerForKey(PLUserDefaultsEditorFontSize)));
+}
+
+QFont PLTextView::fontNamed(const QString &family, double size)
+{
+    QFont font = QFontDatabase::families().contains(family) ? QFont(family) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    // Stored sizes count pixels of a screen laid out at 72 to the inch; Qt's points assume 96,
+    // so they are scaled to keep the size the user chose.
+    if (size > 0)
+        font.setPointSizeF(size * 72.0 / 96.0);
+    return font;
+}
+
+void PLTextView::applyEditorBackgroundColor()
+{
+    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    QPalette colours = palette();
+    if (const auto background = defaults.colorForKey(PLUserDefaultsEditorBackgroundColor))
+        colours.setColor(QPalette::Base, background->toQColor());
+    if (const auto text = defaults.colorForKey(PLUserDefaultsEditorColorText))
+        colours.setColor(QPalette::Text, text->toQColor());
+    setPalette(colours);
+}
+
+PLRange PLTextView::selectedRange() const
+{
+    const QTextCursor cursor = textCursor();
+    const qsizetype start = m_lineEndings.toText(cursor.selectionStart());
+    return PLRange{start, m_lineEndings.toText(cursor.selectionEnd()) - start};
+}
+
+void PLTextView::setSelectedRange(PLRange range)
+{
+    const qsizetype length = m_buffer->string().size();
+    const qsizetype start = qBound<qsizetype>(0, range.location, length);
+    const qsizetype end = qBound<qsizetype>(start, range.location + range.length, length);
+    QTextCursor cursor(document());
+    cursor.setPosition(int(m_lineEndings.toMirror(start)));
+    cursor.setPosition(int(m_lineEndings.toMirror(end)), QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+}
+
+void PLTextView::scrollRangeToVisible(PLRange range)
+{
+    const QTextCursor selection = textCursor();
+    QTextCursor target(document());
+    target.setPosition(int(m_lineEndings.toMirror(qBound<qsizetype>(0, range.location, m_buffer->string().size()))));
+    setTextCursor(target);
+    centerCursor();
+    setTextCursor(selection);
+}
+
+bool PLTextView::event(QEvent *event)
+{
+    const bool handled = QPlainTextEdit::event(event);
+    applyPendingCorrection();
+    return handled;
+}
+
+bool PLTextView::viewportEvent(QEvent *event)
+{
+    const bool handled = QPlainTextEdit::viewportEvent(event);
+    applyPendingCorrection();
+    return handled;
+}
+
+void PLTextView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Undo)) {
+        undo();
+        return;
+    }
+    if (event->matches(QKeySequence::Redo)) {
+        redo();
+        return;
+    }
+    QPlainTextEdit::keyPressEvent(event);
+}
+
+void PLTextView::inputMethodEvent(QInputMethodEvent *event)
+{
+    m_composing = true;
+    QPlainTextEdit::inputMethodEvent(event);
+    m_composing = false;
+}
+
+void PLTextView::focusInEvent(QFocusEvent *event)
+{
+    QPlainTextEdit::focusInEvent(event);
+    emit didBecomeKey();
+}
+
+void PLTextView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    const QUndoStack *history = m_buffer->undoManager();
+    const bool hasSelection = textCursor().hasSelection();
+    menu.addAction(tr("&Undo"), QKeySequence::Undo, this, &PLTextView::undo)->setEnabled(history->canUndo());
+    menu.addAction(tr("&Redo"), QKeySequence::Redo, this, &PLTextView::redo)->setEnabled(history->canRedo());
+    menu.addSeparator();
+    menu.addAction(tr("Cu&t"), QKeySequence::Cut, this, &PLTextView::cutSelection)->setEnabled(hasSelection);
+    menu.addAction(tr("&Copy"), QKeySequence::Copy, this, &QPlainTextEdit::copy)->setEnabled(hasSelection);
+    menu.addAction(tr("&Paste"), QKeySequence::Paste, this, &PLTextView::pasteClipboard)->setEnabled(canPaste());
+    menu.addAction(tr("Delete"), this, &PLTextView::deleteSelection)->setEnabled(hasSelection);
+    menu.addSeparator();
+    menu.addAction(tr("Select &All"), QKeySequence::SelectAll, this, &QPlainTextEdit::selectAll);
+    menu.exec(event->globalPos());
+}
+
+void PLTextView::undo()
+{
+    m_replayingHistory = true;
+    m_buffer->undoManager()->undo();
+    m_replayingHistory = false;
+}
+
+void PLTextView::redo()
+{
+    m_replayingHistory = true;
+    m_buffer->undoManager()->redo();
+    m_replayingHistory = false;
+}
+
+void PLTextView::cutSelection()
+{
+    cut();
+    applyPendingCorrection();
+}
+
+void PLTextView::pasteClipboard()
+{
+    paste();
+    applyPendingCorrection();
+}
+
+void PLTextView::deleteSelection()
+{
+    textCursor().removeSelectedText();
+    applyPendingCorrection();
+}
+
+QString PLTextView::mirrorText(qsizetype start, qsizetype end) const
+{
+    QTextCursor cursor(document());
+    cursor.setPosition(int(start));
+    cursor.setPosition(int(end), QTextCursor::KeepAnchor);
+    return cursor.selectedText();
+}
+
+void PLTextView::mirrorDidChange(int position, int charsRemoved, int charsAdded)
+{
+    if (m_updatingMirror)
+        return;
+    if (m_pendingCorrection) {
+        // A second edit arrived before the first could be corrected: place it as well as the
+        // uncorrected stretch allows, and lay the whole mirror over the buffer afterwards.
+        m_needsFullResync = true;
+    }
+    const auto textPosition = [this](qsizetype mirrorPosition) {
+        if (const auto &pending = m_pendingCorrection) {
+            if (mirrorPosition >= pending->end)
+                mirrorPosition += pending->text.size() - (pending->end - pending->start);
+            else if (mirrorPosition > pending->start)
+                mirrorPosition = pending->start + qMin(mirrorPosition - pending->start, qsizetype(pending->text.size()));
+        }
+        return m_lineEndings.toText(mirrorPosition);
+    };
+    // Layout passes and input-method previews report whole blocks, sometimes past the end.
+    const qsizetype mirrorLength = document()->characterCount() - 1;
+    const qsizetype addedEnd = qMin<qsizetype>(position + charsAdded, mirrorLength);
+    const qsizetype removedEnd = qMin<qsizetype>(position + charsRemoved, mirrorLength - charsAdded + charsRemoved);
+    qsizetype start = textPosition(position);
+    qsizetype end = textPosition(removedEnd);
+    QString added = mirrorText(position, addedEnd);
+    const QString removed = PLLineEndingMap::mirrorString(m_buffer->string().mid(start, end - start));
+    if (added == removed)
+        return;
+    if (m_composing) {
+        // An input method's report covers its whole block: keep only what changed in it.
+        qsizetype prefix = 0;
+        while (prefix < added.size() && prefix < removed.size() && added.at(prefix) == removed.at(prefix))
+            ++prefix;
+        qsizetype suffix = 0;
+        while (suffix < added.size() - prefix && suffix < removed.size() - prefix
+               && added.at(added.size() - 1 - suffix) == removed.at(removed.size() - 1 - suffix))
+            ++suffix;
+        start = textPosition(position + prefix);
+        end = textPosition(removedEnd - suffix);
+        added = added.mid(prefix, added.size() - prefix - suffix);
+    }
+
+    QString replacement = added;
+    replacement.replace(QChar::ParagraphSeparator, m_lineBreak);
+    m_localEdit = LocalEdit{removedEnd - position, addedEnd - position};
+    m_buffer->replaceCharactersInRange(PLRange{start, end - start}, replacement);
+    m_localEdit.reset();
+    if (m_pendingCorrection || m_needsFullResync)
+        QMetaObject::invokeMethod(this, &PLTextView::applyPendingCorrection, Qt::QueuedConnection);
+}
+
+void PLTextView::bufferDidProcessEditing(PLRange editedRange, qsizetype changeInLength)
+{
+    const QString &text = m_buffer->string();
+    const qsizetype oldLength = editedRange.length - changeInLength;
+    // Widen the edit so that it cuts no CR LF pair, before or after it: the mirror holds a pair
+    // as one separator and cannot be edited between its two characters.
+    qsizetype start = editedRange.location;
+    qsizetype oldEnd = editedRange.location + oldLength;
+    qsizetype newEnd = editedRange.location + editedRange.length;
+    if (m_lineEndings.hasPairAt(start - 1) || PLLineEndingMap::isPairAt(text, start - 1))
+        --start;
+    if (m_lineEndings.hasPairAt(oldEnd - 1) || PLLineEndingMap::isPairAt(text, newEnd - 1)) {
+        ++oldEnd;
+        ++newEnd;
+    }
+    const qsizetype mirrorStart = m_lineEndings.toMirror(start);
+    qsizetype mirrorEnd = m_lineEndings.toMirror(oldEnd);
+    m_lineEndings.update(text, editedRange.location, oldLength, editedRange.length);
+    const QString desired = PLLineEndingMap::mirrorString(text.mid(start, newEnd - start));
+
+    if (m_needsFullResync)
+        return;
+    if (m_localEdit) {
+        // The user's own edit is in the mirror already; what the buffer's typing filters added
+        // is put right once the editing control is done with the event.
+        mirrorEnd += m_localEdit->charsAdded - m_localEdit->charsRemoved;
+        if (mirrorText(mirrorStart, mirrorEnd) != desired)
+            m_pendingCorrection = Correction{mirrorStart, mirrorEnd, desired};
+        return;
+    }
+    replaceMirrorText(mirrorStart, mirrorEnd, desired);
+    if (m_replayingHistory) {
+        QTextCursor cursor = textCursor();
+        cursor.setPosition(int(m_lineEndings.toMirror(editedRange.location + editedRange.length)));
+        setTextCursor(cursor);
+        ensureCursorVisible();
+    }
+}
+
+void PLTextView::replaceMirrorText(qsizetype start, qsizetype end, const QString &replacement)
+{
+    const QString current = mirrorText(start, end);
+    qsizetype prefix = 0;
+    const qsizetype shorter = qMin(current.size(), replacement.size());
+    while (prefix < shorter && current.at(prefix) == replacement.at(prefix))
+        ++prefix;
+    qsizetype suffix = 0;
+    while (suffix < shorter - prefix && current.at(current.size() - 1 - suffix) == replacement.at(replacement.size() - 1 - suffix))
+        ++suffix;
+    if (prefix == current.size() && prefix == replacement.size())
+        return;
+    QTextCursor cursor(document());
+    cursor.setPosition(int(start + prefix));
+    cursor.setPosition(int(end - suffix), QTextCursor::KeepAnchor);
+    m_updatingMirror = true;
+    cursor.insertText(replacement.mid(prefix, replacement.size() - prefix - suffix));
+    m_updatingMirror = false;
+}
+
+void PLTextView::applyPendingCorrection()
+{
+    if (m_needsFullResync) {
+        m_needsFullResync = false;
+        m_pendingCorrection.reset();
+        m_lineEndings.reset(m_buffer->string());
+        replaceMirrorText(0, document()->characterCount() - 1, PLLineEndingMap::mirrorString(m_buffer->string()));
+        m_pendingAttributeRange = PLRange{0, m_buffer->string().size()};
+    } else if (m_pendingCorrection) {
+        const Correction correction = *m_pendingCorrection;
+        m_pendingCorrection.reset();
+        replaceMirrorText(correction.start, correction.end, correction.text);
+    }
+    if (m_pendingAttributeRange.isFound()) {
+        const PLRange range = m_pendingAttributeRange;
+        m_pendingAttributeRange = PLNotFoundRange;
+        applyAttributes(range);
+    }
+}
+
+void PLTextView::bufferDidEditAttributes(PLRange range)
+{
+    // In the middle of the user's own edit the mirror cannot be touched: colour it afterwards.
+    if (m_localEdit || m_pendingCorrection || m_needsFullResync) {
+        if (m_pendingAttributeRange.isFound()) {
+            const qsizetype start = qMin(range.location, m_pendingAttributeRange.location);
+            const qsizetype end = qMax(range.end(), m_pendingAttributeRange.end());
+            m_pendingAttributeRange = PLRange{start, end - start};
+        } else {
+            m_pendingAttributeRange = range;
+        }
+        QMetaObject::invokeMethod(this, &PLTextView::applyPendingCorrection, Qt::QueuedConnection);
+        return;
+    }
+    applyAttributes(range);
+}
+
+void PLTextView::applyAttributes(PLRange range)
+{
+    const qsizetype textLength = m_buffer->string().size();
+    const qsizetype start = qBound<qsizetype>(0, range.location, textLength);
+    const qsizetype end = qBound<qsizetype>(start, range.end(), textLength);
+    const qsizetype mirrorEnd = m_lineEndings.toMirror(end);
+    m_updatingMirror = true;
+    for (QTextBlock block = document()->findBlock(int(m_lineEndings.toMirror(start))); block.isValid() && block.position() <= mirrorEnd;
+         block = block.next()) {
+        // A block holds no line break of its own, so its characters run one for one in the text.
+        const qsizetype blockStart = m_lineEndings.toText(block.position());
+        QList<QTextLayout::FormatRange> formats;
+        m_buffer->enumerateAttributes(PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
+            const QTextCharFormat format = formatForAttributes(attributes);
+            if (!format.isEmpty())
+                formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
+        });
+        block.layout()->setFormats(formats);
+        document()->markContentsDirty(block.position(), block.length());
+    }
+    m_updatingMirror = false;
+}
+
+QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attributes)
+{
+    QTextCharFormat format;
+    if (const auto foreground = attributes.foregroundColor())
+        format.setForeground(foreground->toQColor());
+    if (const auto background = attributes.backgroundColor(); background && background->toQColor().alpha() > 0)
+        format.setBackground(background->toQColor());
+    if (const auto font = attributes.font()) {
+        const QString key = font->family + QLatin1Char('/') + QString::number(font->pointSize);
+        auto known = m_fonts.find(key);
+        if (known == m_fonts.end())
+            known = m_fonts.insert(key, fontNamed(font->family, font->pointSize));
+        // The document's own font needs no format of its own.
+        if (*known != document()->defaultFont())
+            format.setFont(*known);
+    }
+    return format;
+}
+
+void PLTextView::selectionDidMove()
+{
+    if (m_updatingMirror || m_pendingCorrection || !hasFocus())
+        return;
+    // The file remembers the place, so a pane that shows it later starts there.
+    m_file->setSelectedRange(selectedRange());
+}

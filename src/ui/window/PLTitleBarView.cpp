@@ -1,0 +1,19 @@
+#include "PLTitleBarView.h"
+
+#include "PLResourceImage.h"
+
+#include <QPainter>
+
+PLTitleBarView::PLTitleBarView(QWidget *parent)
+    : QWidget(parent), m_background(PLResourceImage(QStringLiteral("titlebarBackground.png")))
+{
+    setFixedHeight(height);
+}
+
+void PLTitleBarView::paintEvent(QPaintEvent *)
+{
+    // The background is a vertical gradient: stretched across, it looks the same at any width.
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform);
+    painter.drawPixmap(rect(), m_background);
+}

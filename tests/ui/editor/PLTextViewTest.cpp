@@ -1,0 +1,228 @@
+#include "PLFile.h"
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLTextAttributes.h"
+#include "PLTestSupport.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QHBoxLayout>
+#include <QInputMethodEvent>
+#include <QMimeData>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTextBlock>
+#include <QUndoStack>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class TextView : public ::testing::Test
+{
+protected:
+    std::shared_ptr<PLFile> open(const QByteArray &bytes)
+    {
+        path = folder.filePath(QStringLiteral("chapter.tex"));
+        PLTest::writeFile(path, bytes);
+        file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        return file;
+    }
+
+    // Shows the views side by side in one window, the first one focused.
+    void show(std::initializer_list<PLTextView *> views)
+    {
+        window.resize(800, 400);
+        auto *layout = new QHBoxLayout(&window);
+        for (PLTextView *view : views)
+            layout->addWidget(view);
+        window.show();
+        (*views.begin())->setFocus();
+    }
+
+    static QString mirrorOf(const PLTextView &view)
+    {
+        QString text;
+        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next())
+            text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
+        return text;
+    }
+
+    void expectInStep(std::initializer_list<const PLTextView *> views)
+    {
+        const QString expected = PLLineEndingMap::mirrorString(file->contentBuffer()->string());
+        for (const PLTextView *view : views)
+            EXPECT_EQ(mirrorOf(*view), expected);
+    }
+
+    void TearDown() override
+    {
+        if (file)
+            file->close();
+    }
+
+    QTemporaryDir folder;
+    QString path;
+    std::shared_ptr<PLFile> file;
+    QWidget window;
+};
+
+TEST_F(TextView, TypingInOnePaneShowsInEveryPaneOfTheFile)
+{
+    open("\\section{One}\nText.\n");
+    auto *left = new PLTextView(file);
+    auto *right = new PLTextView(file);
+    show({left, right});
+    left->setSelectedRange(PLRange{1, 0});
+    right->setSelectedRange(PLRange{0, 0});
+
+    QTest::keyClicks(left, QStringLiteral("sub"));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\\subsection{One}\nText.\n"));
+    expectInStep({left, right});
+    // Each pane keeps its own selection.
+    EXPECT_EQ(left->selectedRange(), (PLRange{4, 0}));
+    EXPECT_EQ(right->selectedRange(), (PLRange{0, 0}));
+}
+
+TEST_F(TextView, TypingFiltersOfTheBufferReachTheTypingPaneToo)
+{
+    open("\t\tx");
+    auto *typing = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({typing, other});
+    typing->setSelectedRange(PLRange{3, 0});
+
+    QTest::keyClick(typing, Qt::Key_Return);
+    QTest::keyClicks(typing, QStringLiteral("("));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
+    expectInStep({typing, other});
+
+    QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t"));
+    expectInStep({typing, other});
+    QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
+    expectInStep({typing, other});
+}
+
+TEST_F(TextView, PasteCutAndInputMethodsEditTheBuffer)
+{
+    open("alpha beta");
+    auto *view = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({view, other});
+
+    view->setSelectedRange(PLRange{0, 6});
+    QTest::keyClick(view, Qt::Key_X, Qt::ControlModifier);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("beta"));
+    view->setSelectedRange(PLRange{4, 0});
+    QApplication::clipboard()->setText(QStringLiteral(" gamma"));
+    QTest::keyClick(view, Qt::Key_V, Qt::ControlModifier);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("beta gamma"));
+
+    QInputMethodEvent compose(QStringLiteral("´"), {});
+    QApplication::sendEvent(view, &compose);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("beta gamma"));
+    QInputMethodEvent commit;
+    commit.setCommitString(QStringLiteral("é"));
+    QApplication::sendEvent(view, &commit);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("beta gammaé"));
+    expectInStep({view, other});
+
+    // Text dropped from another application lands where it is dropped.
+    QMimeData dragged;
+    dragged.setText(QStringLiteral("delta "));
+    const QPoint start = view->cursorRect(QTextCursor(view->document())).center();
+    QDragEnterEvent enter(start, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(view->viewport(), &enter);
+    QDropEvent drop(start, Qt::CopyAction, &dragged, Qt::LeftButton, Qt::NoModifier);
+    QApplication::sendEvent(view->viewport(), &drop);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("delta beta gammaé"));
+    expectInStep({view, other});
+
+    // One undo step per edit, whichever pane asks.
+    QUndoStack *history = file->contentBuffer()->undoManager();
+    EXPECT_EQ(history->count(), 4);
+    EXPECT_EQ(view->document()->isUndoAvailable(), false);
+}
+
+TEST_F(TextView, WindowsLineEndsSurviveEditingAndSavingByteForByte)
+{
+    open("\\section{A}\r\nfirst line\r\nsecond line\r\n");
+    auto *view = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({view, other});
+    EXPECT_EQ(view->document()->blockCount(), 4);
+
+    // Type at the start of the third line: after two CR LF pairs.
+    view->setSelectedRange(PLRange{25, 0});
+    QTest::keyClicks(view, QStringLiteral("the "));
+    // Join the second and third lines: one Backspace takes the whole CR LF.
+    view->setSelectedRange(PLRange{25, 0});
+    QTest::keyClick(view, Qt::Key_Backspace);
+    // A new line in a Windows file gets a Windows line end.
+    view->setSelectedRange(PLRange{13, 0});
+    QTest::keyClick(view, Qt::Key_Return);
+    expectInStep({view, other});
+    EXPECT_EQ(view->selectedRange(), (PLRange{15, 0}));
+
+    ASSERT_TRUE(file->save());
+    EXPECT_EQ(PLTest::readFile(path), QByteArray("\\section{A}\r\n\r\nfirst linethe second line\r\n"));
+}
+
+TEST_F(TextView, AnEditInAnotherPaneNextToAPairKeepsTheMirrorWhole)
+{
+    open("a\r\nb");
+    auto *view = new PLTextView(file);
+    show({view});
+    // Edits that cut through the pair from outside a view.
+    file->contentBuffer()->replaceCharactersInRange(PLRange{2, 1}, QString());
+    expectInStep({view});
+    file->contentBuffer()->replaceCharactersInRange(PLRange{2, 0}, QStringLiteral("\n"));
+    expectInStep({view});
+    file->contentBuffer()->replaceCharactersInRange(PLRange{1, 1}, QString());
+    expectInStep({view});
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("a\nb"));
+}
+
+// The colour the view shows at a position of the file's text, against the buffer's own.
+QColor shownColour(const PLTextView &view, qsizetype location)
+{
+    const QTextBlock block = view.document()->findBlock(int(view.mirrorPosition(location)));
+    const int offset = int(view.mirrorPosition(location)) - block.position();
+    QColor colour;
+    for (const QTextLayout::FormatRange &range : block.layout()->formats()) {
+        if (offset >= range.start && offset < range.start + range.length && range.format.hasProperty(QTextFormat::ForegroundBrush))
+            colour = range.format.foreground().color();
+    }
+    return colour;
+}
+
+QColor bufferColour(const PLFile &file, qsizetype location)
+{
+    const auto colour = file.contentBuffer()->attributesAtIndex(location).foregroundColor();
+    return colour ? colour->toQColor() : QColor();
+}
+
+TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
+{
+    open("Text $x$\r\n\\section{A}\r\n");
+    auto *view = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({view, other});
+    for (qsizetype location : {0, 5, 6, 10, 12}) {
+        EXPECT_TRUE(bufferColour(*file, location).isValid());
+        EXPECT_EQ(shownColour(*view, location), bufferColour(*file, location)) << "at " << location;
+    }
+    EXPECT_NE(bufferColour(*file, 0), bufferColour(*file, 5));
+
+    view->setSelectedRange(PLRange{0, 0});
+    QTest::keyClicks(view, QStringLiteral("$y$ "));
+    for (const PLTextView *shown : {view, other}) {
+        for (qsizetype location : {0, 1, 4, 10, 16})
+            EXPECT_EQ(shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
+    }
+}
+
+}
