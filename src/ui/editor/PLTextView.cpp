@@ -1,7 +1,6 @@
 #include "PLTextView.h"
 
 #include "PLFile.h"
-#include "PLSyntaxHighlighter.h"
 #include "PLTextAttributes.h"
 #include "PLTextContentBuffer.h"
 #include "PLUserDefaults.h"
@@ -32,9 +31,6 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     // The buffer keeps the one history of the file.
     document()->setUndoRedoEnabled(false);
 
-    // Text read from disk is coloured when it is first shown; edits are coloured as they happen.
-    if (!text.isEmpty() && m_buffer->attributesAtIndex(0).isEmpty())
-        m_buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
     connect(document(), &QTextDocument::contentsChange, this, &PLTextView::mirrorDidChange);
     connect(m_buffer, &PLTextContentBuffer::didProcessEditing, this, &PLTextView::bufferDidProcessEditing);
     connect(m_buffer, &PLTextContentBuffer::didEditAttributes, this, &PLTextView::bufferDidEditAttributes);
