@@ -23,3 +23,7 @@ void PLCliPrintJson(const QJsonDocument &document);
 int PLCliFail(PLCliExitStatus status, const QString &message);
 
 int PLCliRunLines(const QStringList &arguments);
+int PLCliRunOutline(const QStringList &arguments);
+int PLCliRunEdit(const QStringList &arguments);
+int PLCliRunFiles(const QStringList &arguments);
+int PLCliRunQuickOpen(const QStringList &arguments);

@@ -20,6 +20,10 @@ const QList<PLCliCommand> &PLCliAllCommands()
 {
     static const QList<PLCliCommand> commands{
         {QStringLiteral("lines"), QStringLiteral("lines FILE [--line-of LOCATION] [--start-of LINE]"), PLCliRunLines},
+        {QStringLiteral("outline"), QStringLiteral("outline FILE [--no-content] [--sidebar]"), PLCliRunOutline},
+        {QStringLiteral("edit"), QStringLiteral("edit FILE (--replace LOCATION LENGTH TEXT)... [--undo N] [--no-content]"), PLCliRunEdit},
+        {QStringLiteral("files"), QStringLiteral("files FILE"), PLCliRunFiles},
+        {QStringLiteral("quickopen"), QStringLiteral("quickopen FILE QUERY"), PLCliRunQuickOpen},
     };
     return commands;
 }

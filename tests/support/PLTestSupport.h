@@ -22,7 +22,12 @@ QString dataPath(const QString &relative);
 
 }
 
-// Readable ranges in test failures.
+// Readable strings and ranges in test failures.
+inline void PrintTo(const QString &text, std::ostream *os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
 inline void PrintTo(const PLRange &range, std::ostream *os)
 {
     *os << "{" << range.location << ", " << range.length << "}";

@@ -1,0 +1,109 @@
+#include "PLCliCommands.h"
+#include "PLCliProject.h"
+
+#include "PLDocument.h"
+#include "PLFile.h"
+#include "PLNotificationCenter.h"
+#include "PLTextContentBuffer.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QUndoStack>
+
+namespace {
+struct Replacement
+{
+    qint64 location;
+    qint64 length;
+    QString text;
+};
+
+// Turns \n, \t and \\ into the characters they stand for; any other backslash stays as typed.
+QString unescape(const QString &text)
+{
+    QString result;
+    result.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == u'\\' && i + 1 < text.size()) {
+            const QChar next = text[i + 1];
+            if (next == u'n' || next == u't' || next == u'\\' || next == u'r') {
+                result += next == u'n' ? QChar(u'\n') : next == u't' ? QChar(u'\t') : next == u'r' ? QChar(u'\r') : QChar(u'\\');
+                ++i;
+                continue;
+            }
+        }
+        result += text[i];
+    }
+    return result;
+}
+}
+
+// edit FILE (--replace LOCATION LENGTH TEXT)... [--undo N] [--no-content]
+int PLCliRunEdit(const QStringList &arguments)
+{
+    QString path;
+    QList<Replacement> replacements;
+    int undoSteps = 0;
+    bool withContent = true;
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments[i];
+        if (argument == u"--replace") {
+            if (i + 3 >= arguments.size())
+                return PLCliFail(PLCliUsageError, QStringLiteral("--replace needs LOCATION LENGTH TEXT"));
+            bool locationOk = false, lengthOk = false;
+            Replacement r{arguments[i + 1].toLongLong(&locationOk), arguments[i + 2].toLongLong(&lengthOk),
+                          unescape(arguments[i + 3])};
+            if (!locationOk || !lengthOk || r.location < 0 || r.length < 0)
+                return PLCliFail(PLCliUsageError, QStringLiteral("--replace needs a location and a length of 0 or more"));
+            replacements.append(r);
+            i += 3;
+        } else if (argument == u"--undo") {
+            bool ok = false;
+            undoSteps = i + 1 < arguments.size() ? arguments[++i].toInt(&ok) : 0;
+            if (!ok || undoSteps < 0)
+                return PLCliFail(PLCliUsageError, QStringLiteral("--undo needs a number of steps"));
+        } else if (argument == u"--no-content") {
+            withContent = false;
+        } else if (argument.startsWith(u"--") || !path.isEmpty()) {
+            return PLCliFail(PLCliUsageError, QStringLiteral("unexpected argument ") + argument);
+        } else {
+            path = argument;
+        }
+    }
+    if (path.isEmpty())
+        return PLCliFail(PLCliUsageError, QStringLiteral("edit needs a FILE"));
+
+    PLDocument document;
+    if (const int status = PLCliOpenProject(path, document))
+        return status;
+    const std::shared_ptr<PLFile> file = document.mainFile();
+    PLTextContentBuffer *buffer = file->contentBuffer();
+
+    QJsonArray notifications;
+    int observer = 0;
+    PLNotificationCenter::defaultCenter().addObserver(&observer, QString(), nullptr, [&](const PLNotification &n) {
+        notifications.append(PLCliNotificationJson(n));
+    });
+    int step = 0;
+    for (const Replacement &r : replacements) {
+        ++step;
+        if (r.location + r.length > buffer->string().size()) {
+            PLNotificationCenter::defaultCenter().removeObserver(&observer);
+            return PLCliFail(PLCliInputError, QStringLiteral("replacement %1 reaches past the end of the text (%2 characters)")
+                                                  .arg(step)
+                                                  .arg(buffer->string().size()));
+        }
+        buffer->replaceCharactersInRange(PLRange{qsizetype(r.location), qsizetype(r.length)}, r.text);
+    }
+    for (int i = 0; i < undoSteps && buffer->undoManager()->canUndo(); ++i)
+        buffer->undoManager()->undo();
+    PLNotificationCenter::defaultCenter().removeObserver(&observer);
+
+    QJsonObject result;
+    result.insert(QStringLiteral("text"), buffer->string());
+    result.insert(QStringLiteral("engine"), file->engine());
+    result.insert(QStringLiteral("outline"), PLCliOutlineJson(file->outlineRootNode(), withContent));
+    result.insert(QStringLiteral("notifications"), notifications);
+    PLCliPrintJson(QJsonDocument(result));
+    return PLCliSuccess;
+}

@@ -1,0 +1,33 @@
+#include "PLCliCommands.h"
+#include "PLCliProject.h"
+
+#include "PLDocument.h"
+#include "PLFile.h"
+#include "PLOutlineNode.h"
+#include "PLQuickOpenManager.h"
+
+#include <QJsonArray>
+#include <QJsonObject>
+
+// quickopen FILE QUERY
+int PLCliRunQuickOpen(const QStringList &arguments)
+{
+    if (arguments.size() != 2)
+        return PLCliFail(PLCliUsageError, QStringLiteral("quickopen needs FILE and QUERY"));
+    PLDocument document;
+    if (const int status = PLCliOpenProject(arguments[0], document))
+        return status;
+    QJsonArray matches;
+    for (const auto &node : document.quickOpenManager()->searchForString(arguments[1])) {
+        QJsonObject json;
+        json.insert(QStringLiteral("name"), node->name());
+        json.insert(QStringLiteral("type"), int(node->type()));
+        json.insert(QStringLiteral("file"), PLCliFileName(node->file()));
+        matches.append(json);
+    }
+    QJsonObject result;
+    result.insert(QStringLiteral("query"), arguments[1]);
+    result.insert(QStringLiteral("matches"), matches);
+    PLCliPrintJson(QJsonDocument(result));
+    return PLCliSuccess;
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "PLError.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class PLDocumentWindowDelegate;
+class PLFile;
+class PLFileFactory;
+class PLQuickOpenManager;
+
+// One open project: its main (root) file and every file reached from it through include
+// commands. Everything it does to files works without a window.
+class PLDocument : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PLDocument(QObject *parent = nullptr);
+    ~PLDocument() override;
+
+    // Opens the project rooted at the path in the encoding of the settings (UTF-8 when unset).
+    bool readFromURL(const QString &path, const QString &typeName, PLError *error = nullptr);
+    // A document that read nothing gets an untitled main file named after it.
+    void makeUntitledMainFileIfNeeded();
+
+    std::shared_ptr<PLFile> mainFile() const { return m_mainFile; }
+    void setMainFile(std::shared_ptr<PLFile> file);
+    PLQuickOpenManager *quickOpenManager() const { return m_quickOpenManager.get(); }
+    PLFileFactory *fileFactory() const { return m_fileFactory.get(); }
+
+    // The main file and every file it includes, directly or not, each once.
+    QList<std::shared_ptr<PLFile>> filesInDocument() const;
+
+    // The path the project was read from or last saved to; empty for an untitled project.
+    QString fileURL() const { return m_fileURL; }
+    QString displayName() const;
+    void setDisplayName(const QString &name) { m_displayName = name; }
+    // The modification date of the main file as the document last knew it.
+    QDateTime fileModificationDate() const { return m_fileModificationDate; }
+
+    // Remembers where a save-as will go, as the save panel does when the user confirms it.
+    void prepareSavePanel(const QString &chosenPath);
+    bool hasSavePanel() const { return !m_savePanelPath.isEmpty(); }
+
+    // Plain save when no save panel is remembered, save-as otherwise. The path is the temporary
+    // location the caller then moves over the target.
+    bool writeToURL(const QString &path, const QString &typeName, PLError *error = nullptr);
+    // The platform's safe save: write beside the target, then move the result over it.
+    bool saveDocument(PLError *error = nullptr);
+    bool saveDocumentAs(const QString &path, PLError *error = nullptr);
+
+    // Any file of the project has changes that are not saved.
+    bool isDocumentEdited() const;
+    void updateChangeCount();
+
+    // Reloads unedited files that another program changed, when the window becomes active.
+    void windowDidBecomeKey();
+    void removeTypesettingRelatedFiles();
+    void close();
+    bool isClosed() const { return m_closed; }
+
+    void setWindowDelegate(PLDocumentWindowDelegate *delegate) { m_windowDelegate = delegate; }
+    PLDocumentWindowDelegate *windowDelegate() const { return m_windowDelegate; }
+
+signals:
+    void documentEditedChanged(bool edited);
+    void mainFileChanged();
+
+private:
+    void watchEdits();
+    void markFilesSaved();
+
+    std::shared_ptr<PLFile> m_mainFile;
+    std::unique_ptr<PLQuickOpenManager> m_quickOpenManager;
+    std::unique_ptr<PLFileFactory> m_fileFactory;
+    PLDocumentWindowDelegate *m_windowDelegate = nullptr;
+    QString m_fileURL;
+    QString m_displayName;
+    QString m_savePanelPath;
+    QDateTime m_fileModificationDate;
+    bool m_lastEdited = false;
+    bool m_closed = false;
+};
+
+// Save-as announces the old and the new main file in its user info.
+Q_DECLARE_METATYPE(std::shared_ptr<PLFile>)

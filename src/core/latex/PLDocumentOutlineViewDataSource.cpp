@@ -1,0 +1,99 @@
+#include "PLDocumentOutlineViewDataSource.h"
+
+#include "PLError.h"
+#include "PLFile.h"
+#include "PLOutlineNode.h"
+
+namespace {
+bool isPlainText(const PLOutlineNode &node)
+{
+    return node.type() == 7 && node.textNodeSubType() == 0;
+}
+bool isInclude(const PLOutlineNode &node)
+{
+    return node.type() == 7 && node.textNodeSubType() == 1;
+}
+bool isBibliography(const PLOutlineNode &node)
+{
+    return node.type() == 7 && node.textNodeSubType() == 2;
+}
+}
+
+int PLDocumentOutlineViewDataSource::numberOfChildrenOfItem(const PLOutlineNode *item) const
+{
+    if (!item)
+        return m_file ? 1 : 0;
+    int count = 0;
+    for (const auto &child : item->children()) {
+        if (isPlainText(*child))
+            continue;
+        count += isBibliography(*child) ? int(child->childCount()) : 1;
+    }
+    return count;
+}
+
+std::shared_ptr<PLOutlineNode> PLDocumentOutlineViewDataSource::childOfItem(int index, const PLOutlineNode *item) const
+{
+    if (!item)
+        return m_file ? m_file->outlineRootNode() : nullptr;
+    if (index < 0 || index >= int(item->childCount()))
+        throw PLException(QStringLiteral("IndexOutOfBoundsException"),
+                          QStringLiteral("Tried accessing a child at an index outside the amount of children"));
+    qsizetype remaining = index;
+    std::shared_ptr<PLOutlineNode> taken;
+    for (const auto &child : item->children()) {
+        if (isPlainText(*child))
+            continue;
+        if (isBibliography(*child)) {
+            if (remaining < qsizetype(child->childCount())) {
+                taken = child->childAtIndex(remaining);
+                break;
+            }
+            remaining -= child->childCount();
+        } else if (remaining == 0) {
+            taken = child;
+            break;
+        } else {
+            --remaining;
+        }
+    }
+    if (taken && isInclude(*taken))
+        return taken->childAtIndex(0);
+    return taken;
+}
+
+QString PLDocumentOutlineViewDataSource::objectValueForItem(const PLOutlineNode *item) const
+{
+    return item ? item->escapedName() : QString();
+}
+
+bool PLDocumentOutlineViewDataSource::isGroupItem(const PLOutlineNode *item) const
+{
+    return item && m_file && item == m_file->outlineRootNode().get();
+}
+
+QString PLDocumentOutlineViewDataSource::iconResourceNameForItem(const PLOutlineNode *item) const
+{
+    if (!item || isGroupItem(item))
+        return QString();
+    switch (item->type()) {
+    case 0: {
+        // A bibliography command shows its files' roots in its place; they keep its icon.
+        const auto file = item->file();
+        if (file && file->type().compare(QStringLiteral("bib"), Qt::CaseInsensitive) == 0)
+            return QStringLiteral("bibliography_outline_icon.png");
+        return QStringLiteral("fileIncludes.png");
+    }
+    case 1: return QStringLiteral("parts.png");
+    case 2: return QStringLiteral("chapters.png");
+    case 3: return QStringLiteral("sections.png");
+    case 4: return QStringLiteral("subsections.png");
+    case 7:
+        if (isInclude(*item))
+            return QStringLiteral("fileIncludes.png");
+        if (isBibliography(*item))
+            return QStringLiteral("bibliography_outline_icon.png");
+        return QString();
+    default: return QString();
+    }
+}

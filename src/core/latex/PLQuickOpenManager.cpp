@@ -1,0 +1,42 @@
+#include "PLQuickOpenManager.h"
+
+#include "PLFile.h"
+#include "PLOutlineNode.h"
+
+#include <QSet>
+
+#include <algorithm>
+
+const QList<std::shared_ptr<PLOutlineNode>> &PLQuickOpenManager::searchForString(const QString &text)
+{
+    m_results.clear();
+    const std::shared_ptr<PLFile> mainFile = m_file.lock();
+    if (!mainFile)
+        return m_results;
+
+    // Breadth first over the include sets; a file already collected is not queued again, which
+    // ends the walk on projects whose files include each other.
+    QList<std::shared_ptr<PLFile>> files{mainFile};
+    QSet<const PLFile *> seen{mainFile.get()};
+    for (qsizetype next = 0; next < files.size(); ++next) {
+        for (const std::shared_ptr<PLFile> &included : files[next]->filesInDocument()) {
+            if (!seen.contains(included.get())) {
+                seen.insert(included.get());
+                files.append(included);
+            }
+        }
+    }
+
+    QSet<const PLOutlineNode *> found;
+    for (const std::shared_ptr<PLFile> &file : files) {
+        for (std::shared_ptr<PLOutlineNode> node = file->outlineRootNode(); node; node = node->traverseRight()) {
+            if (node->type() != 7 && node->name().contains(text, Qt::CaseInsensitive) && !found.contains(node.get())) {
+                found.insert(node.get());
+                m_results.append(node);
+            }
+        }
+    }
+    std::stable_sort(m_results.begin(), m_results.end(),
+                     [](const auto &a, const auto &b) { return a->name() < b->name(); });
+    return m_results;
+}
