@@ -27,3 +27,4 @@ int PLCliRunOutline(const QStringList &arguments);
 int PLCliRunEdit(const QStringList &arguments);
 int PLCliRunFiles(const QStringList &arguments);
 int PLCliRunQuickOpen(const QStringList &arguments);
+int PLCliRunHighlight(const QStringList &arguments);

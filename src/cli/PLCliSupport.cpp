@@ -24,6 +24,7 @@ const QList<PLCliCommand> &PLCliAllCommands()
         {QStringLiteral("edit"), QStringLiteral("edit FILE (--replace LOCATION LENGTH TEXT)... [--undo N] [--no-content]"), PLCliRunEdit},
         {QStringLiteral("files"), QStringLiteral("files FILE"), PLCliRunFiles},
         {QStringLiteral("quickopen"), QStringLiteral("quickopen FILE QUERY"), PLCliRunQuickOpen},
+        {QStringLiteral("highlight"), QStringLiteral("highlight FILE"), PLCliRunHighlight},
     };
     return commands;
 }

@@ -33,10 +33,3 @@ inline void PrintTo(const PLRange &range, std::ostream *os)
     *os << "{" << range.location << ", " << range.length << "}";
 }
 
-// Readable strings in test failures, with line ends made visible.
-inline void PrintTo(const QString &string, std::ostream *os)
-{
-    QString shown = string;
-    shown.replace(QLatin1Char('\r'), QStringLiteral("\\r")).replace(QLatin1Char('\n'), QStringLiteral("\\n"));
-    *os << '"' << shown.toStdString() << '"';
-}

@@ -1,11 +1,13 @@
 #include "PLTextContentBuffer.h"
 
+#include "PLBIBSyntaxHightlighterDelegate.h"
 #include "PLFile.h"
 #include "PLLogging.h"
 #include "PLOutlineNode.h"
 #include "PLOutlineNodeTreeChangesHandler.h"
 #include "PLRegularExpressionHelper.h"
 #include "PLStringLineCalculations.h"
+#include "PLSyntaxHighlighter.h"
 
 #include <QUndoCommand>
 #include <QUndoStack>
@@ -41,7 +43,7 @@ private:
 
 PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content,
                                          std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent)
-    : QObject(parent),
+    : PLTextStorage(content.size(), parent),
       m_content(content),
       m_contentParser(std::move(contentParser)),
       m_file(file),
@@ -51,6 +53,13 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
       m_arrayWithBrakePoints{QStringLiteral("{"), QStringLiteral("["), QStringLiteral("("), QStringLiteral(")"),
                              QStringLiteral("]"), QStringLiteral("}")}
 {
+    std::unique_ptr<PLSyntaxHighlighterDelegate> rules;
+    if (file && file->type().toLower() == u"bib")
+        rules = std::make_unique<PLBIBSyntaxHightlighterDelegate>();
+    else
+        rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
+    // Created before any view can connect, so the colours are in place when views hear of an edit.
+    m_syntaxHighlighter = std::make_unique<PLSyntaxHighlighter>(this, std::move(rules));
 }
 
 PLTextContentBuffer::~PLTextContentBuffer() = default;
@@ -141,7 +150,7 @@ void PLTextContentBuffer::applyReplacement(PLRange range, const QString &string)
             descriptions.append(QStringLiteral("    ") + child->description());
         qCDebug(lcOutlineDump).noquote() << QStringLiteral("(\n%1\n)").arg(descriptions.join(QStringLiteral(",\n")));
     }
-    emit didProcessEditing(PLRange{range.location, string.size()}, string.size() - range.length);
+    edited(range, string.size() - range.length);
 }
 
 void PLTextContentBuffer::updateFileEngine()

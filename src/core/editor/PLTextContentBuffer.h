@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PLRange.h"
+#include "PLTextStorage.h"
 
 #include <QObject>
 #include <QString>
@@ -11,12 +12,13 @@
 class PLFile;
 class PLFileContentOutlineParser;
 class PLOutlineNodeTreeChangesHandler;
+class PLSyntaxHighlighter;
 class QUndoStack;
 
 // The text of one project file, shared by every pane that shows it, and the only place where that
 // text changes. Each replacement runs the typing filters, records one undo step, hands the edit to
 // the outline and ends with didProcessEditing, which the colouring and then the views follow.
-class PLTextContentBuffer : public QObject
+class PLTextContentBuffer : public PLTextStorage
 {
     Q_OBJECT
 
@@ -31,7 +33,7 @@ public:
     void replaceCharactersInRange(PLRange range, const QString &string);
     // Replaces the whole text as it stands, as read from disk: no filters and no undo step.
     void setString(const QString &string);
-    const QString &string() const { return m_content; }
+    const QString &string() const override { return m_content; }
     qsizetype length() const { return m_content.size(); }
 
     // One history per file, shared by every pane that shows it.
@@ -52,6 +54,8 @@ public:
     const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }
     PLOutlineNodeTreeChangesHandler *outlineNodeTreeChangesHandler() const { return m_outlineNodeTreeChangesHandler.get(); }
     const QStringList &arrayWithBrakePoints() const { return m_arrayWithBrakePoints; }
+    // Colours the lines of every edit, with the bibliography rules for a ".bib" file.
+    PLSyntaxHighlighter *syntaxHighlighter() const { return m_syntaxHighlighter.get(); }
 
     // The typing filters, each given the previous one's result and the replaced range.
     static QString closeParanthesesAndQuotes(const QString &string, PLRange range);
@@ -59,11 +63,6 @@ public:
     QString autoIndentStringIfNecessary(const QString &string, PLRange range) const;
 
     static const QString &xelatexMagicCommentExpression();
-
-signals:
-    // After the text, the outline and the engine choice follow a replacement: the range the new text
-    // takes in the buffer and the change in length.
-    void didProcessEditing(PLRange editedRange, qsizetype changeInLength);
 
 private:
     friend class PLTextReplacementCommand;
@@ -79,4 +78,6 @@ private:
     QStringList m_arrayWithBrakePoints;
     bool m_updateOutlineWhenReplacingCharacters = true;
     bool m_replaying = false;
+    // Last, so it goes first: it is attached to this buffer.
+    std::unique_ptr<PLSyntaxHighlighter> m_syntaxHighlighter;
 };

@@ -1,5 +1,6 @@
 #include "PLColor.h"
 
+#include <QHash>
 #include <QStringList>
 
 #include <algorithm>
@@ -63,7 +64,8 @@ QString PLColor::archived() const
         + number(m_c[3]) + u')';
 }
 
-std::optional<PLColor> PLColor::fromArchived(const QString &text)
+namespace {
+std::optional<PLColor> parseArchived(const QString &text)
 {
     if (!text.startsWith(kPrefix) || !text.endsWith(u')'))
         return std::nullopt;
@@ -81,8 +83,23 @@ std::optional<PLColor> PLColor::fromArchived(const QString &text)
         values.append(v);
     }
     if (parts[0] == kRgb && values.size() == 4)
-        return rgb(values[0], values[1], values[2], values[3]);
+        return PLColor::rgb(values[0], values[1], values[2], values[3]);
     if (parts[0] == kWhite && values.size() == 2)
-        return white(values[0], values[1]);
+        return PLColor::white(values[0], values[1]);
     return std::nullopt;
+}
+}
+
+std::optional<PLColor> PLColor::fromArchived(const QString &text)
+{
+    // The highlighter reads its colours again for every line it colours, and parsing is what
+    // costs: each thread remembers what the stored texts it met stand for.
+    thread_local QHash<QString, std::optional<PLColor>> parsed;
+    if (const auto known = parsed.constFind(text); known != parsed.cend())
+        return *known;
+    if (parsed.size() >= 256)
+        parsed.clear();
+    const std::optional<PLColor> color = parseArchived(text);
+    parsed.insert(text, color);
+    return color;
 }

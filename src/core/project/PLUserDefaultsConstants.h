@@ -40,6 +40,8 @@ inline const QString PLDocumentSidebarWidth = QStringLiteral("PLDocumentSidebarW
 inline const QString PLUserDefaultsLastDirectorySaved = QStringLiteral("PLUserDefaultsLastDirectorySaved");
 inline const QString PLUserDefaultsUntitledDocumentText = QStringLiteral("PLUserDefaultsUntitledDocumentText");
 inline const QString PLUserDefaultsFindAndReplaceOtherResultsBackground = QStringLiteral("PLUserDefaultsFindAndReplaceOtherResultsBackground");
+// The recently opened projects as file URLs, most recent first; kept by the document controller.
+inline const QString PLUserDefaultsRecentDocumentURLs = QStringLiteral("PLUserDefaultsRecentDocumentURLs");
 
 // Keys of one pane entry in the PLUserDefaultsSplitViewSetup list.
 inline const QString PLSplitViewSetupContentType = QStringLiteral("PLSplitViewSetupContentType");

@@ -1,29 +1,96 @@
 #include "PLApplicationController.h"
 
 #include "PLConstants.h"
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLResponderChain.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
+#include "PLWelcomeWindowController.h"
 
 #include <QApplication>
-#include <QMainWindow>
+#include <QFileInfo>
+#include <QMessageBox>
+#include <QUrl>
 
 PLApplicationController::PLApplicationController(QObject *parent)
-    : QObject(parent), m_constants(std::make_unique<PLConstants>())
+    : QObject(parent), m_constants(std::make_unique<PLConstants>()), m_documentController(new PLDocumentController(this))
 {
+    // The application decides itself when to end: the welcome window stands in for a
+    // window-less application.
+    QApplication::setQuitOnLastWindowClosed(false);
+    PLResponderChain::setApplicationResponders({this, m_documentController});
+    connect(m_documentController, &PLDocumentController::documentAdded, this, [this] {
+        if (m_welcomeWindowController)
+            m_welcomeWindowController->close();
+    });
+    connect(m_documentController, &PLDocumentController::documentRemoved, this, [this] {
+        if (!m_terminating && m_documentController->documents().isEmpty())
+            displayWelcomeWindow();
+    });
+
+    setActionHandler(PLAction::DisplayWelcomeWindow, [this](QAction *) { displayWelcomeWindow(); });
+    setActionHandler(PLAction::Terminate, [this](QAction *) { terminate(); });
+    setActionHandler(PLAction::OrderFrontAboutPanel, [this](QAction *) { orderFrontAboutPanel(); });
 }
 
-PLApplicationController::~PLApplicationController() = default;
+PLApplicationController::~PLApplicationController()
+{
+    PLResponderChain::setApplicationResponders({});
+}
 
 void PLApplicationController::registerDefaults()
 {
     PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());
 }
 
+PLWelcomeWindowController *PLApplicationController::welcomeWindowController()
+{
+    if (!m_welcomeWindowController) {
+        m_welcomeWindowController = new PLWelcomeWindowController(m_documentController, this);
+        connect(m_welcomeWindowController, &PLWelcomeWindowController::windowClosedByUser, this, [this] {
+            if (m_documentController->documents().isEmpty())
+                QCoreApplication::quit();
+        });
+    }
+    return m_welcomeWindowController;
+}
+
 void PLApplicationController::applicationDidFinishLaunching(const QStringList &filesToOpen)
 {
-    Q_UNUSED(filesToOpen);
-    m_mainWindow = std::make_unique<QMainWindow>();
-    m_mainWindow->setWindowTitle(QApplication::applicationDisplayName());
-    m_mainWindow->resize(1000, 700);
-    m_mainWindow->show();
+    for (const QString &path : filesToOpen)
+        applicationOpenFile(path);
+    if (m_documentController->documents().isEmpty())
+        displayWelcomeWindow();
+}
+
+bool PLApplicationController::applicationOpenFile(const QString &path)
+{
+    PLError error;
+    const QUrl url = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath());
+    if (m_documentController->openDocumentWithContentsOfURL(url, true, &error))
+        return true;
+    m_documentController->presentError(error, nullptr);
+    return false;
+}
+
+void PLApplicationController::displayWelcomeWindow()
+{
+    welcomeWindowController()->showWindow();
+}
+
+void PLApplicationController::terminate()
+{
+    m_terminating = true;
+    if (m_documentController->closeAllDocuments()) {
+        QCoreApplication::quit();
+        return;
+    }
+    m_terminating = false;
+}
+
+void PLApplicationController::orderFrontAboutPanel()
+{
+    QMessageBox::about(QApplication::activeWindow(), tr("About Plumeo"),
+                       tr("<h3>Plumeo %1</h3><p>An editor for LaTeX projects.</p>").arg(QApplication::applicationVersion()));
 }

@@ -1,16 +1,21 @@
 #pragma once
 
+#include "PLResponder.h"
+
 #include <QObject>
 #include <QStringList>
 
 #include <memory>
 
-class QMainWindow;
 class PLConstants;
+class PLDocumentController;
+class PLWelcomeWindowController;
 
 // The application's delegate: registers the defaults before any window exists, owns the shared
-// images and decides what to show at launch.
-class PLApplicationController : public QObject
+// images, opens the files it is given and shows the welcome window whenever no project is open.
+// A Linux desktop offers no way back into an application without a window, so closing the
+// welcome window with no project open quits.
+class PLApplicationController : public QObject, public PLResponder
 {
     Q_OBJECT
 
@@ -21,9 +26,22 @@ public:
     // Registers every default setting; called before the first window is made.
     static void registerDefaults();
 
+    PLDocumentController *documentController() const { return m_documentController; }
+    // Made on first use and kept.
+    PLWelcomeWindowController *welcomeWindowController();
+
+    // Opens the files given at launch; shows the welcome window when none became a document.
     void applicationDidFinishLaunching(const QStringList &filesToOpen);
+    bool applicationOpenFile(const QString &path);
+    void displayWelcomeWindow();
+    // Asks about every project with unsaved changes, then quits unless the user cancelled.
+    void terminate();
 
 private:
+    void orderFrontAboutPanel();
+
     std::unique_ptr<PLConstants> m_constants;
-    std::unique_ptr<QMainWindow> m_mainWindow;
+    PLDocumentController *m_documentController;
+    PLWelcomeWindowController *m_welcomeWindowController = nullptr;
+    bool m_terminating = false;
 };

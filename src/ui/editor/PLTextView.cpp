@@ -20,6 +20,7 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     setFrameShape(QFrame::NoFrame);
     setFont(editorFont());
     document()->setDefaultFont(editorFont());
+    document()->setDocumentMargin(8);
     setTabStopDistance(QFontMetricsF(editorFont()).horizontalAdvance(QLatin1Char(' ')) * 4);
     applyEditorBackgroundColor();
 
@@ -54,9 +55,11 @@ QFont PLTextView::editorFont()
     const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     const QString family = defaults.stringForKey(PLUserDefaultsEditorFontName);
     QFont font = QFontDatabase::families().contains(family) ? QFont(family) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    // The stored size counts the original platform's points, which were its logical pixels:
+    // 96 of them to the inch here, not 72.
     const qint64 size = defaults.integerForKey(PLUserDefaultsEditorFontSize);
     if (size > 0)
-        font.setPointSize(int(size));
+        font.setPointSizeF(size * 72.0 / 96.0);
     return font;
 }
 

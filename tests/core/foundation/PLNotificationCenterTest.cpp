@@ -116,6 +116,9 @@ TEST(NotificationCenter, PostingFromAnotherThreadWhileTheRegistryChangesIsSafe)
         center.addObserver(&transient, QStringLiteral("N"), nullptr, [](const PLNotification &) {});
         center.removeObserver(&transient);
     }
+    // On a busy machine the poster may not have run yet: let it deliver at least once.
+    while (delivered.load() == 0)
+        std::this_thread::yield();
     stop = true;
     poster.join();
     EXPECT_GT(delivered.load(), 0);

@@ -1,0 +1,111 @@
+#include "PLBenchSupport.h"
+#include "PLFile.h"
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLStringLineCalculations.h"
+#include "PLSyntaxHighlighter.h"
+#include "PLTextContentBuffer.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QLoggingCategory>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+// A project file of so many lines, opened the way the editor opens it and coloured once.
+class ColouredFile
+{
+public:
+    explicit ColouredFile(int lines)
+    {
+        // Every include names the same small chapter, so opening does not create thousands of files.
+        QString text = PLBenchLatexText(qsizetype(lines) * 40);
+        text.replace(QRegularExpression(QStringLiteral("chapters/part[0-9]+")), QStringLiteral("chapter"));
+        const QString path = QDir(m_folder.path()).filePath(QStringLiteral("bench.tex"));
+        QFile out(path);
+        if (!out.open(QIODevice::WriteOnly))
+            qFatal("cannot write the benchmark file");
+        out.write(text.left(PLStringLineCalculations::locationOfLineStart(text, lines + 1)).toUtf8());
+        out.close();
+        QFile chapter(QDir(m_folder.path()).filePath(QStringLiteral("chapter.tex")));
+        if (!chapter.open(QIODevice::WriteOnly))
+            qFatal("cannot write the benchmark chapter");
+        chapter.write("\\chapter{Included}\n");
+        chapter.close();
+        m_file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        buffer()->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    }
+    ~ColouredFile() { m_file->close(); }
+
+    PLTextContentBuffer *buffer() const { return m_file->contentBuffer(); }
+    // A line near the middle with a command, mathematics, an escaped percent sign and a comment.
+    qsizetype middleLineStart() const
+    {
+        const QString &text = buffer()->string();
+        return text.indexOf(QStringLiteral("Some text"), text.size() / 2);
+    }
+
+private:
+    QTemporaryDir m_folder;
+    std::shared_ptr<PLFile> m_file;
+};
+
+// The whole file coloured again after a change of the text style in the preferences.
+void BM_RecolourWholeFileAfterStyleChange(benchmark::State &state)
+{
+    const ColouredFile file(int(state.range(0)));
+    for (auto _ : state)
+        file.buffer()->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    state.counters["runs"] = double(file.buffer()->attributeRunCount());
+}
+BENCHMARK(BM_RecolourWholeFileAfterStyleChange)->Arg(20000)->Unit(benchmark::kMillisecond);
+
+// Colouring the line of one edit in the middle of the file; it should not grow with the file.
+void BM_ColourOneLine(benchmark::State &state)
+{
+    const ColouredFile file(int(state.range(0)));
+    const qsizetype line = file.middleLineStart();
+    for (auto _ : state)
+        file.buffer()->syntaxHighlighter()->highlightTextInRange(PLRange{line, 1});
+}
+BENCHMARK(BM_ColourOneLine)->Arg(2000)->Arg(20000)->Arg(200000)->Unit(benchmark::kMicrosecond);
+
+// One keystroke in the middle of the file through the buffer: filters, undo step, outline update,
+// attribute shift and the colouring of its line.
+void BM_TypeInOneLine(benchmark::State &state)
+{
+    const ColouredFile file(int(state.range(0)));
+    const qsizetype line = file.middleLineStart();
+    bool insert = true;
+    for (auto _ : state) {
+        if (insert)
+            file.buffer()->replaceCharactersInRange(PLRange{line + 3, 0}, QStringLiteral("x"));
+        else
+            file.buffer()->replaceCharactersInRange(PLRange{line + 3, 1}, QString());
+        insert = !insert;
+    }
+}
+BENCHMARK(BM_TypeInOneLine)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+
+}
+
+int main(int argc, char **argv)
+{
+    QTemporaryDir configHome;
+    qputenv("XDG_CONFIG_HOME", configHome.path().toLocal8Bit());
+    QCoreApplication app(argc, argv);
+    QLoggingCategory::setFilterRules(QStringLiteral("plumeo.notifications=false\nplumeo.file=false\nplumeo.outline=false"));
+    PLUserDefaults::resetStandardUserDefaults();
+    PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "PLRange.h"
+#include "PLSyntaxHighlighter.h"
+#include "PLSyntaxHighlighterDelegate.h"
+
+// The LaTeX rules, applied to each line in this order, later ones winning where they paint the same
+// attribute: commands, sectioning headings, brackets, dollar signs, comments, then a link over the
+// file name of each \input, \include and \bibliography.
+class PLLatexSyntaxHighlighterDelegate : public PLSyntaxHighlighterDelegate
+{
+public:
+    void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *syntaxHighlighter,
+                                                           const QString &string, qsizetype lineStart) override;
+
+    // From the first unescaped percent sign to the end of the line's content. A percent sign that
+    // starts the line is always a comment; one right after a backslash never starts one.
+    static PLRange commentLocator(const QString &string, qsizetype location, qsizetype length);
+    // The argument of an include or bibliography command, extension included.
+    static PLRange linkLocator(const QString &string, qsizetype location, qsizetype length);
+
+protected:
+    // Paints one token class, background then foreground, with the colours the settings hold now;
+    // a colour the settings lack is not painted.
+    static void paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,
+                      const QString &foregroundKey, const QString &regEx, const QString &string, qsizetype lineStart);
+    static void paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,
+                      const QString &foregroundKey, const PLSyntaxHighlighterLocator &locator, const QString &string,
+                      qsizetype lineStart);
+};

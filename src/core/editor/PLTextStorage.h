@@ -1,0 +1,54 @@
+#pragma once
+
+#include "PLRange.h"
+#include "PLTextAttributeRuns.h"
+
+#include <QObject>
+#include <QString>
+
+// Styled text: the characters a subclass keeps and the character attributes kept here beside them.
+// The subclass owns the one place where its characters change and reports each change with edited();
+// the storage then moves the attributes along and tells its listeners. Listeners connected first
+// hear first: a text's highlighter connects when it is created, before any view.
+class PLTextStorage : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit PLTextStorage(qsizetype initialLength = 0, QObject *parent = nullptr);
+
+    virtual const QString &string() const = 0;
+
+    PLTextAttributes attributesAtIndex(qsizetype index, PLRange *effectiveRange = nullptr) const;
+    void enumerateAttributes(PLRange range, const std::function<void(const PLTextAttributes &, PLRange)> &block) const;
+    qsizetype attributeRunCount() const { return m_runs.runCount(); }
+
+    // Attribute edits; each one is reported with didEditAttributes, once per outermost editing group.
+    void setAttributes(const PLTextAttributes &attributes, PLRange range);
+    void addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range);
+    void removeAttribute(PLTextAttributeName name, PLRange range);
+
+    // Groups attribute edits: the views hear of them once, over the union of their ranges, when the
+    // outermost group ends.
+    void beginEditing();
+    void endEditing();
+
+signals:
+    // After a change of characters: editedRange is where the new text now lies, changeInLength the
+    // difference between the new and the replaced length. Attributes painted by the receivers are
+    // reported after every receiver has been told.
+    void didProcessEditing(PLRange editedRange, qsizetype changeInLength);
+    // Attributes changed over the range (characters are unchanged), so views can repaint it.
+    void didEditAttributes(PLRange range);
+
+protected:
+    // The subclass replaced the characters of range with changeInLength more (or fewer) characters.
+    void edited(PLRange range, qsizetype changeInLength);
+
+private:
+    void attributesEdited(PLRange range);
+
+    PLTextAttributeRuns m_runs;
+    int m_editingDepth = 0;
+    PLRange m_pendingAttributeEdit = PLNotFoundRange;
+};

@@ -1,0 +1,234 @@
+#include "PLDocumentWindowController.h"
+
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLFile.h"
+#include "PLMainMenu.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QMainWindow>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
+#include <QUrl>
+#include <QVBoxLayout>
+
+PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLDocumentController *documentController)
+    : XSWindowController(QStringLiteral("PLDocumentWindow"), documentController), m_document(document),
+      m_documentController(documentController)
+{
+    m_document->setWindowDelegate(this);
+    connect(m_document, &PLDocument::mainFileChanged, this, &PLDocumentWindowController::synchronizeWindowTitle);
+
+    setActionHandler(PLAction::SaveDocument, [this](QAction *) { saveDocument(); });
+    setActionHandler(PLAction::SaveDocumentAs, [this](QAction *) { saveDocumentAs(); });
+    setActionHandler(PLAction::PerformClose, [this](QAction *) { close(); });
+    setActionHandler(PLAction::RemoveTypesettingRelatedFiles, [this](QAction *) { removeTypesettingRelatedFiles(); },
+                     [this](QAction *) { return m_document->mainFile() && !m_document->mainFile()->isUntitled(); });
+    setActionHandler(PLAction::Minimize, [this](QAction *) { window()->showMinimized(); });
+    setActionHandler(
+        PLAction::ToggleFullScreen,
+        [this](QAction *) {
+            if (window()->isFullScreen())
+                window()->showNormal();
+            else
+                window()->showFullScreen();
+        },
+        [this](QAction *item) {
+            if (item)
+                item->setChecked(window()->isFullScreen());
+            return true;
+        });
+}
+
+PLDocumentWindowController::~PLDocumentWindowController()
+{
+    if (m_document->windowDelegate() == this)
+        m_document->setWindowDelegate(nullptr);
+}
+
+QMainWindow *PLDocumentWindowController::documentWindow()
+{
+    return static_cast<QMainWindow *>(window());
+}
+
+QWidget *PLDocumentWindowController::loadWindow()
+{
+    auto *window = new QMainWindow;
+    window->setObjectName(windowNibName());
+    window->setAttribute(Qt::WA_DeleteOnClose, false);
+    window->installEventFilter(this);
+    QSize size(1240, 800);
+    if (const QScreen *screen = QGuiApplication::primaryScreen())
+        size = size.boundedTo(screen->availableGeometry().size() * 0.9);
+    window->resize(size);
+    return window;
+}
+
+void PLDocumentWindowController::windowDidLoad()
+{
+    QMainWindow *window = documentWindow();
+    auto *mainContentView = new QWidget(window);
+    mainContentView->setObjectName(QStringLiteral("mainContentView"));
+    auto *layout = new QVBoxLayout(mainContentView);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    window->setCentralWidget(mainContentView);
+
+    m_splitViewController = new PLDocumentSplitViewController(m_document, this, this);
+    addViewController(m_splitViewController);
+    layout->addWidget(m_splitViewController->view());
+
+    m_mainMenu = new PLMainMenu(window, m_documentController);
+    synchronizeWindowTitle();
+    setDocumentEdited(m_document->isDocumentEdited());
+}
+
+void PLDocumentWindowController::synchronizeWindowTitle()
+{
+    if (!isWindowLoaded())
+        return;
+    // The main file names the window; it changes with a save-as before the document's own name.
+    const auto mainFile = m_document->mainFile();
+    const bool titled = mainFile && !mainFile->isUntitled();
+    window()->setWindowTitle((titled ? mainFile->name() : m_document->displayName()) + QStringLiteral("[*]"));
+    window()->setWindowFilePath(titled ? mainFile->stringPath() : QString());
+}
+
+void PLDocumentWindowController::setDocumentEdited(bool edited)
+{
+    if (isWindowLoaded())
+        window()->setWindowModified(edited);
+}
+
+bool PLDocumentWindowController::eventFilter(QObject *watched, QEvent *event)
+{
+    if (!isWindowLoaded() || watched != window())
+        return XSWindowController::eventFilter(watched, event);
+    if (event->type() == QEvent::WindowActivate) {
+        m_document->windowDidBecomeKey();
+    } else if (event->type() == QEvent::Close && !m_closing) {
+        // The window manager's close button: the same question as the Close command.
+        if (!windowShouldClose()) {
+            event->ignore();
+            return true;
+        }
+        m_closing = true;
+        finishClosing();
+    }
+    return XSWindowController::eventFilter(watched, event);
+}
+
+bool PLDocumentWindowController::saveDocument()
+{
+    const auto mainFile = m_document->mainFile();
+    if (!mainFile || mainFile->isUntitled())
+        return saveDocumentAs();
+    PLError error;
+    if (!m_document->saveDocument(&error)) {
+        presentError(error);
+        return false;
+    }
+    return true;
+}
+
+bool PLDocumentWindowController::saveDocumentAs()
+{
+    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    QString folder = QDir::homePath();
+    const auto mainFile = m_document->mainFile();
+    if (mainFile && !mainFile->isUntitled())
+        folder = QFileInfo(mainFile->stringPath()).absolutePath();
+    if (defaults.hasUserValue(PLUserDefaultsLastDirectorySaved)) {
+        const QString stored = defaults.stringForKey(PLUserDefaultsLastDirectorySaved);
+        const QUrl url(stored);
+        folder = url.isLocalFile() ? url.toLocalFile() : stored;
+    }
+    QString name = m_document->displayName();
+    if (QFileInfo(name).suffix().isEmpty())
+        name += QStringLiteral(".tex");
+    QString path = QFileDialog::getSaveFileName(window(), tr("Save As"), QDir(folder).filePath(name), tr("LaTeX documents (*.tex)"));
+    if (path.isEmpty())
+        return false;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += QStringLiteral(".tex");
+    PLError error;
+    if (!m_document->saveDocumentAs(path, &error)) {
+        presentError(error);
+        return false;
+    }
+    m_documentController->noteNewRecentDocumentURL(QUrl::fromLocalFile(path));
+    synchronizeWindowTitle();
+    return true;
+}
+
+bool PLDocumentWindowController::windowShouldClose()
+{
+    if (!m_document->isDocumentEdited())
+        return true;
+    if (isWindowLoaded()) {
+        window()->show();
+        window()->raise();
+        window()->activateWindow();
+    }
+    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(),
+                    tr("Do you want to save the changes you made to “%1”?").arg(m_document->displayName()),
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, isWindowLoaded() ? window() : nullptr);
+    box.setInformativeText(tr("Your changes will be lost if you don’t save them."));
+    box.button(QMessageBox::Discard)->setText(tr("Do&n’t Save"));
+    box.setDefaultButton(QMessageBox::Save);
+    box.setEscapeButton(QMessageBox::Cancel);
+    box.setWindowModality(Qt::WindowModal);
+    switch (box.exec()) {
+    case QMessageBox::Save:
+        return saveDocument();
+    case QMessageBox::Discard:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool PLDocumentWindowController::close()
+{
+    if (m_closing)
+        return true;
+    if (!windowShouldClose())
+        return false;
+    m_closing = true;
+    if (isWindowLoaded())
+        window()->close();
+    finishClosing();
+    return true;
+}
+
+void PLDocumentWindowController::finishClosing()
+{
+    windowWillClose();
+    if (isWindowLoaded())
+        window()->hide();
+    m_document->close();
+    m_documentController->removeDocument(this);
+}
+
+void PLDocumentWindowController::removeTypesettingRelatedFiles()
+{
+    m_document->removeTypesettingRelatedFiles();
+}
+
+void PLDocumentWindowController::presentError(const PLError &error)
+{
+    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(),
+                    error.message.isEmpty() ? tr("The document could not be saved.") : error.message, QMessageBox::Ok,
+                    isWindowLoaded() ? window() : nullptr);
+    box.setWindowModality(Qt::WindowModal);
+    box.exec();
+}

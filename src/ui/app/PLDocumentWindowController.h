@@ -1,0 +1,55 @@
+#pragma once
+
+#include "PLDocumentWindowDelegate.h"
+#include "PLError.h"
+#include "XSWindowController.h"
+
+class PLDocument;
+class PLDocumentController;
+class PLDocumentSplitViewController;
+class PLMainMenu;
+class QMainWindow;
+
+// The window of one project: the sidebar and the editor panes, the menu bar, the title with its
+// unsaved-changes mark, and the document commands that need the user (saving under a name,
+// closing with unsaved changes).
+class PLDocumentWindowController : public XSWindowController, public PLDocumentWindowDelegate
+{
+    Q_OBJECT
+
+public:
+    PLDocumentWindowController(PLDocument *document, PLDocumentController *documentController);
+    ~PLDocumentWindowController() override;
+
+    PLDocument *document() const { return m_document; }
+    QMainWindow *documentWindow();
+    PLDocumentSplitViewController *splitViewController() const { return m_splitViewController; }
+    PLMainMenu *mainMenu() const { return m_mainMenu; }
+
+    void setDocumentEdited(bool edited) override;
+
+    // Saves the project; an untitled one asks where first. Answers whether it was written.
+    bool saveDocument();
+    bool saveDocumentAs();
+    // Asks about unsaved changes, then closes the window and its document; answers whether it did.
+    bool close();
+    // Save, Don't Save or Cancel for a project with unsaved changes; true when the window may close.
+    bool windowShouldClose();
+    void removeTypesettingRelatedFiles();
+
+protected:
+    QWidget *loadWindow() override;
+    void windowDidLoad() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void synchronizeWindowTitle();
+    void finishClosing();
+    void presentError(const PLError &error);
+
+    PLDocument *m_document;
+    PLDocumentController *m_documentController;
+    PLDocumentSplitViewController *m_splitViewController = nullptr;
+    PLMainMenu *m_mainMenu = nullptr;
+    bool m_closing = false;
+};

@@ -1,0 +1,169 @@
+#include "PLMainMenu.h"
+
+#include "PLDocumentController.h"
+#include "PLDocumentWindowController.h"
+#include "PLResponderChain.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QFileInfo>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+
+namespace {
+const char *const actionProperty = "plumeoAction";
+const char *const tagProperty = "plumeoTag";
+}
+
+PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentController)
+    : QObject(window), m_window(window), m_documentController(documentController)
+{
+    QMenuBar *bar = window->menuBar();
+
+    QMenu *file = bar->addMenu(tr("&File"));
+    addItem(file, tr("&New"), PLAction::NewDocument, QKeySequence::New);
+    addItem(file, tr("&Open…"), PLAction::OpenDocument, QKeySequence::Open);
+    QMenu *recent = file->addMenu(tr("Open &Recent"));
+    connect(recent, &QMenu::aboutToShow, this, [this, recent] { rebuildRecentMenu(recent); });
+    addItem(file, tr("Open &Quickly…"), PLAction::DisplayOpenQuicklyWindow, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
+    file->addSeparator();
+    addItem(file, tr("&Save"), PLAction::SaveDocument, QKeySequence::Save);
+    addItem(file, tr("Save &As…"), PLAction::SaveDocumentAs, QKeySequence::SaveAs);
+    file->addSeparator();
+    addItem(file, tr("&Export PDF…"), PLAction::ExportPdf);
+    addItem(file, tr("&Print…"), PLAction::PrintDocument, QKeySequence::Print);
+    file->addSeparator();
+    addItem(file, tr("&Close"), PLAction::PerformClose, QKeySequence::Close);
+    addItem(file, tr("&Quit"), PLAction::Terminate, QKeySequence::Quit);
+
+    QMenu *edit = bar->addMenu(tr("&Edit"));
+    addItem(edit, tr("&Undo"), PLAction::Undo, QKeySequence::Undo);
+    addItem(edit, tr("&Redo"), PLAction::Redo, QKeySequence::Redo);
+    edit->addSeparator();
+    addItem(edit, tr("Cu&t"), PLAction::Cut, QKeySequence::Cut);
+    addItem(edit, tr("&Copy"), PLAction::Copy, QKeySequence::Copy);
+    addItem(edit, tr("&Paste"), PLAction::Paste, QKeySequence::Paste);
+    addItem(edit, tr("Select &All"), PLAction::SelectAll, QKeySequence::SelectAll);
+    edit->addSeparator();
+    addItem(edit, tr("&Find and Replace…"), PLAction::PerformFindPanelAction, QKeySequence::Find);
+    addItem(edit, tr("&Go to Line…"), PLAction::DisplayGoToLineWindow, QKeySequence(Qt::CTRL | Qt::Key_L));
+    edit->addSeparator();
+    addItem(edit, tr("Co&mment or Uncomment Lines"), PLAction::ToggleCommentOfCurrentLine, QKeySequence(Qt::CTRL | Qt::Key_Slash));
+    addItem(edit, tr("&Bold"), PLAction::ToggleBold, QKeySequence::Bold);
+    addItem(edit, tr("&Italic"), PLAction::ToggleItalic, QKeySequence::Italic);
+    addItem(edit, tr("U&nderline"), PLAction::ToggleUnderline, QKeySequence::Underline);
+    edit->addSeparator();
+    addItem(edit, tr("Pr&eferences…"), PLAction::DisplayPreferences, QKeySequence(Qt::CTRL | Qt::Key_Comma));
+
+    QMenu *view = bar->addMenu(tr("&View"));
+    addItem(view, tr("&Split Pane"), PLAction::SplitView, QKeySequence(Qt::CTRL | Qt::Key_Backslash));
+    addItem(view, tr("Split Pane Showing the &PDF"), PLAction::SplitViewAndDisplayPDF,
+            QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Backslash));
+    addItem(view, tr("&Close Pane"), PLAction::CloseView, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_W));
+    addItem(view, tr("Show &Text or PDF"), PLAction::ToggleDocumentPDF, QKeySequence(Qt::CTRL | Qt::ALT | Qt::Key_P));
+    view->addSeparator();
+    addItem(view, tr("Pre&vious Pane"), PLAction::NavigateToSplitViewMenuItemPressed, QKeySequence(Qt::CTRL | Qt::Key_PageUp), 0);
+    addItem(view, tr("&Next Pane"), PLAction::NavigateToSplitViewMenuItemPressed, QKeySequence(Qt::CTRL | Qt::Key_PageDown), 1);
+    view->addSeparator();
+    addItem(view, tr("&Back"), PLAction::NavigateBackward, QKeySequence(Qt::ALT | Qt::Key_Left));
+    addItem(view, tr("&Forward"), PLAction::NavigateForward, QKeySequence(Qt::ALT | Qt::Key_Right));
+    view->addSeparator();
+    QAction *fullScreen = addItem(view, tr("F&ull Screen"), PLAction::ToggleFullScreen, QKeySequence::FullScreen);
+    fullScreen->setCheckable(true);
+
+    QMenu *typeset = bar->addMenu(tr("&Typeset"));
+    addItem(typeset, tr("&Typeset"), PLAction::Typeset, QKeySequence(Qt::CTRL | Qt::Key_T));
+    addItem(typeset, tr("Show &Errors and Warnings"), PLAction::DisplayErrorsAndWarnings, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
+    typeset->addSeparator();
+    addItem(typeset, tr("&Remove Typesetting By-products"), PLAction::RemoveTypesettingRelatedFiles);
+
+    QMenu *windowMenu = bar->addMenu(tr("&Window"));
+    addItem(windowMenu, tr("&Minimize"), PLAction::Minimize, QKeySequence(Qt::CTRL | Qt::Key_M));
+    windowMenu->addSeparator();
+    addItem(windowMenu, tr("&Welcome to Plumeo"), PLAction::DisplayWelcomeWindow, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_1));
+    windowMenu->addSeparator();
+    connect(windowMenu, &QMenu::aboutToShow, this, [this, windowMenu] { rebuildWindowMenu(windowMenu); });
+
+    QMenu *help = bar->addMenu(tr("&Help"));
+    addItem(help, tr("&About Plumeo"), PLAction::OrderFrontAboutPanel);
+
+    for (QMenu *menu : {file, edit, view, typeset, windowMenu, help}) {
+        connect(menu, &QMenu::aboutToShow, this, [this, menu] { validateMenu(menu); });
+        // Shortcuts must stay live while the menus are closed: their actions are checked again,
+        // against the responder chain as it is then, when they are triggered.
+        connect(menu, &QMenu::aboutToHide, this, [menu] {
+            for (QAction *item : menu->actions())
+                item->setEnabled(true);
+        });
+    }
+}
+
+PLAction PLMainMenu::actionOfItem(const QAction *item)
+{
+    return PLAction(item->property(actionProperty).toInt());
+}
+
+int PLMainMenu::tagOfItem(const QAction *item)
+{
+    return item ? item->property(tagProperty).toInt() : 0;
+}
+
+QAction *PLMainMenu::addItem(QMenu *menu, const QString &title, PLAction action, const QKeySequence &shortcut, int tag)
+{
+    QAction *item = menu->addAction(title);
+    item->setShortcut(shortcut);
+    item->setProperty(actionProperty, int(action));
+    item->setProperty(tagProperty, tag);
+    connect(item, &QAction::triggered, this, [this, item] { perform(item); });
+    if (!m_items.contains(action))
+        m_items.insert(action, item);
+    return item;
+}
+
+void PLMainMenu::perform(QAction *item)
+{
+    PLResponderChain::sendAction(m_window, actionOfItem(item), item);
+}
+
+void PLMainMenu::validateMenu(QMenu *menu)
+{
+    for (QAction *item : menu->actions()) {
+        if (item->isSeparator() || item->menu() || !item->property(actionProperty).isValid())
+            continue;
+        item->setEnabled(PLResponderChain::validateMenuItem(m_window, actionOfItem(item), item));
+    }
+}
+
+void PLMainMenu::rebuildRecentMenu(QMenu *menu)
+{
+    menu->clear();
+    const QList<QUrl> urls = m_documentController->recentDocumentURLs();
+    for (const QUrl &url : urls) {
+        QAction *item = menu->addAction(QFileInfo(url.toLocalFile()).fileName());
+        item->setToolTip(url.toLocalFile());
+        connect(item, &QAction::triggered, m_documentController,
+                [controller = m_documentController, url] { controller->openDocumentWithContentsOfURL(url, true); });
+    }
+    menu->addSeparator();
+    QAction *clear = menu->addAction(tr("&Clear Menu"));
+    clear->setEnabled(!urls.isEmpty());
+    connect(clear, &QAction::triggered, m_documentController, &PLDocumentController::clearRecentDocuments);
+}
+
+void PLMainMenu::rebuildWindowMenu(QMenu *menu)
+{
+    qDeleteAll(m_windowListItems);
+    m_windowListItems.clear();
+    if (!m_windowListGroup)
+        m_windowListGroup = new QActionGroup(menu);
+    for (PLDocumentWindowController *controller : m_documentController->windowControllers()) {
+        QWidget *window = controller->window();
+        QAction *item = menu->addAction(window->windowTitle().remove(QStringLiteral("[*]")));
+        item->setCheckable(true);
+        item->setChecked(window == m_window);
+        m_windowListGroup->addAction(item);
+        connect(item, &QAction::triggered, controller, &PLDocumentWindowController::showWindow);
+        m_windowListItems << item;
+    }
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "PLResponder.h"
+
+#include <QHash>
+#include <QKeySequence>
+#include <QObject>
+
+class PLDocumentController;
+class QAction;
+class QActionGroup;
+class QMainWindow;
+class QMenu;
+
+// The menu bar of a project window: File, Edit, View, Typeset, Window and Help, with the usual
+// shortcuts of Linux desktop applications. Each item sends its action along the window's
+// responder chain; an item is enabled when some responder there implements and allows it.
+class PLMainMenu : public QObject
+{
+    Q_OBJECT
+
+public:
+    PLMainMenu(QMainWindow *window, PLDocumentController *documentController);
+
+    // The item that sends the action (for the pane-navigation actions, the first of them).
+    QAction *itemForAction(PLAction action) const { return m_items.value(action); }
+    static PLAction actionOfItem(const QAction *item);
+    // The number a few items carry beside their action, such as the direction of pane navigation.
+    static int tagOfItem(const QAction *item);
+
+    // Asks the responder chain about every item of the menu.
+    void validateMenu(QMenu *menu);
+
+private:
+    QAction *addItem(QMenu *menu, const QString &title, PLAction action, const QKeySequence &shortcut = {}, int tag = 0);
+    void perform(QAction *item);
+    void rebuildRecentMenu(QMenu *menu);
+    void rebuildWindowMenu(QMenu *menu);
+
+    QMainWindow *m_window;
+    PLDocumentController *m_documentController;
+    QHash<PLAction, QAction *> m_items;
+    QList<QAction *> m_windowListItems;
+    QActionGroup *m_windowListGroup = nullptr;
+};

@@ -1,0 +1,50 @@
+#include "PLDocumentOutlineView.h"
+
+#include "PLDocumentOutlineItemModel.h"
+#include "PLOutlineViewCell.h"
+#include "PLSideBarViewController.h"
+
+#include <QHeaderView>
+#include <QKeyEvent>
+#include <QMouseEvent>
+
+PLDocumentOutlineView::PLDocumentOutlineView(QWidget *parent) : QTreeView(parent)
+{
+    setHeaderHidden(true);
+    setFrameShape(QFrame::NoFrame);
+    setUniformRowHeights(true);
+    setIndentation(14);
+    setEditTriggers(QAbstractItemView::NoEditTriggers);
+    setSelectionMode(QAbstractItemView::SingleSelection);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setTextElideMode(Qt::ElideRight);
+    setFocusPolicy(Qt::ClickFocus);
+    setItemDelegate(new PLOutlineViewCell(this));
+    header()->setStretchLastSection(true);
+}
+
+void PLDocumentOutlineView::mousePressEvent(QMouseEvent *event)
+{
+    QTreeView::mousePressEvent(event);
+    if (event->button() == Qt::LeftButton)
+        reportNodeAt(indexAt(event->position().toPoint()));
+}
+
+void PLDocumentOutlineView::keyPressEvent(QKeyEvent *event)
+{
+    // Return does from the keyboard what a click does.
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) && currentIndex().isValid()) {
+        reportNodeAt(currentIndex());
+        return;
+    }
+    QTreeView::keyPressEvent(event);
+}
+
+void PLDocumentOutlineView::reportNodeAt(const QModelIndex &index)
+{
+    const auto *outline = qobject_cast<const PLDocumentOutlineItemModel *>(model());
+    if (!index.isValid() || !outline || !m_delegate)
+        return;
+    if (const auto node = outline->nodeForIndex(index))
+        m_delegate->documentOutlineViewDidSelectOutlineNode(this, node);
+}

@@ -1,0 +1,63 @@
+#include "PLDocumentSplitViewController.h"
+
+#include "PLMainAreaViewController.h"
+#include "PLSideBarViewController.h"
+#include "PLSplitView.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <cmath>
+
+PLDocumentSplitViewController::PLDocumentSplitViewController(PLDocument *document, XSWindowController *windowController,
+                                                             QObject *parent)
+    : XSViewController(QStringLiteral("PLDocumentSplitView"), windowController, parent), m_document(document),
+      m_sideBarViewController(new PLSideBarViewController(document, windowController, this)),
+      m_mainAreaViewController(new PLMainAreaViewController(document, windowController, this))
+{
+    addChild(m_sideBarViewController);
+    addChild(m_mainAreaViewController);
+    m_sideBarViewController->setDelegate(m_mainAreaViewController);
+}
+
+PLDocumentSplitViewController::~PLDocumentSplitViewController() = default;
+
+PLSplitView *PLDocumentSplitViewController::splitView()
+{
+    view();
+    return m_splitView;
+}
+
+QWidget *PLDocumentSplitViewController::loadView()
+{
+    m_splitView = new PLSplitView(Qt::Horizontal);
+    m_splitView->setObjectName(nibName());
+    m_splitView->setChildrenCollapsible(false);
+    m_splitView->setHandleWidth(1);
+    m_splitView->addWidget(m_sideBarViewController->view());
+    m_splitView->addWidget(m_mainAreaViewController->view());
+    m_splitView->setStretchFactor(0, 0);
+    m_splitView->setStretchFactor(1, 1);
+    m_sideBarViewController->view()->setMinimumWidth(minimumSidebarWidth);
+    m_splitView->setConstraint([this](int proposed) { return int(std::lround(constrainSplitPosition(proposed))); });
+    m_splitView->setResizeRule([this](int position) {
+        const int widest = int(m_splitView->width() * 0.5) - m_splitView->handleWidth();
+        return qMax(minimumSidebarWidth, qMin(position, widest));
+    });
+
+    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    const double stored = defaults.doubleForKey(PLDocumentSidebarWidth);
+    m_splitView->setFirstDividerPosition(defaults.hasUserValue(PLDocumentSidebarWidth) && stored > 0 ? int(std::lround(stored))
+                                                                                                     : defaultSidebarWidth);
+    return m_splitView;
+}
+
+double PLDocumentSplitViewController::constrainSplitPosition(double proposedPosition)
+{
+    const double raised = qMax(proposedPosition, double(minimumSidebarWidth));
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    defaults.setDouble(raised, PLDocumentSidebarWidth);
+    defaults.synchronize();
+    if (raised == minimumSidebarWidth)
+        return raised;
+    return qMin(proposedPosition, splitView()->width() * 0.5 - splitView()->handleWidth());
+}

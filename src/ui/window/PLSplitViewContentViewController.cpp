@@ -1,0 +1,312 @@
+#include "PLSplitViewContentViewController.h"
+
+#include "PLDictionaryKeys.h"
+#include "PLDocument.h"
+#include "PLFile.h"
+#include "PLLogging.h"
+#include "PLNoPDFFoundView.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLSplitViewController.h"
+#include "PLTextView.h"
+#include "PLTitleBarButton.h"
+#include "PLTitleBarView.h"
+
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QStackedLayout>
+#include <QVBoxLayout>
+
+namespace {
+// Alt and Shift held together turn the split button into "split and show the PDF".
+bool wantsPDFInNewPane(Qt::KeyboardModifiers modifiers)
+{
+    return (modifiers & Qt::AltModifier) && (modifiers & Qt::ShiftModifier);
+}
+}
+
+PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewController *splitViewController,
+                                                                   PLDocument *document, XSWindowController *windowController)
+    : XSViewController(QStringLiteral("PLSplitViewContentView"), windowController, splitViewController),
+      m_splitViewController(splitViewController), m_document(document)
+{
+    observeNotifications();
+    setActionHandler(PLAction::SplitView, [this](QAction *) { splitView(Qt::NoModifier); });
+    setActionHandler(PLAction::SplitViewAndDisplayPDF, [this](QAction *) { splitView(Qt::AltModifier | Qt::ShiftModifier); });
+    setActionHandler(
+        PLAction::CloseView, [this](QAction *) { closeView(); },
+        [this](QAction *) { return m_splitViewController && m_splitViewController->splitViewCount() > 1; });
+    setActionHandler(PLAction::ToggleDocumentPDF, [this](QAction *) { toggleDocumentPDF(); });
+}
+
+PLSplitViewContentViewController::~PLSplitViewContentViewController()
+{
+    PLNotificationCenter::defaultCenter().removeObserver(this);
+}
+
+void PLSplitViewContentViewController::observeNotifications()
+{
+    PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    center.addObserver(this, PLSplitViewControllerDidCloseSplitView, m_splitViewController, [this](const PLNotification &notification) {
+        const QVariant closed = notification.userInfo().value(PLSplitViewControllerUserInfoKeyClosedSplitViewContentViewController);
+        if (closed.value<QObject *>() == this) {
+            m_splitViewController = nullptr;
+            PLNotificationCenter::defaultCenter().removeObserver(this);
+            return;
+        }
+        displayCloseButton(m_splitViewController->splitViewCount() > 1);
+    });
+    center.addObserver(this, PLSplitViewControllerDidSplitView, m_splitViewController, [this](const PLNotification &) {
+        displayCloseButton(m_splitViewController->splitViewCount() > 1);
+    });
+    center.addObserver(this, PLSplitViewControllerDidChangeSelectedSplitView, m_splitViewController,
+                       [this](const PLNotification &) { updateTitleFont(); });
+    center.addObserver(this, PLDocumentDidPerformSaveAsAction, m_document, [this](const PLNotification &notification) {
+        const auto oldFile = notification.userInfo().value(PLDocumentUserInfoKeyOldMainFile).value<std::shared_ptr<PLFile>>();
+        const auto newFile = notification.userInfo().value(PLDocumentUserInfoKeyNewMainFile).value<std::shared_ptr<PLFile>>();
+        qCInfo(lcUi) << "did saveas:" << (oldFile ? oldFile->stringPath() : QString()) << "-"
+                     << (newFile ? newFile->stringPath() : QString());
+        if (oldFile && oldFile == m_file)
+            setFile(newFile);
+    });
+    center.addObserver(this, PLNotificationEditorBackgroundColorDidChange, nullptr, [this](const PLNotification &) {
+        if (m_textContentView)
+            m_textContentView->applyEditorBackgroundColor();
+    });
+}
+
+void PLSplitViewContentViewController::removeObservations()
+{
+    PLNotificationCenter::defaultCenter().removeObserver(this);
+    XSViewController::removeObservations();
+}
+
+QWidget *PLSplitViewContentViewController::loadView()
+{
+    auto *view = new QWidget;
+    view->setObjectName(nibName());
+    auto *layout = new QVBoxLayout(view);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+
+    m_titleBarView = new PLTitleBarView(view);
+    auto *bar = new QHBoxLayout(m_titleBarView);
+    bar->setContentsMargins(2, 0, 2, 0);
+    bar->setSpacing(0);
+    m_historyNavigationBackwardsButton = new PLTitleBarButton(PLTitleBarButtonCell::NavigateLeft, m_titleBarView);
+    m_historyNavigationForwardsButton = new PLTitleBarButton(PLTitleBarButtonCell::NavigateRight, m_titleBarView);
+    m_historyNavigationBackwardsButton->setToolTip(tr("Back"));
+    m_historyNavigationForwardsButton->setToolTip(tr("Forward"));
+    // Going back and forth through visited places arrives with the navigation history.
+    m_historyNavigationBackwardsButton->setEnabled(false);
+    m_historyNavigationForwardsButton->setEnabled(false);
+    m_titleTextField = new QLabel(m_titleBarView);
+    m_titleTextField->setAlignment(Qt::AlignCenter);
+    m_titleTextField->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_titleBarButtonTogglePDF = new PLTitleBarButton(PLTitleBarButtonCell::DisplayPDF, m_titleBarView);
+    m_titleBarButtonTogglePDF->setToolTip(tr("Show the PDF"));
+    m_titleBarButtonSplitView = new PLTitleBarButton(PLTitleBarButtonCell::Split, m_titleBarView);
+    m_titleBarButtonSplitView->setToolTip(tr("Split the pane (with Alt and Shift: show the PDF in the new pane)"));
+    m_titleBarButtonCloseSplit = new PLTitleBarButton(PLTitleBarButtonCell::CloseSplit, m_titleBarView);
+    m_titleBarButtonCloseSplit->setToolTip(tr("Close the pane"));
+    bar->addWidget(m_historyNavigationBackwardsButton);
+    bar->addWidget(m_historyNavigationForwardsButton);
+    bar->addWidget(new PLTitleBarButton(PLTitleBarButtonCell::Separator, m_titleBarView));
+    bar->addWidget(m_titleTextField, 1);
+    bar->addWidget(new PLTitleBarButton(PLTitleBarButtonCell::Separator, m_titleBarView));
+    bar->addWidget(m_titleBarButtonTogglePDF);
+    bar->addWidget(m_titleBarButtonSplitView);
+    bar->addWidget(m_titleBarButtonCloseSplit);
+    connect(m_titleBarButtonTogglePDF, &QAbstractButton::clicked, this, &PLSplitViewContentViewController::toggleDocumentPDF);
+    connect(m_titleBarButtonSplitView, &QAbstractButton::clicked, this,
+            [this] { splitView(QGuiApplication::keyboardModifiers()); });
+    connect(m_titleBarButtonCloseSplit, &QAbstractButton::clicked, this, &PLSplitViewContentViewController::closeView);
+
+    m_contentView = new QWidget(view);
+    m_contentLayout = new QStackedLayout(m_contentView);
+    m_contentLayout->setContentsMargins(0, 0, 0, 0);
+    m_pdfViewEncapsulatorView = new QWidget(m_contentView);
+    auto *pdfLayout = new QStackedLayout(m_pdfViewEncapsulatorView);
+    pdfLayout->setContentsMargins(0, 0, 0, 0);
+    m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
+
+    layout->addWidget(m_titleBarView);
+    layout->addWidget(m_contentView, 1);
+    return view;
+}
+
+void PLSplitViewContentViewController::awakeFromNib()
+{
+    displayCloseButton(false);
+}
+
+void PLSplitViewContentViewController::setFile(const std::shared_ptr<PLFile> &file)
+{
+    if (!file || file == m_file)
+        return;
+    m_isSwitchingFile = true;
+    const std::shared_ptr<PLFile> oldFile = m_file;
+    m_file = file;
+    view();
+    if (!m_isPdfToggled)
+        setTitle(m_file->name());
+    replaceTextStorageInTextView();
+    m_textContentView->setSelectedRange(m_file->selectedRange());
+    m_isSwitchingFile = false;
+
+    if (m_splitViewController)
+        m_splitViewController->splitViewContentControllerDidChangeFromFile(this, oldFile, m_file);
+
+    m_textContentView->scrollRangeToVisible(m_textContentView->selectedRange());
+    PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
+}
+
+void PLSplitViewContentViewController::replaceTextStorageInTextView()
+{
+    auto *textView = new PLTextView(m_file, m_contentView);
+    connect(textView, &PLTextView::didBecomeKey, this,
+            [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
+    connect(textView, &PLTextView::selectionDidChange, this, [this](PLRange range) {
+        if (m_splitViewController)
+            m_splitViewController->splitViewContentControllerDidChangeSelectionToRange(this, range);
+    });
+    const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
+    if (m_textContentView) {
+        m_contentLayout->removeWidget(m_textContentView);
+        m_textContentView->deleteLater();
+    }
+    m_textContentView = textView;
+    m_contentLayout->insertWidget(0, textView);
+    m_contentLayout->setCurrentWidget(m_isPdfToggled ? m_pdfViewEncapsulatorView : static_cast<QWidget *>(textView));
+    if (hadFocus)
+        textView->setFocus();
+}
+
+void PLSplitViewContentViewController::toggleDocumentPDF()
+{
+    view();
+    m_isPdfToggled = !m_isPdfToggled;
+    if (m_isPdfToggled) {
+        m_titleBarButtonTogglePDF->setImageNamed(QStringLiteral("titlebarTextButton.png"));
+        m_titleBarButtonTogglePDF->setToolTip(tr("Show the text"));
+        m_historyNavigationBackwardsButton->setEnabled(false);
+        m_historyNavigationForwardsButton->setEnabled(false);
+        m_contentLayout->setCurrentWidget(m_pdfViewEncapsulatorView);
+        reloadPDF();
+        if (m_splitViewController)
+            m_splitViewController->splitViewContentControllerDidFocusOnPDFView(this);
+    } else {
+        m_titleBarButtonTogglePDF->setImageNamed(QStringLiteral("titlebarPDFButton.png"));
+        m_titleBarButtonTogglePDF->setToolTip(tr("Show the PDF"));
+        m_contentLayout->setCurrentWidget(m_textContentView);
+        if (m_file)
+            setTitle(m_file->name());
+        if (m_splitViewController)
+            m_splitViewController->splitViewContentControllerDidClosePDFView(this);
+    }
+    PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
+    if (m_splitViewController)
+        m_splitViewController->saveSplitViewSetupToUserDefaults();
+}
+
+void PLSplitViewContentViewController::displayDocumentPDF()
+{
+    if (!m_isPdfToggled)
+        toggleDocumentPDF();
+}
+
+void PLSplitViewContentViewController::reloadPDF()
+{
+    // Until the project has been typeset into a PDF that the pane can show, the placeholder
+    // fills it.
+    if (m_noPDFFoundView)
+        return;
+    qCInfo(lcUi) << "no pdf found";
+    m_noPDFFoundView = new PLNoPDFFoundView(m_pdfViewEncapsulatorView);
+    static_cast<QStackedLayout *>(m_pdfViewEncapsulatorView->layout())->addWidget(m_noPDFFoundView);
+}
+
+void PLSplitViewContentViewController::splitView(Qt::KeyboardModifiers modifiers)
+{
+    if (!m_splitViewController)
+        return;
+    PLSplitViewController *splitViewController = m_splitViewController;
+    if (wantsPDFInNewPane(modifiers))
+        splitViewController->splitViewWithControllerAndDisplayPDF(this);
+    else
+        splitViewController->splitViewContentControllerShouldSplit(this);
+    splitViewController->saveSplitViewSetupToUserDefaults();
+}
+
+void PLSplitViewContentViewController::closeView()
+{
+    if (!m_splitViewController)
+        return;
+    PLSplitViewController *splitViewController = m_splitViewController;
+    if (splitViewController->splitViewContentControllerShouldClose(this))
+        removeObservations();
+    splitViewController->saveSplitViewSetupToUserDefaults();
+}
+
+void PLSplitViewContentViewController::flagsChanged(Qt::KeyboardModifiers modifiers)
+{
+    if (!m_titleBarButtonSplitView)
+        return;
+    m_titleBarButtonSplitView->setImageNamed(wantsPDFInNewPane(modifiers) ? QStringLiteral("titlebarSplitViewAddAndDisplayPDFButton.png")
+                                                                          : QStringLiteral("titlebarSplitViewAddButton.png"));
+}
+
+void PLSplitViewContentViewController::displayCloseButton(bool display)
+{
+    view();
+    m_titleBarButtonCloseSplit->setVisible(display);
+}
+
+void PLSplitViewContentViewController::makeKey()
+{
+    if (m_isPdfToggled)
+        m_pdfViewEncapsulatorView->setFocus();
+    else if (m_textContentView)
+        m_textContentView->setFocus();
+}
+
+void PLSplitViewContentViewController::selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node)
+{
+    const std::shared_ptr<PLFile> file = node ? node->file() : nullptr;
+    if (!file || m_isPdfToggled)
+        return;
+    setFile(file);
+    if (node != file->outlineRootNode()) {
+        // The node starts where the text of the nodes before it in the file ends. The root holds
+        // no piece of its own: the walk starts at its first child.
+        qsizetype location = 0;
+        for (auto walked = file->outlineRootNode()->childAtIndex(0); walked && walked != node; walked = walked->traverseRight())
+            location += walked->contentLength();
+        m_textContentView->setSelectedRange(PLRange{location, 0});
+        m_textContentView->scrollRangeToVisible(PLRange{location, 0});
+    }
+    makeKey();
+}
+
+void PLSplitViewContentViewController::setTitle(const QString &title)
+{
+    m_titleTextField->setText(title);
+    m_titleTextField->setToolTip(m_file ? m_file->stringPath() : QString());
+    updateTitleFont();
+}
+
+void PLSplitViewContentViewController::updateTitleFont()
+{
+    if (!m_titleTextField)
+        return;
+    QFont font = m_titleTextField->font();
+    font.setBold(isFocusedPane());
+    m_titleTextField->setFont(font);
+}
+
+bool PLSplitViewContentViewController::isFocusedPane() const
+{
+    return m_splitViewController && m_splitViewController->selectedSplitViewController() == this;
+}

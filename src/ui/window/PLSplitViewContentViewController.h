@@ -1,0 +1,89 @@
+#pragma once
+
+#include "XSViewController.h"
+
+#include <memory>
+
+class PLDocument;
+class PLFile;
+class PLNoPDFFoundView;
+class PLOutlineNode;
+class PLSplitViewController;
+class PLTextView;
+class PLTitleBarButton;
+class PLTitleBarView;
+class QLabel;
+class QStackedLayout;
+
+// One editor pane: a title bar with its buttons above either the text of a project file or the
+// typeset PDF of the project.
+class PLSplitViewContentViewController : public XSViewController
+{
+    Q_OBJECT
+
+public:
+    PLSplitViewContentViewController(PLSplitViewController *splitViewController, PLDocument *document,
+                                     XSWindowController *windowController);
+    ~PLSplitViewContentViewController() override;
+
+    PLSplitViewController *delegate() const { return m_splitViewController; }
+    PLDocument *document() const { return m_document; }
+    const std::shared_ptr<PLFile> &file() const { return m_file; }
+    bool isPdfToggled() const { return m_isPdfToggled; }
+
+    // Shows the text of another file; nothing happens for the file already shown.
+    void setFile(const std::shared_ptr<PLFile> &file);
+    void toggleDocumentPDF();
+    void displayDocumentPDF();
+    void reloadPDF();
+    // The title-bar split button: with Alt and Shift held the new pane shows the PDF.
+    void splitView(Qt::KeyboardModifiers modifiers);
+    void closeView();
+    void flagsChanged(Qt::KeyboardModifiers modifiers);
+    void displayCloseButton(bool display);
+    // Gives the keyboard focus to the pane's text or PDF.
+    void makeKey();
+    // Shows the node's file with the caret at the start of the node.
+    void selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node);
+
+    PLTextView *textContentView() const { return m_textContentView; }
+    PLTitleBarView *titleBarView() const { return m_titleBarView; }
+    QLabel *titleTextField() const { return m_titleTextField; }
+    PLTitleBarButton *titleBarButtonCloseSplit() const { return m_titleBarButtonCloseSplit; }
+    PLTitleBarButton *titleBarButtonSplitView() const { return m_titleBarButtonSplitView; }
+    PLTitleBarButton *titleBarButtonTogglePDF() const { return m_titleBarButtonTogglePDF; }
+    PLNoPDFFoundView *noPDFFoundView() const { return m_noPDFFoundView; }
+
+    void removeObservations() override;
+
+protected:
+    QWidget *loadView() override;
+    void awakeFromNib() override;
+
+private:
+    void observeNotifications();
+    // Puts a new text view on the file's shared buffer in place of the old one.
+    void replaceTextStorageInTextView();
+    void setTitle(const QString &title);
+    void updateTitleFont();
+    bool isFocusedPane() const;
+
+    PLSplitViewController *m_splitViewController;
+    PLDocument *m_document;
+    std::shared_ptr<PLFile> m_file;
+    bool m_isPdfToggled = false;
+    bool m_isSwitchingFile = false;
+
+    PLTitleBarView *m_titleBarView = nullptr;
+    QLabel *m_titleTextField = nullptr;
+    PLTitleBarButton *m_historyNavigationBackwardsButton = nullptr;
+    PLTitleBarButton *m_historyNavigationForwardsButton = nullptr;
+    PLTitleBarButton *m_titleBarButtonTogglePDF = nullptr;
+    PLTitleBarButton *m_titleBarButtonSplitView = nullptr;
+    PLTitleBarButton *m_titleBarButtonCloseSplit = nullptr;
+    QWidget *m_contentView = nullptr;
+    QStackedLayout *m_contentLayout = nullptr;
+    PLTextView *m_textContentView = nullptr;
+    QWidget *m_pdfViewEncapsulatorView = nullptr;
+    PLNoPDFFoundView *m_noPDFFoundView = nullptr;
+};

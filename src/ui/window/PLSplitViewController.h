@@ -1,0 +1,84 @@
+#pragma once
+
+#include "PLRange.h"
+#include "XSViewController.h"
+
+#include <QHash>
+#include <QList>
+
+#include <memory>
+
+class PLDocument;
+class PLFile;
+class PLSplitViewContentViewController;
+class QAction;
+class QSplitter;
+
+// The user-info key naming the pane that a "PLSplitViewControllerDidCloseSplitView" is about.
+inline const QString PLSplitViewControllerUserInfoKeyClosedSplitViewContentViewController =
+    QStringLiteral("closedSplitViewContentViewController");
+
+// The editor split view of a project window: one or more panes side by side, each showing the
+// text of a project file or the typeset PDF. It splits, closes and focuses panes, moves the
+// focus between them, and keeps their arrangement in the settings for the next window.
+class PLSplitViewController : public XSViewController
+{
+    Q_OBJECT
+
+public:
+    PLSplitViewController(PLDocument *document, XSWindowController *windowController, QObject *parent = nullptr);
+    ~PLSplitViewController() override;
+
+    PLDocument *document() const { return m_document; }
+    const QList<PLSplitViewContentViewController *> &contentViewControllers() const { return m_contentViewControllers; }
+    PLSplitViewContentViewController *selectedSplitViewController() const { return m_selectedSplitViewController; }
+    PLSplitViewContentViewController *selectedSplitTextViewViewController() const { return m_selectedSplitTextViewViewController; }
+    QSplitter *splitView();
+
+    int splitViewCount() const { return int(m_contentViewControllers.size()); }
+    PLSplitViewContentViewController *splitViewContentControllerAtIndex(int index) const { return m_contentViewControllers.at(index); }
+
+    void splitViewWithController(PLSplitViewContentViewController *pane);
+    void splitViewWithControllerAndDisplayPDF(PLSplitViewContentViewController *pane);
+    void closeViewWithController(PLSplitViewContentViewController *pane);
+    void focusOnSplitViewContentViewController(PLSplitViewContentViewController *pane);
+    // 0 moves to the pane on the left, 1 to the one on the right, wrapping around at the ends.
+    void changeSelectionSplitViewToSplitViewInDirection(int direction);
+    void navigateToSplitViewMenuItemPressed(QAction *item);
+    void saveSplitViewSetupToUserDefaults();
+
+    // Menu actions reach the focused pane first.
+    PLResponder *nextResponder() const override;
+    void removeObservations() override;
+
+    // What the panes ask and tell.
+    bool splitViewContentControllerShouldSplit(PLSplitViewContentViewController *pane);
+    bool splitViewContentControllerShouldClose(PLSplitViewContentViewController *pane);
+    void splitViewContentControllerDidRequestToMakeSplitViewInDirectionKey(PLSplitViewContentViewController *pane, int direction);
+    void splitViewContentControllerDidChangeSelectionToRange(PLSplitViewContentViewController *pane, PLRange range);
+    PLRange splitViewContentControllerRequestedSelectedRangeForFile(PLSplitViewContentViewController *pane,
+                                                                     const std::shared_ptr<PLFile> &file) const;
+    void splitViewContentControllerDidFocusOnPDFView(PLSplitViewContentViewController *pane);
+    void splitViewContentControllerDidClosePDFView(PLSplitViewContentViewController *pane);
+    void splitViewContentControllerDidChangeFromFile(PLSplitViewContentViewController *pane,
+                                                     const std::shared_ptr<PLFile> &oldFile,
+                                                     const std::shared_ptr<PLFile> &newFile);
+
+protected:
+    QWidget *loadView() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    PLSplitViewContentViewController *makePane();
+    void observe(PLSplitViewContentViewController *pane);
+    // Where a file's selection is remembered: its path, or its name while it is untitled.
+    static QString keyForFile(const std::shared_ptr<PLFile> &file);
+
+    PLDocument *m_document;
+    QList<PLSplitViewContentViewController *> m_contentViewControllers;
+    PLSplitViewContentViewController *m_selectedSplitViewController = nullptr;
+    PLSplitViewContentViewController *m_selectedSplitTextViewViewController = nullptr;
+    QHash<QString, PLRange> m_selectedRangesInFiles;
+    QSplitter *m_splitView = nullptr;
+    bool m_restoringLayout = false;
+};

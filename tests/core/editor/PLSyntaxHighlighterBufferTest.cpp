@@ -1,0 +1,107 @@
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineTestSupport.h"
+#include "PLSyntaxHighlighter.h"
+#include "PLTextContentBuffer.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QSignalSpy>
+#include <QUndoStack>
+
+using namespace PLTest;
+
+namespace {
+
+class PLSyntaxHighlighterBufferTest : public ProjectTest
+{
+protected:
+    void SetUp() override { resetSettings(); }
+
+    PLTextContentBuffer *open(const QString &name, const QString &text)
+    {
+        file = PLFile::fileWithPath(write(name, text), std::make_shared<PLLatexFileContentOutlineParser>());
+        return file->contentBuffer();
+    }
+
+    static std::optional<PLColor> color(const QString &key) { return PLUserDefaults::standardUserDefaults().colorForKey(key); }
+
+    std::shared_ptr<PLFile> file;
+};
+
+struct RuleSetCase
+{
+    const char *name;
+    bool bibliography;
+};
+
+class PLSyntaxHighlighterRuleSet : public PLSyntaxHighlighterBufferTest, public ::testing::WithParamInterface<RuleSetCase>
+{
+};
+
+TEST_P(PLSyntaxHighlighterRuleSet, FollowsTheLowerCasedFileType)
+{
+    PLTextContentBuffer *buffer = open(QString::fromLatin1(GetParam().name), QStringLiteral("@article{k,\n"));
+    buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    const QString key = GetParam().bibliography ? PLUserDefaultsEditorColorBIBType : PLUserDefaultsEditorColorText;
+    EXPECT_EQ(buffer->attributesAtIndex(1).foregroundColor(), color(key)) << GetParam().name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Names, PLSyntaxHighlighterRuleSet,
+                         ::testing::Values(RuleSetCase{"refs.bib", true}, RuleSetCase{"refs.BIB", true},
+                                           RuleSetCase{"refs.tex.Bib", true}, RuleSetCase{"refs.bib.tex", false},
+                                           RuleSetCase{"refs.bibx", false}, RuleSetCase{"bib", false}));
+
+TEST_F(PLSyntaxHighlighterBufferTest, TypingColoursTheLinesOfTheFilteredTextOnly)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("a\n\tb\nc\n"));
+    QSignalSpy edits(buffer, &PLTextStorage::didProcessEditing);
+
+    // The pairing filter makes "(" two characters: both are in the range the highlighter gets.
+    buffer->replaceCharactersInRange(PLRange{4, 0}, QStringLiteral("("));
+    ASSERT_EQ(edits.size(), 1);
+    EXPECT_EQ(edits[0][0].value<PLRange>(), (PLRange{4, 2}));
+    PLRange styled;
+    EXPECT_TRUE(buffer->attributesAtIndex(2, &styled).font());
+    EXPECT_EQ(styled, (PLRange{2, 5}));
+    EXPECT_TRUE(buffer->attributesAtIndex(0).isEmpty());
+    EXPECT_TRUE(buffer->attributesAtIndex(7).isEmpty());
+
+    // Return after the tab-indented line inserts "\n\t": its range reaches into the new line, so
+    // both lines are coloured; the text after the line feed is part of the new line.
+    buffer->replaceCharactersInRange(PLRange{6, 0}, QStringLiteral("\n"));
+    EXPECT_EQ(buffer->string(), QStringLiteral("a\n\tb()\n\t\nc\n"));
+    EXPECT_EQ(edits[1][0].value<PLRange>(), (PLRange{6, 2}));
+    EXPECT_TRUE(buffer->attributesAtIndex(2, &styled).font());
+    EXPECT_EQ(styled, (PLRange{2, 7}));
+    EXPECT_TRUE(buffer->attributesAtIndex(9).isEmpty());
+}
+
+TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("x\n$y$ % c\n"));
+    buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("\\emph"));
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorFunctions));
+    PLRange dollar;
+    EXPECT_EQ(buffer->attributesAtIndex(7, &dollar).foregroundColor(), color(PLUserDefaultsEditorColorDollarSignAreas));
+    EXPECT_EQ(dollar, (PLRange{7, 1}));
+    PLRange comment;
+    EXPECT_EQ(buffer->attributesAtIndex(11, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
+    EXPECT_EQ(comment, (PLRange{11, 3}));
+
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("x\n$y$ % c\n"));
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_EQ(buffer->attributesAtIndex(6, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
+    EXPECT_EQ(comment, (PLRange{6, 3}));
+}
+
+TEST_F(PLSyntaxHighlighterBufferTest, ReloadingTheTextColoursItWhole)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("old"));
+    buffer->setString(QStringLiteral("$a$\n$b$"));
+    EXPECT_EQ(buffer->attributesAtIndex(6).foregroundColor(), color(PLUserDefaultsEditorColorDollarSignAreas));
+    EXPECT_EQ(buffer->attributeRunCount(), 7);
+}
+
+}

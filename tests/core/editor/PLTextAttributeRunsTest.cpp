@@ -1,0 +1,160 @@
+#include "PLTestSupport.h"
+#include "PLTextAttributeRuns.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+PLColor shade(int n)
+{
+    return PLColor::rgb(n / 8.0, 0.5, 1.0 - n / 8.0, 1.0);
+}
+
+PLTextAttributes withForeground(int n)
+{
+    PLTextAttributes attributes;
+    attributes.setValue(PLTextAttributeName::ForegroundColor, shade(n));
+    return attributes;
+}
+
+// The attributes of every character, run by run, checking on the way that runs are maximal.
+std::vector<PLTextAttributes> characters(const PLTextAttributeRuns &runs)
+{
+    std::vector<PLTextAttributes> result;
+    qsizetype counted = 0;
+    for (qsizetype index = 0; index < runs.length();) {
+        PLRange run;
+        const PLTextAttributes attributes = runs.attributesAtIndex(index, &run);
+        EXPECT_EQ(run.location, index);
+        EXPECT_GT(run.length, 0);
+        if (!result.empty()) {
+            EXPECT_FALSE(result.back() == attributes) << "runs at " << index << " should have been merged";
+        }
+        result.insert(result.end(), size_t(run.length), attributes);
+        index = run.end();
+        ++counted;
+    }
+    EXPECT_EQ(counted, runs.runCount());
+    return result;
+}
+
+TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEdits)
+{
+    std::mt19937 random(20240611);
+    PLTextAttributeRuns runs(40);
+    std::vector<PLTextAttributes> model(40);
+    const auto pick = [&](int below) { return int(std::uniform_int_distribution<int>(0, below)(random)); };
+
+    for (int step = 0; step < 3000; ++step) {
+        const int length = int(model.size());
+        const int location = pick(length);
+        const int count = pick(std::min(12, length - location));
+        const PLRange range{location, count};
+        const auto begin = model.begin() + location;
+        switch (pick(4)) {
+        case 0: {
+            const PLTextAttributes attributes = pick(5) == 0 ? PLTextAttributes() : withForeground(pick(3));
+            runs.setAttributes(attributes, range);
+            std::fill(begin, begin + count, attributes);
+            break;
+        }
+        case 1: {
+            const PLFont font{QStringLiteral("Monaco"), double(10 + pick(2))};
+            runs.addAttribute(PLTextAttributeName::Font, font, range);
+            for (auto it = begin; it != begin + count; ++it)
+                it->setValue(PLTextAttributeName::Font, font);
+            break;
+        }
+        case 2:
+            runs.removeAttribute(PLTextAttributeName::ForegroundColor, range);
+            for (auto it = begin; it != begin + count; ++it)
+                it->removeValue(PLTextAttributeName::ForegroundColor);
+            break;
+        default: {
+            const int inserted = length > 200 ? 0 : pick(6);
+            PLTextAttributes inherited;
+            if (count > 0)
+                inherited = model[size_t(location)];
+            else if (location > 0)
+                inherited = model[size_t(location - 1)];
+            else if (length > 0)
+                inherited = model[0];
+            runs.replaceCharacters(range, inserted);
+            model.erase(begin, begin + count);
+            model.insert(model.begin() + location, size_t(inserted), inherited);
+            break;
+        }
+        }
+        ASSERT_EQ(runs.length(), qsizetype(model.size()));
+        if (step % 10 == 0 || step > 2950) {
+            const std::vector<PLTextAttributes> actual = characters(runs);
+            ASSERT_TRUE(actual == model) << "after step " << step;
+        }
+    }
+}
+
+struct InheritCase
+{
+    const char *what;
+    PLRange replaced;
+    qsizetype insertedLength;
+    // The colour of each character afterwards, '-' for none.
+    const char *expected;
+};
+
+class PLTextAttributeRunsReplacement : public ::testing::TestWithParam<InheritCase>
+{
+};
+
+// Starts from "aabbcc" coloured 0, 0, 1, 1, 2, 2.
+TEST_P(PLTextAttributeRunsReplacement, NewCharactersTakeTheAttributesTheTextSystemGivesThem)
+{
+    PLTextAttributeRuns runs(6);
+    for (int n = 0; n < 3; ++n)
+        runs.setAttributes(withForeground(n), PLRange{2 * n, 2});
+    runs.replaceCharacters(GetParam().replaced, GetParam().insertedLength);
+
+    QString actual;
+    for (const PLTextAttributes &attributes : characters(runs)) {
+        const std::optional<PLColor> color = attributes.foregroundColor();
+        actual += !color ? u'-' : color == shade(0) ? u'0' : color == shade(1) ? u'1' : u'2';
+    }
+    EXPECT_EQ(actual.toStdString(), GetParam().expected) << GetParam().what;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, PLTextAttributeRunsReplacement,
+    ::testing::Values(InheritCase{"typing inside a run", {1, 0}, 2, "00001122"},
+                      InheritCase{"typing at a run boundary takes the character before", {2, 0}, 1, "0001122"},
+                      InheritCase{"typing at the start takes the character after", {0, 0}, 1, "0001122"},
+                      InheritCase{"typing at the end", {6, 0}, 1, "0011222"},
+                      InheritCase{"a replacement takes the first replaced character", {3, 2}, 3, "0011112"},
+                      InheritCase{"deleting joins equal neighbours' runs", {2, 2}, 0, "0022"},
+                      InheritCase{"deleting everything", {0, 6}, 0, ""},
+                      InheritCase{"a length past the end is clipped", {4, 99}, 1, "00112"},
+                      InheritCase{"a location past the end changes nothing", {7, 0}, 3, "001122"}));
+
+TEST(PLTextAttributeRuns, EffectiveRangesAreMaximalAfterPaintingPieceByPiece)
+{
+    PLTextAttributeRuns runs(10);
+    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{2, 3});
+    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{5, 2});
+    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{4, 4});
+    PLRange effective;
+    EXPECT_EQ(runs.attributesAtIndex(6, &effective).link(), QStringLiteral("file://"));
+    EXPECT_EQ(effective, (PLRange{2, 6}));
+    EXPECT_TRUE(runs.attributesAtIndex(9, &effective).isEmpty());
+    EXPECT_EQ(effective, (PLRange{8, 2}));
+    EXPECT_EQ(runs.runCount(), 3);
+
+    EXPECT_TRUE(runs.attributesAtIndex(10, &effective).isEmpty());
+    EXPECT_EQ(effective, PLNotFoundRange);
+
+    runs.removeAttribute(PLTextAttributeName::Link, PLRange{-5, 100});
+    EXPECT_EQ(runs.runCount(), 1);
+}
+
+}

@@ -1,0 +1,95 @@
+#include "PLApplicationController.h"
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentWindowController.h"
+#include "PLFile.h"
+#include "PLUiTestSupport.h"
+#include "PLWelcomeWindowController.h"
+#include "PLWelcomeWindowMainViewController.h"
+#include "PLWelcomeWindowRecentFilesTableView.h"
+
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class WelcomeWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+    void TearDown() override { PLTest::closeDiscardingChanges(*application.documentController()); }
+
+    PLWelcomeWindowMainViewController *launch(const QStringList &files = {})
+    {
+        application.applicationDidFinishLaunching(files);
+        QCoreApplication::processEvents();
+        return application.welcomeWindowController()->mainViewController();
+    }
+
+    bool welcomeIsShown() { return application.welcomeWindowController()->window()->isVisible(); }
+
+    PLTest::Project project;
+    PLApplicationController application;
+};
+
+TEST_F(WelcomeWindow, LaunchingWithNothingToOpenShowsItAndNoUntitledProject)
+{
+    PLWelcomeWindowMainViewController *welcome = launch();
+    EXPECT_TRUE(welcomeIsShown());
+    EXPECT_TRUE(application.documentController()->documents().isEmpty());
+    EXPECT_EQ(welcome->numberOfRowsInTableView(), 0);
+}
+
+TEST_F(WelcomeWindow, ReturnWithNoSelectionOpensNothing)
+{
+    PLWelcomeWindowMainViewController *welcome = launch();
+    QTest::keyClick(welcome->recentFilesTableView(), Qt::Key_Return);
+    EXPECT_TRUE(welcomeIsShown());
+    EXPECT_TRUE(application.documentController()->documents().isEmpty());
+    EXPECT_FALSE(welcome->openItemInRecentItemsListAtRow(-1));
+}
+
+TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)
+{
+    const QString older = project.write(QStringLiteral("older.tex"), QStringLiteral("a"));
+    const QString spaced = project.write(QStringLiteral("My Thesis.tex"), QStringLiteral("b"));
+    application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(older));
+    application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(spaced));
+    PLWelcomeWindowMainViewController *welcome = launch();
+
+    ASSERT_EQ(welcome->numberOfRowsInTableView(), 2);
+    EXPECT_EQ(welcome->objectValueForRow(0), QStringLiteral("My Thesis.tex"));
+    EXPECT_EQ(welcome->objectValueForRow(1), QStringLiteral("older.tex"));
+
+    // The list is the one the window was made with.
+    application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(project.path(QStringLiteral("new.tex"))));
+    EXPECT_EQ(welcome->numberOfRowsInTableView(), 2);
+
+    PLWelcomeWindowRecentFilesTableView *table = welcome->recentFilesTableView();
+    table->clearSelection();
+    QTest::keyClick(table, Qt::Key_Return);
+    EXPECT_TRUE(application.documentController()->documents().isEmpty());
+
+    table->selectRow(1);
+    QTest::keyClick(table, Qt::Key_Return);
+    ASSERT_EQ(application.documentController()->documents().size(), 1);
+    EXPECT_EQ(application.documentController()->documents().constFirst()->mainFile()->stringPath(), older);
+    EXPECT_FALSE(welcomeIsShown());
+}
+
+TEST_F(WelcomeWindow, ComesBackWhenTheLastProjectWindowCloses)
+{
+    const QString path = project.write(QStringLiteral("main.tex"), QStringLiteral("a"));
+    QString report;
+    PLTest::answerNextMessageBox(QMessageBox::Ok, &report);
+    launch({path, project.path(QStringLiteral("missing.tex"))});
+    EXPECT_TRUE(report.contains(QStringLiteral("missing.tex")));
+    EXPECT_FALSE(application.welcomeWindowController()->isWindowLoaded() && welcomeIsShown());
+    ASSERT_EQ(application.documentController()->documents().size(), 1);
+
+    application.documentController()->windowControllers().constFirst()->close();
+    EXPECT_TRUE(welcomeIsShown());
+}
+
+}

@@ -1,0 +1,158 @@
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentOutlineItemModel.h"
+#include "PLDocumentOutlineView.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLSideBarViewController.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLUiTestSupport.h"
+
+#include <QMainWindow>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class Sidebar : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+
+    void open(const QString &mainName)
+    {
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(mainName)), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        windowController->window()->resize(1100, 700);
+        sidebar = windowController->splitViewController()->sideBarViewController();
+        QCoreApplication::processEvents();
+    }
+
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    PLDocumentOutlineItemModel *model() const { return sidebar->dataSource(); }
+
+    // One line per row, indented by depth, with "+" for an expanded row that has children.
+    QStringList rows(const QModelIndex &parent = QModelIndex(), int depth = 0) const
+    {
+        QStringList lines;
+        for (int row = 0; row < model()->rowCount(parent); ++row) {
+            const QModelIndex index = model()->index(row, 0, parent);
+            const bool open = model()->rowCount(index) > 0 && sidebar->sidebar()->isExpanded(index);
+            lines << QString(depth * 2, u' ') + (open ? QStringLiteral("+") : QString()) + index.data().toString();
+            lines << rows(index, depth + 1);
+        }
+        return lines;
+    }
+
+    QModelIndex find(const QString &title, const QModelIndex &parent = QModelIndex()) const
+    {
+        for (int row = 0; row < model()->rowCount(parent); ++row) {
+            const QModelIndex index = model()->index(row, 0, parent);
+            if (index.data().toString() == title)
+                return index;
+            if (const QModelIndex found = find(title, index); found.isValid())
+                return found;
+        }
+        return QModelIndex();
+    }
+
+    void click(const QString &title)
+    {
+        PLDocumentOutlineView *view = sidebar->sidebar();
+        const QModelIndex index = find(title);
+        ASSERT_TRUE(index.isValid()) << title.toStdString();
+        view->scrollTo(index);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(index).center());
+    }
+
+    PLSplitViewContentViewController *focusedPane() const
+    {
+        return windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->selectedSplitViewController();
+    }
+
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    PLDocumentWindowController *windowController = nullptr;
+    PLSideBarViewController *sidebar = nullptr;
+};
+
+TEST_F(Sidebar, ShowsHeadingsIncludedFilesAndOneRowPerBibliography)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\part{One}\n\\chapter{Intro}\n\\input{intro}\n"
+                                                            "\\section{Local}\ntext\n\\bibliography{a,b}\n"));
+    project.write(QStringLiteral("intro.tex"), QStringLiteral("\\section{Motivation}\nWhy.\n"));
+    project.write(QStringLiteral("a.bib"), QStringLiteral("@book{a,}\n"));
+    project.write(QStringLiteral("b.bib"), QStringLiteral("@book{b,}\n"));
+    open(QStringLiteral("main.tex"));
+
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("+main.tex"), QStringLiteral("  +One"), QStringLiteral("    +Intro"),
+                                   QStringLiteral("      +intro.tex"), QStringLiteral("        Motivation"),
+                                   QStringLiteral("      +Local"), QStringLiteral("        a.bib"), QStringLiteral("        b.bib")}));
+    const QModelIndex root = find(QStringLiteral("main.tex"));
+    EXPECT_TRUE(root.data(PLDocumentOutlineItemModel::IsGroupRole).toBool());
+    EXPECT_TRUE(root.data(Qt::DecorationRole).isNull());
+    EXPECT_FALSE(find(QStringLiteral("intro.tex")).data(Qt::DecorationRole).isNull());
+    EXPECT_FALSE(find(QStringLiteral("a.bib")).data(Qt::DecorationRole).isNull());
+    EXPECT_FALSE(find(QStringLiteral("One")).data(PLDocumentOutlineItemModel::IsGroupRole).toBool());
+    EXPECT_EQ(root.data(Qt::SizeHintRole).toSize().height(), 25);
+}
+
+TEST_F(Sidebar, AFileWithoutHeadingsShowsOnlyItsRoot)
+{
+    project.write(QStringLiteral("plain.tex"), QStringLiteral("Only text here.\n% \\section{Commented}\n"));
+    open(QStringLiteral("plain.tex"));
+    EXPECT_EQ(rows(), QStringList{QStringLiteral("plain.tex")});
+    EXPECT_FALSE(model()->hasChildren(find(QStringLiteral("plain.tex"))));
+}
+
+TEST_F(Sidebar, EditsUpdateTheirFileAndLeaveCollapsedRowsElsewhereAlone)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{Local}\n\\subsection{Deep}\n\\input{intro}\n"));
+    project.write(QStringLiteral("intro.tex"), QStringLiteral("\\section{Motivation}\nWhy.\n"));
+    open(QStringLiteral("main.tex"));
+    const auto intro = document->mainFile()->filesInDocument().constFirst();
+    sidebar->sidebar()->collapse(find(QStringLiteral("Deep")));
+
+    PLTextContentBuffer *buffer = intro->contentBuffer();
+    buffer->replaceCharactersInRange(PLRange{buffer->string().size(), 0}, QStringLiteral("\\section{Added}\nMore.\n"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("+main.tex"), QStringLiteral("  +Local"), QStringLiteral("    Deep"),
+                                   QStringLiteral("      +intro.tex"), QStringLiteral("        Motivation"),
+                                   QStringLiteral("        Added")}));
+
+    buffer->replaceCharactersInRange(PLRange{9, 10}, QStringLiteral("Aims"));
+    EXPECT_TRUE(find(QStringLiteral("Aims")).isValid());
+    EXPECT_FALSE(find(QStringLiteral("Motivation")).isValid());
+    EXPECT_FALSE(sidebar->sidebar()->isExpanded(find(QStringLiteral("Deep"))));
+}
+
+TEST_F(Sidebar, AClickShowsTheNodeInTheFocusedPane)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("Preamble.\n\\section{Local}\nText.\n\\input{intro}\n"));
+    project.write(QStringLiteral("intro.tex"), QStringLiteral("Opening words.\n\\section{Motivation}\nWhy.\n"));
+    open(QStringLiteral("main.tex"));
+
+    click(QStringLiteral("Motivation"));
+    ASSERT_EQ(focusedPane()->file()->name(), QStringLiteral("intro.tex"));
+    EXPECT_EQ(focusedPane()->textContentView()->selectedRange(), (PLRange{15, 0}));
+
+    click(QStringLiteral("Local"));
+    EXPECT_EQ(focusedPane()->file(), document->mainFile());
+    EXPECT_EQ(focusedPane()->textContentView()->selectedRange(), (PLRange{10, 0}));
+
+    // Clicking the selected row again goes back to the heading after the caret moved.
+    focusedPane()->textContentView()->setSelectedRange(PLRange{0, 0});
+    click(QStringLiteral("Local"));
+    EXPECT_EQ(focusedPane()->textContentView()->selectedRange(), (PLRange{10, 0}));
+}
+
+}

@@ -1,0 +1,223 @@
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLMainAreaViewController.h"
+#include "PLMainMenu.h"
+#include "PLNoPDFFoundView.h"
+#include "PLResponderChain.h"
+#include "PLSplitView.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTitleBarButton.h"
+#include "PLUiTestSupport.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QMainWindow>
+#include <QSplitter>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class SplitPanes : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        mainPath = project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{One}\nText.\n"));
+    }
+
+    void open()
+    {
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
+        window->resize(1200, 700);
+        editor = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController();
+        QCoreApplication::processEvents();
+    }
+
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    PLSplitViewContentViewController *pane(int index) const { return editor->splitViewContentControllerAtIndex(index); }
+
+    static QList<QVariantMap> storedLayout()
+    {
+        return PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    }
+
+    bool send(PLAction action, QAction *item = nullptr)
+    {
+        return PLResponderChain::sendAction(window, action, item);
+    }
+
+    // The menu item that moves the focus to the left (tag 0) or to the right (tag 1).
+    QAction *navigationItem(int tag) const
+    {
+        for (QAction *item : window->findChildren<QAction *>()) {
+            if (PLMainMenu::actionOfItem(item) == PLAction::NavigateToSplitViewMenuItemPressed && PLMainMenu::tagOfItem(item) == tag)
+                return item;
+        }
+        return nullptr;
+    }
+
+    PLTest::Project project;
+    QString mainPath;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    PLDocumentWindowController *windowController = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewController *editor = nullptr;
+};
+
+TEST_F(SplitPanes, FreshAccountShowsOneTextPaneAndSplittingHalvesIt)
+{
+    open();
+    ASSERT_EQ(editor->splitViewCount(), 1);
+    EXPECT_FALSE(pane(0)->isPdfToggled());
+    EXPECT_FALSE(pane(0)->titleBarButtonCloseSplit()->isVisibleTo(window));
+    EXPECT_EQ(pane(0)->titleTextField()->text(), QStringLiteral("main.tex"));
+
+    pane(0)->splitView(Qt::NoModifier);
+    ASSERT_EQ(editor->splitViewCount(), 2);
+    const QList<int> widths = editor->splitView()->sizes();
+    EXPECT_NEAR(widths.at(0), widths.at(1), 2);
+    EXPECT_TRUE(pane(0)->titleBarButtonCloseSplit()->isVisibleTo(window));
+    EXPECT_TRUE(pane(1)->titleBarButtonCloseSplit()->isVisibleTo(window));
+    EXPECT_EQ(pane(1)->file(), pane(0)->file());
+
+    const QList<QVariantMap> layout = storedLayout();
+    ASSERT_EQ(layout.size(), 2);
+    for (const QVariantMap &entry : layout) {
+        EXPECT_EQ(entry.value(PLSplitViewSetupContentType).toInt(), 0);
+        EXPECT_NEAR(entry.value(PLSplitViewSetupContentPercentageWidth).toDouble(), 50.0, 1.0);
+    }
+}
+
+TEST_F(SplitPanes, ClosingAPaneFocusesTheOneThatTakesItsPlace)
+{
+    open();
+    pane(0)->splitView(Qt::NoModifier);
+    pane(1)->splitView(Qt::NoModifier);
+    ASSERT_EQ(editor->splitViewCount(), 3);
+    PLSplitViewContentViewController *first = pane(0);
+    PLSplitViewContentViewController *middle = pane(1);
+    PLSplitViewContentViewController *last = pane(2);
+
+    editor->focusOnSplitViewContentViewController(last);
+    last->closeView();
+    ASSERT_EQ(editor->splitViewCount(), 2);
+    EXPECT_EQ(editor->selectedSplitViewController(), middle);
+
+    pane(0)->splitView(Qt::NoModifier);
+    PLSplitViewContentViewController *inserted = pane(1);
+    editor->focusOnSplitViewContentViewController(inserted);
+    inserted->closeView();
+    EXPECT_EQ(editor->selectedSplitViewController(), middle);
+    EXPECT_EQ(editor->contentViewControllers(), (QList<PLSplitViewContentViewController *>{first, middle}));
+
+    middle->closeView();
+    EXPECT_EQ(editor->selectedSplitViewController(), first);
+    EXPECT_FALSE(first->titleBarButtonCloseSplit()->isVisibleTo(window));
+    EXPECT_EQ(storedLayout().size(), 1);
+}
+
+TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBold)
+{
+    open();
+    QAction *left = navigationItem(0);
+    QAction *right = navigationItem(1);
+    ASSERT_TRUE(left && right);
+    EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, right));
+
+    pane(0)->splitView(Qt::NoModifier);
+    pane(1)->splitView(Qt::NoModifier);
+    EXPECT_TRUE(PLResponderChain::validateMenuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, right));
+    editor->focusOnSplitViewContentViewController(pane(2));
+
+    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, right));
+    EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
+    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
+    EXPECT_EQ(editor->selectedSplitViewController(), pane(2));
+    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
+    EXPECT_EQ(editor->selectedSplitViewController(), pane(1));
+
+    for (int index = 0; index < 3; ++index)
+        EXPECT_EQ(pane(index)->titleTextField()->font().bold(), index == 1) << "pane " << index;
+    // Pane commands reach the focused pane first.
+    EXPECT_TRUE(send(PLAction::ToggleDocumentPDF));
+    EXPECT_TRUE(pane(1)->isPdfToggled());
+    EXPECT_FALSE(pane(0)->isPdfToggled());
+}
+
+TEST_F(SplitPanes, SplittingWithAltAndShiftShowsThePDFPlaceholderInTheNewPane)
+{
+    open();
+    pane(0)->flagsChanged(Qt::AltModifier | Qt::ShiftModifier);
+    EXPECT_EQ(pane(0)->titleBarButtonSplitView()->imageName(), QStringLiteral("titlebarSplitViewAddAndDisplayPDFButton.png"));
+    pane(0)->flagsChanged(Qt::NoModifier);
+    EXPECT_EQ(pane(0)->titleBarButtonSplitView()->imageName(), QStringLiteral("titlebarSplitViewAddButton.png"));
+
+    pane(0)->splitView(Qt::AltModifier | Qt::ShiftModifier);
+    ASSERT_EQ(editor->splitViewCount(), 2);
+    EXPECT_FALSE(pane(0)->isPdfToggled());
+    EXPECT_TRUE(pane(1)->isPdfToggled());
+    ASSERT_NE(pane(1)->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pane(1)->noPDFFoundView()->isVisibleTo(window));
+    EXPECT_EQ(pane(1)->titleBarButtonTogglePDF()->imageName(), QStringLiteral("titlebarTextButton.png"));
+    EXPECT_EQ(storedLayout().at(1).value(PLSplitViewSetupContentType).toInt(), 1);
+
+    pane(1)->toggleDocumentPDF();
+    EXPECT_EQ(pane(1)->titleBarButtonTogglePDF()->imageName(), QStringLiteral("titlebarPDFButton.png"));
+    EXPECT_EQ(storedLayout().at(1).value(PLSplitViewSetupContentType).toInt(), 0);
+}
+
+TEST_F(SplitPanes, AStoredLayoutReopensWithItsPanesAndWidths)
+{
+    QVariantMap text{{PLSplitViewSetupContentType, 0}, {PLSplitViewSetupContentPercentageWidth, 70.0}};
+    QVariantMap pdf{{PLSplitViewSetupContentType, 1}, {PLSplitViewSetupContentPercentageWidth, 30.0}};
+    PLUserDefaults::standardUserDefaults().setArray({text, pdf}, PLUserDefaultsSplitViewSetup);
+    open();
+    ASSERT_EQ(editor->splitViewCount(), 2);
+    EXPECT_FALSE(pane(0)->isPdfToggled());
+    EXPECT_TRUE(pane(1)->isPdfToggled());
+    const QList<int> widths = editor->splitView()->sizes();
+    EXPECT_NEAR(100.0 * widths.at(0) / (widths.at(0) + widths.at(1)), 70.0, 1.0);
+    EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
+}
+
+TEST_F(SplitPanes, SidebarDividerStaysBetween150PointsAndHalfTheWindow)
+{
+    open();
+    PLDocumentSplitViewController *split = windowController->splitViewController();
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    const int width = split->splitView()->width();
+
+    EXPECT_EQ(split->constrainSplitPosition(100), 150);
+    EXPECT_EQ(defaults.doubleForKey(PLDocumentSidebarWidth), 150.0);
+    EXPECT_EQ(split->constrainSplitPosition(260), 260);
+    EXPECT_EQ(defaults.doubleForKey(PLDocumentSidebarWidth), 260.0);
+    EXPECT_EQ(split->constrainSplitPosition(width), width * 0.5 - split->splitView()->handleWidth());
+
+    // The width the user chose is where the next window's sidebar starts.
+    split->constrainSplitPosition(300);
+    PLDocumentController others;
+    const QString otherPath = project.write(QStringLiteral("other.tex"), QStringLiteral("x"));
+    PLDocument *other = others.openDocumentWithContentsOfURL(QUrl::fromLocalFile(otherPath), true);
+    ASSERT_NE(other, nullptr);
+    QWidget *otherWindow = others.windowControllerForDocument(other)->window();
+    otherWindow->resize(1200, 700);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(others.windowControllerForDocument(other)->splitViewController()->splitView()->sizes().at(0), 300);
+    others.closeAllDocuments();
+}
+
+}
