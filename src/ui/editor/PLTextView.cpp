@@ -106,9 +106,12 @@ void PLTextView::scrollRangeToVisible(PLRange range)
     const QTextCursor selection = textCursor();
     QTextCursor target(document());
     target.setPosition(int(m_lineEndings.toMirror(qBound<qsizetype>(0, range.location, m_buffer->string().size()))));
+    // Only the view moves: the passing caret is no selection of the user's.
+    m_movingSelection = true;
     setTextCursor(target);
     centerCursor();
     setTextCursor(selection);
+    m_movingSelection = false;
 }
 
 bool PLTextView::event(QEvent *event)
