@@ -6,8 +6,10 @@
 
 PLNotificationCenter &PLNotificationCenter::defaultCenter()
 {
-    static PLNotificationCenter center;
-    return center;
+    // Never destroyed: objects that live until the process exits (the pool's files and their
+    // highlighters) still leave the centre as they go.
+    static auto *center = new PLNotificationCenter;
+    return *center;
 }
 
 void PLNotificationCenter::addObserver(const void *observer, const QString &name, const void *sender, Handler handler)

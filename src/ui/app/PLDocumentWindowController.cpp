@@ -51,7 +51,7 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
 
 PLDocumentWindowController::~PLDocumentWindowController()
 {
-    if (m_document->windowDelegate() == this)
+    if (m_document && m_document->windowDelegate() == this)
         m_document->setWindowDelegate(nullptr);
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "PLDocument.h"
 #include "PLDocumentWindowDelegate.h"
 #include "PLError.h"
 #include "XSWindowController.h"
 
-class PLDocument;
+#include <QPointer>
+
 class PLDocumentController;
 class PLDocumentSplitViewController;
 class PLMainMenu;
@@ -21,7 +23,7 @@ public:
     PLDocumentWindowController(PLDocument *document, PLDocumentController *documentController);
     ~PLDocumentWindowController() override;
 
-    PLDocument *document() const { return m_document; }
+    PLDocument *document() const { return m_document.data(); }
     QMainWindow *documentWindow();
     PLDocumentSplitViewController *splitViewController() const { return m_splitViewController; }
     PLMainMenu *mainMenu() const { return m_mainMenu; }
@@ -47,7 +49,8 @@ private:
     void finishClosing();
     void presentError(const PLError &error);
 
-    PLDocument *m_document;
+    // The document controller frees the document and this controller together, in either order.
+    QPointer<PLDocument> m_document;
     PLDocumentController *m_documentController;
     PLDocumentSplitViewController *m_splitViewController = nullptr;
     PLMainMenu *m_mainMenu = nullptr;

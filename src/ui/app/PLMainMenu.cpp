@@ -116,8 +116,6 @@ QAction *PLMainMenu::addItem(QMenu *menu, const QString &title, PLAction action,
     item->setProperty(actionProperty, int(action));
     item->setProperty(tagProperty, tag);
     connect(item, &QAction::triggered, this, [this, item] { perform(item); });
-    if (!m_items.contains(action))
-        m_items.insert(action, item);
     return item;
 }
 

@@ -2,7 +2,6 @@
 
 #include "PLResponder.h"
 
-#include <QHash>
 #include <QKeySequence>
 #include <QObject>
 
@@ -22,8 +21,6 @@ class PLMainMenu : public QObject
 public:
     PLMainMenu(QMainWindow *window, PLDocumentController *documentController);
 
-    // The item that sends the action (for the pane-navigation actions, the first of them).
-    QAction *itemForAction(PLAction action) const { return m_items.value(action); }
     static PLAction actionOfItem(const QAction *item);
     // The number a few items carry beside their action, such as the direction of pane navigation.
     static int tagOfItem(const QAction *item);
@@ -39,7 +36,6 @@ private:
 
     QMainWindow *m_window;
     PLDocumentController *m_documentController;
-    QHash<PLAction, QAction *> m_items;
     QList<QAction *> m_windowListItems;
     QActionGroup *m_windowListGroup = nullptr;
 };

@@ -3,6 +3,8 @@
 #include "PLFile.h"
 #include "PLLogging.h"
 #include "PLStringLineCalculations.h"
+#include "PLSyntaxHighlighter.h"
+#include "PLTextAttributes.h"
 #include "PLTextContentBuffer.h"
 #include "PLTextViewDelegate.h"
 #include "PLTextViewHistoryHandler.h"
@@ -41,8 +43,13 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     // The buffer keeps the one history of the file.
     document()->setUndoRedoEnabled(false);
 
+    // Text read from disk is coloured when it is first shown; edits are coloured as they happen.
+    if (!text.isEmpty() && m_buffer->attributesAtIndex(0).isEmpty())
+        m_buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
     connect(document(), &QTextDocument::contentsChange, this, &PLTextView::mirrorDidChange);
     connect(m_buffer, &PLTextContentBuffer::didProcessEditing, this, &PLTextView::bufferDidProcessEditing);
+    connect(m_buffer, &PLTextContentBuffer::didEditAttributes, this, &PLTextView::bufferDidEditAttributes);
+    applyAttributes(PLRange{0, text.size()});
     connect(this, &QPlainTextEdit::cursorPositionChanged, this, &PLTextView::selectionDidMove);
     connect(this, &QPlainTextEdit::selectionChanged, this, &PLTextView::selectionDidMove);
 
@@ -62,11 +69,14 @@ PLTextView::~PLTextView() = default;
 QFont PLTextView::editorFont()
 {
     const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
-    const QString family = defaults.stringForKey(PLUserDefaultsEditorFontName);
+    return fontNamed(defaults.stringForKey(PLUserDefaultsEditorFontName), double(defaults.integerForKey(PLUserDefaultsEditorFontSize)));
+}
+
+QFont PLTextView::fontNamed(const QString &family, double size)
+{
     QFont font = QFontDatabase::families().contains(family) ? QFont(family) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    // The stored size counts the original platform's points, which were its logical pixels:
-    // 96 of them to the inch here, not 72.
-    const qint64 size = defaults.integerForKey(PLUserDefaultsEditorFontSize);
+    // Stored sizes count the original platform's points, which were its logical pixels: 96 of
+    // them to the inch here, not 72.
     if (size > 0)
         font.setPointSizeF(size * 72.0 / 96.0);
     return font;
@@ -340,14 +350,77 @@ void PLTextView::applyPendingCorrection()
         m_pendingCorrection.reset();
         m_lineEndings.reset(m_buffer->string());
         replaceMirrorText(0, document()->characterCount() - 1, PLLineEndingMap::mirrorString(m_buffer->string()));
+        m_pendingAttributeRange = PLRange{0, m_buffer->string().size()};
+    } else if (m_pendingCorrection) {
+        const Correction correction = *m_pendingCorrection;
+        m_pendingCorrection.reset();
+        replaceMirrorText(correction.start, correction.end, correction.text);
+        selectionDidMove();
+    }
+    if (m_pendingAttributeRange.isFound()) {
+        const PLRange range = m_pendingAttributeRange;
+        m_pendingAttributeRange = PLNotFoundRange;
+        applyAttributes(range);
+    }
+}
+
+void PLTextView::bufferDidEditAttributes(PLRange range)
+{
+    // In the middle of the user's own edit the mirror cannot be touched: colour it afterwards.
+    if (m_localEdit || m_pendingCorrection || m_needsFullResync) {
+        if (m_pendingAttributeRange.isFound()) {
+            const qsizetype start = qMin(range.location, m_pendingAttributeRange.location);
+            const qsizetype end = qMax(range.end(), m_pendingAttributeRange.end());
+            m_pendingAttributeRange = PLRange{start, end - start};
+        } else {
+            m_pendingAttributeRange = range;
+        }
+        QMetaObject::invokeMethod(this, &PLTextView::applyPendingCorrection, Qt::QueuedConnection);
         return;
     }
-    if (!m_pendingCorrection)
-        return;
-    const Correction correction = *m_pendingCorrection;
-    m_pendingCorrection.reset();
-    replaceMirrorText(correction.start, correction.end, correction.text);
-    selectionDidMove();
+    applyAttributes(range);
+}
+
+void PLTextView::applyAttributes(PLRange range)
+{
+    const qsizetype textLength = m_buffer->string().size();
+    const qsizetype start = qBound<qsizetype>(0, range.location, textLength);
+    const qsizetype end = qBound<qsizetype>(start, range.end(), textLength);
+    const qsizetype mirrorEnd = m_lineEndings.toMirror(end);
+    m_updatingMirror = true;
+    for (QTextBlock block = document()->findBlock(int(m_lineEndings.toMirror(start))); block.isValid() && block.position() <= mirrorEnd;
+         block = block.next()) {
+        // A block holds no line break of its own, so its characters run one for one in the text.
+        const qsizetype blockStart = m_lineEndings.toText(block.position());
+        QList<QTextLayout::FormatRange> formats;
+        m_buffer->enumerateAttributes(PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
+            const QTextCharFormat format = formatForAttributes(attributes);
+            if (!format.isEmpty())
+                formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
+        });
+        block.layout()->setFormats(formats);
+        document()->markContentsDirty(block.position(), block.length());
+    }
+    m_updatingMirror = false;
+}
+
+QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attributes)
+{
+    QTextCharFormat format;
+    if (const auto foreground = attributes.foregroundColor())
+        format.setForeground(foreground->toQColor());
+    if (const auto background = attributes.backgroundColor(); background && background->toQColor().alpha() > 0)
+        format.setBackground(background->toQColor());
+    if (const auto font = attributes.font()) {
+        const QString key = font->family + QLatin1Char('/') + QString::number(font->pointSize);
+        auto known = m_fonts.find(key);
+        if (known == m_fonts.end())
+            known = m_fonts.insert(key, fontNamed(font->family, font->pointSize));
+        // The document's own font needs no format of its own.
+        if (*known != document()->defaultFont())
+            format.setFont(*known);
+    }
+    return format;
 }
 
 void PLTextView::selectionDidMove()
@@ -365,9 +438,9 @@ void PLTextView::selectionDidMove()
         }
         m_delegate->textViewDidChangeSelection(this);
     }
-    const PLRange range = selectedRange();
-    m_file->setSelectedRange(range);
-    emit selectionDidChange(range);
+    // The file remembers the place, so a pane that shows it later starts there.
+    m_file->setSelectedRange(selectedRange());
+    emit selectionDidChange();
 }
 
 void PLTextView::setUpEditorBehaviour()

@@ -4,12 +4,15 @@
 #include "PLRange.h"
 #include "PLResponder.h"
 
+#include <QHash>
 #include <QPlainTextEdit>
+#include <QTextCharFormat>
 
 #include <memory>
 #include <optional>
 
 class PLFile;
+class PLTextAttributes;
 class PLTextContentBuffer;
 class PLTextViewDelegate;
 class PLTextViewLineOverlayView;
@@ -40,6 +43,7 @@ public:
 
     // The editor font of the settings, or the system's fixed-pitch font when that family is missing.
     static QFont editorFont();
+    static QFont fontNamed(const QString &family, double size);
     void applyEditorBackgroundColor();
 
     // The pane's editing policy; not owned.
@@ -66,8 +70,9 @@ public:
     void toggleCommentOfCurrentLine();
 
 signals:
-    void selectionDidChange(PLRange range);
     void didBecomeKey();
+    // The user moved the caret or changed the selection.
+    void selectionDidChange();
 
 protected:
     bool event(QEvent *event) override;
@@ -96,6 +101,10 @@ private:
     // Replaces only the part of [start, end) that differs, so cursors elsewhere stay put.
     void replaceMirrorText(qsizetype start, qsizetype end, const QString &replacement);
     void applyPendingCorrection();
+    // Shows the buffer's colours and fonts over the range on the lines of the mirror.
+    void bufferDidEditAttributes(PLRange range);
+    void applyAttributes(PLRange range);
+    QTextCharFormat formatForAttributes(const PLTextAttributes &attributes);
     void undo();
     void redo();
     void cutSelection();
@@ -125,4 +134,7 @@ private:
     PLTextViewDelegate *m_delegate = nullptr;
     PLTextViewLineOverlayView *m_lineHightlightView = nullptr;
     PLTextViewSpellChecker *m_spellChecker = nullptr;
+    // Colours that arrived while the mirror could not take them yet.
+    PLRange m_pendingAttributeRange = PLNotFoundRange;
+    QHash<QString, QFont> m_fonts;
 };

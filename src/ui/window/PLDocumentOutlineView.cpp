@@ -14,6 +14,8 @@ PLDocumentOutlineView::PLDocumentOutlineView(QWidget *parent) : QTreeView(parent
     setFrameShape(QFrame::NoFrame);
     setUniformRowHeights(true);
     setIndentation(14);
+    // The main file's row heads the list like a group title; it has no disclosure arrow.
+    setRootIsDecorated(false);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

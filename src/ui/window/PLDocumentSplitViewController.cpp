@@ -32,7 +32,7 @@ QWidget *PLDocumentSplitViewController::loadView()
     m_splitView = new PLSplitView(Qt::Horizontal);
     m_splitView->setObjectName(nibName());
     m_splitView->setChildrenCollapsible(false);
-    m_splitView->setHandleWidth(1);
+    m_splitView->setHandleWidth(3);
     m_splitView->addWidget(m_sideBarViewController->view());
     m_splitView->addWidget(m_mainAreaViewController->view());
     m_splitView->setStretchFactor(0, 0);

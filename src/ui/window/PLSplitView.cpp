@@ -1,6 +1,7 @@
 #include "PLSplitView.h"
 
 #include <QMouseEvent>
+#include <QPainter>
 #include <QSplitterHandle>
 
 
@@ -26,6 +27,15 @@ protected:
         const int proposed = pick(view->mapFromGlobal(event->globalPosition().toPoint())) - m_grabOffset;
         const bool first = view->indexOf(this) == 1;
         moveSplitter(first ? view->constrainedPosition(proposed) : proposed);
+    }
+
+    // A hairline in the middle of a strip wide enough to grab.
+    void paintEvent(QPaintEvent *) override
+    {
+        QPainter painter(this);
+        painter.fillRect(rect(), palette().color(QPalette::Window));
+        const QRect line = orientation() == Qt::Horizontal ? QRect(width() / 2, 0, 1, height()) : QRect(0, height() / 2, width(), 1);
+        painter.fillRect(line, palette().color(QPalette::Mid));
     }
 
 private:

@@ -141,6 +141,8 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_contentLayout = new QStackedLayout(m_contentView);
     m_contentLayout->setContentsMargins(0, 0, 0, 0);
     m_pdfViewEncapsulatorView = new QWidget(m_contentView);
+    m_pdfViewEncapsulatorView->setFocusPolicy(Qt::ClickFocus);
+    m_pdfViewEncapsulatorView->installEventFilter(this);
     auto *pdfLayout = new QStackedLayout(m_pdfViewEncapsulatorView);
     pdfLayout->setContentsMargins(0, 0, 0, 0);
     m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
@@ -148,6 +150,14 @@ QWidget *PLSplitViewContentViewController::loadView()
     layout->addWidget(m_titleBarView);
     layout->addWidget(m_contentView, 1);
     return view;
+}
+
+bool PLSplitViewContentViewController::eventFilter(QObject *watched, QEvent *event)
+{
+    // A click on the PDF side focuses the pane, as a click in its text does.
+    if (watched == m_pdfViewEncapsulatorView && event->type() == QEvent::FocusIn)
+        PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
+    return XSViewController::eventFilter(watched, event);
 }
 
 void PLSplitViewContentViewController::awakeFromNib()
@@ -189,15 +199,12 @@ void PLSplitViewContentViewController::replaceTextStorageInTextView()
     // The delegate tells the window when the view takes the focus, and feeds the history.
     textView->setDelegate(new PLTextViewDelegate(m_file, this, m_historyHandler.get(), textView));
     new PLLineNumbersRulerView(textView);
-    connect(textView, &PLTextView::selectionDidChange, this, [this](PLRange range) {
-        // Every move of the caret may have added to the history.
-        updateHistoryButtons();
-        if (m_splitViewController)
-            m_splitViewController->splitViewContentControllerDidChangeSelectionToRange(this, range);
-    });
+    // Every move of the caret may have added to the history.
+    connect(textView, &PLTextView::selectionDidChange, this, &PLSplitViewContentViewController::updateHistoryButtons);
     const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
     if (m_textContentView) {
         m_contentLayout->removeWidget(m_textContentView);
+        m_textContentView->hide();
         m_textContentView->deleteLater();
     }
     m_textContentView = textView;

@@ -69,6 +69,7 @@ public:
 protected:
     QWidget *loadView() override;
     void awakeFromNib() override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void observeNotifications();

@@ -6,6 +6,7 @@
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLSplitView.h"
 #include "PLSplitViewContentViewController.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -22,7 +23,10 @@ PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowContr
 {
     view();
     m_restoringLayout = true;
-    const QList<QVariantMap> setup = PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    QList<QVariantMap> setup = PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
+    // A layout that cannot be read still gives the window one pane of text.
+    if (setup.isEmpty())
+        setup << QVariantMap{{PLSplitViewSetupContentType, 0}, {PLSplitViewSetupContentPercentageWidth, 100.0}};
     for (const QVariantMap &entry : setup) {
         PLSplitViewContentViewController *pane = makePane();
         addChild(pane);
@@ -65,10 +69,10 @@ QSplitter *PLSplitViewController::splitView()
 
 QWidget *PLSplitViewController::loadView()
 {
-    m_splitView = new QSplitter(Qt::Horizontal);
+    m_splitView = new PLSplitView(Qt::Horizontal);
     m_splitView->setObjectName(QStringLiteral("PLEditorSplitView"));
     m_splitView->setChildrenCollapsible(false);
-    m_splitView->setHandleWidth(1);
+    m_splitView->setHandleWidth(3);
     connect(m_splitView, &QSplitter::splitterMoved, this, &PLSplitViewController::saveSplitViewSetupToUserDefaults);
     return m_splitView;
 }
@@ -227,24 +231,6 @@ bool PLSplitViewController::splitViewContentControllerShouldClose(PLSplitViewCon
     return true;
 }
 
-void PLSplitViewController::splitViewContentControllerDidRequestToMakeSplitViewInDirectionKey(PLSplitViewContentViewController *,
-                                                                                            int direction)
-{
-    changeSelectionSplitViewToSplitViewInDirection(direction);
-}
-
-void PLSplitViewController::splitViewContentControllerDidChangeSelectionToRange(PLSplitViewContentViewController *pane, PLRange range)
-{
-    if (pane->file())
-        m_selectedRangesInFiles.insert(keyForFile(pane->file()), range);
-}
-
-PLRange PLSplitViewController::splitViewContentControllerRequestedSelectedRangeForFile(PLSplitViewContentViewController *,
-                                                                                      const std::shared_ptr<PLFile> &file) const
-{
-    return m_selectedRangesInFiles.value(keyForFile(file), PLRange{0, 0});
-}
-
 void PLSplitViewController::splitViewContentControllerDidFocusOnPDFView(PLSplitViewContentViewController *pane)
 {
     if (!m_restoringLayout)
@@ -262,11 +248,6 @@ void PLSplitViewController::splitViewContentControllerDidChangeFromFile(PLSplitV
                                                                         const std::shared_ptr<PLFile> &)
 {
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerSelectedSplitViewDidChangeFile, this);
-}
-
-QString PLSplitViewController::keyForFile(const std::shared_ptr<PLFile> &file)
-{
-    return file->isUntitled() ? file->name() : file->stringPath();
 }
 
 void PLSplitViewController::displayGoToLineWindow()

@@ -1,9 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
 #include "XSViewController.h"
 
-#include <QHash>
 #include <QList>
 
 #include <memory>
@@ -58,10 +56,6 @@ public:
     // What the panes ask and tell.
     bool splitViewContentControllerShouldSplit(PLSplitViewContentViewController *pane);
     bool splitViewContentControllerShouldClose(PLSplitViewContentViewController *pane);
-    void splitViewContentControllerDidRequestToMakeSplitViewInDirectionKey(PLSplitViewContentViewController *pane, int direction);
-    void splitViewContentControllerDidChangeSelectionToRange(PLSplitViewContentViewController *pane, PLRange range);
-    PLRange splitViewContentControllerRequestedSelectedRangeForFile(PLSplitViewContentViewController *pane,
-                                                                     const std::shared_ptr<PLFile> &file) const;
     void splitViewContentControllerDidFocusOnPDFView(PLSplitViewContentViewController *pane);
     void splitViewContentControllerDidClosePDFView(PLSplitViewContentViewController *pane);
     void splitViewContentControllerDidChangeFromFile(PLSplitViewContentViewController *pane,
@@ -75,14 +69,11 @@ protected:
 private:
     PLSplitViewContentViewController *makePane();
     void observe(PLSplitViewContentViewController *pane);
-    // Where a file's selection is remembered: its path, or its name while it is untitled.
-    static QString keyForFile(const std::shared_ptr<PLFile> &file);
 
     PLDocument *m_document;
     QList<PLSplitViewContentViewController *> m_contentViewControllers;
     PLSplitViewContentViewController *m_selectedSplitViewController = nullptr;
     PLSplitViewContentViewController *m_selectedSplitTextViewViewController = nullptr;
-    QHash<QString, PLRange> m_selectedRangesInFiles;
     QSplitter *m_splitView = nullptr;
     bool m_restoringLayout = false;
     PLGoToLineWindowController *m_goToLineWindowController = nullptr;

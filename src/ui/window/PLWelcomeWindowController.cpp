@@ -1,5 +1,6 @@
 #include "PLWelcomeWindowController.h"
 
+#include "PLResponderChain.h"
 #include "PLWelcomeWindowMainViewController.h"
 
 #include <QAction>
@@ -34,6 +35,10 @@ QWidget *PLWelcomeWindowController::loadWindow()
     closeAction->setShortcuts({QKeySequence::Close, QKeySequence(Qt::Key_Escape)});
     connect(closeAction, &QAction::triggered, window, &QWidget::close);
     window->addAction(closeAction);
+    auto *quitAction = new QAction(window);
+    quitAction->setShortcut(QKeySequence::Quit);
+    connect(quitAction, &QAction::triggered, this, [window] { PLResponderChain::sendAction(window, PLAction::Terminate, nullptr); });
+    window->addAction(quitAction);
 
     // Centred on the screen, as the window is meant to greet the user.
     if (const QScreen *screen = QGuiApplication::primaryScreen()) {

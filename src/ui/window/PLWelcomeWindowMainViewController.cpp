@@ -5,6 +5,7 @@
 #include "PLWelcomeWindowController.h"
 #include "PLWelcomeWindowRecentFilesTableView.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QHBoxLayout>
@@ -194,6 +195,16 @@ QWidget *PLWelcomeWindowMainViewController::loadView()
     columns->addWidget(intro);
     columns->addWidget(separator);
     columns->addWidget(recent, 1);
+
+    // The keys of the File menu, which this window has none of.
+    const auto addShortcut = [this, view](QKeySequence::StandardKey key, void (PLWelcomeWindowMainViewController::*choice)()) {
+        auto *action = new QAction(view);
+        action->setShortcut(key);
+        connect(action, &QAction::triggered, this, choice);
+        view->addAction(action);
+    };
+    addShortcut(QKeySequence::New, &PLWelcomeWindowMainViewController::makeUntitledDocument);
+    addShortcut(QKeySequence::Open, &PLWelcomeWindowMainViewController::openAnotherFile);
     return view;
 }
 

@@ -9,8 +9,11 @@
 #include "PLSplitViewContentViewController.h"
 #include "PLSplitViewController.h"
 #include "PLTextContentBuffer.h"
+#include "PLTextView.h"
 #include "PLUiTestSupport.h"
 
+#include <QDateTime>
+#include <QFile>
 #include <QMainWindow>
 
 #include <gtest/gtest.h>
@@ -127,6 +130,30 @@ TEST_F(DocumentController, QuittingStopsAtTheFirstProjectTheUserKeeps)
     Q_UNUSED(clean);
 }
 
+TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesActive)
+{
+    const QString chapter = project.write(QStringLiteral("chapter.tex"), QStringLiteral("\\section{Old}\n"));
+    PLDocument *document = open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
+    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
+    PLSplitViewController *editor = controller->splitViewController()->mainAreaViewController()->editorSplitViewController();
+    const auto file = document->mainFile()->filesInDocument().constFirst();
+    editor->splitViewContentControllerAtIndex(0)->setFile(file);
+
+    project.write(QStringLiteral("chapter.tex"), QStringLiteral("\\section{New}\n"));
+    QFile changed(chapter);
+    ASSERT_TRUE(changed.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(changed.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime));
+    changed.close();
+    QEvent activation(QEvent::WindowActivate);
+    QApplication::sendEvent(controller->window(), &activation);
+
+    EXPECT_EQ(file->content(), QStringLiteral("\\section{New}\n"));
+    EXPECT_EQ(editor->splitViewContentControllerAtIndex(0)->textContentView()->toPlainText(), QStringLiteral("\\section{New}\n"));
+    PLDocumentOutlineItemModel *outline = controller->splitViewController()->sideBarViewController()->dataSource();
+    const QModelIndex included = outline->index(0, 0, outline->index(0, 0));
+    EXPECT_EQ(outline->index(0, 0, included).data().toString(), QStringLiteral("New"));
+}
+
 TEST_F(DocumentController, SaveAsMovesEveryPaneAndTheSidebarToTheNewMainFile)
 {
     PLDocument *document = open(project.write(QStringLiteral("draft.tex"), QStringLiteral("\\section{Kept}\n")));
@@ -141,6 +168,7 @@ TEST_F(DocumentController, SaveAsMovesEveryPaneAndTheSidebarToTheNewMainFile)
     PLDocumentOutlineItemModel *outline = controller->splitViewController()->sideBarViewController()->dataSource();
     EXPECT_EQ(outline->index(0, 0).data().toString(), QStringLiteral("final.tex"));
     EXPECT_EQ(PLTest::readFile(newPath), QByteArray("\\section{Kept}\n"));
+    EXPECT_TRUE(controller->window()->windowTitle().startsWith(QStringLiteral("final.tex")));
 }
 
 }

@@ -1,5 +1,6 @@
 #include "PLFile.h"
 #include "PLLatexFileContentOutlineParser.h"
+#include "PLTextAttributes.h"
 #include "PLTestSupport.h"
 #include "PLTextContentBuffer.h"
 #include "PLTextView.h"
@@ -183,6 +184,45 @@ TEST_F(TextView, AnEditInAnotherPaneNextToAPairKeepsTheMirrorWhole)
     file->contentBuffer()->replaceCharactersInRange(PLRange{1, 1}, QString());
     expectInStep({view});
     EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("a\nb"));
+}
+
+// The colour the view shows at a position of the file's text, against the buffer's own.
+QColor shownColour(const PLTextView &view, qsizetype location)
+{
+    const QTextBlock block = view.document()->findBlock(int(view.mirrorPosition(location)));
+    const int offset = int(view.mirrorPosition(location)) - block.position();
+    QColor colour;
+    for (const QTextLayout::FormatRange &range : block.layout()->formats()) {
+        if (offset >= range.start && offset < range.start + range.length && range.format.hasProperty(QTextFormat::ForegroundBrush))
+            colour = range.format.foreground().color();
+    }
+    return colour;
+}
+
+QColor bufferColour(const PLFile &file, qsizetype location)
+{
+    const auto colour = file.contentBuffer()->attributesAtIndex(location).foregroundColor();
+    return colour ? colour->toQColor() : QColor();
+}
+
+TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
+{
+    open("Text $x$\r\n\\section{A}\r\n");
+    auto *view = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({view, other});
+    for (qsizetype location : {0, 5, 6, 10, 12}) {
+        EXPECT_TRUE(bufferColour(*file, location).isValid());
+        EXPECT_EQ(shownColour(*view, location), bufferColour(*file, location)) << "at " << location;
+    }
+    EXPECT_NE(bufferColour(*file, 0), bufferColour(*file, 5));
+
+    view->setSelectedRange(PLRange{0, 0});
+    QTest::keyClicks(view, QStringLiteral("$y$ "));
+    for (const PLTextView *shown : {view, other}) {
+        for (qsizetype location : {0, 1, 4, 10, 16})
+            EXPECT_EQ(shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
+    }
 }
 
 }

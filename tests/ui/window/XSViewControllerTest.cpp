@@ -45,11 +45,17 @@ protected:
     QWidget *loadWindow() override { return new QWidget; }
 };
 
+// The chain from the window controller on, up to its end or to the first responder met twice
+// (the last controller keeps the next responder it had, which can lead back into the chain).
 QStringList chainNames(XSWindowController &windowController)
 {
     QStringList names{QStringLiteral("window")};
-    for (PLResponder *responder = windowController.nextResponder(); responder; responder = responder->nextResponder())
+    QList<PLResponder *> seen;
+    for (PLResponder *responder = windowController.nextResponder(); responder && !seen.contains(responder);
+         responder = responder->nextResponder()) {
+        seen << responder;
         names << static_cast<XSViewController *>(responder)->nibName();
+    }
     return names;
 }
 
@@ -106,6 +112,20 @@ TEST(XSViewController, InsertingAtAnIndexPatchesTheChainInOrder)
     EXPECT_EQ(chainNames(tree.windowController),
               (QStringList{QStringLiteral("window"), QStringLiteral("A"), QStringLiteral("A1"), QStringLiteral("A1a"),
                            QStringLiteral("early"), QStringLiteral("late"), QStringLiteral("A2"), QStringLiteral("B")}));
+}
+
+TEST(XSViewController, TopLevelControllersComeAndGoWithTheirDescendants)
+{
+    Tree tree;
+    tree.windowController.removeViewController(tree.a);
+    EXPECT_EQ(chainNames(tree.windowController), (QStringList{QStringLiteral("window"), QStringLiteral("B")}));
+    tree.windowController.insertObjectInViewControllersAtIndex(tree.a, 1);
+    EXPECT_EQ(chainNames(tree.windowController),
+              (QStringList{QStringLiteral("window"), QStringLiteral("B"), QStringLiteral("A"), QStringLiteral("A1"),
+                           QStringLiteral("A1a"), QStringLiteral("A2")}));
+    tree.windowController.removeObjectFromViewControllersAtIndex(0);
+    EXPECT_EQ(tree.windowController.countOfViewControllers(), 1);
+    EXPECT_EQ(tree.windowController.objectInViewControllersAtIndex(0), tree.a);
 }
 
 TEST(XSViewController, PlatformInitialiserWithoutWindowControllerIsRefused)

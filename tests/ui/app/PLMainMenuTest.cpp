@@ -1,0 +1,73 @@
+#include "PLApplicationController.h"
+#include "PLDocumentController.h"
+#include "PLDocumentWindowController.h"
+#include "PLMainMenu.h"
+#include "PLUiTestSupport.h"
+
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class MainMenu : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
+        controller = application.documentController()->windowControllers().constFirst();
+        controller->window()->activateWindow();
+        for (QAction *menuItem : controller->documentWindow()->menuBar()->actions())
+            menus << menuItem->menu();
+    }
+    void TearDown() override { PLTest::closeDiscardingChanges(*application.documentController()); }
+
+    // The items of a menu as they show once the menu opens: title, then "-" when disabled.
+    QStringList shown(int menu)
+    {
+        controller->mainMenu()->validateMenu(menus.at(menu));
+        QStringList items;
+        for (QAction *item : menus.at(menu)->actions()) {
+            if (!item->isSeparator())
+                items << item->text().remove(u'&') + (item->isEnabled() ? QString() : QStringLiteral(" -"));
+        }
+        return items;
+    }
+
+    PLTest::Project project;
+    PLApplicationController application;
+    PLDocumentWindowController *controller = nullptr;
+    QList<QMenu *> menus;
+};
+
+TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
+{
+    QStringList titles;
+    for (QMenu *menu : menus)
+        titles << menu->title().remove(u'&');
+    EXPECT_EQ(titles, (QStringList{QStringLiteral("File"), QStringLiteral("Edit"), QStringLiteral("View"),
+                                   QStringLiteral("Typeset"), QStringLiteral("Window"), QStringLiteral("Help")}));
+
+    EXPECT_EQ(shown(0), (QStringList{QStringLiteral("New"), QStringLiteral("Open…"), QStringLiteral("Open Recent"),
+                                     QStringLiteral("Open Quickly… -"), QStringLiteral("Save"), QStringLiteral("Save As…"),
+                                     QStringLiteral("Export PDF… -"), QStringLiteral("Print… -"), QStringLiteral("Close"),
+                                     QStringLiteral("Quit")}));
+    EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset -"), QStringLiteral("Show Errors and Warnings -"),
+                                     QStringLiteral("Remove Typesetting By-products")}));
+    // With one pane there is nowhere to move the focus, and no pane to close.
+    const QStringList view = shown(2);
+    EXPECT_TRUE(view.contains(QStringLiteral("Next Pane -")));
+    EXPECT_TRUE(view.contains(QStringLiteral("Close Pane -")));
+    EXPECT_TRUE(view.contains(QStringLiteral("Split Pane")));
+
+    // Closed menus leave every shortcut live; a shortcut is checked when it is pressed.
+    menus.at(2)->aboutToHide();
+    for (QAction *item : menus.at(2)->actions())
+        EXPECT_TRUE(item->isEnabled());
+}
+
+}
