@@ -481,25 +481,22 @@ bool PLTextView::handleHistoryKey(QKeyEvent *event)
 
 bool PLTextView::handleViewportEditorEvent(QEvent *event)
 {
-    if (!m_delegate)
+    if (!m_delegate || (event->type() != QEvent::ToolTip && event->type() != QEvent::MouseButtonPress))
         return false;
-    if (event->type() == QEvent::ToolTip) {
-        const auto *help = static_cast<QHelpEvent *>(event);
-        const qsizetype index = textLocation(cursorForPosition(help->pos()).position());
-        const QString tooltip = m_delegate->textViewWillDisplayToolTip(this, index);
-        if (tooltip.isEmpty())
-            QToolTip::hideText();
-        else
-            QToolTip::showText(help->globalPos(), tooltip, viewport());
-        return true;
-    }
-    if (event->type() == QEvent::MouseButtonPress) {
-        const QPoint position = static_cast<QMouseEvent *>(event)->position().toPoint();
-        const QString link = anchorAt(position);
-        if (!link.isEmpty())
-            return m_delegate->textViewClickedOnLink(this, link, textLocation(cursorForPosition(position).position()));
-    }
-    return false;
+    // Only characters that carry a link (the arguments of include commands) have a tooltip or
+    // answer a click.
+    const QPoint position = event->type() == QEvent::ToolTip ? static_cast<QHelpEvent *>(event)->pos()
+                                                              : static_cast<QMouseEvent *>(event)->position().toPoint();
+    const qsizetype index = textLocation(cursorForPosition(position).position());
+    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->attributesAtIndex(index).link() : std::nullopt;
+    if (event->type() == QEvent::MouseButtonPress)
+        return link && m_delegate->textViewClickedOnLink(this, *link, index);
+    const QString tooltip = link ? m_delegate->textViewWillDisplayToolTip(this, index) : QString();
+    if (tooltip.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), tooltip, viewport());
+    return true;
 }
 
 bool PLTextView::replaceCharactersAsTyped(PLRange range, const QString &string)

@@ -66,14 +66,11 @@ void PLTextViewDelegate::textViewDidBecomeKey(PLTextView *)
     PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, m_splitViewContentViewController);
 }
 
-QString PLTextViewDelegate::textViewWillDisplayToolTip(PLTextView *textView, qsizetype characterIndex)
+QString PLTextViewDelegate::textViewWillDisplayToolTip(PLTextView *textView, qsizetype)
 {
-    const PLOutlineTreeHelper helper(m_file->outlineRootNode());
-    // Only an include argument shows a tooltip; which file it names comes from the selection.
-    if (!helper.fileForIncludeNodeAtRange(characterIndex, 0))
-        return QString();
+    // The file named is the one of the include at the selection, wherever the pointer rests.
     const PLRange selection = textView->selectedRange();
-    const auto included = helper.fileForIncludeNodeAtRange(selection.location, selection.length);
+    const auto included = PLOutlineTreeHelper(m_file->outlineRootNode()).fileForIncludeNodeAtRange(selection.location, selection.length);
     return included ? tr("Jump to %1").arg(included->name()) : QString();
 }
 

@@ -40,8 +40,8 @@ public:
     // Records the file's previous selection in the history, unless the pane is walking it.
     void textViewDidChangeSelection(PLTextView *textView);
     void textViewDidBecomeKey(PLTextView *textView);
-    // "Jump to" the file of the include at the selection, while the pointer is over an include
-    // argument; empty for no tooltip.
+    // The tooltip over a link (an include argument): "Jump to" the file of the include at the
+    // selection; empty for none.
     QString textViewWillDisplayToolTip(PLTextView *textView, qsizetype characterIndex);
     // Links are not followed: the click places the caret as anywhere else.
     bool textViewClickedOnLink(PLTextView *textView, const QString &link, qsizetype characterIndex);

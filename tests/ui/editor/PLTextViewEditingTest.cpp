@@ -182,22 +182,29 @@ TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
     show({view});
     const qsizetype argument = text.indexOf(QStringLiteral("intro"));
     PLTextViewDelegate *delegate = view->delegate();
-    view->setSelectedRange(PLRange{argument + 1, 0});
-    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QStringLiteral("Jump to intro.tex"));
-    // Over plain text there is none; over the argument, only while the caret is in one.
-    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, 2), QString());
     view->setSelectedRange(PLRange{0, 0});
     EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QString());
+    view->setSelectedRange(PLRange{argument + 1, 0});
+    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QStringLiteral("Jump to intro.tex"));
 
-    // The pointer resting over the argument shows it.
-    view->setSelectedRange(PLRange{argument + 4, 0});
-    QTextCursor cursor(view->document());
-    cursor.setPosition(int(argument + 2));
-    const QPoint overArgument = view->cursorRect(cursor).center();
-    QHelpEvent help(QEvent::ToolTip, overArgument, view->viewport()->mapToGlobal(overArgument));
-    QApplication::sendEvent(view->viewport(), &help);
+    const auto hover = [&](qsizetype location) {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(int(location));
+        const QPoint point = view->cursorRect(cursor).center() + QPoint(2, 0);
+        QHelpEvent help(QEvent::ToolTip, point, view->viewport()->mapToGlobal(point));
+        QApplication::sendEvent(view->viewport(), &help);
+    };
+    // Plain text carries no link, so it has no tooltip; the include argument does.
+    hover(2);
+    EXPECT_FALSE(QToolTip::isVisible());
+    hover(argument + 2);
     EXPECT_TRUE(QToolTip::isVisible());
     EXPECT_EQ(QToolTip::text(), QStringLiteral("Jump to intro.tex"));
+    // A click on the link places the caret like anywhere else.
+    QTextCursor cursor(view->document());
+    cursor.setPosition(int(argument + 2));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->cursorRect(cursor).center());
+    EXPECT_EQ(view->selectedRange(), (PLRange{argument + 2, 0}));
 }
 
 }

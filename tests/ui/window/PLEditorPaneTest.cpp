@@ -172,6 +172,21 @@ TEST_F(EditorPane, GoToLinePutsTheCaretAtTheLineStartInViewAndCloses)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
 }
 
+TEST_F(EditorPane, TheTextViewTakingTheFocusMakesItsPaneTheSelectedOne)
+{
+    pane->splitView(Qt::NoModifier);
+    PLSplitViewContentViewController *right = editor->splitViewContentControllerAtIndex(1);
+    editor->focusOnSplitViewContentViewController(pane);
+    ASSERT_EQ(editor->selectedSplitViewController(), pane);
+    right->textContentView()->setFocus();
+    EXPECT_EQ(editor->selectedSplitViewController(), right);
+    // Each pane walks a history of its own.
+    select(PLRange{10, 0});
+    select(PLRange{20, 0});
+    EXPECT_TRUE(canGoBack());
+    EXPECT_FALSE(right->historyNavigationBackwardsButton()->isEnabled());
+}
+
 TEST_F(EditorPane, GoToLineIsOnlyOfferedForText)
 {
     pane->toggleDocumentPDF();
