@@ -90,7 +90,10 @@ struct RecordedNotification
 {
     QString name;
     const void *object;
+    const std::type_info *objectType;
     std::shared_ptr<PLOutlineNode> node;
+    // The node as it was when announced.
+    QString nodeLine;
 };
 
 // Records the three outline notifications in the order they are posted.
@@ -106,23 +109,24 @@ public:
                 QVariant node = n.userInfo().value(PLDictionaryKeyOutlineNodeAdded);
                 if (!node.isValid())
                     node = n.userInfo().value(PLDictionaryKeyOutlineNodeRemoved);
-                notifications.push_back({n.name(), n.object(), node.value<std::shared_ptr<PLOutlineNode>>()});
+                const auto subject = node.value<std::shared_ptr<PLOutlineNode>>();
+                notifications.push_back({n.name(), n.object(), n.objectType(), subject, subject ? nodeLine(*subject) : QString()});
             });
         }
     }
     ~OutlineNotificationRecorder() { PLNotificationCenter::defaultCenter().removeObserver(this); }
 
     // "added", "removed" and "changed" with the subject's dump line, e.g. "added section "A" |...|".
-    QStringList summary() const
+    Lines summary() const
     {
         QStringList lines;
         for (const auto &n : notifications) {
             const QString kind = n.name == PLNotificationOutlineNodeWasAdded ? QStringLiteral("added")
                 : n.name == PLNotificationOutlineNodeWasRemoved             ? QStringLiteral("removed")
                                                                             : QStringLiteral("changed");
-            lines.append(n.node ? kind + u' ' + nodeLine(*n.node) : kind);
+            lines.append(n.node ? kind + u' ' + n.nodeLine : kind);
         }
-        return lines;
+        return toLines(lines);
     }
 
     std::vector<RecordedNotification> notifications;

@@ -30,6 +30,25 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::createBibliographyNode(const QStri
     return node;
 }
 
+PLOutlineNode::~PLOutlineNode()
+{
+    for (const auto &child : m_children) {
+        if (child->m_parent == this)
+            child->m_parent = nullptr;
+    }
+}
+
+std::shared_ptr<PLOutlineNode> PLOutlineNode::share() const
+{
+    return std::const_pointer_cast<PLOutlineNode>(shared_from_this());
+}
+
+void PLOutlineNode::setContent(const QString &content)
+{
+    m_content = content;
+    contentChanged();
+}
+
 std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) const
 {
     if (index < 0 || index >= childCount())
@@ -37,16 +56,19 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) cons
     return m_children[size_t(index)];
 }
 
-qsizetype PLOutlineNode::indexInParent() const
+std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::includedRoots() const
 {
-    return m_parent.expired() ? -1 : m_indexInParent;
+    std::vector<std::shared_ptr<PLOutlineNode>> roots;
+    std::copy_if(m_children.begin(), m_children.end(), std::back_inserter(roots),
+                 [](const auto &child) { return child->m_type == FileRoot; });
+    return roots;
 }
 
 bool PLOutlineNode::hasChild(const PLOutlineNode *node) const
 {
     if (!node)
         return false;
-    if (node->indexInParent() >= 0 && node->parent().get() == this)
+    if (node->m_parent == this)
         return true;
     // Roots are appended without becoming the include node's own, so they are looked for.
     return node->m_type == FileRoot
@@ -57,25 +79,27 @@ void PLOutlineNode::renumberChildrenFrom(qsizetype index)
 {
     for (qsizetype i = std::max<qsizetype>(index, 0); i < childCount(); ++i) {
         PLOutlineNode *child = m_children[size_t(i)].get();
-        if (child->m_parent.lock().get() == this)
+        if (child->m_parent == this)
             child->m_indexInParent = i;
     }
 }
 
 void PLOutlineNode::detachFromParent()
 {
-    const auto parent = m_parent.lock();
+    PLOutlineNode *parent = m_parent;
     if (!parent)
         return;
-    const auto self = shared_from_this();
+    // The parent's list may hold the last share of this node.
+    const auto self = share();
+    auto &siblings = parent->m_children;
     qsizetype index = m_indexInParent;
-    if (index < 0 || index >= parent->childCount() || parent->m_children[size_t(index)] != self)
-        index = std::find(parent->m_children.begin(), parent->m_children.end(), self) - parent->m_children.begin();
+    if (index < 0 || index >= parent->childCount() || siblings[size_t(index)].get() != this)
+        index = std::find(siblings.begin(), siblings.end(), self) - siblings.begin();
     if (index < parent->childCount()) {
-        parent->m_children.erase(parent->m_children.begin() + index);
+        siblings.erase(siblings.begin() + index);
         parent->renumberChildrenFrom(index);
     }
-    m_parent.reset();
+    m_parent = nullptr;
     m_indexInParent = -1;
 }
 
@@ -89,7 +113,7 @@ void PLOutlineNode::addChild(const std::shared_ptr<PLOutlineNode> &node)
     }
     node->detachFromParent();
     m_children.push_back(node);
-    node->m_parent = weak_from_this();
+    node->m_parent = this;
     node->m_indexInParent = childCount() - 1;
 }
 
@@ -100,7 +124,7 @@ void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsiz
     node->detachFromParent();
     index = std::clamp<qsizetype>(index, 0, childCount());
     m_children.insert(m_children.begin() + index, node);
-    node->m_parent = weak_from_this();
+    node->m_parent = this;
     renumberChildrenFrom(index);
 }
 
@@ -108,7 +132,7 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
 {
     if (!node || !hasChild(node.get()))
         return;
-    if (node->parent().get() == this) {
+    if (node->m_parent == this) {
         node->detachFromParent();
         return;
     }
@@ -120,18 +144,22 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::leftSibling() const
 {
-    const auto parent = m_parent.lock();
-    if (!parent || m_indexInParent <= 0)
+    if (!m_parent || m_indexInParent <= 0)
         return nullptr;
-    return parent->childAtIndex(m_indexInParent - 1);
+    return m_parent->childAtIndex(m_indexInParent - 1);
+}
+
+PLOutlineNode *PLOutlineNode::rightSiblingNode() const
+{
+    if (!m_parent || m_indexInParent < 0 || m_indexInParent + 1 >= m_parent->childCount())
+        return nullptr;
+    return m_parent->m_children[size_t(m_indexInParent + 1)].get();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::rightSibling() const
 {
-    const auto parent = m_parent.lock();
-    if (!parent || m_indexInParent < 0)
-        return nullptr;
-    return parent->childAtIndex(m_indexInParent + 1);
+    const PLOutlineNode *sibling = rightSiblingNode();
+    return sibling ? sibling->share() : nullptr;
 }
 
 bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, const QString &string)
@@ -139,28 +167,35 @@ bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, 
     if (location < 0 || length < 0 || location + length > m_content.size())
         return false;
     m_content.replace(location, length, string);
+    contentChanged();
     figureOutPropertiesForNode();
     return true;
 }
 
-std::shared_ptr<PLOutlineNode> PLOutlineNode::nextNode() const
+PLOutlineNode *PLOutlineNode::nextNodeInTree() const
 {
     if (!m_children.empty())
-        return m_children.front();
+        return m_children.front().get();
     return nextNodeAfterSubtree();
 }
 
-std::shared_ptr<PLOutlineNode> PLOutlineNode::nextNodeAfterSubtree() const
+PLOutlineNode *PLOutlineNode::nextNodeAfterSubtree() const
 {
-    if (auto sibling = rightSibling())
+    if (PLOutlineNode *sibling = rightSiblingNode())
         return sibling;
-    for (auto ancestor = parent(); ancestor; ancestor = ancestor->parent()) {
+    for (const PLOutlineNode *ancestor = m_parent; ancestor; ancestor = ancestor->m_parent) {
         if (ancestor->m_type == FileRoot)
             return nullptr;
-        if (auto sibling = ancestor->rightSibling())
+        if (PLOutlineNode *sibling = ancestor->rightSiblingNode())
             return sibling;
     }
     return nullptr;
+}
+
+std::shared_ptr<PLOutlineNode> PLOutlineNode::nextNode() const
+{
+    const PLOutlineNode *next = nextNodeInTree();
+    return next ? next->share() : nullptr;
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::previousNode() const
@@ -173,13 +208,19 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::previousNode() const
     return node;
 }
 
-std::shared_ptr<PLOutlineNode> PLOutlineNode::traverseRight() const
+PLOutlineNode *PLOutlineNode::traverseRightNode() const
 {
     // An include node's children belong to other files. Past it the walk goes on as from any last
     // child, so an include that an edit left at the end of a section does not end the file early.
     if (isFileReference())
         return nextNodeAfterSubtree();
-    return nextNode();
+    return nextNodeInTree();
+}
+
+std::shared_ptr<PLOutlineNode> PLOutlineNode::traverseRight() const
+{
+    const PLOutlineNode *next = traverseRightNode();
+    return next ? next->share() : nullptr;
 }
 
 QString PLOutlineNode::escapedName() const
@@ -255,7 +296,9 @@ void PLOutlineNode::figureOutPropertiesForNode()
 
 bool PLOutlineNode::isLastLineCommented() const
 {
-    return PLLatexStringParser::isLineCommentedInString(m_content, m_content.size());
+    if (m_lastLineCommented < 0)
+        m_lastLineCommented = PLLatexStringParser::isLineCommentedInString(m_content, m_content.size()) ? 1 : 0;
+    return m_lastLineCommented == 1;
 }
 
 void PLOutlineNode::fixTree()
@@ -270,42 +313,51 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
     if (m_type == FileRoot && !fixedRoots.insert(this).second)
         return;
     if (m_type != FileRoot) {
-        const auto self = shared_from_this();
-        const auto next = nextNode();
-        if (next && isLastLineCommented() && next->m_type != FileRoot) {
-            if (next->isFileReference() && next->childCount() > 0) {
-                const auto included = next->childAtIndex(0);
-                next->removeChild(included);
-                if (const auto includer = next->file())
-                    includer->releaseFileContainedInDocument(included->file());
+        PLOutlineNode *next = nextNodeInTree();
+        if (next && next->m_type != FileRoot && isLastLineCommented()) {
+            // Every named file goes, so the text node left behind holds no other file's root.
+            if (next->isFileReference()) {
+                for (const auto &included : next->includedRoots()) {
+                    next->removeChild(included);
+                    if (const auto includer = next->file())
+                        includer->releaseFileContainedInDocument(included->file());
+                }
             }
             next->m_type = Text;
             next->m_textNodeSubType = PlainText;
         }
         if (next && m_type == Text && next->m_type == Text && !isFileReference() && !next->isFileReference()) {
-            m_content += next->m_content;
-            if (const auto nextParent = next->parent())
-                nextParent->removeChild(next);
+            const auto merged = next->share();
+            m_content += merged->m_content;
+            contentChanged();
+            if (merged->m_parent)
+                merged->m_parent->removeChild(merged);
             // Whatever still hangs below the merged node follows its text, so it stays in order here.
             qsizetype at = 0;
-            for (const auto &child : std::vector(next->m_children)) {
+            for (const auto &child : std::vector(merged->m_children)) {
                 if (child->m_type != FileRoot)
                     insertChild(child, at++);
             }
+            next = nullptr;
         }
-        if (next && next->m_type != FileRoot && !hasChild(next.get()) && next->m_type > m_type)
-            addChild(next);
-        for (auto sibling = rightSibling(); sibling && sibling->m_type > m_type; sibling = rightSibling())
-            addChild(sibling);
-        for (auto up = parent(); up && m_type <= up->m_type; up = parent()) {
-            const auto grandparent = up->parent();
-            if (!grandparent)
+        if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next))
+            addChild(next->share());
+        // A heading takes in the deeper nodes that follow it at every level it climbs through, so
+        // the nodes after it never end up in front of it.
+        for (;;) {
+            for (PLOutlineNode *sibling = rightSiblingNode(); sibling && sibling->m_type > m_type; sibling = rightSiblingNode())
+                addChild(sibling->share());
+            PLOutlineNode *up = m_parent;
+            PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
+            if (!grandparent || m_type > up->m_type)
                 break;
-            grandparent->insertChild(self, up->indexInParent() + 1);
+            grandparent->insertChild(share(), up->m_indexInParent + 1);
         }
     }
+    // A pass only removes nodes that follow the one it works on, never that node or its ancestors,
+    // so the child stays alive while it is renested.
     for (qsizetype i = childCount() - 1; i >= 0; --i) {
-        if (const auto child = childAtIndex(i))
-            child->fixTree(fixedRoots);
+        if (i < childCount())
+            m_children[size_t(i)]->fixTree(fixedRoots);
     }
 }

@@ -33,6 +33,9 @@ public:
     };
 
     PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file);
+    ~PLOutlineNode();
+    PLOutlineNode(const PLOutlineNode &) = delete;
+    PLOutlineNode &operator=(const PLOutlineNode &) = delete;
 
     static std::shared_ptr<PLOutlineNode> create(const QString &name, quint32 type, const QString &content,
                                                  const std::shared_ptr<PLFile> &file);
@@ -47,8 +50,7 @@ public:
     void setName(const QString &name) { m_name = name; }
     QString content() const { return m_content; }
     qsizetype contentLength() const { return m_content.size(); }
-    void setContent(const QString &content) { m_content = content; }
-    void appendContent(const QString &content) { m_content += content; }
+    void setContent(const QString &content);
     std::shared_ptr<PLFile> file() const { return m_file.lock(); }
     QString searchKey() const { return m_name; }
 
@@ -62,9 +64,11 @@ public:
     qsizetype childCount() const { return qsizetype(m_children.size()); }
     std::shared_ptr<PLOutlineNode> childAtIndex(qsizetype index) const;
     // The position among the parent's children, or -1 for a node without a parent.
-    qsizetype indexInParent() const;
-    std::shared_ptr<PLOutlineNode> parent() const { return m_parent.lock(); }
+    qsizetype indexInParent() const { return m_parent ? m_indexInParent : -1; }
+    std::shared_ptr<PLOutlineNode> parent() const { return m_parent ? m_parent->shared_from_this() : nullptr; }
     bool hasChild(const PLOutlineNode *node) const;
+    // The roots of the files an include or bibliography node names, in the order of the names.
+    std::vector<std::shared_ptr<PLOutlineNode>> includedRoots() const;
 
     // A root (type 0) is only appended: it keeps no parent, so upward walks stop at its file.
     void addChild(const std::shared_ptr<PLOutlineNode> &node);
@@ -95,10 +99,17 @@ public:
     // Renests the subtree after nodes were added flat or replaced.
     void fixTree();
 
+    // The same walks without taking shares, for the passes that visit every node of a file.
+    PLOutlineNode *rightSiblingNode() const;
+    PLOutlineNode *nextNodeInTree() const;
+    PLOutlineNode *traverseRightNode() const;
+
 private:
     using RootSet = std::unordered_set<const PLOutlineNode *>;
     void fixTree(RootSet &fixedRoots);
-    std::shared_ptr<PLOutlineNode> nextNodeAfterSubtree() const;
+    PLOutlineNode *nextNodeAfterSubtree() const;
+    std::shared_ptr<PLOutlineNode> share() const;
+    void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
     void renumberChildrenFrom(qsizetype index);
 
@@ -108,9 +119,12 @@ private:
     QString m_content;
     std::weak_ptr<PLFile> m_file;
     std::vector<std::shared_ptr<PLOutlineNode>> m_children;
-    std::weak_ptr<PLOutlineNode> m_parent;
+    // Not owning; a parent clears it in its children when it goes.
+    PLOutlineNode *m_parent = nullptr;
     // Kept in step with the parent's list so sibling steps cost no search.
     qsizetype m_indexInParent = -1;
+    // The answer of isLastLineCommented for the current content; -1 until asked.
+    mutable qint8 m_lastLineCommented = -1;
 };
 
 Q_DECLARE_METATYPE(std::shared_ptr<PLOutlineNode>)

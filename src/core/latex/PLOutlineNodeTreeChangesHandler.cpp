@@ -72,22 +72,30 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
     const qsizetype index = node->indexInParent();
     const auto owner = file();
     const auto oldChildren = node->children();
+    // Files are given back once the replaced node is out of the tree, so that only the new nodes
+    // count as still including them.
+    std::vector<std::shared_ptr<PLFile>> released;
+    const auto removeReplacedNode = [&] {
+        parent->removeChild(node);
+        if (owner) {
+            for (const auto &includedFile : released)
+                owner->releaseFileContainedInDocument(includedFile);
+        }
+        postNodeRemoved(node);
+    };
 
     if (parsed.size() == 1) {
         const auto &replacement = parsed.front();
         qsizetype moved = 0;
         for (const auto &child : oldChildren) {
-            if (child->type() == PLOutlineNode::FileRoot) {
-                if (owner)
-                    owner->releaseFileContainedInDocument(child->file());
-            } else {
+            if (child->type() == PLOutlineNode::FileRoot)
+                released.push_back(child->file());
+            else
                 replacement->insertChild(child, moved++);
-            }
         }
         parent->insertChild(replacement, index);
         postNodeAdded(replacement);
-        parent->removeChild(node);
-        postNodeRemoved(node);
+        removeReplacedNode();
         return;
     }
 
@@ -119,7 +127,7 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             // text and outline, under the name now typed.
             const auto created = opened->file();
             if (created == childFile) {
-                created->close();
+                released.push_back(created);
                 continue;
             }
             if (owner)
@@ -129,12 +137,11 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             firstInclude->removeChild(opened);
             child->setName(childFile->name());
             firstInclude->addChild(child);
-        } else if (owner) {
-            owner->releaseFileContainedInDocument(childFile);
+        } else {
+            released.push_back(childFile);
         }
     }
-    parent->removeChild(node);
-    postNodeRemoved(node);
+    removeReplacedNode();
 }
 
 void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileContentRangeSearchResult &records,
@@ -172,28 +179,38 @@ void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileConten
         if (const auto parent = node->parent())
             parent->removeChild(node);
         postNodeRemoved(node);
-        if (node->type() == PLOutlineNode::Text && node->textNodeSubType() == PLOutlineNode::FileInclude
-            && node->childCount() == 1) {
-            if (const auto includer = node->file())
-                includer->releaseFileContainedInDocument(node->childAtIndex(0)->file());
+        // Bibliographies give their files back too, so removing one leaves no file open.
+        if (const auto includer = node->file(); includer && node->isFileReference()) {
+            for (const auto &included : node->includedRoots())
+                includer->releaseFileContainedInDocument(included->file());
         }
     }
     merged->replaceContentInRange(0, merged->contentLength(), content);
+    // An include merged into a heading names no file any more; its files would otherwise be walked
+    // as part of this one.
+    if (!merged->isFileReference())
+        releaseIncludedRoots(merged);
+}
+
+void PLOutlineNodeTreeChangesHandler::releaseIncludedRoots(const std::shared_ptr<PLOutlineNode> &node)
+{
+    const auto owner = file();
+    for (const auto &included : node->includedRoots()) {
+        node->removeChild(included);
+        postNodeRemoved(included);
+        if (owner)
+            owner->releaseFileContainedInDocument(included->file());
+    }
 }
 
 void PLOutlineNodeTreeChangesHandler::applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode)
 {
-    const auto owner = file();
     bool previousLineCommented = rootNode->isLastLineCommented();
-    for (auto node = rootNode->traverseRight(); node; node = node->traverseRight()) {
+    for (PLOutlineNode *node = rootNode->traverseRightNode(); node; node = node->traverseRightNode()) {
         if (previousLineCommented) {
-            if (node->isFileReference() && node->childCount() > 0) {
-                const auto included = node->childAtIndex(0);
-                node->removeChild(included);
-                postNodeRemoved(included);
-                if (owner)
-                    owner->releaseFileContainedInDocument(included->file());
-            }
+            // Every file a bibliography names goes, so the text node holds no other file's root.
+            if (node->isFileReference())
+                releaseIncludedRoots(node->shared_from_this());
             node->setType(PLOutlineNode::Text);
             node->setTextNodeSubType(PLOutlineNode::PlainText);
         }

@@ -7,24 +7,26 @@ std::optional<PLLatexFileContentRangeSearchResult> PLOutlineTreeHelper::locateNo
 {
     if (!m_rootNode)
         return std::nullopt;
-    std::shared_ptr<PLOutlineNode> node = m_rootNode;
+    PLOutlineNode *node = m_rootNode.get();
     if (node->type() == PLOutlineNode::FileRoot) {
         if (node->childCount() == 0)
             return std::nullopt;
-        node = node->childAtIndex(0);
+        node = node->children().front().get();
     }
     qsizetype offset = 0;
-    for (auto next = node->traverseRight(); node->contentLength() + offset < location && next; next = node->traverseRight()) {
+    for (PLOutlineNode *next = node->traverseRightNode(); next && node->contentLength() + offset < location;
+         next = node->traverseRightNode()) {
         offset += node->contentLength();
-        node = std::move(next);
+        node = next;
     }
     PLLatexFileContentRangeSearchResult result;
-    result.addSearchResult(PLLatexFileContentParserNodeSearchResult(node, offset));
+    result.addSearchResult(PLLatexFileContentParserNodeSearchResult(node->shared_from_this(), offset));
     const qsizetype end = location + length;
-    for (auto next = node->traverseRight(); node->contentLength() + offset < end && next; next = node->traverseRight()) {
+    for (PLOutlineNode *next = node->traverseRightNode(); next && node->contentLength() + offset < end;
+         next = node->traverseRightNode()) {
         offset += node->contentLength();
-        node = std::move(next);
-        result.addSearchResult(PLLatexFileContentParserNodeSearchResult(node, offset));
+        node = next;
+        result.addSearchResult(PLLatexFileContentParserNodeSearchResult(node->shared_from_this(), offset));
     }
     return result;
 }

@@ -369,8 +369,14 @@ void PLFile::close()
     const auto self = shared_from_this();
     if (m_openCount > 0)
         --m_openCount;
-    for (const auto &file : filesInDocument())
-        file->close();
+    // Each included file is closed as often as this file opened it, so a bibliography named twice
+    // leaves the pool with the project; a file added without opening is closed once.
+    for (const auto &file : filesInDocument()) {
+        const int openings = std::max(1, m_openingsOfFilesInDocument.value(file.get()));
+        m_openingsOfFilesInDocument.remove(file.get());
+        for (int i = 0; i < openings; ++i)
+            file->close();
+    }
     m_closing = false;
     if (m_openCount > 0)
         return;
@@ -420,7 +426,10 @@ void PLFile::addFileToFilesContainedInDocument(const std::shared_ptr<PLFile> &fi
 std::shared_ptr<PLFile> PLFile::addFileWithPathToFilesContainedInDocument(const QString &path)
 {
     auto file = fileWithPath(path, m_contentParser, preferedEncoding());
-    addFileToFilesContainedInDocument(file);
+    if (file) {
+        addFileToFilesContainedInDocument(file);
+        ++m_openingsOfFilesInDocument[file.get()];
+    }
     return file;
 }
 
@@ -428,12 +437,14 @@ std::shared_ptr<PLFile> PLFile::addUntitledFileWithNameToFilesContainedInDocumen
 {
     auto file = untitledFileWithName(name, m_contentParser);
     addFileToFilesContainedInDocument(file);
+    ++m_openingsOfFilesInDocument[file.get()];
     return file;
 }
 
 void PLFile::removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile> &file)
 {
     m_filesInDocument.erase(std::remove(m_filesInDocument.begin(), m_filesInDocument.end(), file), m_filesInDocument.end());
+    m_openingsOfFilesInDocument.remove(file.get());
 }
 
 namespace {
@@ -453,10 +464,17 @@ void PLFile::releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file)
 {
     if (!file)
         return;
-    if (m_outlineRootNode && outlineHoldsRoot(*m_outlineRootNode, file->outlineRootNode().get()))
+    const int openings = m_openingsOfFilesInDocument.value(file.get());
+    if (m_outlineRootNode && outlineHoldsRoot(*m_outlineRootNode, file->outlineRootNode().get())) {
+        if (openings > 1) {
+            m_openingsOfFilesInDocument[file.get()] = openings - 1;
+            file->close();
+        }
         return;
+    }
     removeFileFromFilesContaindInDocument(file);
-    file->close();
+    for (int i = 0; i < std::max(1, openings); ++i)
+        file->close();
 }
 
 void PLFile::removeTypesettingRelatedFiles()

@@ -7,6 +7,7 @@
 #include "PLStringEncoding.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QString>
 #include <QUrl>
@@ -98,8 +99,10 @@ public:
     std::shared_ptr<PLFile> addFileWithPathToFilesContainedInDocument(const QString &path);
     std::shared_ptr<PLFile> addUntitledFileWithNameToFilesContainedInDocument(const QString &name);
     void removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile> &file);
-    // For an include that an edit took away: closes the file and takes it out of the include set,
-    // unless another include node of this file's outline still holds its root.
+    // For an include that an edit took away. While another include node of this file's outline
+    // still holds the file's root, only a surplus opening is given back (a bibliography opens its
+    // files again whenever it is reparsed); otherwise the file leaves the include set and is closed
+    // as often as this file opened it.
     void releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file);
 
     // Deletes the engine's by-products beside the file; the PDF stays.
@@ -124,6 +127,8 @@ private:
     std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
     std::shared_ptr<PLOutlineNode> m_outlineRootNode;
     std::vector<std::shared_ptr<PLFile>> m_filesInDocument;
+    // How often this file opened each file of its include set.
+    QHash<const PLFile *, int> m_openingsOfFilesInDocument;
     quint32 m_openCount = 1;
     // The modification date read with the text; absent means changed on disk.
     std::optional<QDateTime> m_recordedModificationDate;

@@ -13,12 +13,9 @@
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
-#include <QApplication>
-#include <QClipboard>
 #include <QContextMenuEvent>
 #include <QFontDatabase>
 #include <QMenu>
-#include <QMimeData>
 #include <QScrollBar>
 #include <QToolTip>
 #include <QTextBlock>
@@ -75,8 +72,8 @@ QFont PLTextView::editorFont()
 QFont PLTextView::fontNamed(const QString &family, double size)
 {
     QFont font = QFontDatabase::families().contains(family) ? QFont(family) : QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    // Stored sizes count the original platform's points, which were its logical pixels: 96 of
-    // them to the inch here, not 72.
+    // Stored sizes count pixels of a screen laid out at 72 to the inch; Qt's points assume 96,
+    // so they are scaled to keep the size the user chose.
     if (size > 0)
         font.setPointSizeF(size * 72.0 / 96.0);
     return font;

@@ -5,14 +5,15 @@
 #include <QRadialGradient>
 
 namespace {
-// The stored family when it is installed, the interface font otherwise.
-QFont placeholderFont(qreal pointSize)
+// The stored family when it is installed, the interface font otherwise. Sizes count pixels of a
+// screen laid out at 72 to the inch, as the editor font's do.
+QFont placeholderFont(qreal size)
 {
     QFont font;
     const QString family = QStringLiteral("Helvetica Neue");
     if (QFontDatabase::families().contains(family))
         font.setFamily(family);
-    font.setPointSizeF(pointSize);
+    font.setPointSizeF(size * 72.0 / 96.0);
     return font;
 }
 }

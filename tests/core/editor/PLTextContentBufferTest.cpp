@@ -2,6 +2,7 @@
 #include "PLOutlineTestSupport.h"
 #include "PLTextContentBuffer.h"
 
+#include <QLoggingCategory>
 #include <QSignalSpy>
 #include <QUndoStack>
 
@@ -188,6 +189,31 @@ TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
     EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
     buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
     EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
+}
+
+QStringList g_outlineDumps;
+
+void recordOutlineDumps(QtMsgType, const QMessageLogContext &context, const QString &message)
+{
+    if (qstrcmp(context.category, "plumeo.outline.dump") == 0)
+        g_outlineDumps.append(message);
+}
+
+TEST_F(PLTextContentBufferTest, outlineDumpIsWrittenOnlyWhenItsCategoryIsOn)
+{
+    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abcdefghijklmn\\section{A}"));
+    g_outlineDumps.clear();
+    const QtMessageHandler previous = qInstallMessageHandler(recordOutlineDumps);
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("x"));
+    EXPECT_TRUE(g_outlineDumps.isEmpty());
+    QLoggingCategory::setFilterRules(QStringLiteral("plumeo.outline.dump.debug=true"));
+    buffer->setUpdateOutlineWhenReplacingCharacters(false);
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("y"));
+    QLoggingCategory::setFilterRules(QString());
+    qInstallMessageHandler(previous);
+    ASSERT_EQ(g_outlineDumps.size(), 1);
+    EXPECT_TRUE(g_outlineDumps[0].contains(QStringLiteral("| text: xabcdefghi,")));
+    EXPECT_TRUE(g_outlineDumps[0].contains(QStringLiteral(" section node: \\section{A}")));
 }
 
 }

@@ -1,0 +1,88 @@
+#include "PLProjectModelBenchSupport.h"
+
+#include "PLFile.h"
+#include "PLFilePool.h"
+#include "PLOutlineNode.h"
+#include "PLTextContentBuffer.h"
+
+#include <QUndoStack>
+
+#include <benchmark/benchmark.h>
+
+namespace {
+
+// One file of the given number of lines with sections, subsections, paragraphs and includes,
+// opened through a fresh pool.
+class KeystrokeFixture
+{
+public:
+    explicit KeystrokeFixture(int lines)
+    {
+        PLProjectModelBench::useTemporarySettings(m_folder);
+        QStringList includes;
+        for (int i = 0; i < 20; ++i) {
+            includes.append(QStringLiteral("part%1").arg(i));
+            PLProjectModelBench::writeText(QDir(m_folder.path()).filePath(includes.last() + QStringLiteral(".tex")),
+                                           PLProjectModelBench::structuredText(40, {}, i));
+        }
+        const QString path = QDir(m_folder.path()).filePath(QStringLiteral("main.tex"));
+        PLProjectModelBench::writeText(path, PLProjectModelBench::structuredText(lines, includes));
+        m_file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+    }
+
+    PLTextContentBuffer *buffer() const { return m_file->contentBuffer(); }
+    qsizetype nodes() const
+    {
+        qsizetype count = 0;
+        for (auto node = m_file->outlineRootNode()->traverseRight(); node; node = node->traverseRight())
+            ++count;
+        return count;
+    }
+
+private:
+    QTemporaryDir m_folder;
+    PLFilePool m_pool;
+    std::shared_ptr<PLFile> m_file;
+};
+
+// Types one character at the place and deletes it again: two replacements per iteration, each with
+// the typing filters, an undo step, the outline update and the engine check.
+void typeAndDelete(benchmark::State &state, const KeystrokeFixture &fixture, qsizetype at)
+{
+    PLTextContentBuffer *buffer = fixture.buffer();
+    for (auto _ : state) {
+        buffer->replaceCharactersInRange(PLRange{at, 0}, QStringLiteral("x"));
+        buffer->replaceCharactersInRange(PLRange{at, 1}, QString());
+        if (buffer->undoManager()->count() > 10000) {
+            state.PauseTiming();
+            buffer->undoManager()->clear();
+            state.ResumeTiming();
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * 2);
+    state.counters["lines"] = double(state.range(0));
+    state.counters["nodes"] = double(fixture.nodes());
+}
+
+void BM_KeystrokeInSectionTitle(benchmark::State &state)
+{
+    const KeystrokeFixture fixture(int(state.range(0)));
+    const QString &text = fixture.buffer()->string();
+    // A title in the middle of the file.
+    const qsizetype at = text.indexOf(QStringLiteral("\\section{Section "), text.size() / 2) + 12;
+    typeAndDelete(state, fixture, at);
+}
+BENCHMARK(BM_KeystrokeInSectionTitle)->Unit(benchmark::kMicrosecond)->Arg(5000)->Arg(20000)->Arg(80000);
+
+void BM_KeystrokeInPlainText(benchmark::State &state)
+{
+    const KeystrokeFixture fixture(int(state.range(0)));
+    const QString &text = fixture.buffer()->string();
+    const qsizetype at = text.indexOf(QStringLiteral("plain words"), text.size() / 2) + 3;
+    typeAndDelete(state, fixture, at);
+}
+BENCHMARK(BM_KeystrokeInPlainText)->Unit(benchmark::kMicrosecond)->Arg(5000)->Arg(20000)->Arg(80000);
+
+}
+
+BENCHMARK_MAIN();

@@ -1,0 +1,221 @@
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineNodeTreeChangesHandler.h"
+#include "PLOutlineTestSupport.h"
+#include "PLOutlineTreeHelper.h"
+#include "PLTextContentBuffer.h"
+
+using namespace PLTest;
+
+namespace {
+
+struct EditCase
+{
+    const char *label;
+    const char16_t *text;
+    PLRange range;
+    const char16_t *replacement;
+    Lines notifications;
+    Lines outline;
+};
+
+void PrintTo(const EditCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLOutlineNodeTreeChangesHandlerTest : public ProjectTest
+{
+protected:
+    void SetUp() override
+    {
+        write(QStringLiteral("a.tex"), QStringLiteral("in a"));
+        write(QStringLiteral("refs.bib"), QString());
+        write(QStringLiteral("more.bib"), QString());
+    }
+
+    std::shared_ptr<PLFile> open(const QString &text)
+    {
+        return PLFile::fileWithPath(write(QStringLiteral("main.tex"), text), std::make_shared<PLLatexFileContentOutlineParser>());
+    }
+};
+
+class PLOutlineEditScriptTest : public PLOutlineNodeTreeChangesHandlerTest, public ::testing::WithParamInterface<EditCase>
+{
+};
+
+// One replacement through the buffer: the notifications it posts, in order, and the outline after.
+TEST_P(PLOutlineEditScriptTest, replacementPatchesTheTree)
+{
+    const EditCase &c = GetParam();
+    const auto file = open(QString::fromUtf16(c.text));
+    OutlineNotificationRecorder recorder;
+    file->contentBuffer()->replaceCharactersInRange(c.range, QString::fromUtf16(c.replacement));
+    EXPECT_EQ(recorder.summary(), c.notifications);
+    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), c.outline);
+    EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+    // The edit names the file's root; a file that the edit opens announces its own parse.
+    for (const auto &n : recorder.notifications) {
+        if (*n.objectType == typeid(PLOutlineNode))
+            EXPECT_EQ(n.object, file->outlineRootNode().get()) << n.name.toStdString();
+        else
+            EXPECT_NE(n.object, file.get()) << n.name.toStdString();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OneNode, PLOutlineEditScriptTest, ::testing::Values(
+    EditCase{"typing in plain text", u"ab\n\\section{A}", {1, 0}, u"x",
+             {"added text |axb\\n|", "removed text |axb\\n|", "changed"},
+             {"text |axb\\n|", "section \"A\" |\\\\section{A}|", "  text ||"}},
+    EditCase{"typing in a section title", u"a\n\\section{Intro}\nbody\n\\subsection{S}\nmore", {12, 0}, u"x",
+             {"added text ||", "added section \"Ixntro\" |\\\\section{Ixntro}|", "added text ||",
+              "removed section \"Ixntro\" |\\\\section{Ixntro}|", "changed"},
+             {"text |a\\n|", "section \"Ixntro\" |\\\\section{Ixntro}|", "  text |\\nbody\\n|",
+              "  subsection \"S\" |\\\\subsection{S}|", "    text |\\nmore|"}},
+    EditCase{"a new heading in the middle of text", u"\\section{A}\nfirst second\n\\subsection{C}\nx", {18, 0}, u"\\section{B}",
+             {"added text |second\\n|", "added section \"B\" |\\\\section{B}|", "added text |\\nfirst |",
+              "removed text |\\nfirst \\\\section{B}second\\n|", "changed"},
+             {"text ||", "section \"A\" |\\\\section{A}|", "  text |\\nfirst |", "section \"B\" |\\\\section{B}|",
+              "  text |second\\n|", "  subsection \"C\" |\\\\subsection{C}|", "    text |\\nx|"}},
+    EditCase{"a location at a boundary goes to the earlier node", u"ab\\section{A}", {2, 0}, u"x",
+             {"added text |abx|", "removed text |abx|", "changed"},
+             {"text |abx|", "section \"A\" |\\\\section{A}|", "  text ||"}},
+    EditCase{"typing right after an include keeps its file", u"\\input{a}", {9, 0}, u"\n",
+             {"added text |\\n|", "added input |\\\\input{a}|", "added text ||", "removed input \"text\" |\\\\input{a}\\n|",
+              "changed"},
+             {"text ||", "input |\\\\input{a}|", "  root a.tex", "text |\\n|"}},
+    EditCase{"commenting out an include", u"\\input{a}\nafter", {0, 0}, u"%",
+             {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
+             {"text |%\\\\input{a}\\nafter|"}},
+    EditCase{"a broken title turns the heading into text", u"x\\section{A}\ny", {11, 0}, u"\n",
+             {"added text |\\n}|", "added text |\\\\section{A|", "added text ||", "removed section \"A\n\" |\\\\section{A\\n}|",
+              "changed"},
+             {"text |x\\\\section{A\\n}\\ny|"}},
+    EditCase{"renaming an include", u"\\input{a}", {7, 1}, u"b",
+             {"added text ||", "added text ||", "added input |\\\\input{b}|", "added text ||", "removed input \"text\" |\\\\input{b}|",
+              "changed"},
+             {"text ||", "input |\\\\input{b}|", "  root b.tex", "text ||"}}));
+
+INSTANTIATE_TEST_SUITE_P(SeveralNodes, PLOutlineEditScriptTest, ::testing::Values(
+    EditCase{"deleting across a heading", u"intro\n\\section{A}\nbody\n\\section{B}\nend", {2, 18}, u"",
+             {"removed text |\\nbody\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
+             {"text |indy\\n|", "section \"B\" |\\\\section{B}|", "  text |\\nend|"}},
+    EditCase{"the merged node is decided from its start", u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ",
+             {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
+             {"chapter \"C\" |\\\\chapter{C} ody|"}},
+    EditCase{"children of the last covered node stay in order", u"x\n\\section{A}\\subsection{B}1\\subsection{C}2", {1, 11}, u"",
+             {"added text |x\\n|", "added text |x\\n|", "added text |x\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
+             {"text |x}|", "subsection \"B\" |\\\\subsection{B}|", "  text |1|", "subsection \"C\" |\\\\subsection{C}|",
+              "  text |2|"}},
+    EditCase{"deleting an include closes its file", u"x\\input{a}y", {0, 11}, u"z",
+             {"removed text |y|", "removed input |\\\\input{a}|", "changed"},
+             {"text |z|"}}));
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, commentingAnIncludeDropsItsFileFromTheProject)
+{
+    const auto file = open(QStringLiteral("\\input{a}\n"));
+    ASSERT_NE(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("%"));
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_TRUE(file->filesInDocument().isEmpty());
+    file->replaceContentStringInRange(PLRange{0, 1}, QString());
+    EXPECT_EQ(file->filesInDocument().size(), 1);
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex")))->openCount(), 1u);
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
+{
+    const auto file = open(QStringLiteral("\\input{a}"));
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    file->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral(" "));
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{a});
+    file->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("b"));
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{pool.fileForPath(path(QStringLiteral("b.tex")))});
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingABibliographyKeepsOneOpeningPerName)
+{
+    const auto file = open(QStringLiteral("\\bibliography{refs}\n"));
+    const auto refs = pool.fileForPath(path(QStringLiteral("refs.bib")));
+    for (int i = 0; i < 3; ++i)
+        file->replaceContentStringInRange(PLRange{19, 0}, QStringLiteral(" "));
+    EXPECT_EQ(refs->openCount(), 1u);
+    file->replaceContentStringInRange(PLRange{18, 0}, QStringLiteral(",more"));
+    EXPECT_EQ(refs->openCount(), 1u);
+    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())).at(1), "bib |\\\\bibliography{refs,more}|");
+    file->replaceContentStringInRange(PLRange{0, file->content().size()}, QString());
+    EXPECT_TRUE(pool.filesOpened().contains(file->stringPath()));
+    EXPECT_EQ(pool.filesOpened().size(), 1);
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypedIncludeInAnUntitledDocumentKeepsItsFile)
+{
+    const auto parser = std::make_shared<PLLatexFileContentOutlineParser>();
+    const auto untitled = PLFile::untitledFileWithName(QStringLiteral("Untitled"), parser);
+    untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{x}"));
+    const auto x = pool.untitledFileWithName(QStringLiteral("x"));
+    ASSERT_NE(x, nullptr);
+    x->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("kept text"));
+
+    untitled->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral("\n"));
+    EXPECT_EQ(x->openCount(), 1u);
+    untitled->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("y"));
+    const auto include = untitled->outlineRootNode()->childAtIndex(1);
+    ASSERT_EQ(include->childCount(), 1);
+    const auto root = include->childAtIndex(0);
+    EXPECT_EQ(root->name(), QStringLiteral("y"));
+    EXPECT_EQ(root->file(), x);
+    EXPECT_EQ(x->content(), QStringLiteral("kept text"));
+    EXPECT_EQ(x->name(), QStringLiteral("y"));
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, wholeFileParseAnnouncesEachNodeWithTheFile)
+{
+    OutlineNotificationRecorder recorder;
+    const auto file = open(QStringLiteral("a\\section{B}c"));
+    EXPECT_EQ(recorder.summary(), (Lines{"added text |a|", "added section \"B\" |\\\\section{B}|", "added text |c|"}));
+    for (const auto &n : recorder.notifications) {
+        EXPECT_EQ(n.object, file.get());
+        EXPECT_EQ(*n.objectType, typeid(PLFile));
+    }
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, locatingNodesGivesTiesToTheEarlierNode)
+{
+    const auto file = open(QStringLiteral("ab\\section{C}de\\input{a}f"));
+    const PLOutlineTreeHelper helper(file->outlineRootNode());
+    const auto describe = [&](qsizetype location, qsizetype length) {
+        std::vector<std::pair<std::string, qsizetype>> found;
+        const auto records = helper.locateNodesInRange(location, length);
+        for (const auto &record : records->nodes())
+            found.emplace_back(record.node()->content().toStdString(), record.location());
+        return found;
+    };
+    using Found = std::vector<std::pair<std::string, qsizetype>>;
+    EXPECT_EQ(describe(0, 0), (Found{{"ab", 0}}));
+    EXPECT_EQ(describe(2, 0), (Found{{"ab", 0}}));
+    EXPECT_EQ(describe(3, 0), (Found{{"\\section{C}", 2}}));
+    EXPECT_EQ(describe(2, 1), (Found{{"ab", 0}, {"\\section{C}", 2}}));
+    EXPECT_EQ(describe(1, 14), (Found{{"ab", 0}, {"\\section{C}", 2}, {"de", 13}}));
+    EXPECT_EQ(describe(1, 15), (Found{{"ab", 0}, {"\\section{C}", 2}, {"de", 13}, {"\\input{a}", 15}}));
+    EXPECT_EQ(describe(100, 0), (Found{{"f", 24}}));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(18, 0), pool.fileForPath(path(QStringLiteral("a.tex"))));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(0, 0), nullptr);
+    EXPECT_FALSE(PLOutlineTreeHelper(PLOutlineNode::create(QString(), 0, QString(), nullptr)).locateNodesInRange(0, 0));
+    EXPECT_EQ(file->contentBuffer()->outlineNodeTreeChangesHandler()
+                  ->locateNodesInRangeRelativeFromNode(3, 0, file->outlineRootNode())
+                  ->searchResultAtIndex(0).location(),
+              2);
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, bibliographyFileIsFoundByTheNameAtTheRange)
+{
+    const auto file = open(QStringLiteral("x\\bibliography{refs,more}"));
+    const PLOutlineTreeHelper helper(file->outlineRootNode());
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(16, 0)->name(), QStringLiteral("refs.bib"));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(19, 3)->name(), QStringLiteral("refs.bib"));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(20, 0)->name(), QStringLiteral("more.bib"));
+}
+
+}
