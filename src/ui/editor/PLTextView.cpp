@@ -1,14 +1,22 @@
 #include "PLTextView.h"
 
 #include "PLFile.h"
+#include "PLLogging.h"
+#include "PLStringLineCalculations.h"
 #include "PLTextAttributes.h"
 #include "PLTextContentBuffer.h"
+#include "PLTextViewDelegate.h"
+#include "PLTextViewHistoryHandler.h"
+#include "PLTextViewLineOverlayView.h"
+#include "PLTextViewSpellChecker.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
 #include <QContextMenuEvent>
 #include <QFontDatabase>
 #include <QMenu>
+#include <QScrollBar>
+#include <QToolTip>
 #include <QTextBlock>
 #include <QUndoStack>
 
@@ -46,6 +54,7 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     setActionHandler(PLAction::Copy, [this](QAction *) { copy(); }, [this](QAction *) { return textCursor().hasSelection(); });
     setActionHandler(PLAction::Paste, [this](QAction *) { pasteClipboard(); }, [this](QAction *) { return canPaste(); });
     setActionHandler(PLAction::SelectAll, [this](QAction *) { selectAll(); });
+    setUpEditorBehaviour();
 }
 
 PLTextView::~PLTextView() = default;
@@ -100,9 +109,12 @@ void PLTextView::scrollRangeToVisible(PLRange range)
     const QTextCursor selection = textCursor();
     QTextCursor target(document());
     target.setPosition(int(m_lineEndings.toMirror(qBound<qsizetype>(0, range.location, m_buffer->string().size()))));
+    // Only the view moves: the passing caret is no selection of the user's.
+    m_movingSelection = true;
     setTextCursor(target);
     centerCursor();
     setTextCursor(selection);
+    m_movingSelection = false;
 }
 
 bool PLTextView::event(QEvent *event)
@@ -114,6 +126,8 @@ bool PLTextView::event(QEvent *event)
 
 bool PLTextView::viewportEvent(QEvent *event)
 {
+    if (handleViewportEditorEvent(event))
+        return true;
     const bool handled = QPlainTextEdit::viewportEvent(event);
     applyPendingCorrection();
     return handled;
@@ -121,6 +135,8 @@ bool PLTextView::viewportEvent(QEvent *event)
 
 void PLTextView::keyPressEvent(QKeyEvent *event)
 {
+    if (handleHistoryKey(event))
+        return;
     if (event->matches(QKeySequence::Undo)) {
         undo();
         return;
@@ -142,6 +158,8 @@ void PLTextView::inputMethodEvent(QInputMethodEvent *event)
 void PLTextView::focusInEvent(QFocusEvent *event)
 {
     QPlainTextEdit::focusInEvent(event);
+    if (m_delegate)
+        m_delegate->textViewDidBecomeKey(this);
     emit didBecomeKey();
 }
 
@@ -246,6 +264,12 @@ void PLTextView::mirrorDidChange(int position, int charsRemoved, int charsAdded)
 
     QString replacement = added;
     replacement.replace(QChar::ParagraphSeparator, m_lineBreak);
+    if (m_delegate && !m_delegate->textViewShouldChangeTextInRange(this, PLRange{start, end - start}, replacement)) {
+        // Refused: the mirror goes back to the buffer's text.
+        m_needsFullResync = true;
+        QMetaObject::invokeMethod(this, &PLTextView::applyPendingCorrection, Qt::QueuedConnection);
+        return;
+    }
     m_localEdit = LocalEdit{removedEnd - position, addedEnd - position};
     m_buffer->replaceCharactersInRange(PLRange{start, end - start}, replacement);
     m_localEdit.reset();
@@ -324,6 +348,7 @@ void PLTextView::applyPendingCorrection()
         const Correction correction = *m_pendingCorrection;
         m_pendingCorrection.reset();
         replaceMirrorText(correction.start, correction.end, correction.text);
+        selectionDidMove();
     }
     if (m_pendingAttributeRange.isFound()) {
         const PLRange range = m_pendingAttributeRange;
@@ -393,8 +418,201 @@ QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attribut
 
 void PLTextView::selectionDidMove()
 {
-    if (m_updatingMirror || m_pendingCorrection || !hasFocus())
+    if (m_updatingMirror || m_pendingCorrection || m_movingSelection || !hasFocus())
         return;
+    if (m_delegate) {
+        // The delegate may move the caret, after a typed bracket for instance.
+        const PLRange proposed = selectedRange();
+        const PLRange accepted = m_delegate->textViewWillChangeSelection(this, m_file->selectedRange(), proposed);
+        if (accepted != proposed) {
+            m_movingSelection = true;
+            setSelectedRange(accepted);
+            m_movingSelection = false;
+        }
+        m_delegate->textViewDidChangeSelection(this);
+    }
     // The file remembers the place, so a pane that shows it later starts there.
     m_file->setSelectedRange(selectedRange());
+    emit selectionDidChange();
+}
+
+void PLTextView::setUpEditorBehaviour()
+{
+    setActionHandler(PLAction::ToggleBold, [this](QAction *) { toggleBold(); });
+    setActionHandler(PLAction::ToggleItalic, [this](QAction *) { toggleItalic(); });
+    setActionHandler(PLAction::ToggleUnderline, [this](QAction *) { toggleUnderline(); });
+    setActionHandler(PLAction::ToggleCommentOfCurrentLine, [this](QAction *) { toggleCommentOfCurrentLine(); });
+    m_spellChecker = new PLTextViewSpellChecker(this);
+    updateLineHighlightPosition();
+}
+
+bool PLTextView::handleHistoryKey(QKeyEvent *event)
+{
+    if (event->key() != Qt::Key_Left && event->key() != Qt::Key_Right)
+        return false;
+    const qint32 direction = event->key() == Qt::Key_Right ? PLHistoryDirectionForwards : PLHistoryDirectionBackwards;
+    const Qt::KeyboardModifiers modifiers = event->modifiers();
+    const bool command = modifiers & Qt::ControlModifier;
+    const bool option = modifiers & Qt::AltModifier;
+    const bool control = modifiers & Qt::MetaModifier;
+    if (command && option) {
+        if (m_delegate) {
+            if (modifiers & Qt::ShiftModifier)
+                m_delegate->textViewDidRequestHistoryFileSwitch(this, direction);
+            else
+                m_delegate->textViewDidRequestHistoryRangeSwitch(this, direction);
+        }
+        return true;
+    }
+    if (control && option) {
+        if (m_delegate)
+            m_delegate->textViewDidRequestTextViewSwitchInDirection(this, direction);
+        return true;
+    }
+    return false;
+}
+
+bool PLTextView::handleViewportEditorEvent(QEvent *event)
+{
+    if (!m_delegate || (event->type() != QEvent::ToolTip && event->type() != QEvent::MouseButtonPress))
+        return false;
+    // Only characters that carry a link (the arguments of include commands) have a tooltip or
+    // answer a click.
+    const QPoint position = event->type() == QEvent::ToolTip ? static_cast<QHelpEvent *>(event)->pos()
+                                                              : static_cast<QMouseEvent *>(event)->position().toPoint();
+    const qsizetype index = textLocation(cursorForPosition(position).position());
+    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->attributesAtIndex(index).link() : std::nullopt;
+    if (event->type() == QEvent::MouseButtonPress)
+        return link && m_delegate->textViewClickedOnLink(this, *link, index);
+    const QString tooltip = link ? m_delegate->textViewWillDisplayToolTip(this, index) : QString();
+    if (tooltip.isEmpty())
+        QToolTip::hideText();
+    else
+        QToolTip::showText(static_cast<QHelpEvent *>(event)->globalPos(), tooltip, viewport());
+    return true;
+}
+
+bool PLTextView::replaceCharactersAsTyped(PLRange range, const QString &string)
+{
+    if (m_delegate && !m_delegate->textViewShouldChangeTextInRange(this, range, string))
+        return false;
+    m_buffer->replaceCharactersInRange(range, string);
+    return true;
+}
+
+void PLTextView::insertText(const QString &string, PLRange replacementRange)
+{
+    const qsizetype before = m_buffer->length();
+    if (replaceCharactersAsTyped(replacementRange, string))
+        setSelectedRange(PLRange{replacementRange.end() + m_buffer->length() - before, 0});
+}
+
+void PLTextView::insertTextAroundRange(const QString &command, PLRange range)
+{
+    if (range.length > 0) {
+        insertText(QStringLiteral("%1{%2}").arg(command, m_buffer->string().mid(range.location, range.length)), range);
+        return;
+    }
+    insertText(command + QStringLiteral("{}"), range);
+    setSelectedRange(PLRange{selectedRange().location - 1, 0});
+}
+
+void PLTextView::toggleBold()
+{
+    insertTextAroundRange(QStringLiteral("\\textbf"), selectedRange());
+}
+
+void PLTextView::toggleItalic()
+{
+    insertTextAroundRange(QStringLiteral("\\textit"), selectedRange());
+}
+
+void PLTextView::toggleUnderline()
+{
+    insertTextAroundRange(QStringLiteral("\\underline"), selectedRange());
+}
+
+void PLTextView::toggleCommentOfCurrentLine()
+{
+    const QString &text = m_buffer->string();
+    const PLRange selection = selectedRange();
+    const PLStringLineCalculations::PLLineBounds bounds = PLStringLineCalculations::lineBoundsForRange(text, selection);
+    const qsizetype firstLineStart = bounds.start;
+
+    // The lines from the bottom up, so that each edit leaves the lines above it where they were.
+    QList<PLRange> lines;
+    qsizetype p = std::max(bounds.end - 1, firstLineStart);
+    for (;;) {
+        const PLRange line = PLStringLineCalculations::lineRangeForRange(text, PLRange{p, 0});
+        lines.append(line);
+        if (line.location <= firstLineStart)
+            break;
+        p = line.location - 1;
+    }
+
+    // The selection keeps covering the same text, so the command can be given again at once; a
+    // caret at the start of a line moves with its text.
+    qsizetype start = selection.location;
+    qsizetype end = selection.end();
+    QUndoStack *history = m_buffer->undoManager();
+    history->beginMacro(tr("Toggle Comment"));
+    for (const PLRange &line : std::as_const(lines)) {
+        const QString &current = m_buffer->string();
+        qsizetype index = line.location;
+        while (index < line.end() && (current.at(index) == u' ' || current.at(index) == u'\t'))
+            ++index;
+        if (index < line.end() && current.at(index) == u'%') {
+            qCDebug(lcUi).noquote() << QStringLiteral("remove % from: %1").arg(toString(PLRange{index, 1}));
+            if (!replaceCharactersAsTyped(PLRange{index, 1}, QString()))
+                continue;
+            start -= index < start ? 1 : 0;
+            end -= index < end ? 1 : 0;
+        } else {
+            qCDebug(lcUi).noquote() << QStringLiteral("insert % at: %1").arg(line.location);
+            if (!replaceCharactersAsTyped(PLRange{line.location, 0}, QStringLiteral("%")))
+                continue;
+            start += line.location < start || (line.location == start && selection.length == 0) ? 1 : 0;
+            end += line.location <= end ? 1 : 0;
+        }
+    }
+    history->endMacro();
+    setSelectedRange(PLRange{start, end - start});
+}
+
+void PLTextView::updateLineHighlightPosition()
+{
+    constexpr qreal bandHeight = 16.0;
+    const int width = viewport()->width();
+    if (!m_lineHightlightView) {
+        m_lineHightlightView = new PLTextViewLineOverlayView(QRect(0, 0, width, int(bandHeight)), viewport());
+        m_lineHightlightView->show();
+        // The band moves with the text: when the view scrolls, resizes or lays its text out anew.
+        connect(verticalScrollBar(), &QScrollBar::valueChanged, this, &PLTextView::updateLineHighlightPosition);
+        connect(this, &QPlainTextEdit::updateRequest, this, &PLTextView::updateLineHighlightPosition);
+    }
+    // The rectangle of the row that holds a character, across the whole width of the view. The
+    // LF of a CR LF pair lies on the row of its CR.
+    const QString &text = m_buffer->string();
+    const auto rowOfCharacter = [&](qsizetype location) {
+        if (PLLineEndingMap::isPairAt(text, location - 1))
+            --location;
+        QTextCursor cursor(document());
+        cursor.setPosition(int(mirrorPosition(location)));
+        const QRect caret = cursorRect(cursor);
+        return QRectF(0, caret.top(), width, caret.height());
+    };
+
+    QRectF frame(0, 0, width, bandHeight);
+    const qsizetype caret = selectedRange().location;
+    if (caret < text.size()) {
+        frame = rowOfCharacter(caret);
+    } else if (caret > 0) {
+        frame = rowOfCharacter(caret - 1);
+        // On the empty line after a final line break the band sits one band height lower.
+        if (PLStringLineCalculations::isLineTerminator(text.at(caret - 1)))
+            frame.translate(0, bandHeight);
+    } else {
+        frame.translate(0, cursorRect(QTextCursor(document())).top());
+    }
+    m_lineHightlightView->setGeometry(frame.toRect());
 }

@@ -14,6 +14,9 @@
 class PLFile;
 class PLTextAttributes;
 class PLTextContentBuffer;
+class PLTextViewDelegate;
+class PLTextViewLineOverlayView;
+class PLTextViewSpellChecker;
 
 // The editor of one pane. The file's text lives in its content buffer, shared by every pane that
 // shows the file; this view lays it out in a QTextDocument of its own (one document has one
@@ -43,8 +46,33 @@ public:
     static QFont fontNamed(const QString &family, double size);
     void applyEditorBackgroundColor();
 
+    // The pane's editing policy; not owned.
+    PLTextViewDelegate *delegate() const { return m_delegate; }
+    void setDelegate(PLTextViewDelegate *delegate) { m_delegate = delegate; }
+    qsizetype textLocation(qsizetype mirrorPosition) const { return m_lineEndings.toText(mirrorPosition); }
+    // The line-number ruler lives in the viewport's left margin.
+    using QAbstractScrollArea::setViewportMargins;
+    PLTextViewLineOverlayView *lineHightlightView() const { return m_lineHightlightView; }
+    void updateLineHighlightPosition();
+    PLTextViewSpellChecker *spellChecker() const { return m_spellChecker; }
+
+    // Replaces a range of the file's text as typing does: the delegate is asked, the buffer's
+    // filters apply, and the caret ends after the new text.
+    void insertText(const QString &string, PLRange replacementRange);
+    // Wraps the range in the command's braces, or inserts the command with the caret between
+    // empty braces. Applied twice, the command nests.
+    void insertTextAroundRange(const QString &command, PLRange range);
+    void toggleBold();
+    void toggleItalic();
+    void toggleUnderline();
+    // Comments each line of the selection with "%" at its first column, or takes one "%" from a
+    // line whose first non-blank character is one.
+    void toggleCommentOfCurrentLine();
+
 signals:
     void didBecomeKey();
+    // The user moved the caret or changed the selection.
+    void selectionDidChange();
 
 protected:
     bool event(QEvent *event) override;
@@ -83,6 +111,13 @@ private:
     void pasteClipboard();
     void deleteSelection();
     void selectionDidMove();
+    void setUpEditorBehaviour();
+    // A replacement the delegate allowed, made in the buffer; the selection is the caller's.
+    bool replaceCharactersAsTyped(PLRange range, const QString &string);
+    // Back and forward requests with the arrow keys; answers whether the key was one.
+    bool handleHistoryKey(QKeyEvent *event);
+    // Tooltips over include arguments and clicks on links; answers whether the event was handled.
+    bool handleViewportEditorEvent(QEvent *event);
 
     std::shared_ptr<PLFile> m_file;
     PLTextContentBuffer *m_buffer;
@@ -95,6 +130,10 @@ private:
     bool m_needsFullResync = false;
     bool m_replayingHistory = false;
     bool m_composing = false;
+    bool m_movingSelection = false;
+    PLTextViewDelegate *m_delegate = nullptr;
+    PLTextViewLineOverlayView *m_lineHightlightView = nullptr;
+    PLTextViewSpellChecker *m_spellChecker = nullptr;
     // Colours that arrived while the mirror could not take them yet.
     PLRange m_pendingAttributeRange = PLNotFoundRange;
     QHash<QString, QFont> m_fonts;

@@ -9,7 +9,11 @@
 #include "PLNotificationNameConstants.h"
 #include "PLOutlineNode.h"
 #include "PLSplitViewController.h"
+#include "PLLineNumbersRulerView.h"
+#include "PLTextContentBuffer.h"
 #include "PLTextView.h"
+#include "PLTextViewDelegate.h"
+#include "PLTextViewHistoryHandler.h"
 #include "PLTitleBarButton.h"
 #include "PLTitleBarView.h"
 
@@ -30,8 +34,10 @@ bool wantsPDFInNewPane(Qt::KeyboardModifiers modifiers)
 PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewController *splitViewController,
                                                                    PLDocument *document, XSWindowController *windowController)
     : XSViewController(QStringLiteral("PLSplitViewContentView"), windowController, splitViewController),
-      m_splitViewController(splitViewController), m_document(document)
+      m_splitViewController(splitViewController), m_document(document),
+      m_historyHandler(std::make_unique<PLTextViewHistoryHandler>())
 {
+    m_historyHandler->switchToFile(m_document->mainFile());
     observeNotifications();
     setActionHandler(PLAction::SplitView, [this](QAction *) { splitView(Qt::NoModifier); });
     setActionHandler(PLAction::SplitViewAndDisplayPDF, [this](QAction *) { splitView(Qt::AltModifier | Qt::ShiftModifier); });
@@ -39,6 +45,12 @@ PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewCo
         PLAction::CloseView, [this](QAction *) { closeView(); },
         [this](QAction *) { return m_splitViewController && m_splitViewController->splitViewCount() > 1; });
     setActionHandler(PLAction::ToggleDocumentPDF, [this](QAction *) { toggleDocumentPDF(); });
+    setActionHandler(
+        PLAction::NavigateBackward, [this](QAction *) { navigateBackward(); },
+        [this](QAction *) { return !m_isPdfToggled && m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionBackwards); });
+    setActionHandler(
+        PLAction::NavigateForward, [this](QAction *) { navigateForward(); },
+        [this](QAction *) { return !m_isPdfToggled && m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionForwards); });
 }
 
 PLSplitViewContentViewController::~PLSplitViewContentViewController()
@@ -99,9 +111,10 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_historyNavigationForwardsButton = new PLTitleBarButton(PLTitleBarButtonCell::NavigateRight, m_titleBarView);
     m_historyNavigationBackwardsButton->setToolTip(tr("Back"));
     m_historyNavigationForwardsButton->setToolTip(tr("Forward"));
-    // Going back and forth through visited places arrives with the navigation history.
     m_historyNavigationBackwardsButton->setEnabled(false);
     m_historyNavigationForwardsButton->setEnabled(false);
+    connect(m_historyNavigationBackwardsButton, &QAbstractButton::clicked, this, &PLSplitViewContentViewController::navigateBackward);
+    connect(m_historyNavigationForwardsButton, &QAbstractButton::clicked, this, &PLSplitViewContentViewController::navigateForward);
     m_titleTextField = new QLabel(m_titleBarView);
     m_titleTextField->setAlignment(Qt::AlignCenter);
     m_titleTextField->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
@@ -159,6 +172,9 @@ void PLSplitViewContentViewController::setFile(const std::shared_ptr<PLFile> &fi
     m_isSwitchingFile = true;
     const std::shared_ptr<PLFile> oldFile = m_file;
     m_file = file;
+    // The new text view selects the file's own selection below; the history only follows.
+    if (!m_isNavigating)
+        m_historyHandler->switchToFile(m_file);
     view();
     if (!m_isPdfToggled)
         setTitle(m_file->name());
@@ -166,8 +182,12 @@ void PLSplitViewContentViewController::setFile(const std::shared_ptr<PLFile> &fi
     m_textContentView->setSelectedRange(m_file->selectedRange());
     m_isSwitchingFile = false;
 
+    updateHistoryButtons();
     if (m_splitViewController)
         m_splitViewController->splitViewContentControllerDidChangeFromFile(this, oldFile, m_file);
+    if (!m_isNavigating)
+        m_historyHandler->pushRangeToHistoryStack(m_textContentView->selectedRange());
+    updateHistoryButtons();
 
     m_textContentView->scrollRangeToVisible(m_textContentView->selectedRange());
     PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
@@ -176,8 +196,11 @@ void PLSplitViewContentViewController::setFile(const std::shared_ptr<PLFile> &fi
 void PLSplitViewContentViewController::replaceTextStorageInTextView()
 {
     auto *textView = new PLTextView(m_file, m_contentView);
-    connect(textView, &PLTextView::didBecomeKey, this,
-            [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
+    // The delegate tells the window when the view takes the focus, and feeds the history.
+    textView->setDelegate(new PLTextViewDelegate(m_file, this, m_historyHandler.get(), textView));
+    new PLLineNumbersRulerView(textView);
+    // Every move of the caret may have added to the history.
+    connect(textView, &PLTextView::selectionDidChange, this, &PLSplitViewContentViewController::updateHistoryButtons);
     const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
     if (m_textContentView) {
         m_contentLayout->removeWidget(m_textContentView);
@@ -208,6 +231,7 @@ void PLSplitViewContentViewController::toggleDocumentPDF()
         m_titleBarButtonTogglePDF->setImageNamed(QStringLiteral("titlebarPDFButton.png"));
         m_titleBarButtonTogglePDF->setToolTip(tr("Show the PDF"));
         m_contentLayout->setCurrentWidget(m_textContentView);
+        updateHistoryButtons();
         if (m_file)
             setTitle(m_file->name());
         if (m_splitViewController)
@@ -316,4 +340,38 @@ void PLSplitViewContentViewController::updateTitleFont()
 bool PLSplitViewContentViewController::isFocusedPane() const
 {
     return m_splitViewController && m_splitViewController->selectedSplitViewController() == this;
+}
+
+void PLSplitViewContentViewController::navigateBackward()
+{
+    navigateInDirection(PLHistoryDirectionBackwards);
+}
+
+void PLSplitViewContentViewController::navigateForward()
+{
+    navigateInDirection(PLHistoryDirectionForwards);
+}
+
+void PLSplitViewContentViewController::navigateInDirection(qint32 direction)
+{
+    if (m_isPdfToggled || !m_textContentView)
+        return;
+    m_isNavigating = true;
+    const PLRange range = m_historyHandler->getRangeInDirection(direction);
+    // A range that reaches the very end of the text is not restored.
+    if (range.isFound() && range.end() < m_textContentView->contentBuffer()->length()) {
+        m_textContentView->setFocus();
+        m_textContentView->setSelectedRange(range);
+        m_textContentView->scrollRangeToVisible(range);
+    }
+    m_isNavigating = false;
+    updateHistoryButtons();
+}
+
+void PLSplitViewContentViewController::updateHistoryButtons()
+{
+    if (!m_historyNavigationBackwardsButton || m_isPdfToggled)
+        return;
+    m_historyNavigationBackwardsButton->setEnabled(m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionBackwards));
+    m_historyNavigationForwardsButton->setEnabled(m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionForwards));
 }

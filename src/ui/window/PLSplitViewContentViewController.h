@@ -10,6 +10,7 @@ class PLNoPDFFoundView;
 class PLOutlineNode;
 class PLSplitViewController;
 class PLTextView;
+class PLTextViewHistoryHandler;
 class PLTitleBarButton;
 class PLTitleBarView;
 class QLabel;
@@ -46,6 +47,15 @@ public:
     // Shows the node's file with the caret at the start of the node.
     void selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node);
 
+    // The back and forward buttons: steps along the shown file's trail of selections.
+    void navigateBackward();
+    void navigateForward();
+    // Set while a history step selects its range, so the step itself is not recorded.
+    bool isNavigating() const { return m_isNavigating; }
+    PLTextViewHistoryHandler *historyHandler() const { return m_historyHandler.get(); }
+    PLTitleBarButton *historyNavigationBackwardsButton() const { return m_historyNavigationBackwardsButton; }
+    PLTitleBarButton *historyNavigationForwardsButton() const { return m_historyNavigationForwardsButton; }
+
     PLTextView *textContentView() const { return m_textContentView; }
     PLTitleBarView *titleBarView() const { return m_titleBarView; }
     QLabel *titleTextField() const { return m_titleTextField; }
@@ -68,12 +78,16 @@ private:
     void setTitle(const QString &title);
     void updateTitleFont();
     bool isFocusedPane() const;
+    void navigateInDirection(qint32 direction);
+    void updateHistoryButtons();
 
     PLSplitViewController *m_splitViewController;
     PLDocument *m_document;
     std::shared_ptr<PLFile> m_file;
     bool m_isPdfToggled = false;
     bool m_isSwitchingFile = false;
+    bool m_isNavigating = false;
+    std::unique_ptr<PLTextViewHistoryHandler> m_historyHandler;
 
     PLTitleBarView *m_titleBarView = nullptr;
     QLabel *m_titleTextField = nullptr;

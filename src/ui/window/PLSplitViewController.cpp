@@ -2,6 +2,7 @@
 
 #include "PLDocument.h"
 #include "PLFile.h"
+#include "PLGoToLineWindowController.h"
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
@@ -49,6 +50,9 @@ PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowContr
     setActionHandler(
         PLAction::NavigateToSplitViewMenuItemPressed, [this](QAction *item) { navigateToSplitViewMenuItemPressed(item); },
         [this](QAction *) { return splitViewCount() > 1; });
+    setActionHandler(
+        PLAction::DisplayGoToLineWindow, [this](QAction *) { displayGoToLineWindow(); },
+        [this](QAction *) { return m_selectedSplitViewController && !m_selectedSplitViewController->isPdfToggled(); });
     qApp->installEventFilter(this);
 }
 
@@ -244,4 +248,13 @@ void PLSplitViewController::splitViewContentControllerDidChangeFromFile(PLSplitV
                                                                         const std::shared_ptr<PLFile> &)
 {
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerSelectedSplitViewDidChangeFile, this);
+}
+
+void PLSplitViewController::displayGoToLineWindow()
+{
+    if (!m_goToLineWindowController)
+        m_goToLineWindowController = new PLGoToLineWindowController(this);
+    if (m_selectedSplitViewController)
+        m_goToLineWindowController->setTextView(m_selectedSplitViewController->textContentView());
+    m_goToLineWindowController->showWindow();
 }

@@ -8,6 +8,7 @@
 
 class PLDocument;
 class PLFile;
+class PLGoToLineWindowController;
 class PLSplitViewContentViewController;
 class QAction;
 class QSplitter;
@@ -43,6 +44,9 @@ public:
     // 0 moves to the pane on the left, 1 to the one on the right, wrapping around at the ends.
     void changeSelectionSplitViewToSplitViewInDirection(int direction);
     void navigateToSplitViewMenuItemPressed(QAction *item);
+    // Shows the go-to-line window for the focused pane's text, making it on first use.
+    void displayGoToLineWindow();
+    PLGoToLineWindowController *goToLineWindowController() const { return m_goToLineWindowController; }
     void saveSplitViewSetupToUserDefaults();
 
     // Menu actions reach the focused pane first.
@@ -72,4 +76,5 @@ private:
     PLSplitViewContentViewController *m_selectedSplitTextViewViewController = nullptr;
     QSplitter *m_splitView = nullptr;
     bool m_restoringLayout = false;
+    PLGoToLineWindowController *m_goToLineWindowController = nullptr;
 };

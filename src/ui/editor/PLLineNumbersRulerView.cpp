@@ -1,0 +1,209 @@
+#include "PLLineNumbersRulerView.h"
+
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+
+#include <QApplication>
+#include <QEvent>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QScrollBar>
+#include <QTimer>
+
+#include <cmath>
+
+namespace {
+constexpr qreal PLRulerMinimumThickness = 22.0;
+constexpr qreal PLRulerLabelMargin = 5.0;
+// The size the label font has beside the small controls of the window.
+constexpr qreal PLRulerLabelPointSize = 9.0;
+}
+
+PLLineNumbersRulerView::PLLineNumbersRulerView(PLTextView *scrollView)
+    : QWidget(scrollView), m_textColor(QColor::fromRgbF(1.0 / 3, 1.0 / 3, 1.0 / 3))
+{
+    QFont labelFont = QApplication::font();
+    labelFont.setPointSizeF(PLRulerLabelPointSize);
+    setFont(labelFont);
+    setClientView(scrollView);
+    setRuleThickness(thicknessForLineCount(qsizetype(m_lines.indicesForText(scrollView->contentBuffer()->string()).size())));
+}
+
+PLLineNumbersRulerView::~PLLineNumbersRulerView() = default;
+
+void PLLineNumbersRulerView::setClientView(PLTextView *view)
+{
+    if (m_clientView) {
+        disconnect(m_editConnection);
+        disconnect(m_clientView, nullptr, this, nullptr);
+        disconnect(m_clientView->verticalScrollBar(), nullptr, this, nullptr);
+        m_clientView->removeEventFilter(this);
+    }
+    m_clientView = view;
+    invalidateLineIndices();
+    if (!view)
+        return;
+    m_editConnection = connect(view->contentBuffer(), &PLTextContentBuffer::didProcessEditing, this, &PLLineNumbersRulerView::textDidChange);
+    // Scrolling and every repaint of the text repaint the same stretch of the ruler.
+    connect(view, &QPlainTextEdit::updateRequest, this, [this](const QRect &rect, int dy) {
+        if (dy != 0)
+            update();
+        else
+            update(0, rect.y(), width(), rect.height());
+    });
+    connect(view->verticalScrollBar(), &QScrollBar::valueChanged, this, qOverload<>(&QWidget::update));
+    view->installEventFilter(this);
+    placeInClientView();
+}
+
+void PLLineNumbersRulerView::textDidChange(PLRange editedRange, qsizetype changeInLength)
+{
+    m_lines.noteReplacement(editedRange, changeInLength);
+    update();
+}
+
+const std::vector<qsizetype> &PLLineNumbersRulerView::lineIndices()
+{
+    if (!m_clientView)
+        return m_noLines;
+    const bool computing = m_lines.needsUpdate();
+    const std::vector<qsizetype> &indices = m_lines.indicesForText(m_clientView->contentBuffer()->string());
+    if (computing)
+        refreshThicknessIfNeeded(qsizetype(indices.size()));
+    return indices;
+}
+
+void PLLineNumbersRulerView::invalidateLineIndices()
+{
+    m_lines.invalidate();
+}
+
+qsizetype PLLineNumbersRulerView::lineNumberForCharacterIndex(qsizetype location)
+{
+    return PLLineIndices::lineNumberForCharacterIndex(lineIndices(), location);
+}
+
+qreal PLLineNumbersRulerView::requiredThickness()
+{
+    return thicknessForLineCount(qsizetype(lineIndices().size()));
+}
+
+qreal PLLineNumbersRulerView::thicknessForLineCount(qsizetype count) const
+{
+    count = std::max<qsizetype>(1, count);
+    const int digits = int(std::floor(std::log10(double(count)))) + 1;
+    const qreal measured = QFontMetricsF(font()).horizontalAdvance(QString(digits, u'8'));
+    return std::ceil(std::max(PLRulerMinimumThickness, measured + 2 * PLRulerLabelMargin));
+}
+
+void PLLineNumbersRulerView::refreshThicknessIfNeeded(qsizetype lineCount)
+{
+    if (m_thicknessChangePending || std::abs(m_ruleThickness - thicknessForLineCount(lineCount)) <= 1.0)
+        return;
+    // Never resize while drawing: the text view's margin changes on the next turn of the loop.
+    m_thicknessChangePending = true;
+    QTimer::singleShot(0, this, [this] {
+        const qreal thickness = requiredThickness();
+        m_thicknessChangePending = false;
+        setRuleThickness(thickness);
+    });
+}
+
+void PLLineNumbersRulerView::setRuleThickness(qreal thickness)
+{
+    m_ruleThickness = thickness;
+    placeInClientView();
+}
+
+void PLLineNumbersRulerView::placeInClientView()
+{
+    if (!m_clientView)
+        return;
+    const int thickness = int(std::ceil(m_ruleThickness));
+    m_clientView->setViewportMargins(thickness, 0, 0, 0);
+    const QRect area = m_clientView->contentsRect();
+    setGeometry(area.left(), area.top(), thickness, area.height());
+    update();
+}
+
+void PLLineNumbersRulerView::setTextColor(const QColor &color)
+{
+    m_textColor = color;
+    update();
+}
+
+void PLLineNumbersRulerView::setBackgroundColor(const std::optional<QColor> &color)
+{
+    m_backgroundColor = color;
+    update();
+}
+
+bool PLLineNumbersRulerView::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_clientView && event->type() == QEvent::Resize)
+        placeInClientView();
+    return QWidget::eventFilter(watched, event);
+}
+
+void PLLineNumbersRulerView::changeEvent(QEvent *event)
+{
+    if (event->type() == QEvent::FontChange && m_clientView)
+        refreshThicknessIfNeeded(qsizetype(lineIndices().size()));
+    QWidget::changeEvent(event);
+}
+
+void PLLineNumbersRulerView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(this);
+    drawHashMarksAndLabelsInRect(painter, event->rect());
+}
+
+void PLLineNumbersRulerView::drawHashMarksAndLabelsInRect(QPainter &painter, const QRect &rect)
+{
+    const QRectF bounds = QRectF(this->rect());
+    if (m_backgroundColor) {
+        painter.fillRect(bounds, *m_backgroundColor);
+        painter.setPen(QColor::fromRgbF(0.58, 0.58, 0.58, 1.0));
+        painter.drawLine(QPointF(bounds.right(), bounds.bottom()), QPointF(bounds.right() - 0.5, bounds.top()));
+    }
+    painter.setFont(font());
+    painter.setPen(m_textColor);
+    for (const Label &label : labelsInRect(rect))
+        painter.drawText(label.baseline, QString::number(label.lineNumber));
+}
+
+QList<PLLineNumbersRulerView::Label> PLLineNumbersRulerView::labelsInRect(const QRect &rect)
+{
+    QList<Label> labels;
+    if (!m_clientView)
+        return labels;
+    const std::vector<qsizetype> &indices = lineIndices();
+    const qsizetype count = qsizetype(indices.size());
+
+    // The characters in view, from the top-left to the bottom-right of the viewport.
+    const QWidget *viewport = m_clientView->viewport();
+    const qsizetype first = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(0, 0)).position());
+    const qsizetype last = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(viewport->width(), viewport->height())).position());
+    const PLRange visible{first, last - first};
+
+    const QFontMetricsF metrics(font());
+    const qreal labelHeight = metrics.height();
+    const qreal rulerWidth = width();
+    for (qsizetype i = PLLineIndices::lineNumberForCharacterIndex(indices, visible.location); i < count; ++i) {
+        const qsizetype start = indices[i];
+        // A line that starts above the view (its first row scrolled away) gets no label.
+        if (start >= visible.location && start - visible.location < visible.length + 1) {
+            QTextCursor cursor(m_clientView->document());
+            cursor.setPosition(int(m_clientView->mirrorPosition(start)));
+            const QRectF row = m_clientView->cursorRect(cursor);
+            if (row.bottom() >= rect.top() && row.top() <= rect.bottom()) {
+                const qreal labelWidth = metrics.horizontalAdvance(QString::number(i + 1));
+                const qreal top = row.top() + (row.height() - labelHeight) / 2;
+                labels.append(Label{i + 1, QPointF(rulerWidth - labelWidth - PLRulerLabelMargin, top + metrics.ascent())});
+            }
+        }
+        if (start > visible.location + visible.length + 1)
+            break;
+    }
+    return labels;
+}

@@ -1,0 +1,157 @@
+#include "PLTextViewSpellChecker.h"
+
+#include "PLSpellChecker.h"
+#include "PLTextView.h"
+#include "PLTextViewDelegate.h"
+
+#include <QEvent>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextBlockUserData>
+
+namespace {
+// The marks of one line of the mirror, relative to the line's start, and whether they still
+// stand: a line is checked again after an edit in it or once the dictionary has changed.
+class PLSpellingBlockData : public QTextBlockUserData
+{
+public:
+    bool checked = false;
+    int generation = -1;
+    QList<PLRange> marks;
+};
+
+PLSpellingBlockData *spellingData(const QTextBlock &block)
+{
+    return dynamic_cast<PLSpellingBlockData *>(block.userData());
+}
+
+struct VisibleBlocks
+{
+    QTextBlock first;
+    QTextBlock last;
+};
+
+VisibleBlocks visibleBlocks(const PLTextView *view)
+{
+    const QWidget *viewport = view->viewport();
+    return VisibleBlocks{view->cursorForPosition(QPoint(0, 0)).block(),
+                         view->cursorForPosition(QPoint(viewport->width(), viewport->height())).block()};
+}
+}
+
+PLTextViewSpellChecker::PLTextViewSpellChecker(PLTextView *view) : QObject(view), m_view(view)
+{
+    m_checkTimer.setSingleShot(true);
+    m_checkTimer.setInterval(0);
+    connect(&m_checkTimer, &QTimer::timeout, this, &PLTextViewSpellChecker::checkVisibleText);
+    connect(view->document(), &QTextDocument::contentsChange, this, &PLTextViewSpellChecker::textDidChange);
+    // New lines in view are checked before they are drawn.
+    connect(view->verticalScrollBar(), &QScrollBar::valueChanged, this, &PLTextViewSpellChecker::checkVisibleText);
+    connect(view, &QPlainTextEdit::cursorPositionChanged, this, &PLTextViewSpellChecker::scheduleCheck);
+    connect(view, &QPlainTextEdit::blockCountChanged, this, &PLTextViewSpellChecker::scheduleCheck);
+    PLSpellChecker &checker = PLSpellChecker::sharedSpellChecker();
+    connect(&checker, &PLSpellChecker::dictionaryDidLoad, this, &PLTextViewSpellChecker::scheduleCheck);
+    view->viewport()->installEventFilter(this);
+    scheduleCheck();
+}
+
+PLTextViewSpellChecker::~PLTextViewSpellChecker() = default;
+
+void PLTextViewSpellChecker::textDidChange(int position, int, int charsAdded)
+{
+    const QTextDocument *document = m_view->document();
+    const QTextBlock last = document->findBlock(position + charsAdded);
+    for (QTextBlock block = document->findBlock(position); block.isValid(); block = block.next()) {
+        if (PLSpellingBlockData *data = spellingData(block))
+            data->checked = false;
+        if (block == last)
+            break;
+    }
+    m_lastEditEnd = position + charsAdded;
+    scheduleCheck();
+}
+
+bool PLTextViewSpellChecker::eventFilter(QObject *watched, QEvent *event)
+{
+    if (event->type() == QEvent::Resize || event->type() == QEvent::Show)
+        scheduleCheck();
+    return QObject::eventFilter(watched, event);
+}
+
+void PLTextViewSpellChecker::scheduleCheck()
+{
+    m_checkTimer.start();
+}
+
+void PLTextViewSpellChecker::checkVisibleText()
+{
+    m_checkTimer.stop();
+    PLSpellChecker &checker = PLSpellChecker::sharedSpellChecker();
+    PLTextViewDelegate *delegate = m_view->delegate();
+    const VisibleBlocks visible = visibleBlocks(m_view);
+    for (QTextBlock block = visible.first; block.isValid(); block = block.next()) {
+        PLSpellingBlockData *data = spellingData(block);
+        if (!data) {
+            data = new PLSpellingBlockData;
+            block.setUserData(data);
+        }
+        if (!data->checked || data->generation != checker.generation()) {
+            data->marks.clear();
+            const QString text = block.text();
+            for (const PLRange &word : checker.misspelledWordRanges(text)) {
+                const qsizetype start = m_view->textLocation(block.position() + word.location);
+                const PLRange range{start, m_view->textLocation(block.position() + word.end()) - start};
+                const int state = delegate ? delegate->textViewShouldSetSpellingState(m_view, PLSpellingStateSpelling, range)
+                                           : PLSpellingStateSpelling;
+                if (state == PLSpellingStateSpelling)
+                    data->marks.append(word);
+            }
+            data->checked = true;
+            data->generation = checker.generation();
+        }
+        if (block == visible.last)
+            break;
+    }
+    showMarks();
+}
+
+void PLTextViewSpellChecker::showMarks()
+{
+    QTextCharFormat format;
+    format.setUnderlineStyle(QTextCharFormat::SpellCheckUnderline);
+    format.setUnderlineColor(Qt::red);
+    const QTextCursor caret = m_view->textCursor();
+    const bool typing = !caret.hasSelection() && caret.position() == m_lastEditEnd;
+
+    QList<QTextEdit::ExtraSelection> selections;
+    const VisibleBlocks visible = visibleBlocks(m_view);
+    for (QTextBlock block = visible.first; block.isValid(); block = block.next()) {
+        if (const PLSpellingBlockData *data = spellingData(block)) {
+            for (const PLRange &mark : data->marks) {
+                const int start = block.position() + int(mark.location);
+                const int end = start + int(mark.length);
+                if (typing && caret.position() >= start && caret.position() <= end)
+                    continue;
+                QTextCursor cursor(m_view->document());
+                cursor.setPosition(start);
+                cursor.setPosition(end, QTextCursor::KeepAnchor);
+                selections.append(QTextEdit::ExtraSelection{cursor, format});
+            }
+        }
+        if (block == visible.last)
+            break;
+    }
+    m_view->setExtraSelections(selections);
+}
+
+QList<PLRange> PLTextViewSpellChecker::markedRanges() const
+{
+    QList<PLRange> ranges;
+    for (const QTextEdit::ExtraSelection &selection : m_view->extraSelections()) {
+        if (selection.format.underlineStyle() != QTextCharFormat::SpellCheckUnderline)
+            continue;
+        const qsizetype start = m_view->textLocation(selection.cursor.selectionStart());
+        ranges.append(PLRange{start, m_view->textLocation(selection.cursor.selectionEnd()) - start});
+    }
+    return ranges;
+}

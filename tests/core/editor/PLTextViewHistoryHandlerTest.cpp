@@ -1,0 +1,146 @@
+#include "PLFile.h"
+#include "PLTestSupport.h"
+#include "PLTextViewHistoryHandler.h"
+
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+constexpr PLRange a{1, 0};
+constexpr PLRange b{5, 2};
+constexpr PLRange c{9, 0};
+constexpr PLRange d{12, 3};
+
+class PLTextViewHistoryHandlerTest : public ::testing::Test
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &name)
+    {
+        auto file = PLFile::fileWithPath(folder.filePath(name), nullptr);
+        files.push_back(file);
+        return file;
+    }
+    std::shared_ptr<PLFile> untitled(const QString &name)
+    {
+        auto file = PLFile::untitledFileWithName(name, nullptr);
+        files.push_back(file);
+        return file;
+    }
+
+    void TearDown() override
+    {
+        for (const auto &file : files)
+            file->close();
+    }
+
+    QTemporaryDir folder;
+    std::vector<std::shared_ptr<PLFile>> files;
+    PLTextViewHistoryHandler history;
+};
+
+TEST_F(PLTextViewHistoryHandlerTest, theSameRangePushedTwiceIsRecordedOnce)
+{
+    history.switchToFile(open(QStringLiteral("a.tex")));
+    history.pushRangeToHistoryStack(a);
+    history.pushRangeToHistoryStack(b);
+    history.pushRangeToHistoryStack(b);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
+    EXPECT_FALSE(history.hasMoreRangesInDirection(PLHistoryDirectionBackwards));
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), PLNotFoundRange);
+    EXPECT_EQ(history.currentRangeItem(), a);
+}
+
+TEST_F(PLTextViewHistoryHandlerTest, goingBackTwiceThenPushingStartsANewBranch)
+{
+    history.switchToFile(open(QStringLiteral("a.tex")));
+    for (PLRange range : {a, b, c})
+        history.pushRangeToHistoryStack(range);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), b);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
+    EXPECT_TRUE(history.hasMoreRangesInDirection(PLHistoryDirectionForwards));
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), b);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
+
+    history.pushRangeToHistoryStack(d);
+    EXPECT_FALSE(history.hasMoreRangesInDirection(PLHistoryDirectionForwards));
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), PLNotFoundRange);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), d);
+}
+
+TEST_F(PLTextViewHistoryHandlerTest, eachFileKeepsItsTrailWhileOthersAreShown)
+{
+    const auto first = open(QStringLiteral("a.tex"));
+    const auto second = untitled(QStringLiteral("Untitled 3"));
+    EXPECT_EQ(history.switchToFile(first), PLNotFoundRange);
+    history.pushRangeToHistoryStack(a);
+    history.pushRangeToHistoryStack(b);
+
+    EXPECT_EQ(history.switchToFile(second), PLNotFoundRange);
+    EXPECT_FALSE(history.hasMoreRangesInDirection(PLHistoryDirectionBackwards));
+    history.pushRangeToHistoryStack(c);
+    history.pushRangeToHistoryStack(d);
+
+    EXPECT_EQ(history.switchToFile(first), b);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
+    EXPECT_EQ(history.switchToFile(second), d);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), c);
+    // Showing the current file again changes nothing.
+    EXPECT_EQ(history.switchToFile(second), c);
+    EXPECT_EQ(history.switchToFile(first), a);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), b);
+}
+
+TEST_F(PLTextViewHistoryHandlerTest, theFileTrailGoesBackAndForwardAndBranchesOnANewFile)
+{
+    const auto first = open(QStringLiteral("a.tex"));
+    const auto second = open(QStringLiteral("b.tex"));
+    const auto third = open(QStringLiteral("c.tex"));
+    history.switchToFile(first);
+    history.switchToFile(second);
+    history.switchToFile(third);
+    EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
+
+    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);
+    // The pane then shows the file, which is current already: the forward trail stays.
+    history.switchToFile(second);
+    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), first);
+    EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionBackwards));
+    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), nullptr);
+    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionForwards), second);
+    EXPECT_EQ(history.currentFile(), second);
+
+    history.switchToFile(first);
+    EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
+    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);
+}
+
+TEST_F(PLTextViewHistoryHandlerTest, aFileWithNeitherPathNorNameIsNotTracked)
+{
+    const auto named = open(QStringLiteral("a.tex"));
+    history.switchToFile(named);
+    history.pushRangeToHistoryStack(a);
+    EXPECT_EQ(history.switchToFile(untitled(QString())), PLNotFoundRange);
+    EXPECT_EQ(history.currentFile(), named);
+    EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionBackwards));
+    EXPECT_EQ(history.switchToFile(nullptr), PLNotFoundRange);
+}
+
+TEST_F(PLTextViewHistoryHandlerTest, unknownDirectionsFindNothing)
+{
+    const auto first = open(QStringLiteral("a.tex"));
+    history.switchToFile(first);
+    history.switchToFile(open(QStringLiteral("b.tex")));
+    history.pushRangeToHistoryStack(a);
+    history.pushRangeToHistoryStack(b);
+    EXPECT_EQ(history.getRangeInDirection(2), PLNotFoundRange);
+    EXPECT_EQ(history.getFileInDirection(-1), nullptr);
+    EXPECT_EQ(history.currentRangeItem(), b);
+    // Asking whether there is more looks backwards for anything but forwards.
+    EXPECT_TRUE(history.hasMoreRangesInDirection(2));
+    EXPECT_TRUE(history.hasMoreFilesInDirection(7));
+}
+
+}

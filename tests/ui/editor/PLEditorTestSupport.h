@@ -1,0 +1,76 @@
+#pragma once
+
+#include "PLFile.h"
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLTestSupport.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLTextViewDelegate.h"
+#include "PLTextViewHistoryHandler.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QHBoxLayout>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <vector>
+
+namespace PLTest {
+
+// Editor text views on files of a temporary folder, shown side by side in one active window,
+// each with a delegate of its own that feeds one navigation history.
+class EditorTest : public ::testing::Test
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &text, const QString &name = QStringLiteral("chapter.tex"))
+    {
+        const QString path = QDir(folder.path()).filePath(name);
+        writeFile(path, text.toUtf8());
+        auto file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        files.push_back(file);
+        return file;
+    }
+
+    void write(const QString &name, const QString &text) { writeFile(QDir(folder.path()).filePath(name), text.toUtf8()); }
+
+    PLTextView *makeView(const std::shared_ptr<PLFile> &file, bool withDelegate = true)
+    {
+        auto *view = new PLTextView(file);
+        if (withDelegate)
+            view->setDelegate(new PLTextViewDelegate(file, nullptr, &history, view));
+        return view;
+    }
+
+    // Shows the views in the window, the first one focused.
+    void show(std::initializer_list<PLTextView *> views, QSize size = QSize(800, 400))
+    {
+        window.resize(size);
+        auto *layout = new QHBoxLayout(&window);
+        layout->setContentsMargins(0, 0, 0, 0);
+        for (PLTextView *view : views)
+            layout->addWidget(view);
+        window.show();
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        (*views.begin())->setFocus();
+        QCoreApplication::processEvents();
+    }
+
+    void TearDown() override
+    {
+        for (const auto &file : files)
+            file->close();
+    }
+
+    QTemporaryDir folder;
+    std::vector<std::shared_ptr<PLFile>> files;
+    PLTextViewHistoryHandler history;
+    // Last, so the views go before the history their delegates feed.
+    QWidget window;
+};
+
+}

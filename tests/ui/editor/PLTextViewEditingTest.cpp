@@ -1,0 +1,210 @@
+#include "PLEditorTestSupport.h"
+#include "PLResponderChain.h"
+
+#include <QToolTip>
+#include <QUndoStack>
+
+namespace {
+
+using PLTest::EditorTest;
+
+struct PairCase
+{
+    const char *name;
+    QString typed;
+    QString text;
+    qsizetype caret;
+};
+
+class TextViewPairs : public EditorTest, public ::testing::WithParamInterface<PairCase>
+{
+};
+
+TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
+{
+    const auto file = open(QStringLiteral("ab"));
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(PLRange{1, 0});
+
+    QTest::keyClicks(view, GetParam().typed);
+    EXPECT_EQ(file->contentBuffer()->string(), GetParam().text);
+    EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret, 0}));
+    EXPECT_EQ(file->selectedRange(), view->selectedRange());
+    QTest::keyClick(view, Qt::Key_Right);
+    EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret + 1, 0}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Typed, TextViewPairs,
+                         ::testing::Values(PairCase{"parenthesis", QStringLiteral("("), QStringLiteral("a()b"), 2},
+                                           PairCase{"bracket", QStringLiteral("["), QStringLiteral("a[]b"), 2},
+                                           PairCase{"brace", QStringLiteral("{"), QStringLiteral("a{}b"), 2},
+                                           PairCase{"quote", QStringLiteral("\""), QStringLiteral("a``\"b"), 3},
+                                           PairCase{"closingIsNotPaired", QStringLiteral(")"), QStringLiteral("a)b"), 2}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+struct FormatCase
+{
+    const char *name;
+    PLAction action;
+    QString command;
+};
+
+class TextViewFormatting : public EditorTest, public ::testing::WithParamInterface<FormatCase>
+{
+};
+
+TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
+{
+    const auto file = open(QStringLiteral("say word now"));
+    PLTextView *view = makeView(file);
+    show({view});
+    const QString command = GetParam().command;
+
+    view->setSelectedRange(PLRange{4, 4});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
+    EXPECT_EQ(view->selectedRange(), (PLRange{4 + command.size() + 6, 0}));
+
+    view->setSelectedRange(PLRange{0, 0});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
+    EXPECT_EQ(view->selectedRange(), (PLRange{command.size() + 1, 0}));
+    // Typing goes between the braces; applying the command again nests it.
+    QTest::keyClicks(view, QStringLiteral("x"));
+    view->setSelectedRange(PLRange{command.size() + 1, 1});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    EXPECT_TRUE(file->contentBuffer()->string().startsWith(QStringLiteral("%1{%1{x}}").arg(command)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, TextViewFormatting,
+                         ::testing::Values(FormatCase{"bold", PLAction::ToggleBold, QStringLiteral("\\textbf")},
+                                           FormatCase{"italic", PLAction::ToggleItalic, QStringLiteral("\\textit")},
+                                           FormatCase{"underline", PLAction::ToggleUnderline, QStringLiteral("\\underline")}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+struct CommentCase
+{
+    const char *name;
+    QString text;
+    PLRange selection;
+    QString toggled;
+};
+
+class TextViewComments : public EditorTest, public ::testing::WithParamInterface<CommentCase>
+{
+};
+
+TEST_P(TextViewComments, EachLineTogglesByItselfAndOneUndoRevertsThemAll)
+{
+    const auto file = open(GetParam().text);
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(GetParam().selection);
+
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, PLAction::ToggleCommentOfCurrentLine, nullptr));
+    EXPECT_EQ(file->contentBuffer()->string(), GetParam().toggled);
+    file->contentBuffer()->undoManager()->undo();
+    EXPECT_EQ(file->contentBuffer()->string(), GetParam().text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, TextViewComments,
+    ::testing::Values(
+        CommentCase{"mixedSelection", QStringLiteral("first\n  %second\nthird\n"), PLRange{2, 15}, QStringLiteral("%first\n  second\n%third\n")},
+        CommentCase{"onlyOnePercentGoes", QStringLiteral("%%x"), PLRange{1, 0}, QStringLiteral("%x")},
+        CommentCase{"emptyLine", QStringLiteral("a\n\nb"), PLRange{2, 0}, QStringLiteral("a\n%\nb")},
+        CommentCase{"emptyLastLine", QStringLiteral("a\n"), PLRange{2, 0}, QStringLiteral("a\n%")},
+        CommentCase{"blankLineAtColumnZero", QStringLiteral("\t \n"), PLRange{1, 0}, QStringLiteral("%\t \n")},
+        CommentCase{"indentedLineAtColumnZero", QStringLiteral("\t\\item x"), PLRange{3, 0}, QStringLiteral("%\t\\item x")},
+        CommentCase{"selectionEndingAtALineStart", QStringLiteral("a\nb\nc"), PLRange{0, 2}, QStringLiteral("%a\nb\nc")},
+        CommentCase{"windowsLineEnds", QStringLiteral("a\r\n%b\r\nc"), PLRange{0, 8}, QStringLiteral("%a\r\nb\r\n%c")}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByTogglingAgain)
+{
+    const auto file = open(QStringLiteral("one\ntwo\nthree"));
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(PLRange{0, 7});
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("%one\n%two\nthree"));
+    EXPECT_EQ(view->selectedRange(), (PLRange{0, 9}));
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("one\ntwo\nthree"));
+
+    // A caret at the start of a line stays with its text.
+    view->setSelectedRange(PLRange{4, 0});
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(view->selectedRange(), (PLRange{5, 0}));
+}
+
+TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
+{
+    const auto file = open(QStringLiteral("abcdef"));
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(PLRange{3, 0});
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::ControlModifier | Qt::AltModifier, Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier, Qt::MetaModifier | Qt::AltModifier}) {
+        QTest::keyClick(view, Qt::Key_Left, modifiers);
+        QTest::keyClick(view, Qt::Key_Right, modifiers);
+        EXPECT_EQ(view->selectedRange(), (PLRange{3, 0})) << int(modifiers);
+    }
+    QTest::keyClick(view, Qt::Key_Left);
+    EXPECT_EQ(view->selectedRange(), (PLRange{2, 0}));
+    QTest::keyClick(view, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(view->selectedRange(), (PLRange{2, 1}));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("abcdef"));
+}
+
+TEST_F(EditorTest, EverySelectionChangeRecordsThePreviousSelection)
+{
+    const auto file = open(QStringLiteral("0123456789"));
+    history.switchToFile(file);
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(PLRange{2, 0});
+    view->setSelectedRange(PLRange{5, 3});
+    QTest::keyClick(view, Qt::Key_End);
+    EXPECT_EQ(file->selectedRange(), (PLRange{10, 0}));
+    EXPECT_EQ(history.currentRangeItem(), (PLRange{5, 3}));
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), (PLRange{2, 0}));
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), (PLRange{0, 0}));
+}
+
+TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
+{
+    write(QStringLiteral("intro.tex"), QStringLiteral("Hello."));
+    const QString text = QStringLiteral("Before.\n\\input{intro}\nAfter.\n");
+    const auto file = open(text);
+    PLTextView *view = makeView(file);
+    show({view});
+    const qsizetype argument = text.indexOf(QStringLiteral("intro"));
+    PLTextViewDelegate *delegate = view->delegate();
+    view->setSelectedRange(PLRange{0, 0});
+    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QString());
+    view->setSelectedRange(PLRange{argument + 1, 0});
+    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QStringLiteral("Jump to intro.tex"));
+
+    const auto hover = [&](qsizetype location) {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(int(location));
+        const QPoint point = view->cursorRect(cursor).center() + QPoint(2, 0);
+        QHelpEvent help(QEvent::ToolTip, point, view->viewport()->mapToGlobal(point));
+        QApplication::sendEvent(view->viewport(), &help);
+    };
+    // Plain text carries no link, so it has no tooltip; the include argument does.
+    hover(2);
+    EXPECT_FALSE(QToolTip::isVisible());
+    hover(argument + 2);
+    EXPECT_TRUE(QToolTip::isVisible());
+    EXPECT_EQ(QToolTip::text(), QStringLiteral("Jump to intro.tex"));
+    // A click on the link places the caret like anywhere else.
+    QTextCursor cursor(view->document());
+    cursor.setPosition(int(argument + 2));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->cursorRect(cursor).center());
+    EXPECT_EQ(view->selectedRange(), (PLRange{argument + 2, 0}));
+}
+
+}
