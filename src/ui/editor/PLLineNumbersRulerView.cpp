@@ -8,6 +8,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QTextBlock>
 #include <QTimer>
 
 #include <cmath>
@@ -147,8 +148,11 @@ bool PLLineNumbersRulerView::eventFilter(QObject *watched, QEvent *event)
 
 void PLLineNumbersRulerView::changeEvent(QEvent *event)
 {
-    if (event->type() == QEvent::FontChange && m_clientView)
-        refreshThicknessIfNeeded(qsizetype(lineIndices().size()));
+    if (event->type() == QEvent::FontChange) {
+        m_labelTexts.clear();
+        if (m_clientView)
+            refreshThicknessIfNeeded(qsizetype(lineIndices().size()));
+    }
     QWidget::changeEvent(event);
 }
 
@@ -168,8 +172,9 @@ void PLLineNumbersRulerView::drawHashMarksAndLabelsInRect(QPainter &painter, con
     }
     painter.setFont(font());
     painter.setPen(m_textColor);
+    const qreal ascent = QFontMetricsF(font()).ascent();
     for (const Label &label : labelsInRect(rect))
-        painter.drawText(label.baseline, QString::number(label.lineNumber));
+        painter.drawStaticText(label.baseline - QPointF(0, ascent), labelText(label.lineNumber));
 }
 
 QList<PLLineNumbersRulerView::Label> PLLineNumbersRulerView::labelsInRect(const QRect &rect)
@@ -180,30 +185,66 @@ QList<PLLineNumbersRulerView::Label> PLLineNumbersRulerView::labelsInRect(const 
     const std::vector<qsizetype> &indices = lineIndices();
     const qsizetype count = qsizetype(indices.size());
 
-    // The characters in view, from the top-left to the bottom-right of the viewport.
+    // The characters shown across the rectangle, from its top-left to its bottom-right in the
+    // viewport: a repaint of one row looks at the lines of that row only.
     const QWidget *viewport = m_clientView->viewport();
-    const qsizetype first = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(0, 0)).position());
-    const qsizetype last = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(viewport->width(), viewport->height())).position());
+    const int top = std::max(0, rect.top());
+    const int bottom = std::min(viewport->height(), rect.bottom());
+    const qsizetype first = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(0, top)).position());
+    const qsizetype last = m_clientView->textLocation(m_clientView->cursorForPosition(QPoint(viewport->width(), bottom)).position());
     const PLRange visible{first, last - first};
 
+    // Rows are found the way the view stacks its blocks: the first block in view is placed by
+    // the view, each further one below the one before it. Asking the view for every row would
+    // walk down from the top of the view each time.
+    const QTextDocument *document = m_clientView->document();
+    QAbstractTextDocumentLayout *layout = document->documentLayout();
+    QTextBlock block;
+    qreal blockTop = 0;
     const QFontMetricsF metrics(font());
     const qreal labelHeight = metrics.height();
     const qreal rulerWidth = width();
     for (qsizetype i = PLLineIndices::lineNumberForCharacterIndex(indices, visible.location); i < count; ++i) {
         const qsizetype start = indices[i];
-        // A line that starts above the view (its first row scrolled away) gets no label.
-        if (start >= visible.location && start - visible.location < visible.length + 1) {
-            QTextCursor cursor(m_clientView->document());
-            cursor.setPosition(int(m_clientView->mirrorPosition(start)));
-            const QRectF row = m_clientView->cursorRect(cursor);
-            if (row.bottom() >= rect.top() && row.top() <= rect.bottom()) {
-                const qreal labelWidth = metrics.horizontalAdvance(QString::number(i + 1));
-                const qreal top = row.top() + (row.height() - labelHeight) / 2;
-                labels.append(Label{i + 1, QPointF(rulerWidth - labelWidth - PLRulerLabelMargin, top + metrics.ascent())});
-            }
-        }
         if (start > visible.location + visible.length + 1)
             break;
+        // A line whose first row lies above (scrolled away) gets no label here.
+        if (start < visible.location || start - visible.location >= visible.length + 1)
+            continue;
+        const int position = int(m_clientView->mirrorPosition(start));
+        const QTextBlock target = document->findBlock(position);
+        if (!target.isValid() || !target.layout() || target.layout()->lineCount() == 0)
+            continue;
+        if (!block.isValid()) {
+            QTextCursor blockStart(target);
+            block = target;
+            blockTop = m_clientView->cursorRect(blockStart).top() - target.layout()->lineAt(0).y();
+        }
+        for (; block.isValid() && block != target; block = block.next())
+            blockTop += layout->blockBoundingRect(block).height();
+        const QTextLine row = target.layout()->lineForTextPosition(position - target.position());
+        const qreal rowTop = blockTop + row.y();
+        if (rowTop + row.height() >= rect.top() && rowTop <= rect.bottom()) {
+            const qreal labelTop = rowTop + (row.height() - labelHeight) / 2;
+            labels.append(Label{i + 1, QPointF(rulerWidth - labelText(i + 1).size().width() - PLRulerLabelMargin, labelTop + metrics.ascent())});
+        }
     }
     return labels;
+}
+
+const QStaticText &PLLineNumbersRulerView::labelText(qsizetype lineNumber)
+{
+    // Laid out once and kept: shaping the digits anew on every repaint costs more than the rest
+    // of the ruler together. A screenful of numbers is kept many times over.
+    constexpr qsizetype keptLabels = 4096;
+    auto known = m_labelTexts.find(lineNumber);
+    if (known == m_labelTexts.end()) {
+        if (m_labelTexts.size() >= keptLabels)
+            m_labelTexts.clear();
+        QStaticText text(QString::number(lineNumber));
+        text.setTextFormat(Qt::PlainText);
+        text.prepare(QTransform(), font());
+        known = m_labelTexts.insert(lineNumber, text);
+    }
+    return *known;
 }

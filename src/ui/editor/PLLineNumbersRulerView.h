@@ -4,9 +4,11 @@
 #include "PLRange.h"
 
 #include <QColor>
+#include <QHash>
 #include <QList>
 #include <QPointF>
 #include <QPointer>
+#include <QStaticText>
 #include <QWidget>
 
 #include <optional>
@@ -67,6 +69,7 @@ private:
     void refreshThicknessIfNeeded(qsizetype lineCount);
     void placeInClientView();
     void drawHashMarksAndLabelsInRect(QPainter &painter, const QRect &rect);
+    const QStaticText &labelText(qsizetype lineNumber);
 
     QPointer<PLTextView> m_clientView;
     QMetaObject::Connection m_editConnection;
@@ -76,4 +79,5 @@ private:
     bool m_thicknessChangePending = false;
     QColor m_textColor;
     std::optional<QColor> m_backgroundColor;
+    QHash<qsizetype, QStaticText> m_labelTexts;
 };
