@@ -22,13 +22,8 @@ void PLLatexTransformer::transformLatexFile(std::shared_ptr<PLFile> file)
         qCInfo(lcTypesetting) << "a transformer runs one job; this request is dropped";
         return;
     }
-    if (file) {
-        m_filePath = file->stringPath();
-        m_folder = file->directoryOfFile();
-        m_baseName = file->nameWithOutFileExtension();
-        m_encoding = file->encoding();
-        m_engine = file->engine();
-    }
+    if (file)
+        m_source = PLTypesettingSource::fromFile(*file);
     m_documentFile = std::move(file);
     startJob();
 }
@@ -56,28 +51,28 @@ void PLLatexTransformer::runTaskWithLaunchPath(const QString &launchPath, const 
                                                const QStringList &arguments,
                                                const std::function<void(const QString &)> &lineParserBLOCK)
 {
-    runProgram(launchPath, workingDirectoryPath, arguments, m_encoding, lineParserBLOCK, [this](const QString &output) {
+    runProgram(launchPath, workingDirectoryPath, arguments, m_source.encoding, lineParserBLOCK, [this](const QString &output) {
         tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(output); });
     });
 }
 
 void PLLatexTransformer::main()
 {
-    if (m_filePath.isEmpty())
+    if (m_source.filePath.isEmpty())
         return;
-    const QStringList arguments = PLTexCommandLine::engineArguments(m_baseName);
+    const QStringList arguments = PLTexCommandLine::engineArguments(m_source.baseName);
     QString capture;
     const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_engine);
-    tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(m_engine); });
+    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_source.engine);
+    tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(m_source.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
         tellDelegate([&](PLLatexTransformerDelegate *delegate) {
-            delegate->latexTransformerCouldNotFindEngine(m_engine, enginePath);
+            delegate->latexTransformerCouldNotFindEngine(m_source.engine, enginePath);
         });
         return;
     }
 
-    runTaskWithLaunchPath(enginePath, m_folder, arguments, [&](const QString &chunk) {
+    runTaskWithLaunchPath(enginePath, m_source.folder, arguments, [&](const QString &chunk) {
         for (const QString &name : PLLogStringParser::fileNamesInLine(chunk)) {
             onMainThread([this, name] {
                 tellDelegate([&](PLLatexTransformerDelegate *delegate) {
@@ -89,9 +84,9 @@ void PLLatexTransformer::main()
     });
     const QString bibtexPath = texFolder + QStringLiteral("bibtex");
     if (isEnginePresentInFileSystem(bibtexPath)) {
-        runTaskWithLaunchPath(bibtexPath, m_folder, PLTexCommandLine::bibtexArguments(m_baseName), nullptr);
-        runTaskWithLaunchPath(enginePath, m_folder, arguments, nullptr);
-        runTaskWithLaunchPath(enginePath, m_folder, arguments, nullptr);
+        runTaskWithLaunchPath(bibtexPath, m_source.folder, PLTexCommandLine::bibtexArguments(m_source.baseName), nullptr);
+        runTaskWithLaunchPath(enginePath, m_source.folder, arguments, nullptr);
+        runTaskWithLaunchPath(enginePath, m_source.folder, arguments, nullptr);
     }
     // The log parsed is the first engine run's; the runs after BibTeX are only shown.
     m_logStringParser->parseLogString(capture);

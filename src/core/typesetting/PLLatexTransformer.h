@@ -55,12 +55,7 @@ private:
 
     std::shared_ptr<PLLogStringParser> m_logStringParser;
     std::shared_ptr<PLFile> m_documentFile;
-    // What the job needs of the file, taken on the caller's thread when the job is accepted.
-    QString m_filePath;
-    QString m_folder;
-    QString m_baseName;
-    PLStringEncoding m_encoding = PLStringEncodings::UTF8;
-    int m_engine = 0;
+    PLTypesettingSource m_source;
 
     mutable std::recursive_mutex m_delegateMutex;
     PLLatexTransformerDelegate *m_delegate = nullptr;

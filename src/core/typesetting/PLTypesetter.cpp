@@ -18,13 +18,8 @@ void PLTypesetter::typesetDocument(std::shared_ptr<PLFile> mainFile)
         qCInfo(lcTypesetting) << "a typesetter runs one job; this request is dropped";
         return;
     }
-    if (mainFile) {
-        m_filePath = mainFile->stringPath();
-        m_folder = mainFile->directoryOfFile();
-        m_baseName = mainFile->nameWithOutFileExtension();
-        m_encoding = mainFile->encoding();
-        m_engine = mainFile->engine();
-    }
+    if (mainFile)
+        m_source = PLTypesettingSource::fromFile(*mainFile);
     m_parser = std::make_shared<PLTypesettingLogFileParser>(mainFile);
     m_mainFile = std::move(mainFile);
     startJob();
@@ -57,22 +52,22 @@ QStringList PLTypesetter::fileNamesInLine(const QString &line)
 void PLTypesetter::runTask(const QString &launchPath, const QStringList &arguments,
                            const std::function<void(const QString &)> &chunkHandler)
 {
-    runProgram(launchPath, m_folder, arguments, m_encoding, chunkHandler, [this](const QString &output) {
+    runProgram(launchPath, m_source.folder, arguments, m_source.encoding, chunkHandler, [this](const QString &output) {
         tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, output); });
     });
 }
 
 void PLTypesetter::main()
 {
-    if (m_filePath.isEmpty())
+    if (m_source.filePath.isEmpty())
         return;
-    const QStringList arguments = PLTexCommandLine::engineArguments(m_baseName);
+    const QStringList arguments = PLTexCommandLine::engineArguments(m_source.baseName);
     const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_engine);
-    tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, m_engine); });
+    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_source.engine);
+    tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, m_source.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
         tellDelegate([&](PLTypesetterDelegate *delegate) {
-            delegate->typesetterWasUnableToLocateEngine(this, m_engine, enginePath);
+            delegate->typesetterWasUnableToLocateEngine(this, m_source.engine, enginePath);
         });
         return;
     }
@@ -91,7 +86,7 @@ void PLTypesetter::main()
     m_parser->parseLogString(capture);
     const QString bibtexPath = texFolder + QStringLiteral("bibtex");
     if (isEnginePresentInFileSystem(bibtexPath)) {
-        runTask(bibtexPath, PLTexCommandLine::bibtexArguments(m_baseName), nullptr);
+        runTask(bibtexPath, PLTexCommandLine::bibtexArguments(m_source.baseName), nullptr);
         runTask(enginePath, arguments, nullptr);
         runTask(enginePath, arguments, nullptr);
     }

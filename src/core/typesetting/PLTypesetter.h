@@ -45,11 +45,7 @@ private:
 
     std::shared_ptr<PLFile> m_mainFile;
     std::shared_ptr<PLTypesettingLogFileParser> m_parser;
-    QString m_filePath;
-    QString m_folder;
-    QString m_baseName;
-    PLStringEncoding m_encoding = PLStringEncodings::UTF8;
-    int m_engine = 0;
+    PLTypesettingSource m_source;
 
     mutable std::recursive_mutex m_delegateMutex;
     PLTypesetterDelegate *m_delegate = nullptr;

@@ -1,5 +1,7 @@
 #include "PLTypesettingOperation.h"
 
+#include "PLFile.h"
+
 #include "PLLogging.h"
 #include "PLTexCommandLine.h"
 
@@ -79,4 +81,10 @@ void PLTypesettingOperation::onMainThread(std::function<void()> call)
     QMetaObject::invokeMethod(
         QCoreApplication::instance(), [self = shared_from_this(), call = std::move(call)] { call(); },
         Qt::QueuedConnection);
+}
+
+PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
+{
+    return PLTypesettingSource{file.stringPath(), file.directoryOfFile(), file.nameWithOutFileExtension(),
+                               file.encoding(), file.engine()};
 }

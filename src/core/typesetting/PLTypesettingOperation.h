@@ -10,6 +10,21 @@
 #include <functional>
 #include <memory>
 
+class PLFile;
+
+// What a job needs of its file, taken on the caller's thread when the job is accepted, so the job's
+// thread never touches the file object.
+struct PLTypesettingSource
+{
+    static PLTypesettingSource fromFile(const PLFile &file);
+
+    QString filePath;
+    QString folder;
+    QString baseName;
+    PLStringEncoding encoding = PLStringEncodings::UTF8;
+    int engine = 0;
+};
+
 // What both typesetting drivers share: one job in the object's life, run on a thread of its own
 // while the object keeps itself alive; the TeX programs run one after another through a
 // PLTexTaskRunner; their output is decoded chunk by chunk in the file's encoding; and messages for

@@ -14,13 +14,7 @@ QFont PLOutlineViewCell::smallSystemFont()
 
 void PLOutlineViewCell::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
-    QStyleOptionViewItem background = option;
-    initStyleOption(&background, index);
-    background.text.clear();
-    background.icon = QIcon();
-    const QWidget *widget = option.widget;
-    QStyle *style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+    drawItemBackground(painter, option, index);
 
     const bool selected = option.state & QStyle::State_Selected;
     const bool group = index.data(PLDocumentOutlineItemModel::IsGroupRole).toBool();

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <QStyledItemDelegate>
+#include "PLItemDelegate.h"
 
 // Draws a sidebar row: the icon of the node's kind before its title, in the small system font,
 // 25 points high. The main file's root is a group row: a heading rather than an entry.
-class PLOutlineViewCell : public QStyledItemDelegate
+class PLOutlineViewCell : public PLItemDelegate
 {
     Q_OBJECT
 
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using PLItemDelegate::PLItemDelegate;
 
     static QFont smallSystemFont();
 

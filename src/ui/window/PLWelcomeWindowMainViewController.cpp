@@ -1,6 +1,7 @@
 #include "PLWelcomeWindowMainViewController.h"
 
 #include "PLDocumentController.h"
+#include "PLItemDelegate.h"
 #include "PLLogging.h"
 #include "PLWelcomeWindowController.h"
 #include "PLWelcomeWindowRecentFilesTableView.h"
@@ -13,7 +14,6 @@
 #include <QLabel>
 #include <QPainter>
 #include <QStandardItemModel>
-#include <QStyledItemDelegate>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -21,20 +21,14 @@ namespace {
 constexpr int FolderRole = Qt::UserRole + 1;
 
 // A recent project as two lines: the file name, and below it the folder it lives in.
-class RecentFileDelegate : public QStyledItemDelegate
+class RecentFileDelegate : public PLItemDelegate
 {
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using PLItemDelegate::PLItemDelegate;
 
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        QStyleOptionViewItem background = option;
-        initStyleOption(&background, index);
-        background.text.clear();
-        background.icon = QIcon();
-        const QWidget *widget = option.widget;
-        QStyle *style = widget ? widget->style() : QApplication::style();
-        style->drawControl(QStyle::CE_ItemViewItem, &background, painter, widget);
+        drawItemBackground(painter, option, index);
 
         const bool selected = option.state & QStyle::State_Selected;
         const QRect area = option.rect.adjusted(10, 0, -10, 0);
