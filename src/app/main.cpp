@@ -1,6 +1,6 @@
+#include "PLApplication.h"
 #include "PLApplicationController.h"
 
-#include <QApplication>
 #include <QCommandLineParser>
 #include <QIcon>
 
@@ -37,7 +37,7 @@ int main(int argc, char *argv[])
     // Defaults go in before anything can read a setting.
     PLApplicationController::registerDefaults();
 
-    QApplication app(argc, argv);
+    PLApplication app(argc, argv);
     describeApplication();
     QApplication::setApplicationDisplayName(QStringLiteral("Plumeo"));
     QApplication::setDesktopFileName(QStringLiteral("plumeo"));

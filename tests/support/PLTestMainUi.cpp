@@ -1,6 +1,6 @@
+#include "PLApplication.h"
 #include "PLTestSupport.h"
 
-#include <QApplication>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -12,7 +12,8 @@ int main(int argc, char **argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir configHome;
     qputenv("XDG_CONFIG_HOME", configHome.path().toLocal8Bit());
-    QApplication app(argc, argv);
+    // The application the program runs, so its event boundary is under test too.
+    PLApplication app(argc, argv);
     PLTest::resetSettings();
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();

@@ -4,6 +4,8 @@
 #include "PLFile.h"
 #include "PLOutlineNode.h"
 
+#include <algorithm>
+
 namespace {
 bool isPlainText(const PLOutlineNode &node)
 {
@@ -36,7 +38,9 @@ std::shared_ptr<PLOutlineNode> PLDocumentOutlineViewDataSource::childOfItem(int 
 {
     if (!item)
         return m_file ? m_file->outlineRootNode() : nullptr;
-    if (index < 0 || index >= int(item->childCount()))
+    // A bibliography shows a row per file, so a level can have more rows than raw children: every
+    // row the count reports is answered.
+    if (index < 0 || index >= std::max(int(item->childCount()), numberOfChildrenOfItem(item)))
         throw PLException(QStringLiteral("IndexOutOfBoundsException"),
                           QStringLiteral("Tried accessing a child at an index outside the amount of children"));
     qsizetype remaining = index;

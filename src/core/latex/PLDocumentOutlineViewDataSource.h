@@ -18,7 +18,8 @@ public:
     std::shared_ptr<PLFile> file() const { return m_file; }
 
     int numberOfChildrenOfItem(const PLOutlineNode *item) const;
-    // Throws PLException "IndexOutOfBoundsException" for an index past the node's raw child count.
+    // Throws PLException "IndexOutOfBoundsException" for an index past both the node's raw child
+    // count and its row count.
     std::shared_ptr<PLOutlineNode> childOfItem(int index, const PLOutlineNode *item) const;
     bool isItemExpandable(const PLOutlineNode *item) const { return numberOfChildrenOfItem(item) > 0; }
     QString objectValueForItem(const PLOutlineNode *item) const;

@@ -1,6 +1,8 @@
 #include "PLDocumentOutlineItemModel.h"
 
+#include "PLError.h"
 #include "PLFile.h"
+#include "PLLogging.h"
 #include "PLOutlineNode.h"
 #include "PLResourceImage.h"
 
@@ -20,9 +22,14 @@ std::vector<std::shared_ptr<PLOutlineNode>> PLDocumentOutlineItemModel::visibleC
     if (item != &m_top && isRepeatedFileRoot(item->parent, item->node.get()))
         return nodes;
     const int count = m_dataSource.numberOfChildrenOfItem(item->node.get());
-    for (int index = 0; index < count; ++index) {
-        if (auto child = m_dataSource.childOfItem(index, item->node.get()))
-            nodes.push_back(std::move(child));
+    try {
+        for (int index = 0; index < count; ++index) {
+            if (auto child = m_dataSource.childOfItem(index, item->node.get()))
+                nodes.push_back(std::move(child));
+        }
+    } catch (const PLException &exception) {
+        // Qt's view machinery cannot unwind: show the rows answered so far and say why.
+        qCWarning(lcUi).noquote() << "Sidebar row of" << item->node->escapedName() << "not shown:" << exception.reason();
     }
     return nodes;
 }

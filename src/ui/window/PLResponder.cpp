@@ -1,6 +1,30 @@
 #include "PLResponder.h"
 
-PLResponder::~PLResponder() = default;
+#include <QSet>
+
+namespace {
+QSet<PLResponder *> &liveResponders()
+{
+    static QSet<PLResponder *> responders;
+    return responders;
+}
+}
+
+PLResponder::PLResponder()
+{
+    liveResponders().insert(this);
+}
+
+PLResponder::~PLResponder()
+{
+    liveResponders().remove(this);
+    // Whoever pointed at us now points past us: the chain stays whole without a dangling link.
+    PLResponder *next = m_nextResponder == this ? nullptr : m_nextResponder;
+    for (PLResponder *responder : std::as_const(liveResponders())) {
+        if (responder->m_nextResponder == this)
+            responder->m_nextResponder = next;
+    }
+}
 
 bool PLResponder::respondsToAction(PLAction action) const
 {

@@ -49,14 +49,15 @@ enum class PLAction {
 
 // One link of a window's responder chain. A responder implements some actions, each with an
 // optional validation for the menu item that sends it, and hands everything else to its next
-// responder.
+// responder. A responder that goes away takes itself out of every chain that leads to it, so no
+// walk ever reaches a deleted responder (a closed pane, for one). Main thread only.
 class PLResponder
 {
 public:
     using Perform = std::function<void(QAction *sender)>;
     using Validate = std::function<bool(QAction *item)>;
 
-    PLResponder() = default;
+    PLResponder();
     PLResponder(const PLResponder &) = delete;
     PLResponder &operator=(const PLResponder &) = delete;
     virtual ~PLResponder();

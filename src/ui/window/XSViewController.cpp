@@ -21,6 +21,9 @@ XSViewController::XSViewController(const QString &nibName) : m_nibName(nibName)
 
 XSViewController::~XSViewController()
 {
+    // Neither the tree nor a later patch of the chain may reach a controller that is gone.
+    if (m_parent)
+        m_parent->m_children.removeAll(this);
     // A view still shown somewhere belongs to its new parent widget; an orphan goes with us.
     if (m_view && !m_view->parentWidget())
         delete m_view;

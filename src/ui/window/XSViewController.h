@@ -60,7 +60,8 @@ protected:
 private:
     QString m_nibName;
     XSWindowController *m_windowController = nullptr;
-    XSViewController *m_parent = nullptr;
+    // Guarded: a parent can go before children it no longer lists (a closed pane not yet deleted).
+    QPointer<XSViewController> m_parent;
     QList<XSViewController *> m_children;
     QPointer<QWidget> m_view;
 };

@@ -107,6 +107,24 @@ TEST_F(Sidebar, ShowsHeadingsIncludedFilesAndOneRowPerBibliography)
     EXPECT_EQ(root.data(Qt::SizeHintRole).toSize().height(), 25);
 }
 
+// A section with a four-file bibliography has more rows than raw children; asking for the last
+// rows used to throw out of the model and abort the application.
+TEST_F(Sidebar, ABibliographyWithMoreFilesThanItsLevelHasChildrenShowsEveryFile)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{R}\n\\bibliography{a,b,c,d}\n"));
+    for (const char *name : {"a", "b", "c", "d", "e"})
+        project.write(QString::fromLatin1(name) + QStringLiteral(".bib"), QStringLiteral("@book{x,}\n"));
+    open(QStringLiteral("main.tex"));
+    const QStringList fourFiles{QStringLiteral("+main.tex"), QStringLiteral("  +R"), QStringLiteral("    a.bib"),
+                                QStringLiteral("    b.bib"), QStringLiteral("    c.bib"), QStringLiteral("    d.bib")};
+    EXPECT_EQ(rows(), fourFiles);
+
+    PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
+    const qsizetype closing = buffer->string().lastIndexOf(u'}');
+    buffer->replaceCharactersInRange(PLRange{closing, 0}, QStringLiteral(",e"));
+    EXPECT_EQ(rows(), fourFiles + QStringList{QStringLiteral("    e.bib")});
+}
+
 TEST_F(Sidebar, AFileWithoutHeadingsShowsOnlyItsRoot)
 {
     project.write(QStringLiteral("plain.tex"), QStringLiteral("Only text here.\n% \\section{Commented}\n"));

@@ -130,6 +130,43 @@ TEST_F(SplitPanes, ClosingAPaneFocusesTheOneThatTakesItsPlace)
     EXPECT_EQ(storedLayout().size(), 1);
 }
 
+// Closing a pane used to leave the controller before it pointing at the deleted pane, so the
+// next menu shortcut walked into freed memory.
+class ClosingAPane : public SplitPanes, public ::testing::WithParamInterface<std::pair<int, int>>
+{
+};
+
+TEST_P(ClosingAPane, LeavesNoLinkToItInTheChainAndActionsStillWork)
+{
+    const auto [count, position] = GetParam();
+    open();
+    while (editor->splitViewCount() < count)
+        pane(editor->splitViewCount() - 1)->splitView(Qt::NoModifier);
+    PLSplitViewContentViewController *closed = pane(position);
+    const bool closes = count > 1;
+    // The pane's own close command, as its × button and the menu's shortcut send it.
+    EXPECT_EQ(closed->tryToPerform(PLAction::CloseView, nullptr), closes);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_EQ(editor->splitViewCount(), closes ? count - 1 : count);
+
+    QList<PLResponder *> reached;
+    for (PLResponder *responder = windowController; responder && !reached.contains(responder);
+         responder = responder->nextResponder())
+        reached << responder;
+    EXPECT_FALSE(closes && reached.contains(static_cast<PLResponder *>(closed)));
+
+    // Actions nobody before the application answers walk the whole chain.
+    EXPECT_TRUE(send(PLAction::SaveDocument));
+    send(PLAction::Typeset);
+    EXPECT_TRUE(send(PLAction::SplitView));
+    EXPECT_EQ(editor->splitViewCount(), closes ? count : count + 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryPositionOfOneToFourPanes, ClosingAPane,
+                         ::testing::Values(std::pair{1, 0}, std::pair{2, 0}, std::pair{2, 1}, std::pair{3, 0},
+                                           std::pair{3, 1}, std::pair{3, 2}, std::pair{4, 0}, std::pair{4, 1},
+                                           std::pair{4, 2}, std::pair{4, 3}));
+
 TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBold)
 {
     open();

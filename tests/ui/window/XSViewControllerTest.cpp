@@ -102,6 +102,25 @@ TEST(XSViewController, RemovedChildStaysInTheChainUntilTheNextPatch)
               (QStringList{QStringLiteral("window"), QStringLiteral("A"), QStringLiteral("B")}));
 }
 
+// The last controller keeps the next responder it had; when that one was removed and then
+// deleted, walking the chain used to reach freed memory.
+TEST(XSViewController, ADeletedControllerLeavesNoLinkBehind)
+{
+    Tree tree;
+    tree.windowController.removeViewController(tree.b);
+    EXPECT_EQ(tree.a2->nextResponder(), tree.b);
+    delete tree.b;
+    EXPECT_EQ(chainNames(tree.windowController),
+              (QStringList{QStringLiteral("window"), QStringLiteral("A"), QStringLiteral("A1"), QStringLiteral("A1a"),
+                           QStringLiteral("A2")}));
+
+    // A controller deleted in the middle is passed over, and its parent forgets it.
+    delete tree.a1;
+    EXPECT_EQ(tree.a->children(), QList<XSViewController *>{tree.a2});
+    EXPECT_EQ(chainNames(tree.windowController),
+              (QStringList{QStringLiteral("window"), QStringLiteral("A"), QStringLiteral("A1a"), QStringLiteral("A2")}));
+}
+
 TEST(XSViewController, InsertingAtAnIndexPatchesTheChainInOrder)
 {
     Tree tree;
