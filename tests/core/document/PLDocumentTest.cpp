@@ -288,6 +288,11 @@ struct ChangedOnDiskCase
     const char *text;
 };
 
+void PrintTo(const ChangedOnDiskCase &c, std::ostream *os)
+{
+    *os << c.name;
+}
+
 class ChangedOnDisk : public Document, public ::testing::WithParamInterface<ChangedOnDiskCase>
 {
 };
