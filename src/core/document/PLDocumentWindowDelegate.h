@@ -18,10 +18,8 @@ public:
     // The window shows whether the project has unsaved changes.
     virtual void setDocumentEdited(bool edited) = 0;
     // Asked before a save writes over such a file. A window that cannot ask keeps the file on disk.
-    virtual ChangedFileAction documentActionForFileChangedOnDisk(PLDocument *document, const std::shared_ptr<PLFile> &file)
+    virtual ChangedFileAction documentActionForFileChangedOnDisk(PLDocument *, const std::shared_ptr<PLFile> &)
     {
-        (void)document;
-        (void)file;
         return ChangedFileAction::Cancel;
     }
 };
