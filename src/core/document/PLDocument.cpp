@@ -9,6 +9,7 @@
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLQuickOpenManager.h"
+#include "PLSafeFileWriter.h"
 #include "PLTextContentBuffer.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -18,31 +19,9 @@
 #include <QSet>
 #include <QUndoStack>
 #include <QUrl>
-#include <QUuid>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 namespace {
 const QString kDomain = QStringLiteral("PLDocument");
-
-// A path beside the target, so the final move stays on one file system and is atomic.
-QString temporaryPathBeside(const QString &target)
-{
-    const QFileInfo info(target);
-    return info.absoluteDir().filePath(QStringLiteral(".%1.plumeo-save-%2")
-                                           .arg(info.fileName(), QUuid::createUuid().toString(QUuid::Id128)));
-}
-
-bool moveOver(const QString &from, const QString &to, PLError *error)
-{
-    if (std::rename(QFile::encodeName(from).constData(), QFile::encodeName(to).constData()) == 0)
-        return true;
-    PLSetError(error, kDomain, errno, QStringLiteral("Could not replace %1: %2").arg(to, QString::fromLocal8Bit(std::strerror(errno))));
-    QFile::remove(from);
-    return false;
-}
 }
 
 PLDocument::PLDocument(QObject *parent)
@@ -73,6 +52,7 @@ bool PLDocument::readFromURL(const QString &path, const QString &typeName, PLErr
     m_fileURL = QFileInfo(path).absoluteFilePath();
     setMainFile(file);
     m_fileModificationDate = file->lastModificationDate();
+    removeStaleSaveCopies();
     return true;
 }
 
@@ -125,30 +105,47 @@ void PLDocument::prepareSavePanel(const QString &chosenPath)
     m_savePanelPath = QFileInfo(chosenPath).absoluteFilePath();
 }
 
-bool PLDocument::writeToURL(const QString &path, const QString &typeName, PLError *error)
+bool PLDocument::isSaveCancelled(const PLError &error)
 {
-    Q_UNUSED(typeName);
-    if (!m_mainFile) {
-        PLSetError(error, kDomain, 1, QStringLiteral("The project has no main file."));
-        return false;
-    }
-    if (m_savePanelPath.isEmpty()) {
-        // The main file goes to the caller's temporary location, which then replaces the original,
-        // and to its own path with the rest of the project.
-        if (!m_mainFile->saveUsingTmpPath(path, error))
-            return false;
-        for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
-            if (!file->isUntitled() && !file->save(error))
-                return false;
-        }
-        markFilesSaved();
-        return true;
-    }
+    return error.domain == kDomain && error.code == SaveCancelledError;
+}
 
-    const std::shared_ptr<PLFile> oldMainFile = m_mainFile;
-    const std::shared_ptr<PLFile> newMainFile = oldMainFile->saveToPath(m_savePanelPath, path, error);
-    if (!newMainFile)
+bool PLDocument::saveDocument(PLError *error)
+{
+    if (!m_mainFile) {
+        PLSetError(error, kDomain, NoMainFileError, QStringLiteral("The project has no main file."));
         return false;
+    }
+    if (m_fileURL.isEmpty()) {
+        PLSetError(error, kDomain, UntitledError, QStringLiteral("An untitled project must be saved under a name first."));
+        return false;
+    }
+    removeStaleSaveCopies();
+    QList<std::shared_ptr<PLFile>> files = filesWithUnsavedChanges();
+    if (!resolveChangesOnDisk(files, error) || !saveFiles(files, error))
+        return false;
+    m_fileModificationDate = m_mainFile->lastModificationDate();
+    return true;
+}
+
+bool PLDocument::saveDocumentAs(const QString &path, PLError *error)
+{
+    if (!m_mainFile) {
+        PLSetError(error, kDomain, NoMainFileError, QStringLiteral("The project has no main file."));
+        return false;
+    }
+    prepareSavePanel(path);
+    removeStaleSaveCopies();
+    QList<std::shared_ptr<PLFile>> includedFiles = filesWithUnsavedChanges();
+    includedFiles.removeAll(m_mainFile);
+    const std::shared_ptr<PLFile> oldMainFile = m_mainFile;
+    const std::shared_ptr<PLFile> newMainFile = resolveChangesOnDisk(includedFiles, error)
+        ? oldMainFile->saveToPath(m_savePanelPath, QString(), error)
+        : nullptr;
+    if (!newMainFile) {
+        m_savePanelPath.clear();
+        return false;
+    }
     setMainFile(newMainFile);
     PLNotificationCenter::defaultCenter().post(
         PLDocumentDidPerformSaveAsAction, this,
@@ -158,53 +155,88 @@ bool PLDocument::writeToURL(const QString &path, const QString &typeName, PLErro
     oldMainFile->close();
     PLUserDefaults::standardUserDefaults().setString(
         QUrl::fromLocalFile(QFileInfo(m_savePanelPath).absolutePath()).toString(), PLUserDefaultsLastDirectorySaved);
+    m_fileURL = m_savePanelPath;
     m_savePanelPath.clear();
-    markFilesSaved();
-    return bool(m_mainFile);
-}
-
-bool PLDocument::saveDocument(PLError *error)
-{
-    if (m_fileURL.isEmpty()) {
-        PLSetError(error, kDomain, 2, QStringLiteral("An untitled project must be saved under a name first."));
-        return false;
-    }
-    const QString temporary = temporaryPathBeside(m_fileURL);
-    if (!writeToURL(temporary, QStringLiteral("tex"), error)) {
-        QFile::remove(temporary);
-        return false;
-    }
-    if (!moveOver(temporary, m_fileURL, error))
-        return false;
-    m_fileModificationDate = QFileInfo(m_fileURL).lastModified();
-    return true;
-}
-
-bool PLDocument::saveDocumentAs(const QString &path, PLError *error)
-{
-    prepareSavePanel(path);
-    const QString target = m_savePanelPath;
-    const QString temporary = temporaryPathBeside(target);
-    if (!writeToURL(temporary, QStringLiteral("tex"), error)) {
-        m_savePanelPath.clear();
-        QFile::remove(temporary);
-        return false;
-    }
-    if (!moveOver(temporary, target, error))
-        return false;
-    m_fileURL = target;
     m_displayName.clear();
-    m_fileModificationDate = QFileInfo(target).lastModified();
+    m_fileModificationDate = newMainFile->lastModificationDate();
+    return saveFiles(includedFiles, error);
+}
+
+QList<std::shared_ptr<PLFile>> PLDocument::filesWithUnsavedChanges() const
+{
+    QList<std::shared_ptr<PLFile>> files;
+    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
+        if (!file->isUntitled() && file->hasUnsavedChanges())
+            files.append(file);
+    }
+    return files;
+}
+
+bool PLDocument::resolveChangesOnDisk(QList<std::shared_ptr<PLFile>> &files, PLError *error)
+{
+    for (auto it = files.begin(); it != files.end();) {
+        const std::shared_ptr<PLFile> file = *it;
+        if (!file->hasFileOnDiskChangedSinceReadOrSaved()) {
+            ++it;
+            continue;
+        }
+        qCInfo(lcDocument).noquote() << QStringLiteral("%1 changed on disk since it was read or saved").arg(file->stringPath());
+        const auto action = m_windowDelegate ? m_windowDelegate->documentActionForFileChangedOnDisk(this, file)
+                                             : PLDocumentWindowDelegate::ChangedFileAction::Cancel;
+        switch (action) {
+        case PLDocumentWindowDelegate::ChangedFileAction::Overwrite:
+            ++it;
+            break;
+        case PLDocumentWindowDelegate::ChangedFileAction::Reload: {
+            PLError reloadError;
+            if (!file->reloadContent(&reloadError))
+                qCWarning(lcDocument).noquote() << QStringLiteral("error while reloading content: %1").arg(reloadError.message);
+            if (file == m_mainFile)
+                m_fileModificationDate = file->lastModificationDate();
+            it = files.erase(it);
+            break;
+        }
+        case PLDocumentWindowDelegate::ChangedFileAction::Cancel:
+            if (m_windowDelegate)
+                PLSetError(error, kDomain, SaveCancelledError, QStringLiteral("The save was cancelled."));
+            else
+                PLSetError(error, kDomain, FileChangedOnDiskError,
+                           QStringLiteral("The file “%1” was changed by another program since it was opened or saved; "
+                                          "nothing was saved.")
+                               .arg(file->stringPath()));
+            return false;
+        }
+    }
     return true;
+}
+
+bool PLDocument::saveFiles(const QList<std::shared_ptr<PLFile>> &files, PLError *error)
+{
+    bool saved = true;
+    for (const std::shared_ptr<PLFile> &file : files) {
+        saved = file->save(error);
+        if (!saved)
+            break;
+        file->contentBuffer()->undoManager()->setClean();
+    }
+    updateChangeCount();
+    return saved;
+}
+
+void PLDocument::removeStaleSaveCopies() const
+{
+    QStringList paths;
+    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
+        if (!file->isUntitled())
+            paths.append(file->stringPath());
+    }
+    PLSafeFileWriter::removeStaleTemporaryFiles(paths);
 }
 
 bool PLDocument::isDocumentEdited() const
 {
-    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
-        if (!file->contentBuffer()->undoManager()->isClean())
-            return true;
-    }
-    return false;
+    const QList<std::shared_ptr<PLFile>> files = filesInDocument();
+    return std::any_of(files.begin(), files.end(), [](const auto &file) { return file->hasUnsavedChanges(); });
 }
 
 void PLDocument::updateChangeCount()
@@ -229,13 +261,6 @@ void PLDocument::watchEdits()
         connect(undo, &QUndoStack::cleanChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
         connect(undo, &QUndoStack::indexChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
     }
-}
-
-void PLDocument::markFilesSaved()
-{
-    for (const std::shared_ptr<PLFile> &file : filesInDocument())
-        file->contentBuffer()->undoManager()->setClean();
-    updateChangeCount();
 }
 
 void PLDocument::windowDidBecomeKey()

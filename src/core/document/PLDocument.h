@@ -22,6 +22,18 @@ class PLDocument : public QObject
     Q_OBJECT
 
 public:
+    // Codes of the errors a save reports in the "PLDocument" domain.
+    enum SaveError {
+        NoMainFileError = 1,
+        UntitledError = 2,
+        // Another program changed a file and no window was there to ask what to do.
+        FileChangedOnDiskError = 3,
+        // The user chose to cancel; nothing more needs saying.
+        SaveCancelledError = 4,
+    };
+    // A save the user cancelled: nothing to report.
+    static bool isSaveCancelled(const PLError &error);
+
     explicit PLDocument(QObject *parent = nullptr);
     ~PLDocument() override;
 
@@ -49,11 +61,12 @@ public:
     void prepareSavePanel(const QString &chosenPath);
     bool hasSavePanel() const { return !m_savePanelPath.isEmpty(); }
 
-    // Plain save when no save panel is remembered, save-as otherwise. The path is the temporary
-    // location the caller then moves over the target.
-    bool writeToURL(const QString &path, const QString &typeName, PLError *error = nullptr);
-    // The platform's safe save: write beside the target, then move the result over it.
+    // Writes every file of the project with unsaved changes, each atomically, and nothing else: an
+    // untouched file keeps its bytes and its date, and a missing one is not created. A file that
+    // another program changed since it was read or saved is written only if the window's delegate
+    // says so.
     bool saveDocument(PLError *error = nullptr);
+    // The main file moves to the path; included files stay where they are and are saved there.
     bool saveDocumentAs(const QString &path, PLError *error = nullptr);
 
     // Any file of the project has changes that are not saved.
@@ -75,7 +88,13 @@ signals:
 
 private:
     void watchEdits();
-    void markFilesSaved();
+    QList<std::shared_ptr<PLFile>> filesWithUnsavedChanges() const;
+    // Asks the delegate about every file changed on disk; those reloaded leave the list. False
+    // when the save must stop.
+    bool resolveChangesOnDisk(QList<std::shared_ptr<PLFile>> &files, PLError *error);
+    bool saveFiles(const QList<std::shared_ptr<PLFile>> &files, PLError *error);
+    // Copies that saves killed half way left beside the project's files.
+    void removeStaleSaveCopies() const;
 
     std::shared_ptr<PLFile> m_mainFile;
     std::unique_ptr<PLQuickOpenManager> m_quickOpenManager;

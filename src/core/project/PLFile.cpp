@@ -6,6 +6,8 @@
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLOutlineNode.h"
+#include "PLRegularFileReader.h"
+#include "PLSafeFileWriter.h"
 #include "PLStringLineCalculations.h"
 #include "PLTextContentBuffer.h"
 #include "PLUserDefaults.h"
@@ -13,18 +15,12 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 #include <QUndoStack>
 
 #include <unordered_set>
 
 namespace {
 const QString PLFileErrorDomain = QStringLiteral("PLFileErrorDomain");
-
-QString percentUnescaped(const QString &string)
-{
-    return QUrl::fromPercentEncoding(string.toUtf8());
-}
 }
 
 std::shared_ptr<PLFile> PLFile::fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
@@ -95,7 +91,6 @@ void PLFile::initWithFilePath(const QString &path, std::shared_ptr<PLFileContent
     createContentBuffer(text.value_or(QString()));
     resetOutline();
     parse();
-    recordFileAttributes();
     m_contentBuffer->updateFileEngine();
 }
 
@@ -121,35 +116,27 @@ void PLFile::parse()
 
 std::optional<QString> PLFile::readText(PLStringEncoding encoding)
 {
-    QFile file(m_stringPath);
-    const bool readable = file.open(QIODevice::ReadOnly);
-    const QByteArray bytes = readable ? file.readAll() : QByteArray();
-    if (readable) {
-        if (auto text = PLStringEncodings::decode(bytes, encoding)) {
+    PLRegularFileReader::Result read = PLRegularFileReader::read(m_stringPath);
+    m_diskState = read.state;
+    m_unreadableReason = read.failure;
+    m_wasContentReadProperly = false;
+    // A file gone from disk is written again in its own encoding if the user saves it.
+    m_decodedEncoding = encoding;
+    if (read.bytes) {
+        if (auto text = PLStringEncodings::decode(*read.bytes, encoding)) {
             m_wasContentReadProperly = true;
             return text;
         }
+        if (auto text = PLStringEncodings::decode(*read.bytes, PLStringEncodings::MacOSRoman)) {
+            m_decodedEncoding = PLStringEncodings::MacOSRoman;
+            return text;
+        }
+        m_unreadableReason = QStringLiteral("“%1” could not be decoded.").arg(m_name);
     }
-    m_wasContentReadProperly = false;
-    if (!readable) {
-        qCWarning(lcFile).noquote() << QStringLiteral("cannot read %1: %2").arg(m_stringPath, file.errorString());
-        return std::nullopt;
-    }
-    return PLStringEncodings::decode(bytes, PLStringEncodings::MacOSRoman);
-}
-
-void PLFile::recordFileAttributes()
-{
-    const QFileInfo info(m_stringPath);
-    if (info.exists())
-        m_recordedModificationDate = info.lastModified();
-    else
-        m_recordedModificationDate.reset();
-}
-
-QString PLFile::name() const
-{
-    return percentUnescaped(m_name);
+    qCWarning(lcFile).noquote() << QStringLiteral("cannot read %1: %2")
+                                       .arg(m_stringPath, m_unreadableReason.isEmpty() ? QStringLiteral("it does not exist")
+                                                                                       : m_unreadableReason);
+    return std::nullopt;
 }
 
 QString PLFile::content() const
@@ -201,7 +188,7 @@ QString PLFile::directoryOfFile() const
 
 QString PLFile::directoryPathOfFile() const
 {
-    return percentUnescaped(directoryOfFile());
+    return directoryOfFile();
 }
 
 QString PLFile::pdfPath() const
@@ -244,7 +231,17 @@ bool PLFile::hasFileOnHarddriveChanged() const
 {
     if (isUntitled())
         return false;
-    return !m_recordedModificationDate || *m_recordedModificationDate != lastModificationDate();
+    return !m_diskState.exists || m_diskState.modificationTimeNs != PLFileDiskState::ofPath(m_stringPath).modificationTimeNs;
+}
+
+bool PLFile::hasUnsavedChanges() const
+{
+    return m_contentBuffer && !m_contentBuffer->undoManager()->isClean();
+}
+
+bool PLFile::hasFileOnDiskChangedSinceReadOrSaved() const
+{
+    return !isUntitled() && !m_diskState.isStillOnDisk(m_stringPath);
 }
 
 QList<std::shared_ptr<PLFile>> PLFile::filesInDocumentWhichHasBeenChangedByThirdParty()
@@ -277,26 +274,19 @@ bool PLFile::reloadContentUsingEncoding(PLStringEncoding encoding, PLError *)
     }
     resetOutline();
     parse();
-    recordFileAttributes();
     m_contentBuffer->updateFileEngine();
     PLNotificationCenter::defaultCenter().post(PLNotificationFileDidReloadContent, this);
     return true;
 }
 
-bool PLFile::writeText(const QString &path, PLError *error) const
+std::optional<QByteArray> PLFile::encodedContent(const QString &path, PLError *error) const
 {
     PLError encodingError;
-    const std::optional<QByteArray> bytes = PLStringEncodings::encode(content(), m_encoding, &encodingError);
-    if (!bytes) {
-        PLSetError(error, encodingError.domain, encodingError.code, encodingError.message);
-        return false;
-    }
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(*bytes) != bytes->size() || !file.commit()) {
-        PLSetError(error, PLFileErrorDomain, 2, QStringLiteral("Cannot write %1: %2").arg(path, file.errorString()));
-        return false;
-    }
-    return true;
+    std::optional<QByteArray> bytes = PLStringEncodings::encode(content(), m_decodedEncoding, &encodingError);
+    if (!bytes)
+        PLSetError(error, encodingError.domain, encodingError.code,
+                   QStringLiteral("The file “%1” could not be saved: %2.").arg(path, encodingError.message));
+    return bytes;
 }
 
 bool PLFile::save(PLError *error)
@@ -305,44 +295,60 @@ bool PLFile::save(PLError *error)
         PLSetError(error, PLFileErrorDomain, 3, QStringLiteral("An untitled file has no path to be saved to."));
         return false;
     }
-    return writeText(m_stringPath, error);
+    if (!m_unreadableReason.isEmpty()) {
+        PLSetError(error, PLFileErrorDomain, 5,
+                   QStringLiteral("%1 It is not saved, so that what is there stays as it is.").arg(m_unreadableReason));
+        return false;
+    }
+    const std::optional<QByteArray> bytes = encodedContent(m_stringPath, error);
+    return bytes && PLSafeFileWriter::write(m_stringPath, *bytes, &m_diskState, error);
 }
 
 bool PLFile::saveUsingTmpPath(const QString &path, PLError *error)
 {
-    return writeText(path, error);
+    const std::optional<QByteArray> bytes = encodedContent(path, error);
+    return bytes && PLSafeFileWriter::write(path, *bytes, nullptr, error);
 }
 
 std::shared_ptr<PLFile> PLFile::saveToPath(const QString &path, const QString &tmpPath, PLError *error)
 {
-    QFile created(path);
-    if (!created.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
-        PLSetError(error, PLFileErrorDomain, 4, QStringLiteral("Cannot create %1: %2").arg(path, created.errorString()));
+    const std::optional<QByteArray> bytes = encodedContent(path, error);
+    if (!bytes)
         return nullptr;
+    // With a temporary location the caller moves the copy over the target later; until then a
+    // new target exists empty and an existing one keeps every byte.
+    if (!tmpPath.isEmpty() && !QFileInfo::exists(path)) {
+        QFile created(path);
+        if (!created.open(QIODevice::WriteOnly | QIODevice::NewOnly)) {
+            PLSetError(error, PLFileErrorDomain, 4, QStringLiteral("Cannot create %1: %2").arg(path, created.errorString()));
+            return nullptr;
+        }
     }
-    created.close();
-    const QString writtenPath = tmpPath.isEmpty() ? path : tmpPath;
-    if (!writeText(writtenPath, error))
+    PLFileDiskState written;
+    if (!PLSafeFileWriter::write(tmpPath.isEmpty() ? path : tmpPath, *bytes, &written, error))
         return nullptr;
+    const PLStringEncoding writtenEncoding = m_decodedEncoding;
     const auto self = shared_from_this();
     close();
     auto saved = fileWithPath(path, m_contentParser, preferedEncoding(), error);
     if (!saved)
         return nullptr;
-    QFile written(writtenPath);
-    if (written.open(QIODevice::ReadOnly)) {
-        const std::optional<QString> text = PLStringEncodings::decode(written.readAll(), m_encoding);
-        // The new file may have been read from an empty placeholder; it takes the saved text as
-        // it stands, without typing filters, and its outline is built from it.
-        if (text && *text != saved->content()) {
-            saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(false);
-            saved->m_contentBuffer->setString(*text);
-            saved->m_contentBuffer->undoManager()->clear();
-            saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(true);
-            saved->resetOutline();
-            saved->parse();
-            saved->m_contentBuffer->updateFileEngine();
-        }
+    if (tmpPath.isEmpty())
+        saved->m_diskState = written;
+    const std::optional<QString> text = PLStringEncodings::decode(*bytes, writtenEncoding);
+    // The new file may have been read from an empty placeholder, from the file it replaces, or in
+    // another encoding; it takes the saved text as it stands, without typing filters, and is
+    // written back the way it was written now.
+    if (text && *text != saved->content()) {
+        saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(false);
+        saved->m_contentBuffer->setString(*text);
+        saved->m_contentBuffer->undoManager()->clear();
+        saved->m_contentBuffer->setUpdateOutlineWhenReplacingCharacters(true);
+        saved->m_decodedEncoding = writtenEncoding;
+        saved->m_wasContentReadProperly = writtenEncoding == saved->m_encoding;
+        saved->resetOutline();
+        saved->parse();
+        saved->m_contentBuffer->updateFileEngine();
     }
     return saved;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "PLError.h"
+#include "PLFileDiskState.h"
 #include "PLFileSearchResult.h"
 #include "PLRange.h"
 #include "PLSearchableFile.h"
@@ -45,8 +46,8 @@ public:
     PLFile &operator=(const PLFile &) = delete;
 
     const QString &stringPath() const { return m_stringPath; }
-    // The stored name with its percent escapes replaced.
-    QString name() const;
+    // The last component of the path, as it stands: a path is never a URL, so a "%" is a "%".
+    QString name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
     PLStringEncoding encoding() const { return m_encoding; }
     QString content() const;
@@ -63,6 +64,10 @@ public:
     PLRange selectedRange() const { return m_selectedRange; }
     void setSelectedRange(PLRange range) { m_selectedRange = range; }
     bool wasContentReadProperly() const { return m_wasContentReadProperly; }
+    // Why nothing could be read at the path (a folder, a pipe, a device, a file beyond the size
+    // limit, no permission), in words for the user; empty when the text was read or nothing exists
+    // there yet. Such a file opens empty and is never saved over.
+    const QString &unreadableReason() const { return m_unreadableReason; }
 
     QString type() const;
     QString nameWithOutFileExtension() const;
@@ -78,14 +83,20 @@ public:
     bool hasFileBeenEdited() const;
     bool hasDocumentBeenEdited() const;
     bool hasFileOnHarddriveChanged() const;
+    // Text typed since the file was read or last saved.
+    bool hasUnsavedChanges() const;
+    // Whether another program changed, created or deleted the file since it was read or saved.
+    bool hasFileOnDiskChangedSinceReadOrSaved() const;
     QList<std::shared_ptr<PLFile>> filesInDocumentWhichHasBeenChangedByThirdParty();
 
     bool reloadContent(PLError *error = nullptr);
     bool reloadContentUsingEncoding(PLStringEncoding encoding, PLError *error = nullptr);
-    // Atomic writes of the text in the file's own encoding.
+    // Atomic writes of the text in the encoding it was read with: the file's own, or Mac OS Roman
+    // when the text only decoded that way, so that bytes nobody touched stay as they were.
     bool save(PLError *error = nullptr);
     bool saveUsingTmpPath(const QString &path, PLError *error = nullptr);
-    // Save-as: writes the text, closes this file and answers the pooled file of the new path.
+    // Save-as: writes the text, closes this file and answers the pooled file of the new path. A
+    // text the encoding cannot hold fails before the target is touched.
     std::shared_ptr<PLFile> saveToPath(const QString &path, const QString &tmpPath, PLError *error = nullptr);
     std::shared_ptr<PLFile> saveToURL(const QUrl &url, const QUrl &tmpUrl, PLError *error = nullptr);
 
@@ -116,13 +127,15 @@ private:
     void createContentBuffer(const QString &text);
     void parse();
     // The text in the file's encoding, falling back to Mac OS Roman; nothing when neither decodes.
+    // Records what was read, as the base against which changes on disk are found.
     std::optional<QString> readText(PLStringEncoding encoding);
-    void recordFileAttributes();
-    bool writeText(const QString &path, PLError *error) const;
+    std::optional<QByteArray> encodedContent(const QString &path, PLError *error) const;
 
     QString m_stringPath;
     QString m_name;
     PLStringEncoding m_encoding = PLStringEncodings::UTF8;
+    // The encoding the text was actually decoded with, and is written back in.
+    PLStringEncoding m_decodedEncoding = PLStringEncodings::UTF8;
     std::unique_ptr<PLTextContentBuffer> m_contentBuffer;
     std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
     std::shared_ptr<PLOutlineNode> m_outlineRootNode;
@@ -130,9 +143,10 @@ private:
     // How often this file opened each file of its include set.
     QHash<const PLFile *, int> m_openingsOfFilesInDocument;
     quint32 m_openCount = 1;
-    // The modification date read with the text; absent means changed on disk.
-    std::optional<QDateTime> m_recordedModificationDate;
+    // The file as last read or written; one that does not exist counts as changed on disk.
+    PLFileDiskState m_diskState;
     bool m_wasContentReadProperly = true;
+    QString m_unreadableReason;
     int m_engine = DefaultEngine;
     PLRange m_selectedRange;
     QString m_lastSearchString;

@@ -109,6 +109,31 @@ void PLDocumentWindowController::setDocumentEdited(bool edited)
         window()->setWindowModified(edited);
 }
 
+PLDocumentWindowDelegate::ChangedFileAction
+PLDocumentWindowController::documentActionForFileChangedOnDisk(PLDocument *, const std::shared_ptr<PLFile> &file)
+{
+    // Overwrite keeps the user's text, Reload takes the other program's: the standard buttons
+    // carry the two names so that each keeps its usual role and shortcut.
+    QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(),
+                    tr("“%1” has been changed by another program since it was opened or saved.").arg(file->name()),
+                    QMessageBox::Save | QMessageBox::Discard | QMessageBox::Cancel, isWindowLoaded() ? window() : nullptr);
+    box.setInformativeText(tr("Overwrite it with your version, or reload it and lose your changes to it?\n%1")
+                               .arg(file->stringPath()));
+    box.button(QMessageBox::Save)->setText(tr("&Overwrite"));
+    box.button(QMessageBox::Discard)->setText(tr("&Reload"));
+    box.setDefaultButton(QMessageBox::Cancel);
+    box.setEscapeButton(QMessageBox::Cancel);
+    box.setWindowModality(Qt::WindowModal);
+    switch (box.exec()) {
+    case QMessageBox::Save:
+        return ChangedFileAction::Overwrite;
+    case QMessageBox::Discard:
+        return ChangedFileAction::Reload;
+    default:
+        return ChangedFileAction::Cancel;
+    }
+}
+
 bool PLDocumentWindowController::eventFilter(QObject *watched, QEvent *event)
 {
     if (!isWindowLoaded() || watched != window())
@@ -134,7 +159,8 @@ bool PLDocumentWindowController::saveDocument()
         return saveDocumentAs();
     PLError error;
     if (!m_document->saveDocument(&error)) {
-        presentError(error);
+        if (!PLDocument::isSaveCancelled(error))
+            presentError(error);
         return false;
     }
     return true;
@@ -162,7 +188,8 @@ bool PLDocumentWindowController::saveDocumentAs()
         path += QStringLiteral(".tex");
     PLError error;
     if (!m_document->saveDocumentAs(path, &error)) {
-        presentError(error);
+        if (!PLDocument::isSaveCancelled(error))
+            presentError(error);
         return false;
     }
     m_documentController->noteNewRecentDocumentURL(QUrl::fromLocalFile(path));

@@ -29,6 +29,8 @@ public:
     PLMainMenu *mainMenu() const { return m_mainMenu; }
 
     void setDocumentEdited(bool edited) override;
+    // Overwrite, Reload or Cancel, asked of the user.
+    ChangedFileAction documentActionForFileChangedOnDisk(PLDocument *document, const std::shared_ptr<PLFile> &file) override;
 
     // Saves the project; an untitled one asks where first. Answers whether it was written.
     bool saveDocument();

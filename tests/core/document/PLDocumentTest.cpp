@@ -1,5 +1,6 @@
 #include "PLDictionaryKeys.h"
 #include "PLDocument.h"
+#include "PLDocumentWindowDelegate.h"
 #include "PLFile.h"
 #include "PLFilePool.h"
 #include "PLNotificationCenter.h"
@@ -19,6 +20,15 @@
 #include <QUndoStack>
 
 #include <gtest/gtest.h>
+
+#include <csignal>
+
+#include <fcntl.h>
+#include <linux/fs.h>
+#include <sys/ioctl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -50,7 +60,35 @@ protected:
         ASSERT_TRUE(file.setFileTime(QFileInfo(file).lastModified().addSecs(5), QFileDevice::FileModificationTime));
     }
 
+    QDateTime modified(const QString &relative) const { return QFileInfo(path(relative)).lastModified(); }
+    QStringList saveCopies() const
+    {
+        return QDir(m_dir.path()).entryList(QStringList{QStringLiteral(".*plumeo-save*")}, QDir::Hidden | QDir::Files);
+    }
+    void append(PLFile &file, const QString &text) const
+    {
+        file.contentBuffer()->replaceCharactersInRange(PLRange{file.content().size(), 0}, text);
+    }
+
     QTemporaryDir m_dir;
+};
+
+// Answers the question about files changed on disk as the user would, and counts the questions.
+class ChangedFileDelegate : public PLDocumentWindowDelegate
+{
+public:
+    explicit ChangedFileDelegate(ChangedFileAction answer) : m_answer(answer) {}
+    void setDocumentEdited(bool) override {}
+    ChangedFileAction documentActionForFileChangedOnDisk(PLDocument *, const std::shared_ptr<PLFile> &file) override
+    {
+        asked.append(file->name());
+        return m_answer;
+    }
+
+    QStringList asked;
+
+private:
+    ChangedFileAction m_answer;
 };
 
 TEST_F(Document, TwoDocumentsOnOneRootShareItsFileObject)
@@ -136,7 +174,37 @@ TEST_P(SaveRoundTrip, WritesEveryFileBackByteForByteInItsEncoding)
     EXPECT_FALSE(document->isDocumentEdited());
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("sub/chap.tex"))), chapBytes + "x");
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), mainBytes);
-    EXPECT_TRUE(QDir(m_dir.path()).entryList(QStringList{QStringLiteral(".*plumeo-save*")}, QDir::Hidden | QDir::Files).isEmpty());
+    EXPECT_TRUE(saveCopies().isEmpty());
+}
+
+// Saving wrote an empty version.tex for a missing \\input{version} and gave every untouched file a
+// new date, so build tools and version control saw changes that were not there.
+TEST_F(Document, SavingWritesOnlyChangedFilesAndCreatesNone)
+{
+    write(QStringLiteral("book.tex"), "\\input{version}\n\\input{chap}\n");
+    write(QStringLiteral("chap.tex"), "Chapter\n");
+    QFile chap(path(QStringLiteral("chap.tex")));
+    ASSERT_TRUE(chap.open(QIODevice::ReadWrite));
+    const QDateTime long_ago = QDateTime::fromSecsSinceEpoch(1000000000);
+    ASSERT_TRUE(chap.setFileTime(long_ago, QFileDevice::FileModificationTime));
+    chap.close();
+    auto document = open(QStringLiteral("book.tex"));
+    ASSERT_TRUE(document->saveDocument());
+    append(*document->mainFile(), QStringLiteral("% edited\n"));
+    PLError error;
+    ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
+
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("book.tex"))), QByteArray("\\input{version}\n\\input{chap}\n% edited\n"));
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("version.tex"))));
+    EXPECT_EQ(modified(QStringLiteral("chap.tex")), long_ago);
+
+    // Typing into the missing file is what brings it into being.
+    const auto version = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("version.tex")));
+    ASSERT_TRUE(version);
+    append(*version, QStringLiteral("1.0"));
+    ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("version.tex"))), QByteArray("1.0"));
+    EXPECT_EQ(modified(QStringLiteral("chap.tex")), long_ago);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, SaveRoundTrip,
@@ -206,6 +274,206 @@ TEST_F(Document, FilesChangedOnDiskAreReloadedOnlyWhenUnedited)
     document->windowDidBecomeKey();
     EXPECT_EQ(document->mainFile()->content(), u"\\input{a}\n\\input{b}\n% more\n");
     EXPECT_EQ(document->fileModificationDate(), QFileInfo(path(QStringLiteral("main.tex"))).lastModified());
+}
+
+struct ChangedOnDiskCase
+{
+    const char *name;
+    // What another program leaves in chap.tex, which the project read as "old\n".
+    QByteArray theirs;
+    std::optional<PLDocumentWindowDelegate::ChangedFileAction> answer;
+    bool asked;
+    bool saved;
+    QByteArray onDisk;
+    const char *text;
+};
+
+void PrintTo(const ChangedOnDiskCase &c, std::ostream *os)
+{
+    *os << c.name;
+}
+
+class ChangedOnDisk : public Document, public ::testing::WithParamInterface<ChangedOnDiskCase>
+{
+};
+
+// Saving wrote over what another editor had saved meanwhile. The window is asked first; without
+// a window the save stops. A file only touched, its bytes the same, is not a change.
+TEST_P(ChangedOnDisk, SavingAFileChangedByAnotherProgramAsksFirst)
+{
+    write(QStringLiteral("main.tex"), "\\input{chap}\n");
+    write(QStringLiteral("chap.tex"), "old\n");
+    std::optional<ChangedFileDelegate> delegate;
+    auto document = open(QStringLiteral("main.tex"));
+    const auto chap = document->mainFile()->filesInDocument().constFirst();
+    chap->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("mine "));
+    write(QStringLiteral("chap.tex"), GetParam().theirs);
+    touchLater(QStringLiteral("chap.tex"));
+    if (GetParam().answer) {
+        delegate.emplace(*GetParam().answer);
+        document->setWindowDelegate(&*delegate);
+    }
+
+    PLError error;
+    EXPECT_EQ(document->saveDocument(&error), GetParam().saved) << error.message.toStdString();
+    EXPECT_EQ(delegate ? delegate->asked : QStringList(),
+              GetParam().asked ? QStringList{QStringLiteral("chap.tex")} : QStringList());
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("chap.tex"))), GetParam().onDisk);
+    EXPECT_EQ(chap->content(), QString::fromUtf8(GetParam().text));
+    EXPECT_EQ(document->isDocumentEdited(), !GetParam().saved);
+    if (!GetParam().saved) {
+        EXPECT_EQ(PLDocument::isSaveCancelled(error), bool(delegate));
+        EXPECT_TRUE(delegate || error.message.contains(path(QStringLiteral("chap.tex"))));
+    }
+}
+
+using Action = PLDocumentWindowDelegate::ChangedFileAction;
+INSTANTIATE_TEST_SUITE_P(
+    Answers, ChangedOnDisk,
+    ::testing::Values(ChangedOnDiskCase{"Overwrite", "theirs\n", Action::Overwrite, true, true, "mine old\n", "mine old\n"},
+                      ChangedOnDiskCase{"Reload", "theirs\n", Action::Reload, true, true, "theirs\n", "theirs\n"},
+                      ChangedOnDiskCase{"Cancel", "theirs\n", Action::Cancel, true, false, "theirs\n", "mine old\n"},
+                      ChangedOnDiskCase{"SameSizeCancel", "new\n", Action::Cancel, true, false, "new\n", "mine old\n"},
+                      ChangedOnDiskCase{"NoWindow", "theirs\n", std::nullopt, false, false, "theirs\n", "mine old\n"},
+                      ChangedOnDiskCase{"OnlyTouched", "old\n", Action::Cancel, false, true, "mine old\n", "mine old\n"}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+// Saving made a private main file readable by everyone and replaced a symbolic link by a copy,
+// so the link's target drifted away from what the user saved.
+TEST_F(Document, SavingKeepsTheModeAndWritesThroughSymbolicLinks)
+{
+    write(QStringLiteral("real/main.tex"), "\\section{A}\n");
+    ASSERT_TRUE(QFile::link(QStringLiteral("real/main.tex"), path(QStringLiteral("main.tex"))));
+    for (const mode_t mode : {0600, 0640, 0751}) {
+        SCOPED_TRACE(mode);
+        ASSERT_EQ(::chmod(QFile::encodeName(path(QStringLiteral("real/main.tex"))).constData(), mode), 0);
+        auto document = open(QStringLiteral("main.tex"));
+        append(*document->mainFile(), QStringLiteral("%"));
+        PLError error;
+        ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
+        document->close();
+        EXPECT_TRUE(QFileInfo(path(QStringLiteral("main.tex"))).isSymLink());
+        struct stat info;
+        ASSERT_EQ(::stat(QFile::encodeName(path(QStringLiteral("real/main.tex"))).constData(), &info), 0);
+        EXPECT_EQ(info.st_mode & 07777, mode);
+    }
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("real/main.tex"))), QByteArray("\\section{A}\n%%%"));
+    EXPECT_TRUE(saveCopies().isEmpty());
+}
+
+// A save-as that failed (an encoding that cannot hold the text, a full disk) left the file it
+// was to replace empty. The target changes only once the new bytes are complete.
+TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
+{
+    write(QStringLiteral("main.tex"), "draft\n");
+    write(QStringLiteral("precious.tex"), "precious\n");
+    PLUserDefaults::standardUserDefaults().setInteger(PLStringEncodings::ISOLatin1, PLUserDefaultsFileEncoding);
+    auto document = open(QStringLiteral("main.tex"));
+    append(*document->mainFile(), QStringLiteral("\u20ac"));
+    PLError error;
+    EXPECT_FALSE(document->saveDocumentAs(path(QStringLiteral("precious.tex")), &error));
+    EXPECT_TRUE(error.message.contains(QStringLiteral("precious.tex")));
+
+    // A disk that fills up half way: the process may not write more than a few bytes.
+    document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, document->mainFile()->content().size()},
+                                                                   QString(4096, u'x'));
+    const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+    rlimit previousLimit;
+    ::getrlimit(RLIMIT_FSIZE, &previousLimit);
+    rlimit limit = previousLimit;
+    limit.rlim_cur = 100;
+    ASSERT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const bool saved = document->saveDocumentAs(path(QStringLiteral("precious.tex")), &error);
+    ::setrlimit(RLIMIT_FSIZE, &previousLimit);
+    std::signal(SIGXFSZ, previousHandler);
+    EXPECT_FALSE(saved);
+
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("precious.tex"))), QByteArray("precious\n"));
+    EXPECT_EQ(document->mainFile()->stringPath(), path(QStringLiteral("main.tex")));
+    EXPECT_TRUE(document->isDocumentEdited());
+    EXPECT_TRUE(saveCopies().isEmpty());
+}
+
+// Makes a folder refuse new files while it lives. Permissions do not stop a privileged user; the
+// immutable attribute does.
+class ReadOnlyFolder
+{
+public:
+    explicit ReadOnlyFolder(const QString &path)
+        : m_path(QFile::encodeName(path)), m_fd(::open(m_path.constData(), O_RDONLY | O_DIRECTORY))
+    {
+        ::chmod(m_path.constData(), 0555);
+        if (::geteuid() == 0 && ::ioctl(m_fd, FS_IOC_GETFLAGS, &m_flags) == 0) {
+            int flags = m_flags | FS_IMMUTABLE_FL;
+            m_immutable = ::ioctl(m_fd, FS_IOC_SETFLAGS, &flags) == 0;
+        }
+    }
+    ~ReadOnlyFolder()
+    {
+        if (m_immutable)
+            ::ioctl(m_fd, FS_IOC_SETFLAGS, &m_flags);
+        ::close(m_fd);
+        ::chmod(m_path.constData(), 0755);
+    }
+    bool isReadOnly() const { return ::geteuid() != 0 || m_immutable; }
+
+private:
+    QByteArray m_path;
+    int m_fd;
+    int m_flags = 0;
+    bool m_immutable = false;
+};
+
+// A save into a folder that takes no new files named its hidden copy in the alert.
+TEST_F(Document, AFailedSaveNamesTheUsersFile)
+{
+    write(QStringLiteral("locked/main.tex"), "text\n");
+    auto document = open(QStringLiteral("locked/main.tex"));
+    append(*document->mainFile(), QStringLiteral("more"));
+    PLError error;
+    bool saved = false;
+    {
+        const ReadOnlyFolder locked(path(QStringLiteral("locked")));
+        if (!locked.isReadOnly())
+            GTEST_SKIP() << "no way to make a folder read-only for this user";
+        saved = document->saveDocument(&error);
+    }
+    EXPECT_FALSE(saved);
+    EXPECT_TRUE(error.message.contains(path(QStringLiteral("locked/main.tex")))) << error.message.toStdString();
+    EXPECT_FALSE(error.message.contains(QStringLiteral("plumeo-save"))) << error.message.toStdString();
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("locked/main.tex"))), QByteArray("text\n"));
+}
+
+// Killed saves left full-size hidden copies behind for good. Opening or saving the project
+// removes those of its own files whose writer is gone, and nothing else.
+TEST_F(Document, StaleSaveCopiesOfProjectFilesAreRemoved)
+{
+    write(QStringLiteral("main.tex"), "\\input{chap}\n");
+    write(QStringLiteral("chap.tex"), "chap\n");
+    QProcess finished;
+    finished.start(QStringLiteral("true"), QStringList());
+    ASSERT_TRUE(finished.waitForStarted());
+    const QString dead = QString::number(finished.processId());
+    ASSERT_TRUE(finished.waitForFinished());
+    const QString live = QString::number(::getpid());
+    const QStringList stale{QStringLiteral(".main.tex.plumeo-save-%1-abc").arg(dead),
+                            QStringLiteral(".chap.tex.plumeo-save-%1-x1").arg(dead)};
+    const QStringList kept{QStringLiteral(".main.tex.plumeo-save-%1-abc").arg(live),     // a save still running
+                           QStringLiteral(".other.tex.plumeo-save-%1-abc").arg(dead),    // not a file of the project
+                           QStringLiteral(".main.tex.plumeo-saved-%1-abc").arg(dead),    // not our name
+                           QStringLiteral("main.tex.plumeo-save-%1-abc").arg(dead)};
+    for (const QString &name : stale + kept)
+        write(name, "copy");
+    auto document = open(QStringLiteral("main.tex"));
+    for (const QString &name : stale)
+        EXPECT_FALSE(QFileInfo::exists(path(name))) << name.toStdString();
+    for (const QString &name : kept)
+        EXPECT_TRUE(QFileInfo::exists(path(name))) << name.toStdString();
+
+    write(stale.constFirst(), "copy");
+    append(*document->mainFile(), QStringLiteral("%"));
+    ASSERT_TRUE(document->saveDocument());
+    EXPECT_FALSE(QFileInfo::exists(path(stale.constFirst())));
 }
 
 TEST_F(Document, RemovingByProductsKeepsThePdf)
@@ -282,6 +550,9 @@ TEST_F(Document, AKilledSaveLeavesEitherTheOldOrTheNewFile)
         EXPECT_TRUE(onDisk == a || onDisk == b || onDisk == QByteArray(1024, 'o')) << "round " << round << ", "
                                                                                       << onDisk.size() << " bytes";
     }
+    // The copies the killed saves were writing go when the project is next opened.
+    open(QStringLiteral("big.tex"));
+    EXPECT_TRUE(saveCopies().isEmpty()) << saveCopies().join(u' ').toStdString();
 }
 
 }

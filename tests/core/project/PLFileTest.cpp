@@ -5,9 +5,14 @@
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
+#include "PLRegularFileReader.h"
+
 #include <QFile>
+#include <QFileInfo>
 #include <QThread>
 #include <QUndoStack>
+
+#include <sys/stat.h>
 
 using namespace PLTest;
 
@@ -80,7 +85,9 @@ TEST_F(PLFileTest, derivedNames)
         {"/p/a.tex", "a.tex", "tex", "a", "/p/", "/p/a.pdf"},
         {"/p/report.final.tex", "report.final.tex", "tex", "report.final", "/p/", "/p/report.final.pdf"},
         {"/p/Makefile", "Makefile", "", "Makefile", "/p/", "/p/Makefile.pdf"},
-        {"/p%20q/my%20file.tex", "my file.tex", "tex", "my file", "/p%20q/", "/p%20q/my file.pdf"},
+        // A path is never a URL: a "%" in it is part of the name, escapes or not.
+        {"/p/a b%.tex", "a b%.tex", "tex", "a b%", "/p/", "/p/a b%.pdf"},
+        {"/p%20q/my%20file%2e.tex", "my%20file%2e.tex", "tex", "my%20file%2e", "/p%20q/", "/p%20q/my%20file%2e.pdf"},
     };
     for (const auto &c : cases) {
         const auto file = open(QString::fromUtf8(c.path));
@@ -91,7 +98,7 @@ TEST_F(PLFileTest, derivedNames)
         EXPECT_EQ(file->directoryOfFile(), QString::fromUtf8(c.directory));
         EXPECT_EQ(file->pdfPath(), QString::fromUtf8(c.pdf));
     }
-    EXPECT_EQ(open(QStringLiteral("/p%20q/my%20file.tex"))->directoryPathOfFile(), QStringLiteral("/p q/"));
+    EXPECT_EQ(open(QStringLiteral("/p%20q/my%20file.tex"))->directoryPathOfFile(), QStringLiteral("/p%20q/"));
     EXPECT_EQ(open(QStringLiteral("/p/a b#ü.tex"))->url(), QStringLiteral("file://localhost/p/a%20b%23%C3%BC.tex"));
     EXPECT_TRUE(open(QStringLiteral("/p/a.tex"))->description().endsWith(QStringLiteral(", Filepath: /p/a.tex (openCount: 2)")));
 }
@@ -135,16 +142,38 @@ TEST_F(PLFileTest, undecodableTextFallsBackToMacRoman)
     EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
 }
 
+// A pipe blocked the open forever and /dev/zero read until memory ran out: only regular files of
+// a sane size are read, the rest open empty with a reason, and typing into them saves nothing over
+// what is there.
 TEST_F(PLFileTest, unreadablePathsOpenEmptyAndNeverBreakTheParse)
 {
     QDir().mkpath(path(QStringLiteral("folder.tex")));
-    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{folder}\\input{binary}"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(path(QStringLiteral("pipe.tex"))).constData(), 0644), 0);
+    ASSERT_TRUE(QFile::link(QStringLiteral("/dev/zero"), path(QStringLiteral("zero.tex"))));
+    QFile huge(path(QStringLiteral("huge.tex")));
+    ASSERT_TRUE(huge.open(QIODevice::WriteOnly) && huge.resize(PLRegularFileReader::maximumSize + 1));
+    huge.close();
+    const QString main = write(QStringLiteral("main.tex"),
+                               QStringLiteral("\\input{folder}\\input{pipe}\\input{zero}\\input{huge}\\input{binary}"));
     writeFile(path(QStringLiteral("binary.tex")), QByteArray("\x00\xff\xfe\\section{\x00", 10));
     const auto file = open(main);
-    const auto folderFile = pool.fileForPath(path(QStringLiteral("folder.tex")));
-    ASSERT_NE(folderFile, nullptr);
-    EXPECT_FALSE(folderFile->wasContentReadProperly());
-    EXPECT_EQ(folderFile->content(), QString());
+    for (const char *name : {"folder.tex", "pipe.tex", "zero.tex", "huge.tex"}) {
+        SCOPED_TRACE(name);
+        const auto unreadable = pool.fileForPath(path(QString::fromLatin1(name)));
+        ASSERT_NE(unreadable, nullptr);
+        EXPECT_FALSE(unreadable->wasContentReadProperly());
+        EXPECT_EQ(unreadable->content(), QString());
+        EXPECT_TRUE(unreadable->unreadableReason().contains(QString::fromLatin1(name)));
+        unreadable->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("typed"));
+        PLError error;
+        EXPECT_FALSE(unreadable->save(&error));
+        EXPECT_TRUE(error.message.contains(unreadable->unreadableReason()));
+    }
+    struct stat pipe;
+    ASSERT_EQ(::stat(QFile::encodeName(path(QStringLiteral("pipe.tex"))).constData(), &pipe), 0);
+    EXPECT_TRUE(S_ISFIFO(pipe.st_mode));
+    EXPECT_TRUE(QFileInfo(path(QStringLiteral("zero.tex"))).isSymLink());
+    EXPECT_EQ(QFileInfo(path(QStringLiteral("huge.tex"))).size(), PLRegularFileReader::maximumSize + 1);
     const auto binary = pool.fileForPath(path(QStringLiteral("binary.tex")));
     ASSERT_NE(binary, nullptr);
     EXPECT_FALSE(binary->wasContentReadProperly());
@@ -169,6 +198,30 @@ TEST_F(PLFileTest, savesAtomicallyInItsOwnEncoding)
     EXPECT_TRUE(error.isSet());
     EXPECT_EQ(readFile(latin), QByteArrayLiteral("a\xe9"));
     EXPECT_FALSE(PLFile::untitledFileWithName(QStringLiteral("u"), parser)->save());
+}
+
+// A Latin-1 file opened with the UTF-8 setting was written back as UTF-8 at the first save, so
+// every accented letter changed on disk. It goes back in the encoding it was decoded with.
+TEST_F(PLFileTest, aFileReadInTheFallbackEncodingIsSavedBackByteForByte)
+{
+    QByteArray everyByte;
+    for (int byte = 0; byte < 256; ++byte)
+        everyByte.append(char(byte));
+    const QString latin = path(QStringLiteral("latin.tex"));
+    writeFile(latin, everyByte);
+    const auto file = open(latin);
+    ASSERT_FALSE(file->wasContentReadProperly());
+    file->replaceContentStringInRange(PLRange{file->content().size(), 0}, QStringLiteral("x"));
+    ASSERT_TRUE(file->save());
+    EXPECT_EQ(readFile(latin), everyByte + "x");
+    EXPECT_EQ(file->encoding(), PLStringEncodings::UTF8);
+
+    // Re-opened in the right encoding, the file is written in that one from then on.
+    ASSERT_TRUE(file->reloadContentUsingEncoding(PLStringEncodings::ISOLatin1));
+    ASSERT_TRUE(file->wasContentReadProperly());
+    file->replaceContentStringInRange(PLRange{file->content().size(), 0}, QStringLiteral("\u00e9"));
+    ASSERT_TRUE(file->save());
+    EXPECT_EQ(readFile(latin), everyByte + "x\xe9");
 }
 
 TEST_F(PLFileTest, saveAsClosesTheFileAndAnswersThePooledNewOne)

@@ -154,6 +154,26 @@ TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesAct
     EXPECT_EQ(outline->index(0, 0, included).data().toString(), QStringLiteral("New"));
 }
 
+// Saving wrote over another program's changes without a word. The window asks, naming the file;
+// Reload takes the other program's text and writes nothing over it.
+TEST_F(DocumentController, SavingOverAFileChangedOnDiskAsksOverwriteReloadOrCancel)
+{
+    const QString chapter = project.write(QStringLiteral("chapter.tex"), QStringLiteral("mine\n"));
+    PLDocument *document = open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
+    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
+    const auto file = document->mainFile()->filesInDocument().constFirst();
+    file->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("more "));
+    project.write(QStringLiteral("chapter.tex"), QStringLiteral("theirs\n"));
+
+    QString question;
+    PLTest::answerNextMessageBox(QMessageBox::Discard, &question);
+    EXPECT_TRUE(controller->saveDocument());
+    EXPECT_TRUE(question.contains(QStringLiteral("chapter.tex")));
+    EXPECT_EQ(file->content(), QStringLiteral("theirs\n"));
+    EXPECT_EQ(PLTest::readFile(chapter), QByteArray("theirs\n"));
+    EXPECT_FALSE(controller->window()->isWindowModified());
+}
+
 TEST_F(DocumentController, SaveAsMovesEveryPaneAndTheSidebarToTheNewMainFile)
 {
     PLDocument *document = open(project.write(QStringLiteral("draft.tex"), QStringLiteral("\\section{Kept}\n")));
