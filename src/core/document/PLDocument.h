@@ -74,6 +74,10 @@ signals:
     void mainFileChanged();
 
 private:
+    // The project's files and the files they keep open for unsaved changes whose include went away:
+    // what the document saves, watches and asks about.
+    QList<std::shared_ptr<PLFile>> filesHeld() const;
+    QList<std::shared_ptr<PLFile>> filesReachedFromMainFile(bool withKeptFiles) const;
     void watchEdits();
     void markFilesSaved();
 
