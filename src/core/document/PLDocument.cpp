@@ -74,6 +74,16 @@ void PLDocument::setMainFile(std::shared_ptr<PLFile> file)
 
 QList<std::shared_ptr<PLFile>> PLDocument::filesInDocument() const
 {
+    return filesReachedFromMainFile(false);
+}
+
+QList<std::shared_ptr<PLFile>> PLDocument::filesHeld() const
+{
+    return filesReachedFromMainFile(true);
+}
+
+QList<std::shared_ptr<PLFile>> PLDocument::filesReachedFromMainFile(bool withKeptFiles) const
+{
     QList<std::shared_ptr<PLFile>> result;
     if (!m_mainFile)
         return result;
@@ -81,10 +91,13 @@ QList<std::shared_ptr<PLFile>> PLDocument::filesInDocument() const
     result.append(m_mainFile);
     QSet<const PLFile *> seen{m_mainFile.get()};
     for (qsizetype next = 0; next < result.size(); ++next) {
-        for (const std::shared_ptr<PLFile> &included : result[next]->filesInDocument()) {
-            if (!seen.contains(included.get())) {
-                seen.insert(included.get());
-                result.append(included);
+        auto reached = result[next]->filesInDocument();
+        if (withKeptFiles)
+            reached += result[next]->filesKeptForUnsavedChanges();
+        for (const std::shared_ptr<PLFile> &file : reached) {
+            if (!seen.contains(file.get())) {
+                seen.insert(file.get());
+                result.append(file);
             }
         }
     }
@@ -151,8 +164,8 @@ bool PLDocument::saveDocumentAs(const QString &path, PLError *error)
         PLDocumentDidPerformSaveAsAction, this,
         {{PLDocumentUserInfoKeyOldMainFile, QVariant::fromValue(oldMainFile)},
          {PLDocumentUserInfoKeyNewMainFile, QVariant::fromValue(newMainFile)}});
-    // The file closed itself once inside the save-as; the document gives back its own hold too.
-    oldMainFile->close();
+    // The save-as closed the old main file, which gave back this document's hold on it; closing it
+    // again would take another document's hold and drop the file while that document shows it.
     PLUserDefaults::standardUserDefaults().setString(
         QUrl::fromLocalFile(QFileInfo(m_savePanelPath).absolutePath()).toString(), PLUserDefaultsLastDirectorySaved);
     m_fileURL = m_savePanelPath;
@@ -165,7 +178,7 @@ bool PLDocument::saveDocumentAs(const QString &path, PLError *error)
 QList<std::shared_ptr<PLFile>> PLDocument::filesWithUnsavedChanges() const
 {
     QList<std::shared_ptr<PLFile>> files;
-    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
+    for (const std::shared_ptr<PLFile> &file : filesHeld()) {
         if (!file->isUntitled() && file->hasUnsavedChanges())
             files.append(file);
     }
@@ -226,7 +239,7 @@ bool PLDocument::saveFiles(const QList<std::shared_ptr<PLFile>> &files, PLError 
 void PLDocument::removeStaleSaveCopies() const
 {
     QStringList paths;
-    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
+    for (const std::shared_ptr<PLFile> &file : filesHeld()) {
         if (!file->isUntitled())
             paths.append(file->stringPath());
     }
@@ -235,7 +248,7 @@ void PLDocument::removeStaleSaveCopies() const
 
 bool PLDocument::isDocumentEdited() const
 {
-    const QList<std::shared_ptr<PLFile>> files = filesInDocument();
+    const auto files = filesHeld();
     return std::any_of(files.begin(), files.end(), [](const auto &file) { return file->hasUnsavedChanges(); });
 }
 
@@ -256,7 +269,7 @@ void PLDocument::updateChangeCount()
 
 void PLDocument::watchEdits()
 {
-    for (const std::shared_ptr<PLFile> &file : filesInDocument()) {
+    for (const std::shared_ptr<PLFile> &file : filesHeld()) {
         QUndoStack *undo = file->contentBuffer()->undoManager();
         connect(undo, &QUndoStack::cleanChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
         connect(undo, &QUndoStack::indexChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
@@ -291,7 +304,7 @@ void PLDocument::close()
 {
     if (m_closed)
         return;
-    for (const std::shared_ptr<PLFile> &file : filesInDocument())
+    for (const std::shared_ptr<PLFile> &file : filesHeld())
         disconnect(file->contentBuffer()->undoManager(), nullptr, this, nullptr);
     m_closed = true;
     if (m_mainFile)

@@ -87,6 +87,10 @@ signals:
     void mainFileChanged();
 
 private:
+    // The project's files and the files they keep open for unsaved changes whose include went away:
+    // what the document saves, watches and asks about.
+    QList<std::shared_ptr<PLFile>> filesHeld() const;
+    QList<std::shared_ptr<PLFile>> filesReachedFromMainFile(bool withKeptFiles) const;
     void watchEdits();
     QList<std::shared_ptr<PLFile>> filesWithUnsavedChanges() const;
     // Asks the delegate about every file changed on disk; those reloaded leave the list. False

@@ -2,9 +2,12 @@
 
 #include "PLFile.h"
 #include "PLFilePool.h"
+#include "PLLogging.h"
 #include "PLOutlineNode.h"
 #include "PLRegularExpressionHelper.h"
 #include "PLStringLineCalculations.h"
+
+#include <QDir>
 
 #include <unordered_set>
 #include <vector>
@@ -23,6 +26,18 @@ public:
     PLParsingScope(const PLParsingScope &) = delete;
     PLParsingScope &operator=(const PLParsingScope &) = delete;
 };
+
+// Opening an included file parses it inside the include command that names it, so a chain of files
+// each including the next would use the stack as deep as the chain is long.
+bool includeIsTooDeep(const QString &name)
+{
+    if (t_filesBeingParsed.size() < std::size_t(PLLatexStringParser::maximumIncludeDepth))
+        return false;
+    qCWarning(lcOutline).noquote() << QStringLiteral("includes nested more than %1 files deep: %2 is not opened")
+                                          .arg(PLLatexStringParser::maximumIncludeDepth)
+                                          .arg(name);
+    return true;
+}
 
 bool isBeingParsed(const PLFile *file)
 {
@@ -92,6 +107,34 @@ bool openingUntitledWouldFormCycle(const QString &name)
     return pooled && includeWouldFormCycle(pooled);
 }
 
+// Answers isLineCommentedInString for locations that never go back, reading each character once,
+// so a line that holds thousands of commands is not searched again for each of them.
+class PLCommentScanner
+{
+public:
+    explicit PLCommentScanner(const QString &text) : m_text(text) {}
+
+    bool isLineCommented(qsizetype location)
+    {
+        const qsizetype end = std::clamp<qsizetype>(location, 0, m_text.size());
+        if (end < m_scanned)
+            return PLLatexStringParser::isLineCommentedInString(m_text, end);
+        for (; m_scanned < end; ++m_scanned) {
+            const QChar c = m_text[m_scanned];
+            if (PLStringLineCalculations::isLineTerminator(c))
+                m_commented = false;
+            else if (c == u'%' && (m_scanned == 0 || m_text[m_scanned - 1] != u'\\'))
+                m_commented = true;
+        }
+        return m_commented;
+    }
+
+private:
+    const QString &m_text;
+    qsizetype m_scanned = 0;
+    bool m_commented = false;
+};
+
 struct PLBracedArgument
 {
     QString command;
@@ -151,9 +194,10 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
     const PLParsingScope scope(file().get());
     QList<std::shared_ptr<PLOutlineNode>> nodes;
     qsizetype cursor = 0;
+    PLCommentScanner comments(text);
     PLRange match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text, PLRange{0, text.size()});
     while (match.isFound()) {
-        if (isLineCommentedInString(text, match.location)) {
+        if (comments.isLineCommented(match.location)) {
             appendTextNodesWithIncludes(nodes, text.mid(cursor, match.end() - cursor));
             cursor = match.end();
         } else {
@@ -233,10 +277,11 @@ std::optional<QList<std::shared_ptr<PLOutlineNode>>> PLLatexStringParser::parseT
     const QString text = node->content();
     QList<std::shared_ptr<PLOutlineNode>> nodes;
     qsizetype previousEnd = 0;
+    PLCommentScanner comments(text);
     PLRegularExpressionHelper::enumerateMatches(includeExpression(), text, PLRange{0, text.size()},
                                                 [&](const PLRegexMatch &match) {
         const PLRange range = match.range();
-        if (isLineCommentedInString(text, range.location)) {
+        if (comments.isLineCommented(range.location)) {
             nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
         } else {
             nodes.append(makeTextNode(text.mid(previousEnd, range.location - previousEnd)));
@@ -264,7 +309,7 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInput
     if (!owner)
         return node;
     if (owner->isUntitled()) {
-        if (openingUntitledWouldFormCycle(parts->argument))
+        if (includeIsTooDeep(parts->argument) || openingUntitledWouldFormCycle(parts->argument))
             return node;
         if (const auto included = owner->addUntitledFileWithNameToFilesContainedInDocument(parts->argument))
             node->addChild(included->outlineRootNode());
@@ -273,6 +318,9 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInput
     QString path = owner->directoryOfFile() + parts->argument;
     if (!path.contains(QStringLiteral(".tex")))
         path += QStringLiteral(".tex");
+    path = QDir::cleanPath(path);
+    if (includeIsTooDeep(path))
+        return node;
     for (const auto &known : owner->filesInDocument()) {
         if (known->stringPath() == path) {
             node->addChild(known->outlineRootNode());
@@ -302,13 +350,14 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeBibliographyNodeOfBiblio
             continue;
         std::shared_ptr<PLFile> bibliography;
         if (owner->isUntitled()) {
-            if (!openingUntitledWouldFormCycle(name))
+            if (!includeIsTooDeep(name) && !openingUntitledWouldFormCycle(name))
                 bibliography = owner->addUntitledFileWithNameToFilesContainedInDocument(name);
         } else {
             QString path = directory + name;
             if (!path.contains(QStringLiteral(".bib")))
                 path += QStringLiteral(".bib");
-            if (!openingPathWouldFormCycle(path))
+            path = QDir::cleanPath(path);
+            if (!includeIsTooDeep(path) && !openingPathWouldFormCycle(path))
                 bibliography = owner->addFileWithPathToFilesContainedInDocument(path);
         }
         if (bibliography)

@@ -14,10 +14,16 @@ class PLFile;
 //
 // A command that would include a file which already includes the file being parsed, directly or
 // through other files (or the file itself), is left without a child and opens nothing, so a project
-// whose files include each other still has a finite outline and an acyclic include graph.
+// whose files include each other still has a finite outline and an acyclic include graph. Paths are
+// cleaned first, so "./a" and "a" name one file. An include nested deeper than
+// maximumIncludeDepth files is left without a child as well, with a line in the log.
 class PLLatexStringParser : public PLStringParser
 {
 public:
+    // Far beyond any project TeX can typeset (it opens at most 15 files inside each other by
+    // default), and well within the stack of the main thread.
+    static constexpr int maximumIncludeDepth = 100;
+
     explicit PLLatexStringParser(const std::shared_ptr<PLFile> &file);
 
     std::shared_ptr<PLFile> file() const { return m_file.lock(); }

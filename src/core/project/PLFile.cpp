@@ -13,6 +13,7 @@
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QUndoStack>
@@ -21,6 +22,31 @@
 
 namespace {
 const QString PLFileErrorDomain = QStringLiteral("PLFileErrorDomain");
+
+bool holds(const std::vector<std::shared_ptr<PLFile>> &files, const std::shared_ptr<PLFile> &file)
+{
+    return std::find(files.begin(), files.end(), file) != files.end();
+}
+
+// The file, or a file it includes or keeps, has changes that would be lost if it closed now.
+bool reachesUnsavedChanges(const std::shared_ptr<PLFile> &start)
+{
+    std::unordered_set<const PLFile *> visited;
+    std::vector<std::shared_ptr<PLFile>> pending{start};
+    while (!pending.empty()) {
+        const auto file = std::move(pending.back());
+        pending.pop_back();
+        if (!visited.insert(file.get()).second)
+            continue;
+        if (file->hasUnsavedChanges())
+            return true;
+        for (const auto &next : file->filesInDocument())
+            pending.push_back(next);
+        for (const auto &next : file->filesKeptForUnsavedChanges())
+            pending.push_back(next);
+    }
+    return false;
+}
 }
 
 std::shared_ptr<PLFile> PLFile::fileWithPath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser,
@@ -30,13 +56,15 @@ std::shared_ptr<PLFile> PLFile::fileWithPath(const QString &path, std::shared_pt
         PLSetError(error, PLFileErrorDomain, 1, QStringLiteral("A file needs a path to be opened."));
         return nullptr;
     }
+    // "/p/./a.tex", "/p//a.tex" and "/p/q/../a.tex" are one file for the pool and the include loop guard.
+    const QString cleanPath = QDir::cleanPath(path);
     PLFilePool &pool = PLFilePool::sharedFilePool();
-    if (auto pooled = pool.fileForPath(path)) {
+    if (auto pooled = pool.fileForPath(cleanPath)) {
         ++pooled->m_openCount;
         return pooled;
     }
     std::shared_ptr<PLFile> file(new PLFile);
-    file->initWithFilePath(path, std::move(parser), encoding);
+    file->initWithFilePath(cleanPath, std::move(parser), encoding);
     pool.didOpenFile(file);
     return file;
 }
@@ -110,8 +138,36 @@ void PLFile::createContentBuffer(const QString &text)
 
 void PLFile::parse()
 {
-    if (m_contentParser)
-        m_contentParser->parseFile(shared_from_this());
+    if (!m_contentParser)
+        return;
+    // The parse opens every include anew and what the previous outline held is given back after it,
+    // so a reparse ends with the counts of a fresh open: files still included keep their object,
+    // files no longer included leave the include set.
+    const auto previous = std::exchange(m_filesInDocument, {});
+    const auto previousOpenings = std::exchange(m_openingsOfFilesInDocument, {});
+    m_contentParser->parseFile(shared_from_this());
+    for (const auto &file : previous)
+        giveBackFile(file, std::max(1, previousOpenings.value(file.get())));
+}
+
+void PLFile::giveBackFile(const std::shared_ptr<PLFile> &file, int openings)
+{
+    if (!holds(m_filesInDocument, file) && !holds(m_filesKeptForUnsavedChanges, file) && reachesUnsavedChanges(file)) {
+        m_filesKeptForUnsavedChanges.push_back(file);
+        --openings;
+    }
+    for (int i = 0; i < openings; ++i)
+        file->close();
+}
+
+void PLFile::takeBackKeptFile(const std::shared_ptr<PLFile> &file)
+{
+    const auto kept = std::find(m_filesKeptForUnsavedChanges.begin(), m_filesKeptForUnsavedChanges.end(), file);
+    if (kept == m_filesKeptForUnsavedChanges.end())
+        return;
+    m_filesKeptForUnsavedChanges.erase(kept);
+    // The include that names it again holds it now.
+    file->close();
 }
 
 std::optional<QString> PLFile::readText(PLStringEncoding encoding)
@@ -218,6 +274,11 @@ QDateTime PLFile::lastModificationDate() const
 bool PLFile::hasFileBeenEdited() const
 {
     return m_contentBuffer && m_contentBuffer->undoManager()->canUndo();
+}
+
+bool PLFile::hasUnsavedChanges() const
+{
+    return m_contentBuffer && !m_contentBuffer->undoManager()->isClean();
 }
 
 bool PLFile::hasDocumentBeenEdited() const
@@ -368,28 +429,28 @@ bool PLFile::replaceContentStringInRange(PLRange range, const QString &string)
 
 void PLFile::close()
 {
-    // Include sets never form a loop, but a file reached again while it closes is left alone.
-    if (m_closing)
+    // Closed for good already: a save-as closes the old main file from the file and from the
+    // document, and a loop of includes reaches a closing file again.
+    if (m_openCount == 0)
         return;
-    m_closing = true;
+    // Included files are held for as long as any owner holds this one, so another document that
+    // still shows this file keeps showing the pooled objects of its includes.
+    if (--m_openCount > 0)
+        return;
     const auto self = shared_from_this();
-    if (m_openCount > 0)
-        --m_openCount;
-    // Each included file is closed as often as this file opened it, so a bibliography named twice
-    // leaves the pool with the project; a file added without opening is closed once.
-    for (const auto &file : filesInDocument()) {
-        const int openings = std::max(1, m_openingsOfFilesInDocument.value(file.get()));
-        m_openingsOfFilesInDocument.remove(file.get());
-        for (int i = 0; i < openings; ++i)
-            file->close();
-    }
-    m_closing = false;
-    if (m_openCount > 0)
-        return;
     if (isUntitled())
         PLFilePool::sharedFilePool().didCloseUntitledFile(self);
     else
         PLFilePool::sharedFilePool().didCloseFile(self);
+    // Each included file is closed as often as this file opened it, so a bibliography named twice
+    // leaves the pool with the project; a file added without opening is closed once.
+    const auto openings = std::exchange(m_openingsOfFilesInDocument, {});
+    for (const auto &file : filesInDocument()) {
+        for (int i = 0; i < std::max(1, openings.value(file.get())); ++i)
+            file->close();
+    }
+    for (const auto &file : std::exchange(m_filesKeptForUnsavedChanges, {}))
+        file->close();
 }
 
 void PLFile::resetOutline()
@@ -433,6 +494,7 @@ std::shared_ptr<PLFile> PLFile::addFileWithPathToFilesContainedInDocument(const 
 {
     auto file = fileWithPath(path, m_contentParser, preferedEncoding());
     if (file) {
+        takeBackKeptFile(file);
         addFileToFilesContainedInDocument(file);
         ++m_openingsOfFilesInDocument[file.get()];
     }
@@ -442,6 +504,7 @@ std::shared_ptr<PLFile> PLFile::addFileWithPathToFilesContainedInDocument(const 
 std::shared_ptr<PLFile> PLFile::addUntitledFileWithNameToFilesContainedInDocument(const QString &name)
 {
     auto file = untitledFileWithName(name, m_contentParser);
+    takeBackKeptFile(file);
     addFileToFilesContainedInDocument(file);
     ++m_openingsOfFilesInDocument[file.get()];
     return file;
@@ -468,7 +531,8 @@ bool outlineHoldsRoot(const PLOutlineNode &node, const PLOutlineNode *root)
 
 void PLFile::releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file)
 {
-    if (!file)
+    // A file already given back is not closed a second time.
+    if (!file || !holds(m_filesInDocument, file))
         return;
     const int openings = m_openingsOfFilesInDocument.value(file.get());
     if (m_outlineRootNode && outlineHoldsRoot(*m_outlineRootNode, file->outlineRootNode().get())) {
@@ -479,8 +543,12 @@ void PLFile::releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file)
         return;
     }
     removeFileFromFilesContaindInDocument(file);
-    for (int i = 0; i < std::max(1, openings); ++i)
-        file->close();
+    giveBackFile(file, std::max(1, openings));
+}
+
+QList<std::shared_ptr<PLFile>> PLFile::filesKeptForUnsavedChanges() const
+{
+    return QList<std::shared_ptr<PLFile>>(m_filesKeptForUnsavedChanges.begin(), m_filesKeptForUnsavedChanges.end());
 }
 
 void PLFile::removeTypesettingRelatedFiles()

@@ -81,6 +81,8 @@ public:
 
     QDateTime lastModificationDate() const;
     bool hasFileBeenEdited() const;
+    // The text differs from what was last read or saved.
+    bool hasUnsavedChanges() const;
     bool hasDocumentBeenEdited() const;
     bool hasFileOnHarddriveChanged() const;
     // Text typed since the file was read or last saved.
@@ -113,8 +115,13 @@ public:
     // For an include that an edit took away. While another include node of this file's outline
     // still holds the file's root, only a surplus opening is given back (a bibliography opens its
     // files again whenever it is reparsed); otherwise the file leaves the include set and is closed
-    // as often as this file opened it.
+    // as often as this file opened it, except that a file with unsaved changes (or including one)
+    // stays open as a kept file.
     void releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file);
+    // Files that left the include set while they held unsaved changes. This file keeps them open,
+    // edits and all, until an include names them again or this file closes for good, so undo finds
+    // them as they were and the document still saves them.
+    QList<std::shared_ptr<PLFile>> filesKeptForUnsavedChanges() const;
 
     // Deletes the engine's by-products beside the file; the PDF stays.
     void removeTypesettingRelatedFiles();
@@ -125,7 +132,11 @@ private:
     void initWithFilePath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser, PLStringEncoding encoding);
     void initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser);
     void createContentBuffer(const QString &text);
+    // Builds the outline afresh; the include set becomes what this parse opened.
     void parse();
+    // Closes the file as often as this file opened it, or keeps it open when it holds unsaved changes.
+    void giveBackFile(const std::shared_ptr<PLFile> &file, int openings);
+    void takeBackKeptFile(const std::shared_ptr<PLFile> &file);
     // The text in the file's encoding, falling back to Mac OS Roman; nothing when neither decodes.
     // Records what was read, as the base against which changes on disk are found.
     std::optional<QString> readText(PLStringEncoding encoding);
@@ -142,6 +153,8 @@ private:
     std::vector<std::shared_ptr<PLFile>> m_filesInDocument;
     // How often this file opened each file of its include set.
     QHash<const PLFile *, int> m_openingsOfFilesInDocument;
+    // Each held open once by this file.
+    std::vector<std::shared_ptr<PLFile>> m_filesKeptForUnsavedChanges;
     quint32 m_openCount = 1;
     // The file as last read or written; one that does not exist counts as changed on disk.
     PLFileDiskState m_diskState;
@@ -151,5 +164,4 @@ private:
     PLRange m_selectedRange;
     QString m_lastSearchString;
     QList<PLFileSearchResult> m_lastSearchResults;
-    bool m_closing = false;
 };

@@ -22,6 +22,10 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <functional>
+#include <map>
+#include <random>
+#include <set>
 
 #include <fcntl.h>
 #include <linux/fs.h>
@@ -110,6 +114,93 @@ TEST_F(Document, TwoDocumentsOnOneRootShareItsFileObject)
     EXPECT_FALSE(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("main.tex"))));
     EXPECT_FALSE(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("chap.tex"))));
 }
+
+// Closing one project released the files that another project reached through a file both of
+// them hold, so the pool dropped them while the other window still showed them.
+TEST_F(Document, FilesSharedWithAnotherProjectStayOneObjectWhenItCloses)
+{
+    write(QStringLiteral("x.tex"), "\\input{y}\n");
+    write(QStringLiteral("y.tex"), "y\n");
+    write(QStringLiteral("main.tex"), "\\input{x}\n");
+    auto own = open(QStringLiteral("x.tex"));
+    const auto y = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex")));
+    auto other = open(QStringLiteral("main.tex"));
+    auto sameRoot = open(QStringLiteral("main.tex"));
+    other->close();
+    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex"))), y);
+    sameRoot->close();
+    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex"))), y);
+    EXPECT_EQ(y->openCount(), 1u);
+    auto third = open(QStringLiteral("y.tex"));
+    EXPECT_EQ(third->mainFile(), y);
+
+    // A save-as in one window gives back only that window's hold on the old main file.
+    auto first = open(QStringLiteral("main.tex"));
+    auto second = open(QStringLiteral("main.tex"));
+    PLError error;
+    ASSERT_TRUE(first->saveDocumentAs(path(QStringLiteral("copy.tex")), &error)) << error.message.toStdString();
+    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("main.tex"))), second->mainFile());
+    EXPECT_EQ(second->mainFile()->openCount(), 1u);
+}
+
+struct DetachCase
+{
+    const char *label;
+    qsizetype location;
+    qsizetype length;
+    const char16_t *replacement;
+};
+
+void PrintTo(const DetachCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class EditedIncludedFile : public Document, public ::testing::WithParamInterface<DetachCase>
+{
+};
+
+// Taking away the include of a file with unsaved edits closed it, so its edits were gone and undo
+// read it again from disk.
+TEST_P(EditedIncludedFile, OutlivesItsIncludeWithItsEdits)
+{
+    write(QStringLiteral("main.tex"), "intro\n\\input{chap}\nend\n");
+    write(QStringLiteral("chap.tex"), "\\input{deeper}\n");
+    write(QStringLiteral("deeper.tex"), "disk\n");
+    auto document = open(QStringLiteral("main.tex"));
+    const auto main = document->mainFile();
+    const auto chap = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("chap.tex")));
+    const auto deeper = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("deeper.tex")));
+    ASSERT_TRUE(chap && deeper);
+    deeper->replaceContentStringInRange(PLRange{0, 4}, QStringLiteral("mine"));
+    ASSERT_TRUE(main->replaceContentStringInRange(PLRange{GetParam().location, GetParam().length},
+                                                  QString::fromUtf16(GetParam().replacement)));
+    EXPECT_FALSE(main->filesInDocument().contains(chap));
+    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("deeper.tex"))), deeper);
+    EXPECT_EQ(deeper->content(), u"mine\n");
+    EXPECT_TRUE(document->isDocumentEdited());
+
+    main->contentBuffer()->undoManager()->undo();
+    EXPECT_EQ(main->filesInDocument(), QList<std::shared_ptr<PLFile>>{chap});
+    EXPECT_EQ(chap->filesInDocument(), QList<std::shared_ptr<PLFile>>{deeper});
+    EXPECT_EQ(deeper->content(), u"mine\n");
+    EXPECT_EQ(chap->openCount(), 1u);
+    EXPECT_EQ(deeper->openCount(), 1u);
+
+    // Saved with the project while no include shows it, and given back when the project closes.
+    main->contentBuffer()->undoManager()->redo();
+    PLError error;
+    ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("deeper.tex"))), QByteArray("mine\n"));
+    EXPECT_FALSE(document->isDocumentEdited());
+    document->close();
+    EXPECT_TRUE(PLFilePool::sharedFilePool().filesOpened().isEmpty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Edits, EditedIncludedFile, ::testing::Values(
+    DetachCase{"include deleted", 6, 12, u""},
+    DetachCase{"include commented out", 6, 0, u"%"},
+    DetachCase{"include retyped", 13, 4, u"other"}));
 
 TEST_F(Document, ReadsInTheConfiguredEncodingAndFallsBackToUtf8WhenUnset)
 {
@@ -553,6 +644,239 @@ TEST_F(Document, AKilledSaveLeavesEitherTheOldOrTheNewFile)
     // The copies the killed saves were writing go when the project is next opened.
     open(QStringLiteral("big.tex"));
     EXPECT_TRUE(saveCopies().isEmpty()) << saveCopies().join(u' ').toStdString();
+}
+
+// Random sequences of opening, closing and reloading projects that share files, of edits that take
+// away or add includes, and of undo, each followed by a check of the pool against a model that
+// knows only the files' texts, which of them have unsaved changes, and which files an includer keeps
+// for their unsaved changes after their include went away.
+class SharedFilesSequences : public Document
+{
+protected:
+    static constexpr int kBibliography = 6;
+
+    static QString fileName(int file)
+    {
+        return file == kBibliography ? QStringLiteral("refs.bib") : QStringLiteral("f%1.tex").arg(file);
+    }
+
+    // Includes point to later files only, so no sequence makes a loop.
+    QString randomText(int file)
+    {
+        if (file == kBibliography)
+            return QStringLiteral("refs\n");
+        QString text = QStringLiteral("text %1\n").arg(file);
+        for (int later = file + 1; later < kBibliography; ++later) {
+            if (chance(40))
+                text += QStringLiteral("\\input{f%1}\n").arg(later);
+        }
+        if (chance(30))
+            text += QStringLiteral("\\bibliography{refs}\n");
+        return text;
+    }
+
+    bool chance(int percent) { return int(m_random() % 100) < percent; }
+    int pick(int count) { return int(m_random() % unsigned(count)); }
+
+    std::shared_ptr<PLFile> live(int file) const { return m_pool.fileForPath(path(fileName(file))); }
+    QString text(int file) const
+    {
+        const auto object = live(file);
+        return object ? object->content() : QString::fromUtf8(PLTest::readFile(path(fileName(file))));
+    }
+
+    // How often a fresh parse of the file's text opens each file: an include once however often it
+    // is named, a bibliography every time.
+    std::map<int, int> openings(int file) const
+    {
+        std::map<int, int> opened;
+        for (const QString &line : text(file).split(u'\n')) {
+            if (line == u"\\bibliography{refs}")
+                ++opened[kBibliography];
+            else if (line.startsWith(u"\\input{f"))
+                opened[line.mid(8, 1).toInt()] = 1;
+        }
+        return opened;
+    }
+
+    std::set<int> heldBy(int file) const
+    {
+        std::set<int> held = m_kept.count(file) ? m_kept.at(file) : std::set<int>();
+        for (const auto &[target, count] : openings(file))
+            held.insert(target);
+        return held;
+    }
+
+    std::set<int> reachedFrom(std::vector<int> pending) const
+    {
+        std::set<int> reached;
+        while (!pending.empty()) {
+            const int file = pending.back();
+            pending.pop_back();
+            if (!reached.insert(file).second)
+                continue;
+            for (int next : heldBy(file))
+                pending.push_back(next);
+        }
+        return reached;
+    }
+
+    std::set<int> liveFiles() const
+    {
+        std::vector<int> mains;
+        for (const auto &[document, main] : m_documents)
+            mains.push_back(main);
+        return reachedFrom(mains);
+    }
+
+    // An edit, undo or reload of one file: what it stopped including with unsaved changes below is kept.
+    void changeText(int file, const std::function<void()> &change)
+    {
+        const auto before = openings(file);
+        std::set<int> unsaved;
+        for (const auto &[target, count] : before) {
+            const auto below = reachedFrom({target});
+            if (std::any_of(below.begin(), below.end(), [&](int f) { return live(f)->hasUnsavedChanges(); }))
+                unsaved.insert(target);
+        }
+        change();
+        const auto after = openings(file);
+        for (int target : unsaved) {
+            if (!after.count(target))
+                m_kept[file].insert(target);
+        }
+        for (const auto &[target, count] : after)
+            m_kept[file].erase(target);
+    }
+
+    std::string mismatch()
+    {
+        const std::set<int> files = liveFiles();
+        for (auto it = m_kept.begin(); it != m_kept.end();)
+            it = files.count(it->first) ? std::next(it) : m_kept.erase(it);
+        std::map<int, quint32> counts;
+        for (const auto &[document, main] : m_documents)
+            ++counts[main];
+        for (int file : files) {
+            for (const auto &[target, count] : openings(file))
+                counts[target] += count;
+            for (int target : m_kept[file])
+                ++counts[target];
+        }
+        if (m_pool.filesOpened().size() != qsizetype(files.size()))
+            return "pool holds " + std::to_string(m_pool.filesOpened().size()) + " files, expected " + std::to_string(files.size());
+        for (int file : files) {
+            const auto object = live(file);
+            if (!object)
+                return fileName(file).toStdString() + " missing from the pool";
+            if (object->openCount() != counts[file])
+                return fileName(file).toStdString() + " open " + std::to_string(object->openCount()) + " times, expected "
+                    + std::to_string(counts[file]);
+            for (const auto &included : object->filesInDocument()) {
+                if (m_pool.fileForPath(included->stringPath()) != included)
+                    return fileName(file).toStdString() + " includes an object the pool does not hold";
+            }
+        }
+        return {};
+    }
+
+    // One random step; answers what it did.
+    std::string step()
+    {
+        const std::set<int> files = liveFiles();
+        const std::vector<int> candidates(files.begin(), files.end());
+        const int file = candidates.empty() ? 0 : candidates[pick(int(candidates.size()))];
+        const auto object = live(file);
+        const QString content = object ? object->content() : QString();
+        switch (m_documents.empty() ? 0 : pick(7)) {
+        case 0:
+            if (m_documents.size() < 3) {
+                const int main = pick(kBibliography);
+                m_documents.emplace_back(open(fileName(main)), main);
+                return "open " + fileName(main).toStdString();
+            }
+            [[fallthrough]];
+        case 1:
+            if (!m_documents.empty()) {
+                const auto closed = m_documents.begin() + pick(int(m_documents.size()));
+                closed->first->close();
+                const int main = closed->second;
+                m_documents.erase(closed);
+                return "close " + fileName(main).toStdString();
+            }
+            return "nothing to close";
+        case 2:
+            if (!object || object->hasUnsavedChanges() || file == kBibliography)
+                return "no reload";
+            changeText(file, [&] {
+                PLTest::writeFile(path(fileName(file)), randomText(file).toUtf8());
+                object->reloadContent();
+            });
+            return "reload " + fileName(file).toStdString();
+        case 3: {
+            qsizetype start = content.indexOf(u'\n') + 1;
+            std::vector<PLRange> includeLines;
+            for (qsizetype end; start > 0 && (end = content.indexOf(u'\n', start)) >= 0; start = end + 1) {
+                if (content[start] == u'\\')
+                    includeLines.push_back(PLRange{start, end + 1 - start});
+            }
+            if (includeLines.empty())
+                return "no include to take away";
+            const PLRange line = includeLines[pick(int(includeLines.size()))];
+            const bool comment = chance(50);
+            changeText(file, [&] {
+                object->replaceContentStringInRange(comment ? PLRange{line.location, 0} : line, comment ? QStringLiteral("%") : QString());
+            });
+            return (comment ? "comment out " : "delete ") + content.mid(line.location, line.length - 1).toStdString() + " in "
+                + fileName(file).toStdString();
+        }
+        case 4: {
+            if (!object || file >= kBibliography - 1)
+                return "no include to add";
+            const QString line = chance(25) ? QStringLiteral("\\bibliography{refs}\n")
+                                            : QStringLiteral("\\input{f%1}\n").arg(file + 1 + pick(kBibliography - 1 - file));
+            std::vector<qsizetype> lineStarts;
+            for (qsizetype at = content.indexOf(u'\n'); at >= 0; at = content.indexOf(u'\n', at + 1))
+                lineStarts.push_back(at + 1);
+            const qsizetype at = lineStarts[pick(int(lineStarts.size()))];
+            changeText(file, [&] { object->replaceContentStringInRange(PLRange{at, 0}, line); });
+            return "add " + line.trimmed().toStdString() + " to " + fileName(file).toStdString();
+        }
+        case 5:
+            if (!object)
+                return "nothing to type in";
+            changeText(file, [&] { object->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("x")); });
+            return "type in " + fileName(file).toStdString();
+        default:
+            if (!object || !object->contentBuffer()->undoManager()->canUndo())
+                return "nothing to undo";
+            changeText(file, [&] { object->contentBuffer()->undoManager()->undo(); });
+            return "undo in " + fileName(file).toStdString();
+        }
+    }
+
+    PLFilePool m_pool;
+    std::mt19937 m_random;
+    std::vector<std::pair<std::unique_ptr<PLDocument>, int>> m_documents;
+    std::map<int, std::set<int>> m_kept;
+};
+
+TEST_F(SharedFilesSequences, PoolAndOpenCountsFollowTheModelAfterEveryStep)
+{
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+        m_random.seed(seed);
+        for (int file = 0; file <= kBibliography; ++file)
+            PLTest::writeFile(path(fileName(file)), randomText(file).toUtf8());
+        std::string history;
+        for (int steps = 0; steps < 60; ++steps) {
+            history += step() + "; ";
+            const std::string problem = mismatch();
+            ASSERT_EQ(problem, "") << "seed " << seed << ": " << history;
+        }
+        m_documents.clear();
+        ASSERT_TRUE(m_pool.filesOpened().isEmpty()) << "seed " << seed;
+        m_kept.clear();
+    }
 }
 
 }

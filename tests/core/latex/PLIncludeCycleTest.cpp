@@ -1,5 +1,9 @@
 #include "PLLatexFileContentOutlineParser.h"
+#include "PLLatexStringParser.h"
 #include "PLOutlineTestSupport.h"
+#include "PLTextContentBuffer.h"
+
+#include <QUndoStack>
 
 using namespace PLTest;
 
@@ -73,7 +77,34 @@ INSTANTIATE_TEST_SUITE_P(Projects, PLIncludeCycleTableTest, ::testing::Values(
     CycleCase{"bibliography naming its includer", {{"a.tex", "\\bibliography{r}"}, {"r.bib", "\\input{a}"}},
               {QStringLiteral("a.tex"), QStringLiteral("r.bib")}},
     CycleCase{"shared file is no loop", {{"a.tex", "\\input{b}\\input{c}"}, {"b.tex", "\\input{d}"}, {"c.tex", "\\input{d}"}, {"d.tex", "d"}},
-              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("d.tex"), QStringLiteral("c.tex")}}));
+              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("d.tex"), QStringLiteral("c.tex")}},
+    // Spellings of one path are one file: without cleaning, each spelling opened a new copy and the
+    // outline grew without end.
+    CycleCase{"self include through dot paths", {{"two.tex", "\\input{./two}\\input{.//two}"}}, {QStringLiteral("two.tex")}},
+    CycleCase{"one file under three spellings", {{"a.tex", "\\input{b}\\input{./b}\\input{sub/../b.tex}\\bibliography{./r,r}"},
+                                                 {"b.tex", "\\input{sub//../a}"}, {"r.bib", ""}},
+              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("r.bib")}}));
+
+// A chain deeper than the parser follows ends in an include without a child instead of a stack
+// overflow; a fresh open of the next file carries on from there.
+TEST_F(PLIncludeCycleTest, aChainDeeperThanTheBoundStopsAtTheBound)
+{
+    const int length = PLLatexStringParser::maximumIncludeDepth + 3;
+    for (int i = 0; i < length; ++i)
+        write(QStringLiteral("f%1.tex").arg(i), i + 1 < length ? QStringLiteral("\\input{f%1}").arg(i + 1) : QString());
+    const auto first = open(QStringLiteral("f0.tex"));
+    EXPECT_EQ(first->allFilesInDocument().size(), PLLatexStringParser::maximumIncludeDepth);
+    const QString lastName = QStringLiteral("f%1.tex").arg(PLLatexStringParser::maximumIncludeDepth - 1);
+    const auto last = pool.fileForPath(path(lastName));
+    ASSERT_NE(last, nullptr);
+    EXPECT_TRUE(last->filesInDocument().isEmpty());
+    const std::string unresolved = "input |\\\\input{f" + std::to_string(PLLatexStringParser::maximumIncludeDepth) + "}|";
+    EXPECT_EQ(toLines(dumpOutline(last->outlineRootNode())), (Lines{"text ||", unresolved, "text ||"}));
+    const auto next = open(QStringLiteral("f%1.tex").arg(PLLatexStringParser::maximumIncludeDepth));
+    EXPECT_EQ(next->allFilesInDocument().size(), length - PLLatexStringParser::maximumIncludeDepth);
+    next->close();
+    first->close();
+}
 
 TEST_F(PLIncludeCycleTest, theLoopingIncludeHasNoChild)
 {
@@ -103,6 +134,8 @@ TEST_F(PLIncludeCycleTest, typingAnIncludeThatWouldLoopOpensNothing)
 
     // Once a no longer includes b, b may include a.
     ASSERT_TRUE(b->save());
+    // Saved, as the document marks it, so nothing keeps it open once its include goes.
+    b->contentBuffer()->undoManager()->setClean();
     a->replaceContentStringInRange(PLRange{0, 9}, QString());
     EXPECT_EQ(pool.fileForPath(path(QStringLiteral("b.tex"))), nullptr);
     const auto reopened = open(QStringLiteral("b.tex"));

@@ -91,7 +91,14 @@ INSTANTIATE_TEST_SUITE_P(Includes, PLLatexStringParserTableTest, ::testing::Valu
     ParseCase{"two on one line", u"\\input{a}\\input{b}",
               {"text ||", "input |\\\\input{a}|", "text ||", "input |\\\\input{b}|", "text ||"}},
     ParseCase{"include inside a heading's text", u"\\section{A}\n\\input{a}\n",
-              {"text ||", "section \"A\" |\\\\section{A}|", "text |\\n|", "input |\\\\input{a}|", "text |\\n|"}}));
+              {"text ||", "section \"A\" |\\\\section{A}|", "text |\\n|", "input |\\\\input{a}|", "text |\\n|"}},
+    // Commands sharing one line: the comment state follows the line from command to command.
+    ParseCase{"comment sign between commands on one line", u"\\input{a}\\%\\input{b}%\\input{c}\r\\input{d}",
+              {"text ||", "input |\\\\input{a}|", "text |\\\\%|", "input |\\\\input{b}|", "text |%\\\\input{c}|",
+               "text |\\r|", "input |\\\\input{d}|", "text ||"}},
+    ParseCase{"headings sharing a commented line", u"\\section{A} % \\section{B} \\section{C}\u2029\\section{D}",
+              {"text ||", "section \"A\" |\\\\section{A}|", "text | % \\\\section{|", "text |B} \\\\section{|",
+               "text |C}\u2029|", "section \"D\" |\\\\section{D}|", "text ||"}}));
 
 TEST(PLLatexStringParserTest, commentTestLooksAtTheLineBeforeTheLocation)
 {

@@ -45,20 +45,50 @@ TEST_F(PLFileTest, onePathIsOneObjectCountedPerOwner)
     EXPECT_NE(open(main), first);
 }
 
-TEST_F(PLFileTest, closingAFileReleasesItsIncludesEveryTime)
+// Releasing the includes on every close dropped them from the pool while another owner still
+// showed them, and the next open of such a path made a second object.
+TEST_F(PLFileTest, includesStayPooledUntilTheirIncluderClosesForGood)
 {
     const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}"));
     write(QStringLiteral("a.tex"), QStringLiteral("\\input{b}"));
     const auto file = open(main);
     open(main);
     const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
     ASSERT_NE(a, nullptr);
-    EXPECT_EQ(a->openCount(), 1u);
     file->close();
-    // The includer is still open once, yet its includes went with the first close.
-    EXPECT_EQ(pool.fileForPath(main), file);
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), a);
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("b.tex"))), b);
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(open(path(QStringLiteral("b.tex"))), b);
+    b->close();
+    file->close();
+    file->close();
+    EXPECT_TRUE(pool.filesOpened().isEmpty());
+    EXPECT_EQ(a->openCount(), 0u);
+}
+
+// Each reload opened the bibliography again and kept every file it ever included.
+TEST_F(PLFileTest, reloadsEndWithTheCountsOfAFreshOpen)
+{
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{./a}\\bibliography{r,r}"));
+    const auto file = open(main);
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    const auto r = pool.fileForPath(path(QStringLiteral("r.bib")));
+    for (int reload = 0; reload < 3; ++reload)
+        ASSERT_TRUE(file->reloadContent());
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), a);
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(r->openCount(), 2u);
+    EXPECT_EQ(file->filesInDocument(), (QList<std::shared_ptr<PLFile>>{a, r}));
+
+    write(QStringLiteral("main.tex"), QStringLiteral("\\bibliography{r}"));
+    ASSERT_TRUE(file->reloadContent());
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{r});
+    EXPECT_EQ(r->openCount(), 1u);
     EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
-    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("b.tex"))), nullptr);
+    file->close();
+    EXPECT_TRUE(pool.filesOpened().isEmpty());
 }
 
 TEST_F(PLFileTest, untitledFilesArePooledByName)
