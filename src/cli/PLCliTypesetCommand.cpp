@@ -51,7 +51,7 @@ QJsonArray logItems(const PLLogStringParser::Items &items)
             {QStringLiteral("type"), item->type()},
             {QStringLiteral("message"), item->message()},
             {QStringLiteral("line"), item->line()},
-            {QStringLiteral("file"), item->file() ? QJsonValue(item->file()->stringPath()) : QJsonValue(QJsonValue::Null)}});
+            {QStringLiteral("file"), item->filePath().isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(item->filePath())}});
     }
     return array;
 }

@@ -175,7 +175,7 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     // The parsed log is the first run's, which did not know the citations yet.
     ASSERT_EQ(parser->warningsFound().size(), 4);
     EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
-    EXPECT_EQ(parser->warningsFound().first()->file(), mainFile);
+    EXPECT_EQ(parser->warningsFound().first()->filePath(), mainFile->stringPath());
 }
 
 TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
@@ -184,7 +184,7 @@ TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
     ASSERT_TRUE(recorder->waitForFinish());
     EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
     ASSERT_EQ(parser->errorsFound().size(), 1);
-    EXPECT_EQ(parser->errorsFound().first()->file()->stringPath(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(parser->errorsFound().first()->filePath(), folder + QStringLiteral("chapters/one.tex"));
     EXPECT_EQ(parser->errorsFound().first()->line(), 4);
     EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
 }
