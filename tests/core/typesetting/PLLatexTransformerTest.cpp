@@ -360,6 +360,25 @@ TEST_F(LatexTransformerWithStandIns, AChunkThatDoesNotDecodeIsLostAloneAndASplit
     EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("last.tex"));
 }
 
+// Regression: a flooding engine's output was kept whole for the parser, until memory ran out; the
+// kept part is bounded and the output says what was left out.
+TEST_F(LatexTransformerWithStandIns, AFloodingEnginesOutputIsKeptOnlyUpToABound)
+{
+    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                      "#!/bin/sh\necho '(./first.tex'\n/usr/bin/yes x | /usr/bin/head -c 20000000\necho '(./late.tex'\n");
+    QFile::remove(texFolder + QStringLiteral("/bibtex"));
+    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(recorder->waitForFinish());
+    const QStringList output = recorder->texts(QStringLiteral("output"));
+    EXPECT_TRUE(output.join(QString()).contains(QStringLiteral("x\n(./late.tex\n")));
+    ASSERT_FALSE(output.isEmpty());
+    EXPECT_TRUE(output.last().startsWith(QStringLiteral("\nPlumeo: only the first 16777216 characters of the output of pdflatex")))
+        << output.last().toStdString();
+    EXPECT_EQ(recorder->texts(QStringLiteral("file")), QStringList{QStringLiteral("first.tex")});
+    EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("first.tex"));
+}
+
 TEST(StreamDecoder, KeepsACharacterSplitAnywhereAndDropsOnlyPiecesThatDoNotDecode)
 {
     const QString text = QStringLiteral("Gr\u00fc\u00dfe \u65e5\u672c \U0001F600.");
