@@ -113,6 +113,9 @@ void PLTypesettingOperation::runProgram(PLTypesettingRun::Program program, const
             if (const std::optional<QString> errors = decode(errorDecoder, bytes); errors && !errors->isEmpty())
                 outputHandler(*errors);
         });
+    // A program skipped because the job was stopped did not run.
+    if (result.stopped && !result.started)
+        return;
     m_runs.append(PLTypesettingRun{program, result});
     if (result.droppedErrorBytes > 0) {
         outputHandler(QStringLiteral("\nPlumeo: the first %1 bytes of the standard error of %2 were left out.\n")

@@ -76,7 +76,8 @@ public:
     // Whether a file exists at the path; whether it can be run is not asked.
     static bool isEnginePresentInFileSystem(const QString &path);
 
-    // Read once the end has been announced: every program run of the job, in order.
+    // Read once the end has been announced: every program run of the job, in order (programs
+    // skipped after stop() are not in it).
     const QList<PLTypesettingRun> &runs() const { return m_runs; }
     // What went wrong with the first engine run that failed (could not be started, was ended by a
     // signal, or ended with a non-zero status); empty when none did.
