@@ -10,7 +10,12 @@
 #include <QJsonObject>
 #include <QUndoStack>
 
+#include <limits>
+
 namespace {
+// Text positions and counts are ints in the regular expressions and the ranges of the outline.
+constexpr qint64 kMaximumPosition = std::numeric_limits<int>::max();
+
 struct Replacement
 {
     qint64 location;
@@ -50,18 +55,21 @@ int PLCliRunEdit(const QStringList &arguments)
         if (argument == u"--replace") {
             if (i + 3 >= arguments.size())
                 return PLCliFail(PLCliUsageError, QStringLiteral("--replace needs LOCATION LENGTH TEXT"));
-            bool locationOk = false, lengthOk = false;
-            Replacement r{arguments[i + 1].toLongLong(&locationOk), arguments[i + 2].toLongLong(&lengthOk),
-                          unescape(arguments[i + 3])};
-            if (!locationOk || !lengthOk || r.location < 0 || r.length < 0)
-                return PLCliFail(PLCliUsageError, QStringLiteral("--replace needs a location and a length of 0 or more"));
-            replacements.append(r);
+            const std::optional<qint64> location = PLCliWholeNumber(QStringLiteral("--replace LOCATION"), arguments[i + 1], 0, kMaximumPosition);
+            if (!location)
+                return PLCliUsageError;
+            const std::optional<qint64> length = PLCliWholeNumber(QStringLiteral("--replace LENGTH"), arguments[i + 2], 0, kMaximumPosition);
+            if (!length)
+                return PLCliUsageError;
+            replacements.append(Replacement{*location, *length, unescape(arguments[i + 3])});
             i += 3;
         } else if (argument == u"--undo") {
-            bool ok = false;
-            undoSteps = i + 1 < arguments.size() ? arguments[++i].toInt(&ok) : 0;
-            if (!ok || undoSteps < 0)
+            if (i + 1 >= arguments.size())
                 return PLCliFail(PLCliUsageError, QStringLiteral("--undo needs a number of steps"));
+            const std::optional<qint64> steps = PLCliWholeNumber(argument, arguments[++i], 0, kMaximumPosition);
+            if (!steps)
+                return PLCliUsageError;
+            undoSteps = int(*steps);
         } else if (argument == u"--no-content") {
             withContent = false;
         } else if (argument.startsWith(u"--") || !path.isEmpty()) {
@@ -87,7 +95,8 @@ int PLCliRunEdit(const QStringList &arguments)
     int step = 0;
     for (const Replacement &r : replacements) {
         ++step;
-        if (r.location + r.length > buffer->string().size()) {
+        // Compared without adding the two, which could overflow.
+        if (r.location > buffer->string().size() || r.length > buffer->string().size() - r.location) {
             PLNotificationCenter::defaultCenter().removeObserver(&observer);
             return PLCliFail(PLCliInputError, QStringLiteral("replacement %1 reaches past the end of the text (%2 characters)")
                                                   .arg(step)

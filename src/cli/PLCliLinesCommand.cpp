@@ -7,6 +7,8 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <limits>
+
 // lines FILE [--line-of LOCATION]... [--start-of LINE]...: the line arithmetic on a UTF-8 file.
 int PLCliRunLines(const QStringList &arguments)
 {
@@ -18,11 +20,14 @@ int PLCliRunLines(const QStringList &arguments)
         if (argument == u"--line-of" || argument == u"--start-of") {
             if (i + 1 >= arguments.size())
                 return PLCliFail(PLCliUsageError, argument + QStringLiteral(" needs a number"));
-            bool ok = false;
-            const qint64 value = arguments[++i].toLongLong(&ok);
-            if (!ok)
-                return PLCliFail(PLCliUsageError, argument + QStringLiteral(" needs a number, not ") + arguments[i]);
-            queries.append({argument, value});
+            // Any location can be asked (outside the text it answers -1); a line is an int.
+            const bool lineOf = argument == u"--line-of";
+            const std::optional<qint64> value =
+                PLCliWholeNumber(argument, arguments[++i], lineOf ? std::numeric_limits<qint64>::min() : std::numeric_limits<int>::min(),
+                                 lineOf ? std::numeric_limits<qint64>::max() : std::numeric_limits<int>::max());
+            if (!value)
+                return PLCliUsageError;
+            queries.append({argument, *value});
         } else if (argument.startsWith(u"--") || !path.isEmpty()) {
             return PLCliFail(PLCliUsageError, QStringLiteral("unexpected argument ") + argument);
         } else {
@@ -48,9 +53,8 @@ int PLCliRunLines(const QStringList &arguments)
             answer.insert(QStringLiteral("lineOf"), value);
             answer.insert(QStringLiteral("line"), PLStringLineCalculations::lineNumberOfLocation(*text, location));
         } else {
-            const int line = int(std::clamp<qint64>(value, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
             answer.insert(QStringLiteral("startOf"), value);
-            answer.insert(QStringLiteral("location"), PLStringLineCalculations::locationOfLineStart(*text, line));
+            answer.insert(QStringLiteral("location"), PLStringLineCalculations::locationOfLineStart(*text, int(value)));
         }
         answers.append(answer);
     }

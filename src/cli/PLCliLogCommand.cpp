@@ -15,9 +15,9 @@
 
 namespace {
 
-QJsonValue pathOf(const std::shared_ptr<PLFile> &file)
+QJsonValue pathOf(const QString &path)
 {
-    return file ? QJsonValue(file->stringPath()) : QJsonValue(QJsonValue::Null);
+    return path.isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(path);
 }
 
 QJsonArray logItems(const PLLogStringParser::Items &items)
@@ -27,7 +27,7 @@ QJsonArray logItems(const PLLogStringParser::Items &items)
         array.append(QJsonObject{{QStringLiteral("type"), item->type()},
                                  {QStringLiteral("message"), item->message()},
                                  {QStringLiteral("line"), item->line()},
-                                 {QStringLiteral("file"), pathOf(item->file())}});
+                                 {QStringLiteral("file"), pathOf(item->filePath())}});
     }
     return array;
 }
@@ -39,12 +39,13 @@ QJsonArray fileCounts(const PLLogStringParser &parser)
     QStringList seen;
     for (const PLLogStringParser::Items *items : {&parser.warningsFound(), &parser.errorsFound()}) {
         for (const std::shared_ptr<PLLogItem> &item : *items) {
-            if (!item->file() || seen.contains(item->file()->stringPath()))
+            const QString &path = item->filePath();
+            if (path.isNull() || seen.contains(path))
                 continue;
-            seen.append(item->file()->stringPath());
-            array.append(QJsonObject{{QStringLiteral("file"), item->file()->stringPath()},
-                                     {QStringLiteral("warnings"), parser.warningCountForFile(*item->file())},
-                                     {QStringLiteral("errors"), parser.errorCountForFile(*item->file())}});
+            seen.append(path);
+            array.append(QJsonObject{{QStringLiteral("file"), path},
+                                     {QStringLiteral("warnings"), parser.warningCountForFilePath(path)},
+                                     {QStringLiteral("errors"), parser.errorCountForFilePath(path)}});
         }
     }
     return array;

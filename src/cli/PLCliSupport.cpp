@@ -1,5 +1,6 @@
 #include "PLCliCommands.h"
 
+#include <cmath>
 #include <cstdio>
 
 void PLCliPrintJson(const QJsonDocument &document)
@@ -14,6 +15,29 @@ int PLCliFail(PLCliExitStatus status, const QString &message)
     const QByteArray bytes = (QStringLiteral("plumeo-cli: ") + message + u'\n').toLocal8Bit();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
     return status;
+}
+
+std::optional<qint64> PLCliWholeNumber(const QString &name, const QString &text, qint64 minimum, qint64 maximum)
+{
+    bool ok = false;
+    const qint64 value = text.toLongLong(&ok);
+    if (ok && value >= minimum && value <= maximum)
+        return value;
+    PLCliFail(PLCliUsageError,
+              QStringLiteral("%1 needs a whole number from %2 to %3, not %4").arg(name).arg(minimum).arg(maximum).arg(text));
+    return std::nullopt;
+}
+
+std::optional<double> PLCliRealNumber(const QString &name, const QString &text, double minimum, double maximum)
+{
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (ok && std::isfinite(value) && value >= minimum && value <= maximum)
+        return value;
+    PLCliFail(PLCliUsageError, QStringLiteral("%1 needs a number from %2 to %3, not %4")
+                                   .arg(name)
+                                   .arg(QString::number(minimum, 'g', 16), QString::number(maximum, 'g', 16), text));
+    return std::nullopt;
 }
 
 const QList<PLCliCommand> &PLCliAllCommands()

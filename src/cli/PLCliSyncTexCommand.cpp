@@ -8,18 +8,13 @@
 #include <QJsonArray>
 #include <QJsonObject>
 
+#include <limits>
+
 namespace {
 
-bool readNumbers(const QStringList &texts, QList<double> *numbers)
-{
-    for (const QString &text : texts) {
-        bool ok = false;
-        numbers->append(text.toDouble(&ok));
-        if (!ok)
-            return false;
-    }
-    return true;
-}
+// Lines, columns and pages are ints for the SyncTeX library; points are floats, and are written
+// to the diagnostic log as ints.
+constexpr qint64 kMaximumInt = std::numeric_limits<int>::max();
 
 // A source file named on the command line: relative names are taken from the current folder, or
 // from the main file's folder when nothing is there.
@@ -48,16 +43,17 @@ int PLCliRunSyncTex(const QStringList &arguments)
     QJsonArray results;
 
     if (direction == u"forward") {
-        QList<double> numbers;
-        if (!readNumbers(arguments.mid(3), &numbers))
-            return PLCliFail(PLCliUsageError, QStringLiteral("LINE and COLUMN must be numbers"));
+        const std::optional<qint64> line = PLCliWholeNumber(QStringLiteral("LINE"), arguments[3], 1, kMaximumInt);
+        if (!line)
+            return PLCliUsageError;
+        const std::optional<qint64> column = PLCliWholeNumber(QStringLiteral("COLUMN"), arguments[4], 0, kMaximumInt);
+        if (!column)
+            return PLCliUsageError;
         const QString file = sourcePath(arguments[2], *mainFile);
-        const int line = int(numbers[0]);
-        const int column = int(numbers[1]);
         result.insert(QStringLiteral("file"), file);
-        result.insert(QStringLiteral("line"), line);
-        result.insert(QStringLiteral("column"), column);
-        for (const PLSyncTexForwardResult &r : search.forwardSearch(file, line, column)) {
+        result.insert(QStringLiteral("line"), *line);
+        result.insert(QStringLiteral("column"), *column);
+        for (const PLSyncTexForwardResult &r : search.forwardSearch(file, int(*line), int(*column))) {
             results.append(QJsonObject{{QStringLiteral("page"), r.page},
                                        {QStringLiteral("h"), r.h},
                                        {QStringLiteral("v"), r.v},
@@ -68,14 +64,19 @@ int PLCliRunSyncTex(const QStringList &arguments)
                                                                            {QStringLiteral("depth"), r.boxDepth}}}});
         }
     } else {
-        QList<double> numbers;
-        if (!readNumbers(arguments.mid(2), &numbers))
-            return PLCliFail(PLCliUsageError, QStringLiteral("PAGE, H and V must be numbers"));
-        const int page = int(numbers[0]);
-        result.insert(QStringLiteral("page"), page);
-        result.insert(QStringLiteral("h"), numbers[1]);
-        result.insert(QStringLiteral("v"), numbers[2]);
-        for (const PLSyncTexBackwardResult &r : search.backwardSearch(page, numbers[1], numbers[2], mainFile->directoryOfFile())) {
+        const std::optional<qint64> page = PLCliWholeNumber(QStringLiteral("PAGE"), arguments[2], 1, kMaximumInt);
+        if (!page)
+            return PLCliUsageError;
+        const std::optional<double> h = PLCliRealNumber(QStringLiteral("H"), arguments[3], -kMaximumInt, kMaximumInt);
+        if (!h)
+            return PLCliUsageError;
+        const std::optional<double> v = PLCliRealNumber(QStringLiteral("V"), arguments[4], -kMaximumInt, kMaximumInt);
+        if (!v)
+            return PLCliUsageError;
+        result.insert(QStringLiteral("page"), *page);
+        result.insert(QStringLiteral("h"), *h);
+        result.insert(QStringLiteral("v"), *v);
+        for (const PLSyncTexBackwardResult &r : search.backwardSearch(int(*page), *h, *v, mainFile->directoryOfFile())) {
             results.append(QJsonObject{{QStringLiteral("fileName"), r.fileName},
                                        {QStringLiteral("filePath"), r.filePath},
                                        {QStringLiteral("line"), r.line},

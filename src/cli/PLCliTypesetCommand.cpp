@@ -16,6 +16,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <limits>
 
 namespace {
 
@@ -33,7 +34,13 @@ public:
         std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stderr);
         std::fflush(stderr);
     }
-    void latexTransformerCouldNotFindEngine(int, const QString &) override { engineMissing = true; }
+    void latexTransformerCouldNotFindEngine(int engine, const QString &launchPath) override
+    {
+        engineMissing = true;
+        // The words of the window's alert.
+        PLCliFail(PLCliInputError, PLTypesettingSummary::couldNotLocateEngineMessage(engine, launchPath) + u' ' +
+                                       PLTypesettingSummary::couldNotLocateEngineInformativeText());
+    }
     void latexTransformerDidFinish(PLLatexTransformer *) override { m_loop->quit(); }
 
     QStringList fileNames;
@@ -43,6 +50,29 @@ private:
     QEventLoop *m_loop;
 };
 
+QJsonValue numberOrNull(bool present, int number)
+{
+    return present ? QJsonValue(number) : QJsonValue(QJsonValue::Null);
+}
+
+QJsonArray runsJson(const QList<PLTypesettingRun> &runs)
+{
+    QJsonArray array;
+    for (const PLTypesettingRun &run : runs) {
+        const PLTexRunResult &r = run.result;
+        array.append(QJsonObject{
+            {QStringLiteral("program"), run.program == PLTypesettingRun::Engine ? QStringLiteral("engine") : QStringLiteral("bibtex")},
+            {QStringLiteral("launchPath"), r.launchPath},
+            {QStringLiteral("started"), r.started},
+            {QStringLiteral("stopped"), r.stopped},
+            {QStringLiteral("exitCode"), numberOrNull(r.started && r.signal == 0, r.exitCode)},
+            {QStringLiteral("signal"), numberOrNull(r.signal != 0, r.signal)},
+            {QStringLiteral("failed"), r.failed()},
+            {QStringLiteral("description"), r.description()}});
+    }
+    return array;
+}
+
 QJsonArray logItems(const PLLogStringParser::Items &items)
 {
     QJsonArray array;
@@ -51,7 +81,7 @@ QJsonArray logItems(const PLLogStringParser::Items &items)
             {QStringLiteral("type"), item->type()},
             {QStringLiteral("message"), item->message()},
             {QStringLiteral("line"), item->line()},
-            {QStringLiteral("file"), item->file() ? QJsonValue(item->file()->stringPath()) : QJsonValue(QJsonValue::Null)}});
+            {QStringLiteral("file"), item->filePath().isNull() ? QJsonValue(QJsonValue::Null) : QJsonValue(item->filePath())}});
     }
     return array;
 }
@@ -66,11 +96,14 @@ int PLCliRunTypeset(const QStringList &arguments)
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString &argument = arguments[i];
         if (argument == u"--stop-after") {
-            bool ok = false;
-            if (i + 1 < arguments.size())
-                stopAfter = arguments[++i].toDouble(&ok);
-            if (!ok || stopAfter < 0)
+            if (i + 1 >= arguments.size())
                 return PLCliFail(PLCliUsageError, QStringLiteral("--stop-after needs a number of seconds"));
+            // The timer counts milliseconds in an int.
+            const std::optional<double> seconds =
+                PLCliRealNumber(argument, arguments[++i], 0, std::numeric_limits<int>::max() / 1000);
+            if (!seconds)
+                return PLCliUsageError;
+            stopAfter = *seconds;
         } else if (argument.startsWith(u"--") || !mainPath.isEmpty()) {
             return PLCliFail(PLCliUsageError, QStringLiteral("unexpected argument ") + argument);
         } else {
@@ -99,18 +132,28 @@ int PLCliRunTypeset(const QStringList &arguments)
     const int engine = mainFile->engine();
     const qsizetype errors = parser->errorsFound().size();
     const qsizetype warnings = parser->warningsFound().size();
+    const QString engineFailure = transformer->engineFailure();
     QJsonObject result{
         {QStringLiteral("engine"), PLTypesettingSummary::latexEngineAsString(engine)},
         {QStringLiteral("engineNumber"), engine},
         {QStringLiteral("launchPath"), QString(PLTexCommandLine::texFolder() + PLTexCommandLine::engineProgram(engine))},
         {QStringLiteral("engineFound"), !delegate.engineMissing},
+        {QStringLiteral("engineFailure"), engineFailure.isEmpty() ? QJsonValue(QJsonValue::Null) : QJsonValue(engineFailure)},
+        {QStringLiteral("runs"), runsJson(transformer->runs())},
         {QStringLiteral("fileNames"), QJsonArray::fromStringList(delegate.fileNames)},
         {QStringLiteral("errorsFound"), logItems(parser->errorsFound())},
         {QStringLiteral("warningsFound"), logItems(parser->warningsFound())},
         {QStringLiteral("summary"), PLTypesettingSummary::summaryText(errors, warnings)},
         {QStringLiteral("pdfPath"), mainFile->pdfPath()},
         {QStringLiteral("pdfExists"), QFileInfo::exists(mainFile->pdfPath())},
+        {QStringLiteral("pdfWritten"), transformer->wasPdfWritten()},
         {QStringLiteral("stopped"), transformer->isStopped()}};
     PLCliPrintJson(QJsonDocument(result));
-    return errors > 0 || delegate.engineMissing ? PLCliInputError : PLCliSuccess;
+    if (delegate.engineMissing)
+        return PLCliInputError;
+    if (!engineFailure.isEmpty())
+        PLCliFail(PLCliInputError, QStringLiteral("the engine failed: ") + engineFailure);
+    if (!transformer->wasPdfWritten())
+        PLCliFail(PLCliInputError, QStringLiteral("no PDF was written"));
+    return errors > 0 || !engineFailure.isEmpty() || !transformer->wasPdfWritten() ? PLCliInputError : PLCliSuccess;
 }

@@ -63,4 +63,54 @@ TEST(Cli, UnreadableInputExitsWithOne)
     EXPECT_EQ(runCli({QStringLiteral("lines"), dir.filePath(QStringLiteral("missing.tex"))}).exitCode, 1);
 }
 
+struct NumberCase
+{
+    QStringList arguments; // FILE stands for a small project
+    const char *message;
+};
+
+// Regression: numbers were converted blindly: a replacement length near the largest integer
+// overflowed past the end check and rewrote the text, --stop-after 1e12 never stopped and nan was
+// taken, a line of 1e300 became whatever the conversion made of it.
+TEST(Cli, NumbersOutOfRangeAreUsageErrors)
+{
+    QTemporaryDir dir;
+    const QString file = dir.filePath(QStringLiteral("a.tex"));
+    PLTest::writeFile(file, "\\section{A}\n");
+    const QString tooLarge = QStringLiteral("9223372036854775807");
+    const QList<NumberCase> cases{
+        {{QStringLiteral("edit"), file, QStringLiteral("--replace"), QStringLiteral("1"), tooLarge, QStringLiteral("x")},
+         "--replace LENGTH needs a whole number from 0 to 2147483647, not 9223372036854775807"},
+        {{QStringLiteral("edit"), file, QStringLiteral("--replace"), QStringLiteral("-1"), QStringLiteral("0"), QStringLiteral("x")},
+         "--replace LOCATION needs a whole number from 0"},
+        {{QStringLiteral("edit"), file, QStringLiteral("--undo"), QStringLiteral("1e3")}, "--undo needs a whole number"},
+        {{QStringLiteral("typeset"), file, QStringLiteral("--stop-after"), QStringLiteral("1e12")}, "--stop-after needs a number from 0 to 2147483"},
+        {{QStringLiteral("typeset"), file, QStringLiteral("--stop-after"), QStringLiteral("nan")}, "not nan"},
+        {{QStringLiteral("typeset"), file, QStringLiteral("--stop-after"), QStringLiteral("inf")}, "not inf"},
+        {{QStringLiteral("typeset"), file, QStringLiteral("--stop-after"), QStringLiteral("-1")}, "not -1"},
+        {{QStringLiteral("synctex"), QStringLiteral("forward"), file, file, QStringLiteral("1e300"), QStringLiteral("0")},
+         "LINE needs a whole number from 1 to 2147483647, not 1e300"},
+        {{QStringLiteral("synctex"), QStringLiteral("forward"), file, file, QStringLiteral("2147483648"), QStringLiteral("0")}, "LINE"},
+        {{QStringLiteral("synctex"), QStringLiteral("forward"), file, file, QStringLiteral("1"), QStringLiteral("-5")}, "COLUMN"},
+        {{QStringLiteral("synctex"), QStringLiteral("backward"), file, QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("1")}, "PAGE"},
+        {{QStringLiteral("synctex"), QStringLiteral("backward"), file, QStringLiteral("1"), QStringLiteral("1e300"), QStringLiteral("1")}, "H needs"},
+        {{QStringLiteral("synctex"), QStringLiteral("backward"), file, QStringLiteral("1"), QStringLiteral("1"), QStringLiteral("nan")}, "V needs"},
+        {{QStringLiteral("lines"), file, QStringLiteral("--start-of"), QStringLiteral("99999999999")}, "--start-of needs a whole number"},
+        {{QStringLiteral("lines"), file, QStringLiteral("--line-of"), QStringLiteral("99999999999999999999")}, "--line-of needs a whole number"}};
+    for (const NumberCase &c : cases) {
+        SCOPED_TRACE(c.arguments.join(u' ').toStdString());
+        const PLCliRun run = runCli(c.arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_TRUE(run.standardOutput.isEmpty());
+        EXPECT_TRUE(run.standardError.startsWith("plumeo-cli: ")) << run.standardError.toStdString();
+        EXPECT_TRUE(run.standardError.contains(c.message)) << run.standardError.toStdString();
+        EXPECT_EQ(run.standardError.count('\n'), 1);
+    }
+    // Within range, a replacement past the end is still refused and the text stays as it was.
+    const PLCliRun past = runCli({QStringLiteral("edit"), file, QStringLiteral("--replace"), QStringLiteral("1"),
+                                  QStringLiteral("2147483647"), QStringLiteral("x")});
+    EXPECT_EQ(past.exitCode, 1);
+    EXPECT_TRUE(past.standardOutput.isEmpty());
+}
+
 }

@@ -1,11 +1,16 @@
 #include "../core/typesetting/PLTypesettingTestSupport.h"
 #include "PLCliRunner.h"
+#include "PLUserDefaultsConstants.h"
 
 #include <QJsonArray>
 #include <QJsonObject>
+#include <QSettings>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
+
+#include <signal.h>
 
 namespace {
 
@@ -107,8 +112,16 @@ TEST(CliTypesetting, StopAfterEndsAHangingEngine)
                                  QStringLiteral("--stop-after"), QStringLiteral("0.5")},
                                 30000);
     EXPECT_LT(timer.elapsed(), 20000);
-    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    EXPECT_TRUE(run.json().object().value(QStringLiteral("stopped")).toBool());
+    // Stopped before it wrote a PDF, the job did not do its work.
+    ASSERT_EQ(run.exitCode, 1) << run.standardError.toStdString();
+    EXPECT_TRUE(run.standardError.endsWith("plumeo-cli: no PDF was written\n"));
+    const QJsonObject result = run.json().object();
+    EXPECT_TRUE(result.value(QStringLiteral("stopped")).toBool());
+    EXPECT_TRUE(result.value(QStringLiteral("engineFailure")).isNull());
+    // BibTeX and the later engine runs were skipped, not run.
+    const QJsonArray runs = result.value(QStringLiteral("runs")).toArray();
+    ASSERT_EQ(runs.size(), 1);
+    EXPECT_TRUE(runs.first().toObject().value(QStringLiteral("stopped")).toBool());
     EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("main.blg"))));
 }
 
@@ -162,6 +175,134 @@ TEST(CliTypesetting, UsageAndInputErrors)
         const PLCliRun run = runCli(arguments);
         EXPECT_EQ(run.exitCode, status) << arguments.join(u' ').toStdString();
         EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
+    }
+}
+
+// A settings store of its own for the commands run while it lives, with a TeX folder of
+// stand-in programs.
+class CliWithStandIns : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_configHome = qgetenv("XDG_CONFIG_HOME");
+        qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
+        setSetting(PLUserDefaultsTexLocation, texFolder());
+        PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")), "\\documentclass{article}\\begin{document}x\\end{document}\n");
+    }
+    void TearDown() override { qputenv("XDG_CONFIG_HOME", m_configHome); }
+
+    void setSetting(const QString &key, const QVariant &value)
+    {
+        QSettings(dir.filePath(QStringLiteral("config/plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
+    }
+    QString texFolder() const { return dir.filePath(QStringLiteral("texbin")); }
+    void writeEngine(const QByteArray &script, QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)
+    {
+        const QString engine = texFolder() + QStringLiteral("/pdflatex");
+        PLTest::writeFile(engine, script);
+        QFile::setPermissions(engine, permissions);
+    }
+    QString mainPath() const { return dir.filePath(QStringLiteral("main.tex")); }
+
+    QTemporaryDir dir;
+
+private:
+    QByteArray m_configHome;
+};
+
+// Regression: with no TeX where the settings say, the command ended with status 1, an empty
+// summary and not a word why.
+TEST_F(CliWithStandIns, AMissingEngineIsToldInTheWordsOfTheWindowsAlert)
+{
+    QDir().mkpath(texFolder());
+    const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(QString::fromUtf8(run.standardError),
+              QStringLiteral("plumeo-cli: Could not locate pdflatex with path: ") + texFolder() +
+                  QStringLiteral("/pdflatex Plumeo relies on MacTeX. Is this installed?\n"));
+    EXPECT_FALSE(run.json().object().value(QStringLiteral("engineFound")).toBool());
+}
+
+struct FailingEngineCase
+{
+    const char *what;
+    QByteArray script; // empty: the engine is a folder
+    QFile::Permissions permissions;
+    const char *failure;
+};
+
+void PrintTo(const FailingEngineCase &c, std::ostream *os)
+{
+    *os << c.what;
+}
+
+class CliFailingEngine : public CliWithStandIns, public ::testing::WithParamInterface<FailingEngineCase>
+{
+};
+
+// Regression: an engine that could not run, failed or was ended half way ended the command with
+// status 0 and an empty summary.
+TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
+{
+    const FailingEngineCase &c = GetParam();
+    if (c.script.isEmpty())
+        QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
+    else
+        writeEngine(c.script, c.permissions);
+    const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
+    EXPECT_EQ(run.exitCode, 1);
+    const QJsonObject result = run.json().object();
+    const QString failure = result.value(QStringLiteral("engineFailure")).toString();
+    EXPECT_TRUE(failure.startsWith(QString::fromUtf8(c.failure))) << failure.toStdString();
+    EXPECT_TRUE(run.standardError.contains(QByteArray("plumeo-cli: the engine failed: " + failure.toUtf8()))) << run.standardError.toStdString();
+    const QJsonObject firstRun = result.value(QStringLiteral("runs")).toArray().first().toObject();
+    EXPECT_TRUE(firstRun.value(QStringLiteral("failed")).toBool());
+    EXPECT_EQ(firstRun.value(QStringLiteral("description")).toString(), failure);
+}
+
+constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, CliFailingEngine,
+    ::testing::Values(FailingEngineCase{"disk full", "#!/bin/sh\necho '! I can'\\''t write on file main.pdf.'\nexit 1\n",
+                                        kExecutable, "pdflatex ended with exit status 1"},
+                      FailingEngineCase{"file-size limit half way", "#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n",
+                                        kExecutable, "pdflatex was ended by signal 25"},
+                      FailingEngineCase{"not executable", "#!/bin/sh\necho > main.pdf\n", QFile::ReadOwner, "could not run "},
+                      FailingEngineCase{"a folder", QByteArray(), {}, "could not run "}));
+
+// Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
+TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)
+{
+    writeEngine("#!/bin/sh\necho $$ > engine.pid\necho '(./main.tex'\nexec /bin/sleep 100000\n");
+    QProcess cli;
+    cli.start(QStringLiteral(PLUMEO_CLI_PATH), {QStringLiteral("typeset"), mainPath()});
+    ASSERT_TRUE(cli.waitForStarted());
+    qint64 engine = 0;
+    ASSERT_TRUE(QTest::qWaitFor([&] {
+        engine = PLTest::readFile(dir.filePath(QStringLiteral("engine.pid"))).trimmed().toLongLong();
+        return engine > 0;
+    }, 30000));
+    EXPECT_FALSE(processHasEnded(engine));
+    ::kill(pid_t(cli.processId()), SIGKILL);
+    ASSERT_TRUE(cli.waitForFinished());
+    EXPECT_TRUE(QTest::qWaitFor([engine] { return processHasEnded(engine); }, 10000));
+    ::kill(pid_t(engine), SIGKILL);
+}
+
+// Regression: main files whose names the engine reads as an option or a format were not
+// typeset at all.
+TEST(CliTypesetting, MainFilesNamedLikeOptionsOrFormatsAreTypeset)
+{
+    for (const QString &name : {QStringLiteral("-ini.tex"), QStringLiteral("&pdflatex.tex")}) {
+        SCOPED_TRACE(name.toStdString());
+        QTemporaryDir dir;
+        PLTest::writeFile(dir.filePath(name), "\\documentclass{article}\\begin{document}x\\end{document}\n");
+        const PLCliRun run = runCli({QStringLiteral("typeset"), dir.filePath(name)});
+        EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+        EXPECT_TRUE(run.json().object().value(QStringLiteral("pdfWritten")).toBool());
+        EXPECT_TRUE(run.json().object().value(QStringLiteral("engineFailure")).isNull());
     }
 }
 

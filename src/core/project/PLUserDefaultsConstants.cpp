@@ -22,6 +22,7 @@ QVariantMap PLRegisteredUserDefaults()
         {PLUserDefaultsPDFDisplayMode, 1},
         {PLUserDefaultsSplitViewSetup, QVariantList{paneSetup}},
         {PLUserDefaultsTypesettingEngine, QStringLiteral("pdflatex")},
+        {PLUserDefaultsShellEscapeEnabled, true},
         {PLUserDefaultsEditorBackgroundColor, white(1.0, 1.0)},
         {PLUserDefaultsEditorColorText, white(0.0, 1.0)},
         {PLUserDefaultsEditorColorFunctions, blue},

@@ -12,6 +12,8 @@ inline const QString PLUserDefaultsTexLocation = QStringLiteral("PLUserDefaultsT
 inline const QString PLUserDefaultsPDFDisplayMode = QStringLiteral("PLUserDefaultsPDFDisplayMode");
 inline const QString PLUserDefaultsSplitViewSetup = QStringLiteral("PLUserDefaultsSplitViewSetup");
 inline const QString PLUserDefaultsTypesettingEngine = QStringLiteral("PLUserDefaultsTypesettingEngine");
+// Whether the engine may run other programs (--shell-escape); on by default.
+inline const QString PLUserDefaultsShellEscapeEnabled = QStringLiteral("PLUserDefaultsShellEscapeEnabled");
 inline const QString PLUserDefaultsEditorBackgroundColor = QStringLiteral("PLUserDefaultsEditorBackgroundColor");
 inline const QString PLUserDefaultsEditorColorText = QStringLiteral("PLUserDefaultsEditorColorText");
 inline const QString PLUserDefaultsEditorColorFunctions = QStringLiteral("PLUserDefaultsEditorColorFunctions");

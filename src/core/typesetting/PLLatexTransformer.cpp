@@ -22,10 +22,9 @@ void PLLatexTransformer::transformLatexFile(std::shared_ptr<PLFile> file)
         qCInfo(lcTypesetting) << "a transformer runs one job; this request is dropped";
         return;
     }
-    if (file)
-        m_source = PLTypesettingSource::fromFile(*file);
+    const PLTypesettingSource source = file ? PLTypesettingSource::fromFile(*file) : PLTypesettingSource();
     m_documentFile = std::move(file);
-    startJob();
+    startJob(source);
 }
 
 PLLatexTransformerDelegate *PLLatexTransformer::delegate() const
@@ -49,30 +48,36 @@ void PLLatexTransformer::tellDelegate(const std::function<void(PLLatexTransforme
 
 void PLLatexTransformer::runTaskWithLaunchPath(const QString &launchPath, const QString &workingDirectoryPath,
                                                const QStringList &arguments,
-                                               const std::function<void(const QString &)> &lineParserBLOCK)
+                                               const std::function<void(const QString &)> &lineParserBLOCK,
+                                               PLTypesettingRun::Program program)
 {
-    runProgram(launchPath, workingDirectoryPath, arguments, m_source.encoding, lineParserBLOCK, [this](const QString &output) {
-        tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(output); });
-    });
+    runProgram(program, launchPath, workingDirectoryPath, arguments, source().encoding, lineParserBLOCK,
+               [this](const QString &output) {
+                   tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(output); });
+               });
 }
 
 void PLLatexTransformer::main()
 {
-    if (m_source.filePath.isEmpty())
+    const PLTypesettingSource &file = source();
+    if (file.filePath.isEmpty())
         return;
-    const QStringList arguments = PLTexCommandLine::engineArguments(m_source.baseName);
-    QString capture;
+    const QStringList arguments = PLTexCommandLine::engineArguments(file.baseName, file.shellEscape);
     const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_source.engine);
-    tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(m_source.engine); });
+    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(file.engine);
+    tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(file.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
         tellDelegate([&](PLLatexTransformerDelegate *delegate) {
-            delegate->latexTransformerCouldNotFindEngine(m_source.engine, enginePath);
+            delegate->latexTransformerCouldNotFindEngine(file.engine, enginePath);
         });
         return;
     }
 
-    runTaskWithLaunchPath(enginePath, m_source.folder, arguments, [&](const QString &chunk) {
+    PLCapturedOutput capture;
+    runTaskWithLaunchPath(enginePath, file.folder, arguments, [&](const QString &chunk) {
+        // Past the bound a flooding engine's output is only shown: neither kept nor scanned.
+        if (!capture.append(chunk))
+            return;
         for (const QString &name : PLLogStringParser::fileNamesInLine(chunk)) {
             onMainThread([this, name] {
                 tellDelegate([&](PLLatexTransformerDelegate *delegate) {
@@ -80,16 +85,20 @@ void PLLatexTransformer::main()
                 });
             });
         }
-        capture += chunk;
     });
+    if (capture.dropped() > 0) {
+        const QString note = droppedOutputNote(enginePath, capture.dropped());
+        tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(note); });
+    }
     const QString bibtexPath = texFolder + QStringLiteral("bibtex");
     if (isEnginePresentInFileSystem(bibtexPath)) {
-        runTaskWithLaunchPath(bibtexPath, m_source.folder, PLTexCommandLine::bibtexArguments(m_source.baseName), nullptr);
-        runTaskWithLaunchPath(enginePath, m_source.folder, arguments, nullptr);
-        runTaskWithLaunchPath(enginePath, m_source.folder, arguments, nullptr);
+        runTaskWithLaunchPath(bibtexPath, file.folder, PLTexCommandLine::bibtexArguments(file.baseName), nullptr,
+                              PLTypesettingRun::BibTeX);
+        runTaskWithLaunchPath(enginePath, file.folder, arguments, nullptr);
+        runTaskWithLaunchPath(enginePath, file.folder, arguments, nullptr);
     }
     // The log parsed is the first engine run's; the runs after BibTeX are only shown.
-    m_logStringParser->parseLogString(capture);
+    m_logStringParser->parseLogString(capture.text());
 }
 
 void PLLatexTransformer::announceEnd()

@@ -19,7 +19,7 @@ class PLLogStringParser;
 // two more engine runs, strictly one after another on a thread of the job's own. The first
 // engine run's output is streamed to the delegate, scanned for the files it opens and finally
 // handed to the log string parser. The end is always announced, also for an unsaved file, a
-// missing engine or a stopped job.
+// missing engine or a stopped job; how each run ended is kept (runs(), engineFailure()).
 //
 // A transformer runs one job in its life and keeps itself alive until that job is over; make a
 // new one for each job.
@@ -44,7 +44,8 @@ public:
     // job's thread.
     void runTaskWithLaunchPath(const QString &launchPath, const QString &workingDirectoryPath,
                                const QStringList &arguments,
-                               const std::function<void(const QString &)> &lineParserBLOCK);
+                               const std::function<void(const QString &)> &lineParserBLOCK,
+                               PLTypesettingRun::Program program = PLTypesettingRun::Engine);
 
 private:
     explicit PLLatexTransformer(std::shared_ptr<PLLogStringParser> logStringParser);
@@ -55,7 +56,6 @@ private:
 
     std::shared_ptr<PLLogStringParser> m_logStringParser;
     std::shared_ptr<PLFile> m_documentFile;
-    PLTypesettingSource m_source;
 
     mutable std::recursive_mutex m_delegateMutex;
     PLLatexTransformerDelegate *m_delegate = nullptr;

@@ -38,7 +38,6 @@ void PLLogStringParser::parseLogString(const QString &text)
     m_errorsFound = Items();
     m_warningsFound = Items();
     m_contentToParse = text;
-    m_files.clear();
     const QString &content = m_contentToParse;
 
     PLRange previous{0, 0};
@@ -60,10 +59,8 @@ void PLLogStringParser::parseLogString(const QString &text)
         else if (brackets < 0 && !m_stackWithFilePaths.isEmpty())
             m_stackWithFilePaths.removeLast();
         const QString name = PLLogScanning::nameOfOpenedFile(content, boundary);
-        if (!name.isEmpty()) {
+        if (!name.isEmpty())
             m_currentFilePath = folderOfDocument() + name;
-            m_currentFile = m_files.fileForPath(m_currentFilePath);
-        }
         if (!last)
             opening = PLLogScanning::nextFileOpening(content, boundary.end());
         previous = boundary;
@@ -99,8 +96,8 @@ void PLLogStringParser::findErrors(PLRange segment)
         kLocatedErrorPattern, u".", LiteralFollower::AnyRunInLine, m_contentToParse, segment,
         [&](const PLRegexMatch &match) {
             const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match.range()));
-            if (error && error->file())
-                addError(error, error->file()->stringPath());
+            if (error && !error->filePath().isEmpty())
+                addError(error, error->filePath());
             return true;
         },
         PLLogScanning::containsLineNumberColon);
@@ -119,17 +116,17 @@ std::shared_ptr<PLLogItem> PLLogStringParser::warningInLine(const QString &line)
     const QString marker = QStringLiteral("on input line ");
     const qsizetype found = remainder.lastIndexOf(marker);
     if (found < 0)
-        return std::make_shared<PLLogItem>(PLLogItem::Warning, remainder, 0, m_currentFile);
+        return std::make_shared<PLLogItem>(PLLogItem::Warning, remainder, 0, m_currentFilePath);
     return std::make_shared<PLLogItem>(PLLogItem::Warning, remainder.left(found),
                                        PLLogScanning::integerValue(QStringView(remainder).sliced(found + marker.size())),
-                                       m_currentFile);
+                                       m_currentFilePath);
 }
 
 std::shared_ptr<PLLogItem> PLLogStringParser::errorInLine(const QString &line)
 {
     // Which undefined control sequence, and where, is not read from the context lines.
     if (line.startsWith(kUndefinedControlSequencePrefix))
-        return std::make_shared<PLLogItem>(PLLogItem::Error, QStringLiteral("error"), 8, m_currentFile);
+        return std::make_shared<PLLogItem>(PLLogItem::Error, QStringLiteral("error"), 8, m_currentFilePath);
     std::optional<PLRegexMatch> located;
     PLRegularExpressionHelper::enumerateMatches(
         kLocatedErrorPattern, line, PLRange{0, line.size()},
@@ -140,9 +137,9 @@ std::shared_ptr<PLLogItem> PLLogStringParser::errorInLine(const QString &line)
         PLRegularExpressionHelper::Anchored);
     if (!located)
         return nullptr;
-    const std::shared_ptr<PLFile> file = m_files.fileForPath(folderOfDocument() + slice(line, located->range(3)));
     return std::make_shared<PLLogItem>(PLLogItem::Error, slice(line, located->range(7)),
-                                       PLLogScanning::integerValue(slice(line, located->range(5))), file);
+                                       PLLogScanning::integerValue(slice(line, located->range(5))),
+                                       folderOfDocument() + slice(line, located->range(3)));
 }
 
 void PLLogStringParser::addWarning(const std::shared_ptr<PLLogItem> &warning, const QString &filePath)
@@ -163,7 +160,12 @@ void PLLogStringParser::addError(const std::shared_ptr<PLLogItem> &error, const 
 
 qsizetype PLLogStringParser::warningCountForFile(const PLFile &file) const
 {
-    return m_warnings.value(file.stringPath()).size();
+    return warningCountForFilePath(file.stringPath());
+}
+
+qsizetype PLLogStringParser::warningCountForFilePath(const QString &path) const
+{
+    return m_warnings.value(path).size();
 }
 
 std::shared_ptr<PLLogItem> PLLogStringParser::warningForFile(const PLFile &file, qsizetype index) const
@@ -173,7 +175,12 @@ std::shared_ptr<PLLogItem> PLLogStringParser::warningForFile(const PLFile &file,
 
 qsizetype PLLogStringParser::errorCountForFile(const PLFile &file) const
 {
-    return m_errors.value(file.stringPath()).size();
+    return errorCountForFilePath(file.stringPath());
+}
+
+qsizetype PLLogStringParser::errorCountForFilePath(const QString &path) const
+{
+    return m_errors.value(path).size();
 }
 
 std::shared_ptr<PLLogItem> PLLogStringParser::errorForFile(const PLFile &file, qsizetype index) const

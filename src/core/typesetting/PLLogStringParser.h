@@ -1,6 +1,5 @@
 #pragma once
 
-#include "PLLogFileCache.h"
 #include "PLRange.h"
 
 #include <QHash>
@@ -18,6 +17,7 @@ class PLLogStringParserDelegate;
 // ("(./name.tex"), files the warnings and errors of each piece under the file opened where the
 // piece begins, keeps them per file across jobs and in two lists of the latest job, and posts
 // "PLNotificationLogStringParserDidFinishParsing" when it is done, on the thread that parsed.
+// Files are named by path; parsing reads nothing from disk.
 class PLLogStringParser
 {
 public:
@@ -46,8 +46,10 @@ public:
 
     // Per file, over every job of the document so far.
     qsizetype warningCountForFile(const PLFile &file) const;
+    qsizetype warningCountForFilePath(const QString &path) const;
     std::shared_ptr<PLLogItem> warningForFile(const PLFile &file, qsizetype index) const;
     qsizetype errorCountForFile(const PLFile &file) const;
+    qsizetype errorCountForFilePath(const QString &path) const;
     std::shared_ptr<PLLogItem> errorForFile(const PLFile &file, qsizetype index) const;
 
     // The latest parse only.
@@ -57,7 +59,6 @@ public:
     const std::shared_ptr<PLFile> &documentRoot() const { return m_documentRoot; }
     // The file last opened in the output; kept from one parse to the next.
     const QString &currentFilePath() const { return m_currentFilePath; }
-    const std::shared_ptr<PLFile> &currentFile() const { return m_currentFile; }
     // Opening texts pushed and popped as the parentheses of each piece balance; nothing decides
     // anything by it.
     const QStringList &stackWithFilePaths() const { return m_stackWithFilePaths; }
@@ -78,7 +79,5 @@ private:
     QString m_contentToParse;
     QStringList m_stackWithFilePaths;
     QString m_currentFilePath;
-    std::shared_ptr<PLFile> m_currentFile;
-    PLLogFileCache m_files;
     PLLogStringParserDelegate *m_delegate = nullptr;
 };

@@ -1,6 +1,7 @@
 #include "PLSyncTexSearch.h"
 
 #include "PLLogging.h"
+#include "PLSyncTexDataCheck.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -19,10 +20,21 @@ using Scanner = std::unique_ptr<synctex_scanner_s, ScannerDeleter>;
 
 Scanner openScanner(const QString &pdfPath)
 {
-    // Asked for a file that is not there, this library release keeps the scanner it made; so it
-    // is only asked when there is SyncTeX data beside the PDF.
+    // Asked for a file that is not there, this library release keeps the scanner it made, and on
+    // data cut short it reads through null pointers: so it is only asked when the SyncTeX data
+    // beside the PDF is whole.
     const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
-    if (!QFileInfo::exists(base + QStringLiteral(".synctex.gz")) && !QFileInfo::exists(base + QStringLiteral(".synctex"))) {
+    bool found = false;
+    for (const QString &path : {QString(base + QStringLiteral(".synctex.gz")), QString(base + QStringLiteral(".synctex"))}) {
+        if (!QFileInfo::exists(path))
+            continue;
+        if (!PLSyncTexDataCheck::isCompleteFile(path)) {
+            qCInfo(lcSyncTex).noquote() << "SyncTeX data cut short or damaged, not read:" << path;
+            return nullptr;
+        }
+        found = true;
+    }
+    if (!found) {
         qCDebug(lcSyncTex).noquote() << "no SyncTeX data for" << pdfPath;
         return nullptr;
     }
@@ -43,11 +55,19 @@ QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sour
     if (!scanner)
         return results;
     // Asked by a name it does not know, the library complains on standard output; ask whether it
-    // knows the name first.
-    QByteArray name = QFileInfo(sourceFilePath).fileName().toUtf8();
-    if (synctex_scanner_get_tag(scanner.get(), name.constData()) == 0)
-        name = sourceFilePath.toUtf8();
-    if (synctex_scanner_get_tag(scanner.get(), name.constData()) == 0)
+    // knows the name first. The path from the PDF's folder tells apart two files of one name in
+    // different folders; the file's name alone is what the library knows of a file it recorded
+    // otherwise, and the full path is the last resort.
+    const QFileInfo source(sourceFilePath);
+    QByteArray name;
+    for (const QString &candidate : {QFileInfo(m_pdfPath).dir().relativeFilePath(source.absoluteFilePath()),
+                                     source.fileName(), sourceFilePath}) {
+        name = candidate.toUtf8();
+        if (synctex_scanner_get_tag(scanner.get(), name.constData()) != 0)
+            break;
+        name.clear();
+    }
+    if (name.isEmpty())
         return results;
     const synctex_status_t count = synctex_display_query(scanner.get(), name.constData(), line, column, -1);
     if (count <= 0)

@@ -29,8 +29,8 @@ struct PLSyncTexBackwardResult
 
 // Forward and backward search through the ".synctex.gz" file that the engine writes beside the
 // PDF. Every search reads the file afresh with a scanner of its own and frees it before it
-// returns, so a PDF that was typeset again is always searched in its new state. A missing or
-// unreadable SyncTeX file gives no results.
+// returns, so a PDF that was typeset again is always searched in its new state. A missing,
+// unreadable, cut short or damaged SyncTeX file gives no results.
 class PLSyncTexSearch
 {
 public:
@@ -38,9 +38,9 @@ public:
 
     const QString &pdfPath() const { return m_pdfPath; }
 
-    // Where the line of the source file went. The library is asked by the file's name first, as
-    // the engine of a one-folder project records it; when it knows no such name (a file in a
-    // subfolder, recorded with its folder) the full path is asked for.
+    // Where the line of the source file went. The library is asked by the file's path from the
+    // PDF's folder first (chapters/intro.tex and intro.tex are two files), then by its name alone,
+    // then by its full path.
     QList<PLSyncTexForwardResult> forwardSearch(const QString &sourceFilePath, int line, int column) const;
 
     // Which source lines produced the point (h, v) of the 1-based page. A relative name is

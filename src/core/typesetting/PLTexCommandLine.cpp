@@ -25,15 +25,26 @@ QString engineProgram(int engine)
     return PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsTypesettingEngine);
 }
 
-QStringList engineArguments(const QString &baseName)
+QStringList engineArguments(const QString &baseName, bool shellEscape)
 {
-    return {QStringLiteral("-file-line-error"), QStringLiteral("-synctex=1"), QStringLiteral("--interaction"),
-            QStringLiteral("nonstopmode"), QStringLiteral("--shell-escape"), baseName};
+    return {QStringLiteral("-file-line-error"),
+            QStringLiteral("-synctex=1"),
+            QStringLiteral("--interaction"),
+            QStringLiteral("nonstopmode"),
+            shellEscape ? QStringLiteral("--shell-escape") : QStringLiteral("--no-shell-escape"),
+            programFileName(baseName)};
 }
 
 QStringList bibtexArguments(const QString &baseName)
 {
-    return {baseName};
+    return {programFileName(baseName)};
+}
+
+QString programFileName(const QString &baseName)
+{
+    if (baseName.startsWith(u'-') || baseName.startsWith(u'&'))
+        return QStringLiteral("./") + baseName;
+    return baseName;
 }
 
 }

@@ -17,8 +17,15 @@ QString texFolder();
 // "PLUserDefaultsTypesettingEngine", read now.
 QString engineProgram(int engine);
 
-// The six engine arguments; the engine finds the ".tex" file from the base name itself.
-QStringList engineArguments(const QString &baseName);
+// The six engine arguments; the engine finds the ".tex" file from the base name itself. With shell
+// escape off, "--no-shell-escape" takes the place of "--shell-escape", so that the engine runs no
+// other program at all.
+QStringList engineArguments(const QString &baseName, bool shellEscape);
 QStringList bibtexArguments(const QString &baseName);
+
+// The base name as the programs must be given it: a name they would read as an option ("-ini")
+// or as a format ("&pdflatex") is given from the current folder ("./-ini"); any other name is
+// given as it is.
+QString programFileName(const QString &baseName);
 
 }

@@ -18,11 +18,10 @@ void PLTypesetter::typesetDocument(std::shared_ptr<PLFile> mainFile)
         qCInfo(lcTypesetting) << "a typesetter runs one job; this request is dropped";
         return;
     }
-    if (mainFile)
-        m_source = PLTypesettingSource::fromFile(*mainFile);
+    const PLTypesettingSource source = mainFile ? PLTypesettingSource::fromFile(*mainFile) : PLTypesettingSource();
     m_parser = std::make_shared<PLTypesettingLogFileParser>(mainFile);
     m_mainFile = std::move(mainFile);
-    startJob();
+    startJob(source);
 }
 
 PLTypesetterDelegate *PLTypesetter::delegate() const
@@ -49,31 +48,35 @@ QStringList PLTypesetter::fileNamesInLine(const QString &line)
     return PLLogScanning::namesOfOpenedFiles(line);
 }
 
-void PLTypesetter::runTask(const QString &launchPath, const QStringList &arguments,
+void PLTypesetter::runTask(PLTypesettingRun::Program program, const QString &launchPath, const QStringList &arguments,
                            const std::function<void(const QString &)> &chunkHandler)
 {
-    runProgram(launchPath, m_source.folder, arguments, m_source.encoding, chunkHandler, [this](const QString &output) {
+    runProgram(program, launchPath, source().folder, arguments, source().encoding, chunkHandler, [this](const QString &output) {
         tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, output); });
     });
 }
 
 void PLTypesetter::main()
 {
-    if (m_source.filePath.isEmpty())
+    const PLTypesettingSource &file = source();
+    if (file.filePath.isEmpty())
         return;
-    const QStringList arguments = PLTexCommandLine::engineArguments(m_source.baseName);
+    const QStringList arguments = PLTexCommandLine::engineArguments(file.baseName, file.shellEscape);
     const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(m_source.engine);
-    tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, m_source.engine); });
+    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(file.engine);
+    tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, file.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
         tellDelegate([&](PLTypesetterDelegate *delegate) {
-            delegate->typesetterWasUnableToLocateEngine(this, m_source.engine, enginePath);
+            delegate->typesetterWasUnableToLocateEngine(this, file.engine, enginePath);
         });
         return;
     }
 
-    QString capture;
-    runTask(enginePath, arguments, [&](const QString &chunk) {
+    PLCapturedOutput capture;
+    runTask(PLTypesettingRun::Engine, enginePath, arguments, [&](const QString &chunk) {
+        // Past the bound a flooding engine's output is only shown: neither kept nor scanned.
+        if (!capture.append(chunk))
+            return;
         for (const QString &name : fileNamesInLine(chunk)) {
             onMainThread([this, name] {
                 tellDelegate([&](PLTypesetterDelegate *delegate) {
@@ -81,14 +84,17 @@ void PLTypesetter::main()
                 });
             });
         }
-        capture += chunk;
     });
-    m_parser->parseLogString(capture);
+    if (capture.dropped() > 0) {
+        const QString note = droppedOutputNote(enginePath, capture.dropped());
+        tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, note); });
+    }
+    m_parser->parseLogString(capture.text());
     const QString bibtexPath = texFolder + QStringLiteral("bibtex");
     if (isEnginePresentInFileSystem(bibtexPath)) {
-        runTask(bibtexPath, PLTexCommandLine::bibtexArguments(m_source.baseName), nullptr);
-        runTask(enginePath, arguments, nullptr);
-        runTask(enginePath, arguments, nullptr);
+        runTask(PLTypesettingRun::BibTeX, bibtexPath, PLTexCommandLine::bibtexArguments(file.baseName), nullptr);
+        runTask(PLTypesettingRun::Engine, enginePath, arguments, nullptr);
+        runTask(PLTypesettingRun::Engine, enginePath, arguments, nullptr);
     }
 }
 

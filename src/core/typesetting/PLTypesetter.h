@@ -39,13 +39,12 @@ private:
     PLTypesetter() = default;
     void main() override;
     void announceEnd() override;
-    void runTask(const QString &launchPath, const QStringList &arguments,
+    void runTask(PLTypesettingRun::Program program, const QString &launchPath, const QStringList &arguments,
                  const std::function<void(const QString &)> &chunkHandler);
     void tellDelegate(const std::function<void(PLTypesetterDelegate *)> &message) const;
 
     std::shared_ptr<PLFile> m_mainFile;
     std::shared_ptr<PLTypesettingLogFileParser> m_parser;
-    PLTypesettingSource m_source;
 
     mutable std::recursive_mutex m_delegateMutex;
     PLTypesetterDelegate *m_delegate = nullptr;

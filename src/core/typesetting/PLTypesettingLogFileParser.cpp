@@ -25,7 +25,6 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
 {
     if (text.isEmpty())
         return;
-    m_files.clear();
     const QString folder = m_mainFile ? m_mainFile->directoryOfFile() : QString();
     PLRange previous{0, 0};
     std::optional<PLRange> opening = PLLogScanning::nextFileOpening(text, 0);
@@ -45,7 +44,6 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
         const QString name = PLLogScanning::nameOfOpenedFile(text, boundary);
         if (!name.isEmpty()) {
             m_currentFilePath = folder + name;
-            m_currentFile = m_files.fileForPath(m_currentFilePath);
             qCInfo(lcTypesetting).noquote() << "current file is now:" << m_currentFilePath;
         }
         if (!last)

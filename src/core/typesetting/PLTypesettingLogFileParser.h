@@ -1,6 +1,5 @@
 #pragma once
 
-#include "PLLogFileCache.h"
 #include "PLTypesettingLogFileParserItem.h"
 
 #include <QList>
@@ -40,8 +39,8 @@ public:
     std::optional<PLTypesettingLogFileParserItem> itemAtIndex(qsizetype index) const;
 
     const QStringList &stackWithFilePaths() const { return m_stackWithFilePaths; }
+    // The file last opened in the output, by path: nothing the output names is read.
     const QString &currentFilePath() const { return m_currentFilePath; }
-    const std::shared_ptr<PLFile> &currentFile() const { return m_currentFile; }
 
 private:
     std::shared_ptr<PLFile> m_mainFile;
@@ -49,6 +48,4 @@ private:
     std::vector<std::unique_ptr<PLTypesettingLogFileParserStrategy>> m_parsingStrategies;
     QStringList m_stackWithFilePaths;
     QString m_currentFilePath;
-    std::shared_ptr<PLFile> m_currentFile;
-    PLLogFileCache m_files;
 };

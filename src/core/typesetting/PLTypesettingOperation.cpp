@@ -3,11 +3,24 @@
 #include "PLFile.h"
 
 #include "PLLogging.h"
+#include "PLStreamDecoder.h"
 #include "PLTexCommandLine.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QThread>
+
+bool PLCapturedOutput::append(const QString &chunk)
+{
+    if (m_dropped > 0 || m_text.size() + chunk.size() > kMaximumSize) {
+        m_dropped += chunk.size();
+        return false;
+    }
+    m_text += chunk;
+    return true;
+}
 
 PLTypesettingOperation::PLTypesettingOperation() : m_runner(PLTexCommandLine::texFolder()) {}
 
@@ -28,14 +41,36 @@ bool PLTypesettingOperation::isEnginePresentInFileSystem(const QString &path)
     return QFileInfo::exists(path);
 }
 
-void PLTypesettingOperation::startJob()
+QString PLTypesettingOperation::engineFailure() const
+{
+    for (const PLTypesettingRun &run : m_runs) {
+        if (run.program == PLTypesettingRun::Engine && run.result.failed())
+            return run.result.description();
+    }
+    return QString();
+}
+
+PLTypesettingOperation::PdfState PLTypesettingOperation::PdfState::of(const QString &path)
+{
+    const QFileInfo info(path);
+    return info.exists() ? PdfState{true, info.lastModified(), info.size()} : PdfState{};
+}
+
+void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
 {
     if (m_started.exchange(true))
         return;
+    m_source = source;
+    if (!m_source.filePath.isEmpty())
+        m_pdfBefore = PdfState::of(m_source.pdfPath());
     m_running = true;
     // The thread holds the operation until the job is over, as a queue holds its operations.
     QThread *thread = QThread::create([self = shared_from_this()] {
         self->main();
+        if (!self->m_source.filePath.isEmpty()) {
+            const PdfState after = PdfState::of(self->m_source.pdfPath());
+            self->m_pdfWritten = after.exists && !(after == self->m_pdfBefore);
+        }
         self->m_running = false;
         self->announceEnd();
     });
@@ -50,30 +85,56 @@ void PLTypesettingOperation::startJob()
     thread->start();
 }
 
-void PLTypesettingOperation::runProgram(const QString &launchPath, const QString &workingDirectory,
-                                        const QStringList &arguments, PLStringEncoding encoding,
+void PLTypesettingOperation::runProgram(PLTypesettingRun::Program program, const QString &launchPath,
+                                        const QString &workingDirectory, const QStringList &arguments,
+                                        PLStringEncoding encoding,
                                         const std::function<void(const QString &)> &chunkHandler,
                                         const std::function<void(const QString &)> &outputHandler)
 {
-    const auto decode = [encoding](const QByteArray &bytes) {
-        std::optional<QString> text = PLStringEncodings::decode(bytes, encoding);
+    // Each stream is decoded on its own, so that a character split between two reads is whole.
+    PLStreamDecoder outputDecoder(encoding);
+    PLStreamDecoder errorDecoder(encoding);
+    const auto decode = [encoding](PLStreamDecoder &decoder, const QByteArray &bytes) {
+        std::optional<QString> text = decoder.decode(bytes);
         if (!text)
             qCInfo(lcTypesetting) << "lost" << bytes.size() << "bytes of output that do not decode in encoding" << encoding;
         return text;
     };
-    m_runner.run(
+    const PLTexRunResult result = m_runner.run(
         launchPath, workingDirectory, arguments,
         [&](const QByteArray &bytes) {
-            if (const std::optional<QString> chunk = decode(bytes)) {
+            if (const std::optional<QString> chunk = decode(outputDecoder, bytes); chunk && !chunk->isEmpty()) {
                 if (chunkHandler)
                     chunkHandler(*chunk);
                 outputHandler(*chunk);
             }
         },
         [&](const QByteArray &bytes) {
-            if (const std::optional<QString> errors = decode(bytes))
+            if (const std::optional<QString> errors = decode(errorDecoder, bytes); errors && !errors->isEmpty())
                 outputHandler(*errors);
         });
+    // A program skipped because the job was stopped did not run.
+    if (result.stopped && !result.started)
+        return;
+    m_runs.append(PLTypesettingRun{program, result});
+    if (result.droppedErrorBytes > 0) {
+        outputHandler(QStringLiteral("\nPlumeo: the first %1 bytes of the standard error of %2 were left out.\n")
+                          .arg(result.droppedErrorBytes)
+                          .arg(QFileInfo(launchPath).fileName()));
+    }
+    if (program == PLTypesettingRun::Engine && (result.failed() || result.stopped)) {
+        qCInfo(lcTypesetting).noquote() << result.description();
+        outputHandler(QStringLiteral("\nPlumeo: %1.\n").arg(result.description()));
+    }
+}
+
+QString PLTypesettingOperation::droppedOutputNote(const QString &launchPath, qint64 dropped)
+{
+    return QStringLiteral("\nPlumeo: only the first %1 characters of the output of %2 are read for errors and "
+                          "warnings; the %3 characters after them were left out.\n")
+        .arg(PLCapturedOutput::kMaximumSize)
+        .arg(QFileInfo(launchPath).fileName())
+        .arg(dropped);
 }
 
 void PLTypesettingOperation::onMainThread(std::function<void()> call)
@@ -85,6 +146,10 @@ void PLTypesettingOperation::onMainThread(std::function<void()> call)
 
 PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
 {
-    return PLTypesettingSource{file.stringPath(), file.directoryOfFile(), file.nameWithOutFileExtension(),
-                               file.encoding(), file.engine()};
+    return PLTypesettingSource{file.stringPath(),
+                               file.directoryOfFile(),
+                               file.nameWithOutFileExtension(),
+                               file.encoding(),
+                               file.engine(),
+                               PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled)};
 }

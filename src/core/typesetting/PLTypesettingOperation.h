@@ -3,6 +3,8 @@
 #include "PLStringEncoding.h"
 #include "PLTexTaskRunner.h"
 
+#include <QDateTime>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -12,8 +14,8 @@
 
 class PLFile;
 
-// What a job needs of its file, taken on the caller's thread when the job is accepted, so the job's
-// thread never touches the file object.
+// What a job needs of its file and of the settings, taken on the caller's thread when the job is
+// accepted, so the job's thread never touches the file object.
 struct PLTypesettingSource
 {
     static PLTypesettingSource fromFile(const PLFile &file);
@@ -23,12 +25,41 @@ struct PLTypesettingSource
     QString baseName;
     PLStringEncoding encoding = PLStringEncodings::UTF8;
     int engine = 0;
+    // The setting "PLUserDefaultsShellEscapeEnabled" when the job starts.
+    bool shellEscape = true;
+
+    QString pdfPath() const { return folder + baseName + QStringLiteral(".pdf"); }
+};
+
+// One program run of a job and how it ended.
+struct PLTypesettingRun
+{
+    enum Program { Engine, BibTeX };
+    Program program = Engine;
+    PLTexRunResult result;
+};
+
+// The first engine run's output as kept for the log parser: everything up to a bound far above the
+// output of any real document; a flooding engine's output beyond it is shown but not kept.
+class PLCapturedOutput
+{
+public:
+    static constexpr qsizetype kMaximumSize = 16 * 1024 * 1024;
+
+    // Keeps the chunk if it fits; answers whether it did.
+    bool append(const QString &chunk);
+    const QString &text() const { return m_text; }
+    qint64 dropped() const { return m_dropped; }
+
+private:
+    QString m_text;
+    qint64 m_dropped = 0;
 };
 
 // What both typesetting drivers share: one job in the object's life, run on a thread of its own
 // while the object keeps itself alive; the TeX programs run one after another through a
-// PLTexTaskRunner; their output is decoded chunk by chunk in the file's encoding; and messages for
-// the main thread are queued to it.
+// PLTexTaskRunner; their output is decoded as a stream in the file's encoding; how each run ended
+// is kept and told in the output; and messages for the main thread are queued to it.
 class PLTypesettingOperation : public std::enable_shared_from_this<PLTypesettingOperation>
 {
 public:
@@ -45,13 +76,23 @@ public:
     // Whether a file exists at the path; whether it can be run is not asked.
     static bool isEnginePresentInFileSystem(const QString &path);
 
+    // Read once the end has been announced: every program run of the job, in order (programs
+    // skipped after stop() are not in it).
+    const QList<PLTypesettingRun> &runs() const { return m_runs; }
+    // What went wrong with the first engine run that failed (could not be started, was ended by a
+    // signal, or ended with a non-zero status); empty when none did.
+    QString engineFailure() const;
+    // Whether the job wrote the PDF: it is there, and new or changed since the job started.
+    bool wasPdfWritten() const { return m_pdfWritten; }
+
 protected:
     PLTypesettingOperation();
 
     // Starts main() on a thread of its own; once in the object's life.
-    void startJob();
+    void startJob(const PLTypesettingSource &source);
     bool hasStartedJob() const { return m_started.load(); }
     bool isRunningJob() const { return m_running.load(); }
+    const PLTypesettingSource &source() const { return m_source; }
     // The job, on its own thread.
     virtual void main() = 0;
     // Called on the job's thread once main() has returned and the running flag is clear: queues
@@ -60,16 +101,33 @@ protected:
 
     // Runs one program to its end in the folder. Each decoded chunk of standard output goes to the
     // chunk handler (if any), then to the output handler; standard error goes to the output
-    // handler once the program has ended. A chunk that does not decode in the encoding is lost.
-    void runProgram(const QString &launchPath, const QString &workingDirectory, const QStringList &arguments,
-                    PLStringEncoding encoding, const std::function<void(const QString &)> &chunkHandler,
+    // handler once the program has ended, then a line on how an engine run failed and on anything
+    // left out. Bytes that do not decode in the encoding are lost with their chunk.
+    void runProgram(PLTypesettingRun::Program program, const QString &launchPath, const QString &workingDirectory,
+                    const QStringList &arguments, PLStringEncoding encoding,
+                    const std::function<void(const QString &)> &chunkHandler,
                     const std::function<void(const QString &)> &outputHandler);
+    // The note shown when the kept output of the first engine run reached its bound.
+    static QString droppedOutputNote(const QString &launchPath, qint64 dropped);
 
     // Queues the call to the main thread; this object lives at least until it has run.
     void onMainThread(std::function<void()> call);
 
 private:
+    struct PdfState
+    {
+        bool exists = false;
+        QDateTime modified;
+        qint64 size = 0;
+        static PdfState of(const QString &path);
+        bool operator==(const PdfState &) const = default;
+    };
+
     std::atomic<bool> m_started{false};
     std::atomic<bool> m_running{false};
     PLTexTaskRunner m_runner;
+    PLTypesettingSource m_source;
+    QList<PLTypesettingRun> m_runs;
+    PdfState m_pdfBefore;
+    bool m_pdfWritten = false;
 };

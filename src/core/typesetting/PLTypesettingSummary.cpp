@@ -42,4 +42,14 @@ QString summaryText(qsizetype errorCount, qsizetype warningCount)
     return summary + QStringLiteral(" found");
 }
 
+QString couldNotLocateEngineMessage(int engine, const QString &launchPath)
+{
+    return QStringLiteral("Could not locate %1 with path: %2").arg(latexEngineAsString(engine), launchPath);
+}
+
+QString couldNotLocateEngineInformativeText()
+{
+    return QStringLiteral("Plumeo relies on MacTeX. Is this installed?");
+}
+
 }

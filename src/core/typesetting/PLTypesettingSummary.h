@@ -16,4 +16,9 @@ QString makeCountLabel(const QString &type, qsizetype count);
 // "1 error found", "2 errors and 1 warning found", "3 warnings found"; "" when there is nothing.
 QString summaryText(qsizetype errorCount, qsizetype warningCount);
 
+// The alert for an engine that is not where the settings say: "Could not locate pdflatex with
+// path: /usr/texbin/pdflatex", and its informative text.
+QString couldNotLocateEngineMessage(int engine, const QString &launchPath);
+QString couldNotLocateEngineInformativeText();
+
 }

@@ -7,6 +7,7 @@
 #include "PLLogStringParser.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLStreamDecoder.h"
 #include "PLTypesettingTestSupport.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -175,7 +176,7 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     // The parsed log is the first run's, which did not know the citations yet.
     ASSERT_EQ(parser->warningsFound().size(), 4);
     EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
-    EXPECT_EQ(parser->warningsFound().first()->file(), mainFile);
+    EXPECT_EQ(parser->warningsFound().first()->filePath(), mainFile->stringPath());
 }
 
 TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
@@ -184,7 +185,7 @@ TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
     ASSERT_TRUE(recorder->waitForFinish());
     EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
     ASSERT_EQ(parser->errorsFound().size(), 1);
-    EXPECT_EQ(parser->errorsFound().first()->file()->stringPath(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(parser->errorsFound().first()->filePath(), folder + QStringLiteral("chapters/one.tex"));
     EXPECT_EQ(parser->errorsFound().first()->line(), 4);
     EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
 }
@@ -269,6 +270,22 @@ TEST_F(LatexTransformerTest, StopEndsAHangingEngineAndTheJobStillEnds)
     EXPECT_FALSE(QFile::exists(folder + QStringLiteral("main.blg")));
 }
 
+// A document from an untrusted source runs any command through shell escape; the setting turns it
+// off for the next job.
+TEST_F(LatexTransformerTest, ShellEscapeFollowsItsSetting)
+{
+    for (const bool enabled : {true, false}) {
+        SCOPED_TRACE(enabled);
+        PLUserDefaults::standardUserDefaults().setBool(enabled, PLUserDefaultsShellEscapeEnabled);
+        open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\immediate\\write18{touch escaped}"
+                                                     "\\begin{document}x\\end{document}\n"));
+        ASSERT_TRUE(recorder->waitForFinish());
+        EXPECT_EQ(QFile::exists(folder + QStringLiteral("escaped")), enabled);
+        EXPECT_TRUE(transformer->wasPdfWritten());
+        QFile::remove(folder + QStringLiteral("escaped"));
+    }
+}
+
 // A TeX folder of stand-in programs that write down how they were run.
 class LatexTransformerWithStandIns : public LatexTransformerTest
 {
@@ -324,20 +341,65 @@ TEST_F(LatexTransformerWithStandIns, ShortFolderSettingsAreUsedAsTheyAre)
     }
 }
 
-TEST_F(LatexTransformerWithStandIns, AChunkThatDoesNotDecodeIsLostAlone)
+// Regression: each chunk was decoded on its own, so a character split between two reads made
+// both chunks undecodable and lost them, with their warnings and errors.
+TEST_F(LatexTransformerWithStandIns, AChunkThatDoesNotDecodeIsLostAloneAndASplitCharacterIsKept)
 {
     PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
                       "#!/bin/sh\n"
                       "echo '(./first.tex'\n/bin/sleep 0.3\n"
                       "printf '\\377\\376 (./lost.tex\\n'\n/bin/sleep 0.3\n"
-                      "echo '(./last.tex'\n");
+                      "printf 'caf\\303'\n/bin/sleep 0.3\n"
+                      "printf '\\251\\n(./last.tex\\n'\n");
     QFile::remove(texFolder + QStringLiteral("/bibtex"));
     PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
     open(QStringLiteral("clean"));
     ASSERT_TRUE(recorder->waitForFinish());
-    EXPECT_EQ(recorder->texts(QStringLiteral("output")), (QStringList{QStringLiteral("(./first.tex\n"), QStringLiteral("(./last.tex\n")}));
+    EXPECT_EQ(recorder->texts(QStringLiteral("output")).join(QString()), QStringLiteral("(./first.tex\ncaf\u00e9\n(./last.tex\n"));
     EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("first.tex"), QStringLiteral("last.tex")}));
     EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("last.tex"));
+}
+
+// Regression: a flooding engine's output was kept whole for the parser, until memory ran out; the
+// kept part is bounded and the output says what was left out.
+TEST_F(LatexTransformerWithStandIns, AFloodingEnginesOutputIsKeptOnlyUpToABound)
+{
+    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                      "#!/bin/sh\necho '(./first.tex'\n/usr/bin/yes x | /usr/bin/head -c 20000000\necho '(./late.tex'\n");
+    QFile::remove(texFolder + QStringLiteral("/bibtex"));
+    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(recorder->waitForFinish());
+    const QStringList output = recorder->texts(QStringLiteral("output"));
+    EXPECT_TRUE(output.join(QString()).contains(QStringLiteral("x\n(./late.tex\n")));
+    ASSERT_FALSE(output.isEmpty());
+    EXPECT_TRUE(output.last().startsWith(QStringLiteral("\nPlumeo: only the first 16777216 characters of the output of pdflatex")))
+        << output.last().toStdString();
+    EXPECT_EQ(recorder->texts(QStringLiteral("file")), QStringList{QStringLiteral("first.tex")});
+    EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("first.tex"));
+}
+
+TEST(StreamDecoder, KeepsACharacterSplitAnywhereAndDropsOnlyPiecesThatDoNotDecode)
+{
+    const QString text = QStringLiteral("Gr\u00fc\u00dfe \u65e5\u672c \U0001F600.");
+    for (const PLStringEncoding encoding : {PLStringEncodings::UTF8, PLStringEncodings::UTF16LittleEndian,
+                                            PLStringEncodings::ISOLatin2, PLStringEncodings::MacOSRoman}) {
+        SCOPED_TRACE(encoding);
+        const QString representable = PLStringEncodings::encode(text, encoding) ? text : QStringLiteral("Gr\u00fc\u00dfe.");
+        const QByteArray bytes = *PLStringEncodings::encode(representable, encoding);
+        for (qsizetype cut = 0; cut <= bytes.size(); ++cut) {
+            PLStreamDecoder decoder(encoding);
+            const std::optional<QString> first = decoder.decode(QByteArrayView(bytes).first(cut));
+            const std::optional<QString> second = decoder.decode(QByteArrayView(bytes).sliced(cut));
+            ASSERT_TRUE(first && second) << cut;
+            EXPECT_EQ(*first + *second, representable) << cut;
+        }
+    }
+    PLStreamDecoder decoder(PLStringEncodings::UTF8);
+    EXPECT_EQ(decoder.decode("a\xc3"), QStringLiteral("a"));
+    EXPECT_FALSE(decoder.decode("\xff b"));
+    EXPECT_EQ(decoder.decode("c\xc3\xa9"), QStringLiteral("c\u00e9"));
+    EXPECT_FALSE(PLStreamDecoder(0xdeadbeef).decode("a"));
 }
 
 }

@@ -1,4 +1,5 @@
 #include "PLSyncTexCalculationUtil.h"
+#include "PLSyncTexDataCheck.h"
 #include "PLSyncTexSearch.h"
 #include "PLTypesettingTestSupport.h"
 
@@ -6,6 +7,8 @@
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <zlib.h>
 
 namespace {
 
@@ -157,34 +160,146 @@ TEST(SyncTexSearchFiles, RelativeNamesAreJoinedToTheMainFolderWithASeparator)
     EXPECT_EQ(back.first().line, 4);
 }
 
-TEST(SyncTexSearchFiles, MissingOrCorruptDataGivesNoResults)
+// One gzip member holding the text, as the engine writes it.
+QByteArray gzip(const QByteArray &text)
+{
+    z_stream stream{};
+    deflateInit2(&stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, 15 + 16, 8, Z_DEFAULT_STRATEGY);
+    QByteArray compressed(qsizetype(deflateBound(&stream, uLong(text.size()))), Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(text.constData()));
+    stream.avail_in = uInt(text.size());
+    stream.next_out = reinterpret_cast<Bytef *>(compressed.data());
+    stream.avail_out = uInt(compressed.size());
+    deflate(&stream, Z_FINISH);
+    compressed.resize(qsizetype(stream.total_out));
+    deflateEnd(&stream);
+    return compressed;
+}
+
+QByteArray gunzip(const QByteArray &compressed)
+{
+    z_stream stream{};
+    inflateInit2(&stream, 15 + 16);
+    QByteArray text(64 * 1024 * 1024, Qt::Uninitialized);
+    stream.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(compressed.constData()));
+    stream.avail_in = uInt(compressed.size());
+    stream.next_out = reinterpret_cast<Bytef *>(text.data());
+    stream.avail_out = uInt(text.size());
+    inflate(&stream, Z_FINISH);
+    text.resize(qsizetype(stream.total_out));
+    inflateEnd(&stream);
+    return text;
+}
+
+// SyncTeX data of a real job, and the ways such a file ends up damaged.
+class SyncTexDamagedData : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        folder = new QTemporaryDir;
+        copyDocument(QStringLiteral("clean"), folder->path());
+        typeset(folder->path());
+        whole = new QByteArray(PLTest::readFile(folder->filePath(QStringLiteral("main.synctex.gz"))));
+    }
+    static void TearDownTestSuite()
+    {
+        delete whole;
+        delete folder;
+    }
+
+    static QList<std::pair<std::string, QByteArray>> damagedCopies()
+    {
+        const QByteArray text = gunzip(*whole);
+        QByteArray flipped = *whole;
+        flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x40);
+        QList<std::pair<std::string, QByteArray>> copies{
+            {"empty", QByteArray()},
+            {"one byte", whole->left(1)},
+            {"a byte changed in the middle", flipped},
+            {"without the gzip trailer", whole->chopped(8)},
+            {"junk after the last member", QByteArray(*whole + "junk")},
+            {"text without its postamble, compressed whole", gzip(text.left(text.lastIndexOf("Postamble:")))},
+            {"text cut inside the post scriptum", gzip(text.chopped(3))},
+            {"plain text cut short", text.left(text.size() / 2)},
+            {"not SyncTeX at all", gzip("Postamble:\nCount:1\nPost scriptum:\n")}};
+        for (const int eighth : {1, 2, 3, 4, 5, 6, 7})
+            copies.append({"cut at " + std::to_string(eighth) + "/8", whole->left(whole->size() * eighth / 8)});
+        return copies;
+    }
+
+    static QTemporaryDir *folder;
+    static QByteArray *whole;
+};
+
+QTemporaryDir *SyncTexDamagedData::folder = nullptr;
+QByteArray *SyncTexDamagedData::whole = nullptr;
+
+TEST_F(SyncTexDamagedData, WholeDataIsAcceptedInEveryFormTheLibraryReads)
+{
+    const QByteArray text = gunzip(*whole);
+    EXPECT_TRUE(PLSyncTexDataCheck::isComplete(*whole));
+    EXPECT_TRUE(PLSyncTexDataCheck::isComplete(text));
+    EXPECT_TRUE(PLSyncTexDataCheck::isComplete(QByteArray(gzip(text.left(100)) + gzip(text.mid(100)))));
+    // Megabytes of text from a small file, fed a few bytes at a time: the text the inflater
+    // still holds when a piece is used up must be looked at too.
+    const qsizetype content = text.indexOf("Content:\n") + 9;
+    const QByteArray large = gzip(text.left(content) + QByteArray(8 * 1024 * 1024, '\n') + text.mid(content));
+    PLSyncTexDataCheck check;
+    for (qsizetype at = 0; at < large.size(); at += 7)
+        check.append(QByteArrayView(large).sliced(at, qMin<qsizetype>(7, large.size() - at)));
+    EXPECT_TRUE(check.isComplete());
+}
+
+// Regression: the SyncTeX library read through a null pointer on data cut short (a job stopped
+// half way, a full disk); damaged data must give no results, as no data does.
+TEST_F(SyncTexDamagedData, GivesNoResultsAndIsNotHandedToTheLibrary)
+{
+    const QString synctex = folder->filePath(QStringLiteral("main.synctex.gz"));
+    const QString main = folder->filePath(QStringLiteral("main.tex"));
+    const PLSyncTexSearch search(folder->filePath(QStringLiteral("main.pdf")));
+    ASSERT_FALSE(search.forwardSearch(main, 4, 0).isEmpty());
+    for (const auto &[what, bytes] : damagedCopies()) {
+        SCOPED_TRACE(what);
+        EXPECT_FALSE(PLSyncTexDataCheck::isComplete(bytes));
+        PLTest::writeFile(synctex, bytes);
+        EXPECT_FALSE(PLSyncTexDataCheck::isCompleteFile(synctex));
+        EXPECT_TRUE(search.forwardSearch(main, 4, 0).isEmpty());
+        EXPECT_TRUE(search.backwardSearch(1, 150, 120, folder->path()).isEmpty());
+    }
+    PLTest::writeFile(synctex, *whole);
+    EXPECT_FALSE(search.forwardSearch(main, 4, 0).isEmpty());
+    QFile::remove(synctex);
+    EXPECT_TRUE(search.forwardSearch(main, 4, 0).isEmpty());
+    EXPECT_TRUE(PLSyncTexSearch(folder->filePath(QStringLiteral("nothing.pdf"))).backwardSearch(1, 1, 1, folder->path()).isEmpty());
+    PLTest::writeFile(synctex, *whole);
+}
+
+// Regression: forward search asked the library by the file's name first, so a line of
+// b/intro.tex was looked up in intro.tex of the main folder.
+TEST(SyncTexSearchFiles, TwoFilesOfOneNameAreToldApartByTheirFolder)
 {
     QTemporaryDir dir;
-    copyDocument(QStringLiteral("clean"), dir.path());
+    PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")),
+                      "\\documentclass{article}\n\\begin{document}\n\\input{intro}\n\\newpage\n\\input{b/intro}\n\\end{document}\n");
+    PLTest::writeFile(dir.filePath(QStringLiteral("intro.tex")), "The introduction of the book.\n\nIts second paragraph.\n");
+    PLTest::writeFile(dir.filePath(QStringLiteral("b/intro.tex")), "\n\nThe introduction of part b.\n");
     typeset(dir.path());
-    const QString synctex = dir.filePath(QStringLiteral("main.synctex.gz"));
-    const QByteArray good = PLTest::readFile(synctex);
-    QByteArray garbage(4096, Qt::Uninitialized);
-    QRandomGenerator random(7);
-    for (char &byte : garbage)
-        byte = char(random.bounded(256));
-    const QList<std::pair<const char *, QByteArray>> variants{
-        {"empty", QByteArray()}, {"garbage", garbage}, {"truncated", good.left(good.size() / 2)},
-        {"garbage after a valid header", good.left(20) + garbage}};
     const PLSyncTexSearch search(dir.filePath(QStringLiteral("main.pdf")));
-    for (const auto &[what, bytes] : variants) {
-        SCOPED_TRACE(what);
-        PLTest::writeFile(synctex, bytes);
-        const QList<PLSyncTexForwardResult> forward = search.forwardSearch(dir.filePath(QStringLiteral("main.tex")), 4, 0);
-        const QList<PLSyncTexBackwardResult> backward = search.backwardSearch(1, 150, 120, dir.path());
-        if (QByteArrayView(what) != "truncated") {
-            EXPECT_TRUE(forward.isEmpty());
-            EXPECT_TRUE(backward.isEmpty());
-        }
+    for (const auto &[file, line, page] : {std::tuple{QStringLiteral("intro.tex"), 1, 1}, std::tuple{QStringLiteral("intro.tex"), 3, 1},
+                                           std::tuple{QStringLiteral("b/intro.tex"), 3, 2}}) {
+        SCOPED_TRACE(QStringLiteral("%1:%2").arg(file).arg(line).toStdString());
+        const QList<PLSyncTexForwardResult> ours = search.forwardSearch(dir.filePath(file), line, 0);
+        const auto tool = syncTexToolRecords({QStringLiteral("view"), QStringLiteral("-i"),
+                                              QStringLiteral("%1:0:%2").arg(line).arg(dir.filePath(file)),
+                                              QStringLiteral("-o"), QStringLiteral("main.pdf")},
+                                             dir.path());
+        ASSERT_FALSE(ours.isEmpty());
+        ASSERT_EQ(ours.size(), tool.size());
+        EXPECT_EQ(ours.first().page, page);
+        EXPECT_EQ(ours.first().page, number(tool.first(), "Page"));
+        EXPECT_NEAR(ours.first().v, number(tool.first(), "y"), 1e-3);
     }
-    QFile::remove(synctex);
-    EXPECT_TRUE(search.forwardSearch(dir.filePath(QStringLiteral("main.tex")), 4, 0).isEmpty());
-    EXPECT_TRUE(PLSyncTexSearch(dir.filePath(QStringLiteral("nothing.pdf"))).backwardSearch(1, 1, 1, dir.path()).isEmpty());
 }
 
 }

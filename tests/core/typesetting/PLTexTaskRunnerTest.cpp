@@ -3,6 +3,7 @@
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -47,7 +48,7 @@ public:
         return m_outputChunks.load() > 0;
     }
     bool finishesWithin(std::chrono::milliseconds limit) { return m_result.wait_for(limit) == std::future_status::ready; }
-    bool result() { return m_result.get(); }
+    PLTexRunResult result() { return m_result.get(); }
 
     QByteArray output()
     {
@@ -67,7 +68,7 @@ private:
     QByteArray m_errors;
     std::atomic<int> m_outputChunks{0};
     bool m_outputAfterErrors = false;
-    std::future<bool> m_result;
+    std::future<PLTexRunResult> m_result;
 };
 
 class TexTaskRunner : public ::testing::Test
@@ -81,7 +82,7 @@ TEST_F(TexTaskRunner, ProgramsSeeOnlyTexmfHomeTheirArgumentsAndTheirFolder)
 {
     BackgroundRun env(runner, QStringLiteral("/usr/bin/env"), folder.path());
     ASSERT_TRUE(env.finishesWithin(10s));
-    EXPECT_TRUE(env.result());
+    EXPECT_TRUE(env.result().started);
     EXPECT_EQ(env.output(), "TEXMFHOME=" + qgetenv("HOME") + "/Library/texmf\n");
 
     BackgroundRun pwd(runner, QStringLiteral("/bin/pwd"), folder.path(), {QStringLiteral("-P")});
@@ -98,7 +99,7 @@ TEST_F(TexTaskRunner, OutputLeftInThePipeAfterTheEndIsStillDeliveredBeforeStanda
 {
     BackgroundRun run(runner, helperPath(QStringLiteral("early-exit")), folder.path());
     ASSERT_TRUE(run.finishesWithin(30s));
-    EXPECT_TRUE(run.result());
+    EXPECT_TRUE(run.result().started);
     const QByteArray output = run.output();
     EXPECT_EQ(output.count('\n'), 4000);
     EXPECT_TRUE(output.endsWith("line 3999 of the output of a program that writes a lot and then exits right away......\n"));
@@ -110,7 +111,7 @@ TEST_F(TexTaskRunner, ACrashEndsTheRunWithWhatWasWritten)
 {
     BackgroundRun run(runner, helperPath(QStringLiteral("crash")), folder.path());
     ASSERT_TRUE(run.finishesWithin(10s));
-    EXPECT_TRUE(run.result());
+    EXPECT_EQ(run.result().signal, SIGSEGV);
     EXPECT_EQ(run.output(), "(./main.tex\n");
     EXPECT_EQ(run.errors(), "partial output\n");
 }
@@ -129,7 +130,9 @@ TEST_F(TexTaskRunner, StopEndsAHangingProgramWithItsWholeProcessGroup)
     runner.stop();
     ASSERT_TRUE(run.finishesWithin(5s));
     EXPECT_LT(timer.elapsed(), 2000);
-    EXPECT_TRUE(run.result());
+    const PLTexRunResult result = run.result();
+    EXPECT_TRUE(result.stopped);
+    EXPECT_FALSE(result.failed());
     for (int i = 0; i < 200 && !processHasEnded(sleeper); ++i)
         std::this_thread::sleep_for(10ms);
     EXPECT_TRUE(processHasEnded(sleeper));
@@ -156,14 +159,91 @@ TEST_F(TexTaskRunner, StopEndsAFloodAndAProgramThatClosedItsOutput)
     }
 }
 
-TEST_F(TexTaskRunner, AProgramThatLeavesAChildHoldingItsOutputDoesNotHoldUpTheRun)
+// Regression: a background child of the engine (started through --shell-escape) outlived the job.
+TEST_F(TexTaskRunner, AProgramThatLeavesAChildHoldingItsOutputDoesNotHoldUpTheRunAndTheChildEndsWithIt)
 {
     BackgroundRun run(runner, helperPath(QStringLiteral("leaves-child")), folder.path());
     ASSERT_TRUE(run.finishesWithin(10s));
     EXPECT_EQ(run.output(), "done\n");
+    EXPECT_FALSE(run.result().failed());
     const qint64 sleeper = sleeperPid(folder.path());
     ASSERT_GT(sleeper, 0);
+    EXPECT_TRUE(QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 5000));
     ::kill(pid_t(sleeper), SIGKILL);
+}
+
+struct EndingCase
+{
+    const char *what;
+    QByteArray script; // empty: the folder itself is the program
+    QFile::Permissions permissions;
+    bool started;
+    int exitCode;
+    int signal;
+    bool failed;
+    const char *description; // null: could not be started
+};
+
+void PrintTo(const EndingCase &c, std::ostream *os)
+{
+    *os << c.what;
+}
+
+class TexTaskRunnerEndings : public TexTaskRunner, public ::testing::WithParamInterface<EndingCase>
+{
+};
+
+// Regression: a program that could not be run, that failed or that a signal ended (a file-size
+// limit half way through the PDF) went unnoticed.
+TEST_P(TexTaskRunnerEndings, AreToldApart)
+{
+    const EndingCase &c = GetParam();
+    QString program = folder.path();
+    if (!c.script.isEmpty()) {
+        program = folder.filePath(QStringLiteral("engine"));
+        PLTest::writeFile(program, c.script);
+        QFile::setPermissions(program, c.permissions);
+    }
+    BackgroundRun run(runner, program, folder.path());
+    ASSERT_TRUE(run.finishesWithin(10s));
+    const PLTexRunResult result = run.result();
+    EXPECT_EQ(result.started, c.started);
+    EXPECT_EQ(result.exitCode, c.exitCode);
+    EXPECT_EQ(result.signal, c.signal);
+    EXPECT_EQ(result.failed(), c.failed);
+    if (c.started) {
+        EXPECT_EQ(result.description(), QString::fromUtf8(c.description));
+    } else {
+        EXPECT_TRUE(result.description().startsWith(QStringLiteral("could not run ") + program)) << result.description().toStdString();
+    }
+}
+
+constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, TexTaskRunnerEndings,
+    ::testing::Values(EndingCase{"success", "#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
+                      EndingCase{"failure", "#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
+                      EndingCase{"file-size limit", "#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true,
+                                 "engine was ended by signal 25 (File size limit exceeded)"},
+                      EndingCase{"not executable", "#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
+                      EndingCase{"a folder", QByteArray(), {}, false, -1, 0, true, nullptr}));
+
+// Regression: standard error was read only when the program ended, so a flood of it piled up in
+// memory; it is read as it comes and only its last part is kept.
+TEST_F(TexTaskRunner, AFloodOnStandardErrorKeepsOnlyItsLastPart)
+{
+    const QString program = folder.filePath(QStringLiteral("engine"));
+    PLTest::writeFile(program, "#!/bin/sh\n/usr/bin/yes 'a line of errors' | /usr/bin/head -n 1000000 >&2\necho last line >&2\necho out\n");
+    QFile::setPermissions(program, kExecutable);
+    BackgroundRun run(runner, program, folder.path());
+    ASSERT_TRUE(run.finishesWithin(60s));
+    const PLTexRunResult result = run.result();
+    EXPECT_EQ(run.output(), "out\n");
+    EXPECT_LE(run.errors().size(), PLTexTaskRunner::kMaximumErrorBytes);
+    EXPECT_TRUE(run.errors().startsWith("a line of errors\n"));
+    EXPECT_TRUE(run.errors().endsWith("a line of errors\nlast line\n"));
+    EXPECT_EQ(result.droppedErrorBytes + run.errors().size(), 17 * 1000000 + 10);
 }
 
 TEST_F(TexTaskRunner, NothingStartsAfterStopOrWithoutAProgram)
@@ -172,12 +252,14 @@ TEST_F(TexTaskRunner, NothingStartsAfterStopOrWithoutAProgram)
     stopped.stop();
     BackgroundRun afterStop(stopped, QStringLiteral("/bin/echo"), folder.path(), {QStringLiteral("x")});
     ASSERT_TRUE(afterStop.finishesWithin(5s));
-    EXPECT_FALSE(afterStop.result());
+    EXPECT_FALSE(afterStop.result().started);
     EXPECT_TRUE(afterStop.output().isEmpty());
 
     BackgroundRun missing(runner, folder.filePath(QStringLiteral("no-such-program")), folder.path());
     ASSERT_TRUE(missing.finishesWithin(5s));
-    EXPECT_FALSE(missing.result());
+    const PLTexRunResult result = missing.result();
+    EXPECT_FALSE(result.started);
+    EXPECT_TRUE(result.failed());
 }
 
 }
