@@ -295,11 +295,6 @@ bool PLFile::hasFileOnHarddriveChanged() const
     return !m_diskState.exists || m_diskState.modificationTimeNs != PLFileDiskState::ofPath(m_stringPath).modificationTimeNs;
 }
 
-bool PLFile::hasUnsavedChanges() const
-{
-    return m_contentBuffer && !m_contentBuffer->undoManager()->isClean();
-}
-
 bool PLFile::hasFileOnDiskChangedSinceReadOrSaved() const
 {
     return !isUntitled() && !m_diskState.isStillOnDisk(m_stringPath);

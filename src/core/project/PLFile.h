@@ -85,8 +85,6 @@ public:
     bool hasUnsavedChanges() const;
     bool hasDocumentBeenEdited() const;
     bool hasFileOnHarddriveChanged() const;
-    // Text typed since the file was read or last saved.
-    bool hasUnsavedChanges() const;
     // Whether another program changed, created or deleted the file since it was read or saved.
     bool hasFileOnDiskChangedSinceReadOrSaved() const;
     QList<std::shared_ptr<PLFile>> filesInDocumentWhichHasBeenChangedByThirdParty();
