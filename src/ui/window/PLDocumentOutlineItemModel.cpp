@@ -7,6 +7,8 @@
 #include "PLResourceImage.h"
 
 #include <QFont>
+#include <QGuiApplication>
+#include <QPalette>
 
 PLDocumentOutlineItemModel::PLDocumentOutlineItemModel(const std::shared_ptr<PLFile> &file, QObject *parent)
     : QAbstractItemModel(parent), m_dataSource(file)
@@ -208,10 +210,20 @@ QVariant PLDocumentOutlineItemModel::data(const QModelIndex &index, int role) co
     }
     case Qt::ToolTipRole:
         if (node->type() == PLOutlineNode::FileRoot) {
-            if (const auto file = node->file())
+            if (const auto file = node->file()) {
+                if (!file->unreadableReason().isEmpty())
+                    return QString(file->stringPath() + u'\n' + file->unreadableReason());
                 return file->stringPath();
+            }
         }
         return m_dataSource.objectValueForItem(node);
+    case Qt::ForegroundRole:
+        // A file that could not be read shows greyed, with the reason in its tooltip.
+        if (node->type() == PLOutlineNode::FileRoot) {
+            if (const auto file = node->file(); file && !file->unreadableReason().isEmpty())
+                return QGuiApplication::palette().brush(QPalette::Disabled, QPalette::Text);
+        }
+        return QVariant();
     case IsGroupRole:
         return m_dataSource.isGroupItem(node);
     case Qt::SizeHintRole:

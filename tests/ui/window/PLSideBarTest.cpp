@@ -18,6 +18,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 namespace {
 
 class Sidebar : public ::testing::Test
@@ -123,6 +125,22 @@ TEST_F(Sidebar, ABibliographyWithMoreFilesThanItsLevelHasChildrenShowsEveryFile)
     const qsizetype closing = buffer->string().lastIndexOf(u'}');
     buffer->replaceCharactersInRange(PLRange{closing, 0}, QStringLiteral(",e"));
     EXPECT_EQ(rows(), fourFiles + QStringList{QStringLiteral("    e.bib")});
+}
+
+TEST_F(Sidebar, AnIncludeThatIsNoRegularFileShowsGreyedWithTheReason)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{pipe}\n\\input{fine}\n"));
+    project.write(QStringLiteral("fine.tex"), QStringLiteral("\\section{Fine}\n"));
+    ASSERT_EQ(mkfifo(QFile::encodeName(project.path(QStringLiteral("pipe.tex"))).constData(), 0600), 0);
+    open(QStringLiteral("main.tex"));
+
+    const QModelIndex pipe = find(QStringLiteral("pipe.tex"));
+    ASSERT_TRUE(pipe.isValid());
+    EXPECT_TRUE(pipe.data(Qt::ToolTipRole).toString().contains(QStringLiteral("not a regular file")));
+    EXPECT_TRUE(pipe.data(Qt::ForegroundRole).isValid());
+    const QModelIndex fine = find(QStringLiteral("fine.tex"));
+    EXPECT_EQ(fine.data(Qt::ToolTipRole).toString(), project.path(QStringLiteral("fine.tex")));
+    EXPECT_FALSE(fine.data(Qt::ForegroundRole).isValid());
 }
 
 TEST_F(Sidebar, AFileWithoutHeadingsShowsOnlyItsRoot)
