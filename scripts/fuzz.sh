@@ -33,7 +33,7 @@ for target in $(printf "%s\n" "${!seeds[@]}" | sort); do
   mkdir -p "$corpus"
   # The first folder receives new inputs; the fixtures are only read.
   # shellcheck disable=SC2086
-  if ! "$root/build-fuzz/fuzz/$target" -runs="$runs" -max_total_time="$seconds" -max_len=8192 -timeout=30 \
+  if ! "$root/build-fuzz/fuzz/$target" -runs="$runs" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
       -artifact_prefix="$root/build-fuzz/crashes/$target-" "$corpus" ${seeds[$target]} \
       >"$log" 2>&1; then
     tail -n 60 "$log"
