@@ -4,8 +4,10 @@
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLStringLineCalculations.h"
+#include "PLBIBSyntaxHightlighterDelegate.h"
 #include "PLSyntaxHighlighter.h"
 #include "PLTextContentBuffer.h"
+#include "PLTextStorage.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
@@ -94,6 +96,43 @@ void BM_TypeInOneLine(benchmark::State &state)
     }
 }
 BENCHMARK(BM_TypeInOneLine)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+
+// A text held in a plain string, coloured with the bibliography rules (which run the LaTeX rules too).
+class BibliographyText : public PLTextStorage
+{
+public:
+    explicit BibliographyText(const QString &text)
+        : PLTextStorage(text.size()), m_text(text),
+          m_highlighter(this, std::make_unique<PLBIBSyntaxHightlighterDelegate>())
+    {
+    }
+    const QString &string() const override { return m_text; }
+    void colour() { m_highlighter.userDefaultsDidChangeEditorTextColor(); }
+
+private:
+    QString m_text;
+    PLSyntaxHighlighter m_highlighter;
+};
+
+// An entry whose abstract wraps after 24 words: once exponential in the spaces of the wrapped line.
+void BM_ColourWrappedBibliographyEntry(benchmark::State &state)
+{
+    const QString words = QStringLiteral("word ").repeated(24);
+    BibliographyText text(QStringLiteral("@article{key,\n  author = {A. Author},\n  abstract = {") + words
+                          + QStringLiteral("\n") + words + QStringLiteral("\nmore},\n  year = {2024},\n}\n"));
+    for (auto _ : state)
+        text.colour();
+}
+BENCHMARK(BM_ColourWrappedBibliographyEntry)->Unit(benchmark::kMicrosecond);
+
+// One line of 20,000 characters without a field: once quadratic in its length.
+void BM_ColourLongLine(benchmark::State &state)
+{
+    BibliographyText text(QStringLiteral("a").repeated(20000) + QStringLiteral("\n"));
+    for (auto _ : state)
+        text.colour();
+}
+BENCHMARK(BM_ColourLongLine)->Unit(benchmark::kMicrosecond);
 
 }
 

@@ -11,6 +11,7 @@ packages=(
   texlive-latex-base texlive-binaries texlive-xetex texlive-latex-recommended
   texlive-fonts-recommended cm-super
   libgtest-dev libgmock-dev libbenchmark-dev
+  clang libclang-rt-14-dev
   fonts-dejavu-core xvfb xauth
 )
 

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Sets everything up, builds with AddressSanitizer and UndefinedBehaviorSanitizer, runs every test.
+# Sets everything up, builds with AddressSanitizer and UndefinedBehaviorSanitizer, runs every test,
+# then a short round of every fuzz target.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
@@ -10,3 +11,5 @@ export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_PLATFORM=offscreen
 cd "$root/build-asan"
 ctest --output-on-failure --parallel "$(nproc)" --timeout 600
+# A few thousand inputs per parser: seconds in all. scripts/fuzz.sh runs them for longer.
+"$root/scripts/fuzz.sh" 20 3000

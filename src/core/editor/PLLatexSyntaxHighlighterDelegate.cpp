@@ -4,16 +4,26 @@
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
+// Every pattern here runs on each line after each keystroke, so each one reads a line in one pass:
+// quantifiers are possessive or bounded by characters their follower cannot match, and a token
+// that cannot close (no closing brace before the line ends) is swallowed whole by a fallback
+// alternative, instead of being tried again from every later start in the line. Such a swallowed
+// run leaves its marker group unset and is skipped.
+//
+// "." stops at line terminators; \v is exactly the set of characters "." refuses.
 namespace {
 // A backslash, then any run of word characters or percent signs, then one optional white space.
-const QString kFunctions = QStringLiteral(R"re((\\(\w|%)*)(\s)?)re");
-const QString kStructureDividers =
-    QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?\{(.+?)\})re");
-const QString kBrackets = QStringLiteral(R"re(\[|\]|\{|\})re");
+const QString kFunctions = QStringLiteral(R"re(\\[\w%]*+\s?)re");
+// The heading command through the first closing brace after the argument's first character.
+const QString kStructureDividers = QStringLiteral(
+    R"re(\\(?:part|chapter|section|subsection|subsubsection|paragraph)\*?\{(?:(.[^\v}]*+\})|[^\v]*+))re");
+const QString kBrackets = QStringLiteral(R"re([\[\]{}])re");
 const QString kDollarSigns = QStringLiteral(R"re(\$)re");
-// Group 3 runs from the percent sign to the end of the line's content.
-const QString kComment = QStringLiteral(R"re(((\s|\w)?(%(.)*)()re") + u'\n' + QStringLiteral(R"re()?))re");
-const QString kInclude = QStringLiteral(R"re(\\(input|include|bibliography)\{((.+?)(\.tex|\.bib)?)\})re");
+// From a percent sign that does not follow a backslash to the end of the line's content.
+const QString kComment = QStringLiteral(R"re((?<!\\)%.*)re");
+// The argument of an include, read the way the heading's is; group 1 is the file name.
+const QString kInclude =
+    QStringLiteral(R"re(\\(?:input|include|bibliography)\{(?:(.[^\v}]*+)\}|[^\v]*+))re");
 const QString kIncludeLink = QStringLiteral("file://");
 }
 
@@ -23,7 +33,7 @@ void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHigh
     paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
           kFunctions, string, lineStart);
     paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
-          PLUserDefaultsEditorColorStructureDividers, kStructureDividers, string, lineStart);
+          PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
     paint(syntaxHighlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets, kBrackets,
           string, lineStart);
     paint(syntaxHighlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
@@ -33,23 +43,35 @@ void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHigh
     syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
 }
 
+PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString &string, qsizetype location,
+                                                                  qsizetype length)
+{
+    return firstMarkedMatch(kStructureDividers, string, PLRange{location, length}, 0);
+}
+
 PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, qsizetype location, qsizetype length)
 {
-    PLRange found = PLRegularExpressionHelper::firstMatchInRange(kComment, string, PLRange{location, length},
-                                                                 PLRegularExpressionHelper::NoOptions, 3);
-    // "\%" is an escaped percent sign: look again after it, to the end of the string.
-    while (found.isFound() && found.location > 0 && QStringView(string).mid(found.location - 1, 2) == u"\\%") {
-        const qsizetype from = found.location + 1;
-        found = PLRegularExpressionHelper::firstMatchInRange(kComment, string, PLRange{from, string.size() - from},
-                                                             PLRegularExpressionHelper::NoOptions, 3);
-    }
-    return found;
+    // The backslash before the percent sign may lie before the searched range.
+    return PLRegularExpressionHelper::firstMatchInRange(kComment, string, PLRange{location, length},
+                                                        PLRegularExpressionHelper::WithTransparentBounds, 0);
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::linkLocator(const QString &string, qsizetype location, qsizetype length)
 {
-    return PLRegularExpressionHelper::firstMatchInRange(kInclude, string, PLRange{location, length},
-                                                        PLRegularExpressionHelper::NoOptions, 2);
+    return firstMarkedMatch(kInclude, string, PLRange{location, length}, 1);
+}
+
+PLRange PLLatexSyntaxHighlighterDelegate::firstMarkedMatch(const QString &pattern, const QString &string,
+                                                           PLRange range, int answeredGroup)
+{
+    PLRange found = PLNotFoundRange;
+    PLRegularExpressionHelper::enumerateMatches(pattern, string, range, [&](const PLRegexMatch &match) {
+        if (!match.range(1).isFound())
+            return true;
+        found = match.range(answeredGroup);
+        return false;
+    });
+    return found;
 }
 
 void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,

@@ -13,6 +13,8 @@ public:
     void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *syntaxHighlighter,
                                                            const QString &string, qsizetype lineStart) override;
 
+    // A sectioning command through the closing brace of its first brace group on the line.
+    static PLRange structureDividerLocator(const QString &string, qsizetype location, qsizetype length);
     // From the first unescaped percent sign to the end of the line's content. A percent sign that
     // starts the line is always a comment; one right after a backslash never starts one.
     static PLRange commentLocator(const QString &string, qsizetype location, qsizetype length);
@@ -20,6 +22,9 @@ public:
     static PLRange linkLocator(const QString &string, qsizetype location, qsizetype length);
 
 protected:
+    // The first match in range of a pattern whose group 1 marks a real token (a match without it
+    // is a run swallowed so that it is read only once): the range of answeredGroup.
+    static PLRange firstMarkedMatch(const QString &pattern, const QString &string, PLRange range, int answeredGroup);
     // Paints one token class, background then foreground, with the colours the settings hold now;
     // a colour the settings lack is not painted.
     static void paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,

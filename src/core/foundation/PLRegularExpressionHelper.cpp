@@ -71,6 +71,13 @@ private:
     std::unordered_map<QString, Entry, QStringHash> m_entries;
 };
 
+// The engine counts its work in steps of some ten thousand operations (a fraction of a
+// millisecond each). A search may take a fixed allowance plus a share that grows with the text,
+// so a long text read once never runs out, while a pattern that backtracks badly gives up well
+// before the user would notice the pause.
+constexpr int32_t kTimeLimitBaseSteps = 500;
+constexpr qsizetype kCharactersPerExtraStep = 1000;
+
 ThreadCache &threadCache()
 {
     thread_local ThreadCache cache;
@@ -81,7 +88,7 @@ ThreadCache &threadCache()
 class BoundRegex
 {
 public:
-    BoundRegex(const QString &pattern, const QString &text)
+    BoundRegex(const QString &pattern, const QString &text) : m_pattern(pattern)
     {
         if (text.size() > std::numeric_limits<int32_t>::max()) {
             qCWarning(lcRegex) << "text too long for a regular-expression search:" << text.size();
@@ -127,19 +134,25 @@ public:
         uregex_useAnchoringBounds(m_regex, (options & PLRegularExpressionHelper::WithoutAnchoringBounds) == 0,
                                   &status);
         m_anchored = (options & PLRegularExpressionHelper::Anchored) != 0;
+        uregex_setTimeLimit(m_regex, kTimeLimitBaseSteps + int32_t(range.length / kCharactersPerExtraStep), &status);
         return U_SUCCESS(status);
     }
 
     bool findNext()
     {
         UErrorCode status = U_ZERO_ERROR;
+        bool found = false;
         if (m_anchored) {
             if (m_anchoredDone)
                 return false;
             m_anchoredDone = true;
-            return uregex_lookingAt64(m_regex, -1, &status) && U_SUCCESS(status);
+            found = uregex_lookingAt64(m_regex, -1, &status);
+        } else {
+            found = uregex_findNext(m_regex, &status);
         }
-        return uregex_findNext(m_regex, &status) && U_SUCCESS(status);
+        if (status == U_REGEX_TIME_OUT)
+            qCWarning(lcRegex).noquote() << "regular-expression search gave up after its time limit:" << m_pattern;
+        return found && U_SUCCESS(status);
     }
 
     PLRange group(int index) const
@@ -175,6 +188,7 @@ private:
         m_entry = nullptr;
     }
 
+    QString m_pattern;
     URegularExpression *m_regex = nullptr;
     ThreadCache::Entry *m_entry = nullptr;
     bool m_ownsClone = false;

@@ -22,7 +22,8 @@ private:
 
 // ICU regular expressions over QString text, read in place without copying. Compiled expressions
 // are cached by pattern per thread, so the typesetting thread can use the helper while the main
-// thread does. An invalid pattern is logged and never matches.
+// thread does. An invalid pattern is logged and never matches, and so does a search that runs past
+// its time limit, so no pattern and no text can stall the caller.
 class PLRegularExpressionHelper
 {
 public:

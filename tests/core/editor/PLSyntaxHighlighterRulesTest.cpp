@@ -131,6 +131,28 @@ TEST_P(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
     EXPECT_EQ(storage.attributesAtIndex(0, &fontRun).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
 }
 
+// Text whose colouring once backtracked for minutes: a field whose value wraps onto the next lines
+// (exponential in its spaces) and a long line without any field (quadratic in its length).
+TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePass)
+{
+    PLTest::resetSettings();
+    giveEveryClassItsOwnColours();
+    const QString words = QStringLiteral("word ").repeated(24);
+    const QString entry = QStringLiteral("@article{key,\n  author = {A. Author},\n  abstract = {") + words
+        + QStringLiteral("\n") + words + QStringLiteral("\nmore},\n  year = {2024},\n}\n");
+    const QString longLine = QStringLiteral("a").repeated(20000) + QStringLiteral("\n");
+    const auto t = [](qsizetype n) { return std::string(size_t(n), 't'); };
+    const std::string entryColours = "yyyyyyyy" "b" "ttttt" "kkkkkkkkkkk" "b" "kkkkkkkkk" "b" "tt" + t(13) + "b"
+        + t(words.size() + 1) + t(words.size() + 1) + "tttt" "b" "tt" "kkkkkkkkk" "b" "kkkk" "b" "tt" "bt";
+
+    PLPlainTextStorage storage(entry + longLine);
+    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
+    highlighter.userDefaultsDidChangeEditorTextColor();
+    const std::string colours = foregroundClasses(storage);
+    EXPECT_EQ(colours.substr(0, entryColours.size()), entryColours);
+    EXPECT_EQ(colours.find_first_not_of('t', entryColours.size()), std::string::npos);
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Latex, PLSyntaxHighlighterRules,
     ::testing::Values(

@@ -1,0 +1,15 @@
+#include "PLFuzzSupport.h"
+#include "PLHighlighterFuzzing.h"
+#include "PLLatexSyntaxHighlighterDelegate.h"
+
+extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
+{
+    PLFuzz::initialise(argc, argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+{
+    PLFuzz::colourAndEdit(std::make_unique<PLLatexSyntaxHighlighterDelegate>(), PLFuzz::text(data, size));
+    return 0;
+}
