@@ -140,6 +140,11 @@ void PLSyncTexDataCheck::appendText(QByteArrayView text)
         m_failed = true;
         return;
     }
+    m_records.append(text);
+    if (m_records.hasFailed()) {
+        m_failed = true;
+        return;
+    }
     if (m_head.size() < kVersionLine.size())
         m_head += text.first(qMin(text.size(), kVersionLine.size() - m_head.size()));
     if (text.size() >= kTailSize) {
@@ -155,7 +160,7 @@ bool PLSyncTexDataCheck::isComplete() const
 {
     if (m_failed || !m_decided || (m_compressed && !m_inflater->isAtEndOfMember()))
         return false;
-    return m_head == kVersionLine && endsWithPostamble(m_tail);
+    return m_head == kVersionLine && endsWithPostamble(m_tail) && m_records.isWellFormed();
 }
 
 bool PLSyncTexDataCheck::isComplete(QByteArrayView bytes)

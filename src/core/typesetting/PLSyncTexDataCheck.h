@@ -1,5 +1,7 @@
 #pragma once
 
+#include "PLSyncTexRecordCheck.h"
+
 #include <QByteArray>
 #include <QByteArrayView>
 #include <QString>
@@ -9,8 +11,9 @@
 // Tells whether SyncTeX data is whole before the SyncTeX library reads it: the library reads
 // through null pointers on a file that was cut short (a job stopped half way, a full disk) or
 // damaged. The data is whole when it decompresses cleanly (plain ".synctex" text or gzip members),
-// begins with its version line and ends with its postamble: "Postamble:", "Count:", then
-// "Post scriptum:" and the lines that may follow it. Anything else is treated as no data at all.
+// begins with its version line, holds only well-formed records and ends with its postamble:
+// "Postamble:", "Count:", then "Post scriptum:" and the lines that may follow it. Anything else is
+// treated as no data at all.
 //
 // The data is looked at as it streams by, so a file of any size is checked in little memory; its
 // decompressed size is bounded all the same, against a small file that inflates without end.
@@ -47,4 +50,5 @@ private:
     qint64 m_textSize = 0;
     QByteArray m_head;
     QByteArray m_tail;
+    PLSyncTexRecordCheck m_records;
 };
