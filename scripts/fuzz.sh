@@ -24,6 +24,7 @@ declare -A seeds=(
   [PLBibliographyHighlighterFuzzer]="$documents $root/samples"
   [PLLogStringParserFuzzer]="$documents"
   [PLTypesettingLogFileParserFuzzer]="$documents"
+  [PLSyncTexFuzzer]="$root/fuzz/seeds/synctex"
 )
 
 mkdir -p "$root/build-fuzz/crashes"
