@@ -72,7 +72,7 @@ void BM_ForwardSearch(benchmark::State &state)
         benchmark::DoNotOptimize(results.size());
     }
 }
-BENCHMARK(BM_ForwardSearch)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ForwardSearch)->Unit(benchmark::kMicrosecond);
 
 void BM_BackwardSearch(benchmark::State &state)
 {
@@ -85,7 +85,7 @@ void BM_BackwardSearch(benchmark::State &state)
         benchmark::DoNotOptimize(results.size());
     }
 }
-BENCHMARK(BM_BackwardSearch)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BackwardSearch)->Unit(benchmark::kMicrosecond);
 
 // Processor time spent by finished child processes so far, in milliseconds.
 double childProcessorMilliseconds()

@@ -4,11 +4,17 @@
 #include "PLSyncTexDataCheck.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <synctex/synctex_parser.h>
 
+#include <array>
 #include <memory>
+#include <mutex>
+#include <unordered_map>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -18,14 +24,33 @@ struct ScannerDeleter
 };
 using Scanner = std::unique_ptr<synctex_scanner_s, ScannerDeleter>;
 
-Scanner openScanner(const QString &pdfPath)
+// What the SyncTeX files beside a PDF were when they were read: a new job rewrites them.
+struct DataStamp
+{
+    QString path;
+    qint64 size = -1;
+    qint64 modifiedNanoseconds = -1;
+    qint64 inode = -1;
+
+    bool operator==(const DataStamp &other) const = default;
+};
+
+DataStamp stampOf(const QString &path)
+{
+    struct stat status;
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return DataStamp{path};
+    return DataStamp{path, qint64(status.st_size), qint64(status.st_mtim.tv_sec) * 1000000000 + status.st_mtim.tv_nsec,
+                     qint64(status.st_ino)};
+}
+
+Scanner openScanner(const QString &pdfPath, const std::array<QString, 2> &dataPaths)
 {
     // Asked for a file that is not there, this library release keeps the scanner it made, and on
-    // data cut short it reads through null pointers: so it is only asked when the SyncTeX data
+    // damaged data it reads through null pointers: so it is only asked when the SyncTeX data
     // beside the PDF is whole.
-    const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
     bool found = false;
-    for (const QString &path : {QString(base + QStringLiteral(".synctex.gz")), QString(base + QStringLiteral(".synctex"))}) {
+    for (const QString &path : dataPaths) {
         if (!QFileInfo::exists(path))
             continue;
         if (!PLSyncTexDataCheck::isCompleteFile(path)) {
@@ -44,14 +69,61 @@ Scanner openScanner(const QString &pdfPath)
     return scanner;
 }
 
+// One parsed scanner per PDF, kept while the SyncTeX files stay as they were read: checking and
+// parsing a large document takes far longer than any query. Queries share the scanner's result
+// list, so one runs at a time.
+class ScannerCache
+{
+public:
+    static ScannerCache &shared()
+    {
+        static ScannerCache cache;
+        return cache;
+    }
+
+    template<typename Query>
+    auto query(const QString &pdfPath, Query &&run)
+    {
+        const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
+        const std::array<QString, 2> dataPaths{base + QStringLiteral(".synctex.gz"), base + QStringLiteral(".synctex")};
+        const std::array<DataStamp, 2> stamps{stampOf(dataPaths[0]), stampOf(dataPaths[1])};
+        const std::lock_guard lock(m_mutex);
+        Entry &entry = m_entries[pdfPath];
+        if (!entry.read || entry.stamps != stamps) {
+            entry.scanner = openScanner(pdfPath, dataPaths);
+            entry.stamps = stamps;
+            entry.read = true;
+        }
+        return run(entry.scanner.get());
+    }
+
+private:
+    struct Entry
+    {
+        Scanner scanner;
+        std::array<DataStamp, 2> stamps;
+        bool read = false;
+    };
+
+    std::mutex m_mutex;
+    std::unordered_map<QString, Entry> m_entries;
+};
+
 }
 
 PLSyncTexSearch::PLSyncTexSearch(QString pdfPath) : m_pdfPath(std::move(pdfPath)) {}
 
 QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sourceFilePath, int line, int column) const
 {
+    return ScannerCache::shared().query(m_pdfPath, [&](synctex_scanner_p scanner) {
+        return forwardSearch(scanner, sourceFilePath, line, column);
+    });
+}
+
+QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(synctex_scanner_p scanner, const QString &sourceFilePath,
+                                                             int line, int column) const
+{
     QList<PLSyncTexForwardResult> results;
-    const Scanner scanner = openScanner(m_pdfPath);
     if (!scanner)
         return results;
     // Asked by a name it does not know, the library complains on standard output; ask whether it
@@ -63,16 +135,16 @@ QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sour
     for (const QString &candidate : {QFileInfo(m_pdfPath).dir().relativeFilePath(source.absoluteFilePath()),
                                      source.fileName(), sourceFilePath}) {
         name = candidate.toUtf8();
-        if (synctex_scanner_get_tag(scanner.get(), name.constData()) != 0)
+        if (synctex_scanner_get_tag(scanner, name.constData()) != 0)
             break;
         name.clear();
     }
     if (name.isEmpty())
         return results;
-    const synctex_status_t count = synctex_display_query(scanner.get(), name.constData(), line, column, -1);
+    const synctex_status_t count = synctex_display_query(scanner, name.constData(), line, column, -1);
     if (count <= 0)
         return results;
-    while (synctex_node_p node = synctex_scanner_next_result(scanner.get())) {
+    while (synctex_node_p node = synctex_scanner_next_result(scanner)) {
         PLSyncTexForwardResult result;
         result.page = synctex_node_page(node);
         result.h = synctex_node_visible_h(node);
@@ -90,13 +162,20 @@ QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sour
 QList<PLSyncTexBackwardResult> PLSyncTexSearch::backwardSearch(int page, double h, double v,
                                                                const QString &mainFileFolder) const
 {
-    QList<PLSyncTexBackwardResult> results;
     qCInfo(lcSyncTex, "pageNumber: %d, h: %d, v: %d", page, int(h), int(v));
-    const Scanner scanner = openScanner(m_pdfPath);
-    if (!scanner || synctex_edit_query(scanner.get(), page, float(h), float(v)) <= 0)
+    return ScannerCache::shared().query(m_pdfPath, [&](synctex_scanner_p scanner) {
+        return backwardSearch(scanner, page, h, v, mainFileFolder);
+    });
+}
+
+QList<PLSyncTexBackwardResult> PLSyncTexSearch::backwardSearch(synctex_scanner_p scanner, int page, double h, double v,
+                                                               const QString &mainFileFolder) const
+{
+    QList<PLSyncTexBackwardResult> results;
+    if (!scanner || synctex_edit_query(scanner, page, float(h), float(v)) <= 0)
         return results;
-    while (synctex_node_p node = synctex_scanner_next_result(scanner.get())) {
-        const char *name = synctex_scanner_get_name(scanner.get(), synctex_node_tag(node));
+    while (synctex_node_p node = synctex_scanner_next_result(scanner)) {
+        const char *name = synctex_scanner_get_name(scanner, synctex_node_tag(node));
         if (!name) {
             qCInfo(lcSyncTex, "fileNameToSyncTo was NULL");
             continue;

@@ -3,6 +3,9 @@
 #include <QList>
 #include <QString>
 
+typedef struct synctex_scanner_t synctex_scanner_s;
+typedef synctex_scanner_s *synctex_scanner_p;
+
 // One place in the PDF that a source line produced. Positions are PDF points measured from the
 // top-left corner of the page.
 struct PLSyncTexForwardResult
@@ -28,9 +31,9 @@ struct PLSyncTexBackwardResult
 };
 
 // Forward and backward search through the ".synctex.gz" file that the engine writes beside the
-// PDF. Every search reads the file afresh with a scanner of its own and frees it before it
-// returns, so a PDF that was typeset again is always searched in its new state. A missing,
-// unreadable, cut short or damaged SyncTeX file gives no results.
+// PDF. The file is checked and parsed once and kept while it stays as it was read; a PDF that was
+// typeset again is searched in its new state. A missing, unreadable, cut short or damaged SyncTeX
+// file gives no results. Safe to use from any thread.
 class PLSyncTexSearch
 {
 public:
@@ -49,5 +52,10 @@ public:
     QList<PLSyncTexBackwardResult> backwardSearch(int page, double h, double v, const QString &mainFileFolder) const;
 
 private:
+    QList<PLSyncTexForwardResult> forwardSearch(synctex_scanner_p scanner, const QString &sourceFilePath, int line,
+                                                int column) const;
+    QList<PLSyncTexBackwardResult> backwardSearch(synctex_scanner_p scanner, int page, double h, double v,
+                                                  const QString &mainFileFolder) const;
+
     QString m_pdfPath;
 };
