@@ -4,7 +4,10 @@
 #include "PLDocumentController.h"
 #include "PLDocumentSplitViewController.h"
 #include "PLFile.h"
+#include "PLMainAreaViewController.h"
 #include "PLMainMenu.h"
+#include "PLTypesetterProgressViewController.h"
+#include "PLTypesettingLogParserResultsTableViewController.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
@@ -33,6 +36,13 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
     setActionHandler(PLAction::PerformClose, [this](QAction *) { close(); });
     setActionHandler(PLAction::RemoveTypesettingRelatedFiles, [this](QAction *) { removeTypesettingRelatedFiles(); },
                      [this](QAction *) { return m_document->mainFile() && !m_document->mainFile()->isUntitled(); });
+    setActionHandler(PLAction::Typeset, [this](QAction *) { typeset(); },
+                     [this](QAction *) { return !typesetterProgressViewController()->isTransforming(); });
+    setActionHandler(PLAction::StopTypesetting, [this](QAction *) { typesetterProgressViewController()->stopTransformation(); },
+                     [this](QAction *) { return typesetterProgressViewController()->isTransforming(); });
+    setActionHandler(PLAction::DisplayErrorsAndWarnings, [this](QAction *) {
+        m_splitViewController->mainAreaViewController()->errorsAndWarningsViewController()->toggleErrorsAndWarningsOutline();
+    });
     setActionHandler(PLAction::Minimize, [this](QAction *) { window()->showMinimized(); });
     setActionHandler(
         PLAction::ToggleFullScreen,
@@ -249,6 +259,19 @@ void PLDocumentWindowController::finishClosing()
 void PLDocumentWindowController::removeTypesettingRelatedFiles()
 {
     m_document->removeTypesettingRelatedFiles();
+}
+
+PLTypesetterProgressViewController *PLDocumentWindowController::typesetterProgressViewController() const
+{
+    return m_splitViewController->mainAreaViewController()->typesetterProgressViewController();
+}
+
+void PLDocumentWindowController::typeset()
+{
+    // The engine reads the files from disk. A project never saved asks for a name first; one the
+    // user keeps untitled is left to the strip, which only notes it.
+    saveDocument();
+    typesetterProgressViewController()->transformToPDF();
 }
 
 void PLDocumentWindowController::presentError(const PLError &error)

@@ -40,6 +40,7 @@ enum class PLAction {
     NavigateForward,
     ToggleFullScreen,
     Typeset,
+    StopTypesetting,
     DisplayErrorsAndWarnings,
     Minimize,
     DisplayWelcomeWindow,
