@@ -60,8 +60,6 @@ QWidget *PLTypesetterProgressViewController::loadView()
 
     m_errorWarningCountButton = new QPushButton(view);
     m_errorWarningCountButton->setObjectName(QStringLiteral("errorWarningCountButton"));
-    m_errorWarningCountButton->setFlat(true);
-    m_errorWarningCountButton->setCursor(Qt::PointingHandCursor);
     m_errorWarningCountButton->setToolTip(tr("Show the errors and warnings"));
     m_errorWarningCountButton->hide();
     connect(m_errorWarningCountButton, &QPushButton::clicked, this, [this] { emit didRequestDisplayOfErrorOutline(this); });
@@ -196,7 +194,11 @@ void PLTypesetterProgressViewController::showSummary()
     QString outcome;
     if (m_transformer->isStopped())
         outcome = tr("Typesetting stopped");
-    else if (!m_engineMissing && !m_transformer->engineFailure().isEmpty())
+    else if (errorCount > 0 && !m_transformer->wasPdfWritten())
+        outcome = tr("No PDF was written");
+    else if (errorCount == 0 && !m_engineMissing)
+        // With errors found, a failed run is what they explain; without, it must not pass for a
+        // clean job. A missing engine has its alert.
         outcome = m_transformer->engineFailure();
 
     if (errorCount == 0 && warningCount == 0 && outcome.isEmpty()) {

@@ -117,7 +117,9 @@ void PLTypesettingLogParserResultsTableViewController::reloadData()
             row->setIcon(DescriptionColumn, warningIcon);
         row->setText(FileNameColumn, QFileInfo(item->filePath()).fileName());
         row->setToolTip(FileNameColumn, item->filePath());
-        row->setText(LineNumberColumn, QString::number(item->line()));
+        // Line 0: the output did not say.
+        if (item->line() > 0)
+            row->setText(LineNumberColumn, QString::number(item->line()));
         row->setTextAlignment(LineNumberColumn, Qt::AlignRight | Qt::AlignVCenter);
     }
     list->clearSelection();
