@@ -40,6 +40,8 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
                      [this](QAction *) { return !typesetterProgressViewController()->isTransforming(); });
     setActionHandler(PLAction::StopTypesetting, [this](QAction *) { typesetterProgressViewController()->stopTransformation(); },
                      [this](QAction *) { return typesetterProgressViewController()->isTransforming(); });
+    setActionHandler(PLAction::DisplayTransformationConsole,
+                     [this](QAction *) { typesetterProgressViewController()->displayTransformationConsole(); });
     setActionHandler(PLAction::DisplayErrorsAndWarnings, [this](QAction *) {
         m_splitViewController->mainAreaViewController()->errorsAndWarningsViewController()->toggleErrorsAndWarningsOutline();
     });

@@ -8,6 +8,7 @@
 #include "PLLogging.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLPdfTransformationConsolePanelController.h"
 #include "PLTypesettingSummary.h"
 #include "XSWindowController.h"
 
@@ -20,7 +21,8 @@
 
 PLTypesetterProgressViewController::PLTypesetterProgressViewController(PLDocument *document, XSWindowController *windowController,
                                                                        QObject *parent)
-    : XSViewController(QStringLiteral("PLPdfTransformationView"), windowController, parent), m_document(document)
+    : XSViewController(QStringLiteral("PLPdfTransformationView"), windowController, parent), m_document(document),
+      m_console(new PLPdfTransformationConsolePanelController(this))
 {
 }
 
@@ -91,7 +93,7 @@ void PLTypesetterProgressViewController::transformToPDF()
     if (isTransforming())
         return;
 
-    emit consoleShouldClear();
+    m_console->clearConsole();
     m_fileLabel->clear();
     m_engineLabel->clear();
     // Items name files by path relative to the main file's folder: a save-as that moved the main
@@ -109,6 +111,11 @@ void PLTypesetterProgressViewController::transformToPDF()
     m_progressIndicator->setValue(0);
     m_fileLabel->show();
     m_transformer->transformLatexFile(mainFile);
+}
+
+void PLTypesetterProgressViewController::displayTransformationConsole()
+{
+    m_console->showWindow();
 }
 
 void PLTypesetterProgressViewController::stopTransformation()
@@ -151,7 +158,7 @@ void PLTypesetterProgressViewController::latexTransformerDidStartWorkingOnFileWi
 
 void PLTypesetterProgressViewController::latexTransformerDidOutputString(const QString &output)
 {
-    QMetaObject::invokeMethod(this, [this, output] { emit didOutputString(output); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, [this, output] { m_console->appendStringToConsole(output); }, Qt::QueuedConnection);
 }
 
 void PLTypesetterProgressViewController::latexTransformerCouldNotFindEngine(int engine, const QString &launchPath)

@@ -10,6 +10,7 @@
 class PLDocument;
 class PLLatexTransformer;
 class PLLogStringParser;
+class PLPdfTransformationConsolePanelController;
 class QLabel;
 class QProgressBar;
 class QPushButton;
@@ -32,6 +33,11 @@ public:
     // Ends the running job with every program it started; the job then ends as usual.
     void stopTransformation();
     bool isTransforming() const;
+    // The current or last job.
+    const std::shared_ptr<PLLatexTransformer> &transformer() const { return m_transformer; }
+    // Shows the raw output of the engine and BibTeX.
+    void displayTransformationConsole();
+    PLPdfTransformationConsolePanelController *transformationConsolePanelController() const { return m_console; }
 
     // The document's reader of engine output; it holds the errors and warnings of the last job.
     const std::shared_ptr<PLLogStringParser> &logStringParser() const { return m_logStringParser; }
@@ -59,9 +65,6 @@ signals:
     void shouldDisappear(PLTypesetterProgressViewController *controller);
     void didFinishTransformation(PLTypesetterProgressViewController *controller);
     void didRequestDisplayOfErrorOutline(PLTypesetterProgressViewController *controller);
-    // Raw output of the engine and BibTeX, on the main thread, in order.
-    void didOutputString(const QString &output);
-    void consoleShouldClear();
 
 protected:
     QWidget *loadView() override;
@@ -73,6 +76,7 @@ private:
     void showCouldNotFindEngineAlert(int engine, const QString &launchPath);
 
     PLDocument *m_document;
+    PLPdfTransformationConsolePanelController *m_console;
     std::shared_ptr<PLLogStringParser> m_logStringParser;
     std::shared_ptr<PLLatexTransformer> m_transformer;
     bool m_engineMissing = false;

@@ -41,6 +41,7 @@ enum class PLAction {
     ToggleFullScreen,
     Typeset,
     StopTypesetting,
+    DisplayTransformationConsole,
     DisplayErrorsAndWarnings,
     Minimize,
     DisplayWelcomeWindow,

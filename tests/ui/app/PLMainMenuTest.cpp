@@ -58,7 +58,7 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
                                      QStringLiteral("Quit")}));
     // No job runs: Typeset is offered, Stop is not.
     EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),
-                                     QStringLiteral("Show Errors and Warnings"), QStringLiteral("Remove Typesetting By-products")}));
+                                     QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"), QStringLiteral("Remove Typesetting By-products")}));
     // With one pane there is nowhere to move the focus, and no pane to close.
     const QStringList view = shown(2);
     EXPECT_TRUE(view.contains(QStringLiteral("Next Pane -")));

@@ -3,11 +3,13 @@
 #include "PLDocumentSplitViewController.h"
 #include "PLDictionaryKeys.h"
 #include "PLDocumentWindowController.h"
+#include "PLLatexTransformer.h"
 #include "PLLogItem.h"
 #include "PLFile.h"
 #include "PLMainAreaViewController.h"
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
+#include "PLPdfTransformationConsolePanelController.h"
 #include "PLNotificationNameConstants.h"
 #include "PLResponderChain.h"
 #include "PLSplitViewContentViewController.h"
@@ -30,8 +32,9 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QPlainTextEdit>
 #include <QPushButton>
-#include <QSignalSpy>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QTreeWidget>
 #include <QTest>
@@ -169,15 +172,14 @@ TEST_F(TypesettingWindow, ASecondRequestDuringAJobStartsNoSecondEngine)
     open(QStringLiteral("clean"));
     EXPECT_TRUE(isEnabled(PLAction::Typeset));
     EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
-    QSignalSpy jobsStarted(progress, &PLTypesetterProgressViewController::consoleShouldClear);
     typeset();
+    const std::shared_ptr<PLLatexTransformer> job = progress->transformer();
     EXPECT_FALSE(isEnabled(PLAction::Typeset));
     EXPECT_TRUE(isEnabled(PLAction::StopTypesetting));
     progress->transformToPDF();
     EXPECT_EQ(started, 2);
     ASSERT_TRUE(waitForFinish());
-    // Only a job that really starts clears the console of the last one.
-    EXPECT_EQ(jobsStarted.size(), 1);
+    EXPECT_EQ(progress->transformer(), job);
     EXPECT_EQ(finished, 1);
     EXPECT_TRUE(isEnabled(PLAction::Typeset));
     EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
@@ -235,6 +237,63 @@ TEST_F(TypesettingWindow, AMissingEngineIsReportedAndTheJobStillEnds)
     ASSERT_EQ(alert->buttons().size(), 1);
     EXPECT_EQ(alert->buttons().first()->text(), QStringLiteral("Close"));
     alert->buttons().first()->click();
+}
+
+// The console keeps the output of the last job until the next one starts.
+TEST_F(TypesettingWindow, TheConsoleShowsTheOutputOfTheLastJob)
+{
+    open(QStringLiteral("clean"));
+    PLPdfTransformationConsolePanelController *console = progress->transformationConsolePanelController();
+    menuItem(PLAction::DisplayTransformationConsole)->trigger();
+    EXPECT_TRUE(console->window()->isVisible());
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    ASSERT_TRUE(QTest::qWaitFor([console] { return !console->hasPendingOutput(); }, kJobTimeout));
+    const QString output = console->console()->toPlainText();
+    EXPECT_TRUE(output.startsWith(QStringLiteral("This is pdfTeX"))) << output.left(80).toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("Output written on main.pdf")));
+    EXPECT_TRUE(console->console()->isReadOnly());
+    typeset();
+    EXPECT_TRUE(console->console()->toPlainText().isEmpty());
+    ASSERT_TRUE(waitForFinish(2));
+}
+
+// A flooding engine: the console keeps only the newest output, says that older output went, and
+// follows the end only while the user has not scrolled up.
+TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
+{
+    PLPdfTransformationConsolePanelController console;
+    console.window()->resize(400, 200);
+    console.showWindow();
+    const qsizetype maximum = PLPdfTransformationConsolePanelController::kMaximumCharacters;
+    const QString line = QString(99, u'x') + u'\n';
+    const QString chunk = line.repeated(int(maximum / 4 / line.size()));
+    for (int i = 0; i < 3; ++i)
+        console.appendStringToConsole(chunk);
+    console.flush();
+    EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
+    QScrollBar *scrollBar = console.console()->verticalScrollBar();
+    EXPECT_EQ(scrollBar->value(), scrollBar->maximum());
+
+    scrollBar->setValue(0);
+    for (int i = 0; i < 3; ++i)
+        console.appendStringToConsole(chunk);
+    console.appendStringToConsole(QStringLiteral("the end"));
+    console.flush();
+    EXPECT_FALSE(console.droppedOutputLabel()->isHidden());
+    EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
+    EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("x\nthe end")));
+    EXPECT_EQ(scrollBar->value(), 0);
+
+    // One burst larger than everything kept.
+    console.appendStringToConsole(chunk.repeated(5) + QStringLiteral("last"));
+    console.flush();
+    EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
+    EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("last")));
+
+    console.clearConsole();
+    EXPECT_TRUE(console.console()->toPlainText().isEmpty());
+    EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
 }
 
 // A window typeset once on the subfolder project: an error in chapters/one.tex and warnings in
