@@ -41,6 +41,8 @@ public:
     // Save, Don't Save or Cancel for a project with unsaved changes; true when the window may close.
     bool windowShouldClose();
     void removeTypesettingRelatedFiles();
+    // Prints the typeset PDF beside the main file through the print dialog.
+    void printDocument();
     // Saves the project, then typesets its main file.
     void typeset();
     PLTypesetterProgressViewController *typesetterProgressViewController() const;

@@ -54,7 +54,7 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
 
     EXPECT_EQ(shown(0), (QStringList{QStringLiteral("New"), QStringLiteral("Open…"), QStringLiteral("Open Recent"),
                                      QStringLiteral("Open Quickly… -"), QStringLiteral("Save"), QStringLiteral("Save As…"),
-                                     QStringLiteral("Export PDF… -"), QStringLiteral("Print… -"), QStringLiteral("Close"),
+                                     QStringLiteral("Export PDF…"), QStringLiteral("Print…"), QStringLiteral("Close"),
                                      QStringLiteral("Quit")}));
     // No job runs: Typeset is offered, Stop is not.
     EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),

@@ -9,6 +9,7 @@
 #include "PLMainAreaViewController.h"
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
+#include "PLPdfPrinter.h"
 #include "PLPdfTransformationConsolePanelController.h"
 #include "PLNotificationNameConstants.h"
 #include "PLResponderChain.h"
@@ -32,7 +33,9 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QPdfDocument>
 #include <QPlainTextEdit>
+#include <QPrinter>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSplitter>
@@ -294,6 +297,60 @@ TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
     console.clearConsole();
     EXPECT_TRUE(console.console()->toPlainText().isEmpty());
     EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
+}
+
+TEST_F(TypesettingWindow, PrintingBeforeTypesettingSaysThereIsNoPdf)
+{
+    open(QStringLiteral("clean"));
+    QString text, informativeText;
+    QStringList buttons;
+    QTimer answer;
+    answer.setInterval(5);
+    QObject::connect(&answer, &QTimer::timeout, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        answer.stop();
+        text = box->text();
+        informativeText = box->informativeText();
+        for (QAbstractButton *button : box->buttons())
+            buttons << button->text();
+        box->button(QMessageBox::Ok)->click();
+    });
+    answer.start();
+    menuItem(PLAction::PrintDocument)->trigger();
+    EXPECT_EQ(text, QStringLiteral("PDF file not found"));
+    EXPECT_EQ(informativeText, QStringLiteral("The PDF file doesn't seem to exist. Have you generated it? If not please try do "
+                                              "so in the File menu."));
+    buttons.sort();
+    EXPECT_EQ(buttons, (QStringList{QString(), QStringLiteral("OK")}));
+}
+
+// The typeset PDF goes to the printer page by page, within the chosen range.
+TEST_F(TypesettingWindow, PrintsThePagesOfTheTypesetPdf)
+{
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}One\\newpage Two\\newpage "
+                                                 "\\pdfpagewidth=11in \\pdfpageheight=8.5in Three\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    QPdfDocument pdf;
+    pdf.load(document->mainFile()->pdfPath());
+    ASSERT_EQ(pdf.pageCount(), 3);
+    const auto printedPages = [&](int from, int to) {
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(project.path(QStringLiteral("printed.pdf")));
+        if (from > 0) {
+            printer.setPrintRange(QPrinter::PageRange);
+            printer.setFromTo(from, to);
+        }
+        EXPECT_TRUE(PLPdfPrinter::printDocument(pdf, printer));
+        QPdfDocument printed;
+        printed.load(project.path(QStringLiteral("printed.pdf")));
+        return printed.pageCount();
+    };
+    EXPECT_EQ(printedPages(0, 0), 3);
+    EXPECT_EQ(printedPages(2, 3), 2);
 }
 
 // A window typeset once on the subfolder project: an error in chapters/one.tex and warnings in
