@@ -3,6 +3,8 @@
 #include "PLConstants.h"
 #include "PLDictionaryKeys.h"
 #include "PLDocument.h"
+#include "PLFile.h"
+#include "PLLatexTransformer.h"
 #include "PLLogItem.h"
 #include "PLLogStringParser.h"
 #include "PLNotificationCenter.h"
@@ -10,7 +12,9 @@
 #include "PLTitleBarButton.h"
 #include "PLTitleBarView.h"
 #include "PLTypesetterProgressViewController.h"
+#include "PLTypesettingLogFileParser.h"
 
+#include <QFile>
 #include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -21,6 +25,8 @@
 
 namespace {
 enum Column { DescriptionColumn, FileNameColumn, LineNumberColumn };
+// Far beyond the log of any document that stops at its first errors.
+constexpr qint64 kMaximumLogSize = 4 * 1024 * 1024;
 }
 
 PLTypesettingLogParserResultsTableViewController::PLTypesettingLogParserResultsTableViewController(
@@ -91,7 +97,19 @@ QWidget *PLTypesettingLogParserResultsTableViewController::loadView()
             [this](QTreeWidgetItem *item) { selectRow(m_errorOutlineTableView->indexOfTopLevelItem(item)); });
     connect(m_errorOutlineTableView, &QTreeWidget::itemActivated, this,
             [this](QTreeWidgetItem *item) { selectRow(m_errorOutlineTableView->indexOfTopLevelItem(item)); });
+    connect(m_errorOutlineTableView, &QTreeWidget::currentItemChanged, this, &PLTypesettingLogParserResultsTableViewController::showAdvice);
     layout->addWidget(m_errorOutlineTableView, 1);
+
+    m_adviceTextField = new QLabel(view);
+    m_adviceTextField->setObjectName(QStringLiteral("adviceTextField"));
+    m_adviceTextField->setWordWrap(true);
+    m_adviceTextField->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_adviceTextField->setContentsMargins(8, 4, 8, 4);
+    m_adviceTextField->setAutoFillBackground(true);
+    m_adviceTextField->setBackgroundRole(QPalette::ToolTipBase);
+    m_adviceTextField->setForegroundRole(QPalette::ToolTipText);
+    m_adviceTextField->hide();
+    layout->addWidget(m_adviceTextField);
     view->resize(view->width(), m_savedHeight);
     return view;
 }
@@ -124,6 +142,55 @@ void PLTypesettingLogParserResultsTableViewController::reloadData()
     }
     list->clearSelection();
     list->setCurrentItem(nullptr);
+    m_advice = adviceForLastJob();
+    showAdvice();
+}
+
+QLabel *PLTypesettingLogParserResultsTableViewController::adviceTextField()
+{
+    view();
+    return m_adviceTextField;
+}
+
+QList<PLTypesettingLogFileParserItem> PLTypesettingLogParserResultsTableViewController::adviceForLastJob() const
+{
+    const auto &transformer = m_progress->transformer();
+    const std::shared_ptr<PLFile> mainFile = transformer ? transformer->documentFile() : nullptr;
+    if (m_items.isEmpty() || !mainFile || mainFile->isUntitled())
+        return {};
+    // The engine's own log holds the messages the strategies know; its start is where they are.
+    QFile log(mainFile->directoryOfFile() + mainFile->nameWithOutFileExtension() + QStringLiteral(".log"));
+    if (!log.open(QIODevice::ReadOnly))
+        return {};
+    PLTypesettingLogFileParser parser(mainFile);
+    parser.parseLogString(QString::fromUtf8(log.read(kMaximumLogSize)));
+    QList<PLTypesettingLogFileParserItem> advice;
+    for (const PLTypesettingLogFileParserItem &item : parser.items()) {
+        if (!item.advice().trimmed().isEmpty())
+            advice << item;
+    }
+    return advice;
+}
+
+void PLTypesettingLogParserResultsTableViewController::showAdvice()
+{
+    const std::shared_ptr<PLLogItem> selected =
+        itemAtIndex(m_errorOutlineTableView->indexOfTopLevelItem(m_errorOutlineTableView->currentItem()));
+    QStringList all;
+    QStringList matching;
+    for (const PLTypesettingLogFileParserItem &item : std::as_const(m_advice)) {
+        const QString text = item.advice().trimmed();
+        if (!all.contains(text))
+            all << text;
+        // The strategies name files as the engine wrote them, or not at all.
+        const bool sameFile = item.filename().isEmpty() ||
+                              QFileInfo(item.filename()).fileName() == QFileInfo(selected ? selected->filePath() : QString()).fileName();
+        if (selected && item.line() == selected->line() && sameFile && !matching.contains(text))
+            matching << text;
+    }
+    const QStringList &shown = matching.isEmpty() ? all : matching;
+    m_adviceTextField->setText(shown.join(u'\n'));
+    m_adviceTextField->setVisible(!shown.isEmpty());
 }
 
 std::shared_ptr<PLLogItem> PLTypesettingLogParserResultsTableViewController::itemAtIndex(int row) const

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PLTypesettingLogFileParserItem.h"
 #include "XSViewController.h"
 
 #include <QList>
@@ -11,6 +12,7 @@ class PLLogItem;
 class PLTitleBarButton;
 class PLTitleBarView;
 class PLTypesetterProgressViewController;
+class QLabel;
 class QTreeWidget;
 
 // The list of the errors and warnings of the window's last typesetting job, in a pane below the
@@ -30,6 +32,8 @@ public:
 
     QTreeWidget *errorOutlineTableView();
     PLTitleBarButton *closeButton() const { return m_closeButton; }
+    // Advice on the job's errors: for the selected row when some matches it, else all of it.
+    QLabel *adviceTextField();
     // The pane's height as the user last left it.
     int savedHeight() const { return m_savedHeight; }
     void setSavedHeight(int height) { m_savedHeight = qMax(height, minimumHeight); }
@@ -55,12 +59,18 @@ protected:
     QWidget *loadView() override;
 
 private:
+    // What the strategy reader of the engine's log advises for the job that just ended.
+    QList<PLTypesettingLogFileParserItem> adviceForLastJob() const;
+    void showAdvice();
+
     PLDocument *m_document;
     PLTypesetterProgressViewController *m_progress;
     // A copy taken at the end of a job: the next job refills the parser on its own thread.
     QList<std::shared_ptr<PLLogItem>> m_items;
+    QList<PLTypesettingLogFileParserItem> m_advice;
     int m_savedHeight = minimumHeight;
     PLTitleBarView *m_titleBarView = nullptr;
     PLTitleBarButton *m_closeButton = nullptr;
     QTreeWidget *m_errorOutlineTableView = nullptr;
+    QLabel *m_adviceTextField = nullptr;
 };

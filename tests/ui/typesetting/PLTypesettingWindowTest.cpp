@@ -353,6 +353,27 @@ TEST_F(TypesettingWindow, PrintsThePagesOfTheTypesetPdf)
     EXPECT_EQ(printedPages(2, 3), 2);
 }
 
+// "Emergency stop" alone does not tell the user that a package is missing: the advice does.
+TEST_F(TypesettingWindow, TheErrorListAdvisesOnTheSelectedError)
+{
+    open(QStringLiteral("missing-package"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    auto *list = windowController->splitViewController()->mainAreaViewController()->errorsAndWarningsViewController();
+    const QString advice = QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?");
+    EXPECT_EQ(list->adviceTextField()->text(), advice);
+    ASSERT_EQ(list->itemAtIndex(0)->message(), QStringLiteral("Emergency stop."));
+    list->errorOutlineTableView()->setCurrentItem(list->errorOutlineTableView()->topLevelItem(0));
+    EXPECT_EQ(list->adviceTextField()->text(), advice);
+    EXPECT_FALSE(list->adviceTextField()->isHidden());
+
+    // A clean job has nothing to advise.
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\documentclass{article}\\begin{document}Fine.\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(waitForFinish(2));
+    EXPECT_TRUE(list->adviceTextField()->isHidden());
+}
+
 // A window typeset once on the subfolder project: an error in chapters/one.tex and warnings in
 // both files.
 class ErrorList : public TypesettingWindow
