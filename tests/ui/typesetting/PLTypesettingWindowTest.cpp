@@ -299,6 +299,21 @@ TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
     EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
 }
 
+TEST_F(TypesettingWindow, RemovingByProductsKeepsTheSourcesAndThePdf)
+{
+    open(QStringLiteral("subfolder"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    const QStringList byProducts{QStringLiteral("main.aux"), QStringLiteral("main.log"), QStringLiteral("main.synctex.gz")};
+    for (const QString &name : byProducts)
+        ASSERT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
+    menuItem(PLAction::RemoveTypesettingRelatedFiles)->trigger();
+    for (const QString &name : byProducts)
+        EXPECT_FALSE(QFile::exists(project.path(name))) << name.toStdString();
+    for (const QString &name : {QStringLiteral("main.tex"), QStringLiteral("main.pdf"), QStringLiteral("chapters/one.tex")})
+        EXPECT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
+}
+
 TEST_F(TypesettingWindow, PrintingBeforeTypesettingSaysThereIsNoPdf)
 {
     open(QStringLiteral("clean"));
