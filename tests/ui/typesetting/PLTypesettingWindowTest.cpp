@@ -461,6 +461,8 @@ TEST_F(ErrorList, ClickingARowOpensItsFileAtItsLine)
     progress->errorWarningCountButton()->click();
     QCoreApplication::processEvents();
     clickRow(0);
+    // Regression: the pane's old text view, deleted later, used itself after its deletion.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     ASSERT_EQ(pane->file()->name(), QStringLiteral("one.tex"));
     const QString text = pane->file()->contentBuffer()->string();
     const qsizetype lineFour = text.indexOf(QStringLiteral("Here is an error"));
