@@ -229,6 +229,21 @@ TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
     EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(project.path(QStringLiteral("main.log"))); }, kJobTimeout));
 }
 
+// An engine that fails without a word must not pass for a clean job: the strip stays and says so.
+TEST_F(TypesettingWindow, AnEngineFailingSilentlyIsReported)
+{
+    const QString texFolder = project.path(QStringLiteral("tex"));
+    project.write(QStringLiteral("tex/pdflatex"), QStringLiteral("#!/bin/sh\nexit 3\n"));
+    QFile::setPermissions(texFolder + QStringLiteral("/pdflatex"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    PLUserDefaults::standardUserDefaults().setObject(QVariant(texFolder), PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_TRUE(stripShown());
+    EXPECT_EQ(summary(), QString());
+    EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("pdflatex ended with exit status 3"));
+}
+
 TEST_F(TypesettingWindow, AMissingEngineIsReportedAndTheJobStillEnds)
 {
     PLUserDefaults::standardUserDefaults().setObject(QVariant(project.path(QStringLiteral("no-tex"))), PLUserDefaultsTexLocation);
