@@ -50,3 +50,7 @@ done
 page titlebarTextButton.png
 $IM titlebarTextButton.png -fill none -stroke "$ink" -strokewidth 2 \
   -draw "line 23,19 33,19" -draw "line 23,24 33,24" -draw "line 23,29 30,29" titlebarTextButton.png
+
+# Typeset: a page with a "play" triangle, the command that makes the PDF.
+$IM -size 56x44 xc:none -fill "$ink" -stroke "$ink" -strokewidth 2 \
+  -draw "stroke-linejoin round polygon 22,13 36,22 22,31" titleBarButtonIconTypeset.png

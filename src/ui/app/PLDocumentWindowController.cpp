@@ -4,7 +4,12 @@
 #include "PLDocumentController.h"
 #include "PLDocumentSplitViewController.h"
 #include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLLogging.h"
 #include "PLMainMenu.h"
+#include "PLPdfPrinter.h"
+#include "PLTypesetterProgressViewController.h"
+#include "PLTypesettingLogParserResultsTableViewController.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
@@ -16,6 +21,9 @@
 #include <QFileInfo>
 #include <QMainWindow>
 #include <QMessageBox>
+#include <QPdfDocument>
+#include <QPrintDialog>
+#include <QPrinter>
 #include <QPushButton>
 #include <QScreen>
 #include <QUrl>
@@ -33,6 +41,18 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
     setActionHandler(PLAction::PerformClose, [this](QAction *) { close(); });
     setActionHandler(PLAction::RemoveTypesettingRelatedFiles, [this](QAction *) { removeTypesettingRelatedFiles(); },
                      [this](QAction *) { return m_document->mainFile() && !m_document->mainFile()->isUntitled(); });
+    setActionHandler(PLAction::Typeset, [this](QAction *) { typeset(); },
+                     [this](QAction *) { return !typesetterProgressViewController()->isTransforming(); });
+    setActionHandler(PLAction::StopTypesetting, [this](QAction *) { typesetterProgressViewController()->stopTransformation(); },
+                     [this](QAction *) { return typesetterProgressViewController()->isTransforming(); });
+    setActionHandler(PLAction::PrintDocument, [this](QAction *) { printDocument(); });
+    // Exporting is left to a later version; the item stays so the menu keeps its shape.
+    setActionHandler(PLAction::ExportPdf, [](QAction *) { qCInfo(lcUi) << "export PDF is not available"; });
+    setActionHandler(PLAction::DisplayTransformationConsole,
+                     [this](QAction *) { typesetterProgressViewController()->displayTransformationConsole(); });
+    setActionHandler(PLAction::DisplayErrorsAndWarnings, [this](QAction *) {
+        m_splitViewController->mainAreaViewController()->errorsAndWarningsViewController()->toggleErrorsAndWarningsOutline();
+    });
     setActionHandler(PLAction::Minimize, [this](QAction *) { window()->showMinimized(); });
     setActionHandler(
         PLAction::ToggleFullScreen,
@@ -249,6 +269,50 @@ void PLDocumentWindowController::finishClosing()
 void PLDocumentWindowController::removeTypesettingRelatedFiles()
 {
     m_document->removeTypesettingRelatedFiles();
+}
+
+PLTypesetterProgressViewController *PLDocumentWindowController::typesetterProgressViewController() const
+{
+    return m_splitViewController->mainAreaViewController()->typesetterProgressViewController();
+}
+
+void PLDocumentWindowController::typeset()
+{
+    // The engine reads the files from disk. A project never saved asks for a name first; one the
+    // user keeps untitled is left to the strip, which only notes it.
+    saveDocument();
+    typesetterProgressViewController()->transformToPDF();
+}
+
+void PLDocumentWindowController::printDocument()
+{
+    const auto mainFile = m_document->mainFile();
+    QPdfDocument pdf;
+    if (mainFile && !mainFile->isUntitled())
+        pdf.load(mainFile->pdfPath());
+    if (pdf.status() != QPdfDocument::Status::Ready) {
+        QMessageBox box(QMessageBox::Warning, QApplication::applicationDisplayName(), tr("PDF file not found"), QMessageBox::Ok,
+                        isWindowLoaded() ? window() : nullptr);
+        box.setInformativeText(
+            tr("The PDF file doesn't seem to exist. Have you generated it? If not please try do so in the File menu."));
+        box.addButton(QString(), QMessageBox::RejectRole);
+        box.setWindowModality(Qt::WindowModal);
+        box.exec();
+        return;
+    }
+    QPrinter printer(QPrinter::HighResolution);
+    printer.setDocName(mainFile->name());
+    printer.setFromTo(1, pdf.pageCount());
+    QPrintDialog dialog(&printer, window());
+    dialog.setMinMax(1, pdf.pageCount());
+    dialog.setOption(QAbstractPrintDialog::PrintPageRange);
+    if (dialog.exec() != QDialog::Accepted)
+        return;
+    QApplication::setOverrideCursor(Qt::WaitCursor);
+    const bool printed = PLPdfPrinter::printDocument(pdf, printer);
+    QApplication::restoreOverrideCursor();
+    if (!printed)
+        qCWarning(lcUi) << "printing" << mainFile->pdfPath() << "failed";
 }
 
 void PLDocumentWindowController::presentError(const PLError &error)

@@ -10,6 +10,7 @@
 class PLDocumentController;
 class PLDocumentSplitViewController;
 class PLMainMenu;
+class PLTypesetterProgressViewController;
 class QMainWindow;
 
 // The window of one project: the sidebar and the editor panes, the menu bar, the title with its
@@ -40,6 +41,11 @@ public:
     // Save, Don't Save or Cancel for a project with unsaved changes; true when the window may close.
     bool windowShouldClose();
     void removeTypesettingRelatedFiles();
+    // Prints the typeset PDF beside the main file through the print dialog.
+    void printDocument();
+    // Saves the project, then typesets its main file.
+    void typeset();
+    PLTypesetterProgressViewController *typesetterProgressViewController() const;
 
 protected:
     QWidget *loadWindow() override;

@@ -74,6 +74,9 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
 
     QMenu *typeset = bar->addMenu(tr("&Typeset"));
     addItem(typeset, tr("&Typeset"), PLAction::Typeset, QKeySequence(Qt::CTRL | Qt::Key_T));
+    addItem(typeset, tr("&Stop Typesetting"), PLAction::StopTypesetting, QKeySequence(Qt::CTRL | Qt::Key_Period));
+    typeset->addSeparator();
+    addItem(typeset, tr("Show &Console"), PLAction::DisplayTransformationConsole);
     addItem(typeset, tr("Show &Errors and Warnings"), PLAction::DisplayErrorsAndWarnings, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
     typeset->addSeparator();
     addItem(typeset, tr("&Remove Typesetting By-products"), PLAction::RemoveTypesettingRelatedFiles);

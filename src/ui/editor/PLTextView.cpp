@@ -119,6 +119,9 @@ void PLTextView::scrollRangeToVisible(PLRange range)
 
 bool PLTextView::event(QEvent *event)
 {
+    // A view replaced by another one is deleted later, from inside this call: nothing may follow.
+    if (event->type() == QEvent::DeferredDelete)
+        return QPlainTextEdit::event(event);
     const bool handled = QPlainTextEdit::event(event);
     applyPendingCorrection();
     return handled;

@@ -40,6 +40,8 @@ enum class PLAction {
     NavigateForward,
     ToggleFullScreen,
     Typeset,
+    StopTypesetting,
+    DisplayTransformationConsole,
     DisplayErrorsAndWarnings,
     Minimize,
     DisplayWelcomeWindow,

@@ -8,6 +8,7 @@
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLOutlineNode.h"
+#include "PLResponderChain.h"
 #include "PLSplitViewController.h"
 #include "PLLineNumbersRulerView.h"
 #include "PLTextContentBuffer.h"
@@ -118,6 +119,11 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_titleTextField = new QLabel(m_titleBarView);
     m_titleTextField->setAlignment(Qt::AlignCenter);
     m_titleTextField->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    // Typesetting is a window command; the pane offers it where the eye already is, as there is
+    // no toolbar. The button has no type of its own, only an image.
+    m_titleBarButtonTypeset = new PLTitleBarButton(-1, m_titleBarView);
+    m_titleBarButtonTypeset->setImageNamed(QStringLiteral("titleBarButtonIconTypeset.png"));
+    m_titleBarButtonTypeset->setToolTip(tr("Typeset (Ctrl+T)"));
     m_titleBarButtonTogglePDF = new PLTitleBarButton(PLTitleBarButtonCell::DisplayPDF, m_titleBarView);
     m_titleBarButtonTogglePDF->setToolTip(tr("Show the PDF"));
     m_titleBarButtonSplitView = new PLTitleBarButton(PLTitleBarButtonCell::Split, m_titleBarView);
@@ -129,9 +135,12 @@ QWidget *PLSplitViewContentViewController::loadView()
     bar->addWidget(new PLTitleBarButton(PLTitleBarButtonCell::Separator, m_titleBarView));
     bar->addWidget(m_titleTextField, 1);
     bar->addWidget(new PLTitleBarButton(PLTitleBarButtonCell::Separator, m_titleBarView));
+    bar->addWidget(m_titleBarButtonTypeset);
     bar->addWidget(m_titleBarButtonTogglePDF);
     bar->addWidget(m_titleBarButtonSplitView);
     bar->addWidget(m_titleBarButtonCloseSplit);
+    connect(m_titleBarButtonTypeset, &QAbstractButton::clicked, this,
+            [this] { PLResponderChain::sendAction(this->view()->window(), PLAction::Typeset, nullptr); });
     connect(m_titleBarButtonTogglePDF, &QAbstractButton::clicked, this, &PLSplitViewContentViewController::toggleDocumentPDF);
     connect(m_titleBarButtonSplitView, &QAbstractButton::clicked, this,
             [this] { splitView(QGuiApplication::keyboardModifiers()); });

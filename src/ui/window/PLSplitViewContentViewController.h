@@ -62,6 +62,7 @@ public:
     PLTitleBarButton *titleBarButtonCloseSplit() const { return m_titleBarButtonCloseSplit; }
     PLTitleBarButton *titleBarButtonSplitView() const { return m_titleBarButtonSplitView; }
     PLTitleBarButton *titleBarButtonTogglePDF() const { return m_titleBarButtonTogglePDF; }
+    PLTitleBarButton *titleBarButtonTypeset() const { return m_titleBarButtonTypeset; }
     PLNoPDFFoundView *noPDFFoundView() const { return m_noPDFFoundView; }
 
     void removeObservations() override;
@@ -94,6 +95,7 @@ private:
     PLTitleBarButton *m_historyNavigationBackwardsButton = nullptr;
     PLTitleBarButton *m_historyNavigationForwardsButton = nullptr;
     PLTitleBarButton *m_titleBarButtonTogglePDF = nullptr;
+    PLTitleBarButton *m_titleBarButtonTypeset = nullptr;
     PLTitleBarButton *m_titleBarButtonSplitView = nullptr;
     PLTitleBarButton *m_titleBarButtonCloseSplit = nullptr;
     QWidget *m_contentView = nullptr;

@@ -54,10 +54,11 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
 
     EXPECT_EQ(shown(0), (QStringList{QStringLiteral("New"), QStringLiteral("Open…"), QStringLiteral("Open Recent"),
                                      QStringLiteral("Open Quickly… -"), QStringLiteral("Save"), QStringLiteral("Save As…"),
-                                     QStringLiteral("Export PDF… -"), QStringLiteral("Print… -"), QStringLiteral("Close"),
+                                     QStringLiteral("Export PDF…"), QStringLiteral("Print…"), QStringLiteral("Close"),
                                      QStringLiteral("Quit")}));
-    EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset -"), QStringLiteral("Show Errors and Warnings -"),
-                                     QStringLiteral("Remove Typesetting By-products")}));
+    // No job runs: Typeset is offered, Stop is not.
+    EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),
+                                     QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"), QStringLiteral("Remove Typesetting By-products")}));
     // With one pane there is nowhere to move the focus, and no pane to close.
     const QStringList view = shown(2);
     EXPECT_TRUE(view.contains(QStringLiteral("Next Pane -")));

@@ -1,0 +1,506 @@
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDictionaryKeys.h"
+#include "PLDocumentWindowController.h"
+#include "PLLatexTransformer.h"
+#include "PLLogItem.h"
+#include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLMainMenu.h"
+#include "PLNotificationCenter.h"
+#include "PLPdfPrinter.h"
+#include "PLPdfTransformationConsolePanelController.h"
+#include "PLNotificationNameConstants.h"
+#include "PLResponderChain.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLTitleBarButton.h"
+#include "PLTypesettingLogParserResultsTableViewController.h"
+#include "PLTypesetterProgressViewController.h"
+#include "PLUiTestSupport.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QAction>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QLabel>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QProgressBar>
+#include <QPdfDocument>
+#include <QPlainTextEdit>
+#include <QPrinter>
+#include <QPushButton>
+#include <QScrollBar>
+#include <QSplitter>
+#include <QTreeWidget>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Generous: the engine's first run on a cold machine loads its format file.
+constexpr int kJobTimeout = 60000;
+
+// A project window on a copy of a fixture document (or on a text of the test's own), shown, with
+// the window's typesetting notifications counted.
+class TypesettingWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationWillStart, nullptr,
+                                                          [this](const PLNotification &) { ++started; });
+        PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr,
+                                                          [this](const PLNotification &) { ++finished; });
+    }
+
+    void TearDown() override
+    {
+        PLNotificationCenter::defaultCenter().removeObserver(this);
+        PLTest::closeDiscardingChanges(documents);
+    }
+
+    void open(const QString &fixture, const QString &mainText = QString())
+    {
+        const QString source = PLTest::dataPath(QStringLiteral("typesetting/documents/") + fixture);
+        QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            const QString path = it.next();
+            if (!path.endsWith(QStringLiteral(".txt")))
+                PLTest::writeFile(project.path(QDir(source).relativeFilePath(path)), PLTest::readFile(path));
+        }
+        if (!mainText.isEmpty())
+            project.write(QStringLiteral("main.tex"), mainText);
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(QStringLiteral("main.tex"))), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
+        window->resize(900, 500);
+        window->show();
+        progress = windowController->typesetterProgressViewController();
+    }
+
+    QAction *menuItem(PLAction action) const
+    {
+        for (QAction *menu : window->menuBar()->actions()) {
+            for (QAction *item : menu->menu()->actions()) {
+                if (!item->isSeparator() && !item->menu() && PLMainMenu::actionOfItem(item) == action)
+                    return item;
+            }
+        }
+        return nullptr;
+    }
+    bool isEnabled(PLAction action) const { return PLResponderChain::validateMenuItem(window, action, menuItem(action)); }
+    void typeset() const { menuItem(PLAction::Typeset)->trigger(); }
+    bool waitForFinish(int count = 1) const
+    {
+        return QTest::qWaitFor([this, count] { return finished >= count; }, kJobTimeout);
+    }
+    bool stripShown() const { return progress->view()->isVisible(); }
+    QString summary() const
+    {
+        return progress->errorWarningCountButton()->isVisible() ? progress->errorWarningCountButton()->text() : QString();
+    }
+
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    PLDocumentWindowController *windowController = nullptr;
+    QMainWindow *window = nullptr;
+    PLTypesetterProgressViewController *progress = nullptr;
+    int started = 0;
+    int finished = 0;
+};
+
+struct OutcomeCase
+{
+    const char *fixture;
+    bool stripStays;
+    const char *summary;
+    // What the strip says beside the summary; a PDF is written when it says nothing.
+    const char *outcome;
+};
+
+class TypesettingOutcome : public TypesettingWindow, public ::testing::WithParamInterface<OutcomeCase>
+{
+};
+
+// The strip goes away after a clean job and otherwise keeps the summary until the next job.
+TEST_P(TypesettingOutcome, TheStripShowsWhatTheJobFound)
+{
+    const OutcomeCase &c = GetParam();
+    open(QString::fromLatin1(c.fixture));
+    EXPECT_FALSE(stripShown());
+    // The pane's title-bar button is the mouse's way to typeset.
+    windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()
+        ->selectedSplitViewController()->titleBarButtonTypeset()->click();
+    EXPECT_TRUE(stripShown());
+    EXPECT_EQ(started, 1);
+    ASSERT_TRUE(waitForFinish());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(stripShown(), c.stripStays);
+    EXPECT_EQ(summary(), QString::fromLatin1(c.summary));
+    if (c.stripStays) {
+        EXPECT_EQ(progress->transformationFileLabel()->text(), QString::fromLatin1(c.outcome));
+    }
+    EXPECT_EQ(QFile::exists(project.path(QStringLiteral("main.pdf"))), QString::fromLatin1(c.outcome).isEmpty());
+    EXPECT_EQ(progress->progressMaximum(), document->filesInDocument().size());
+    EXPECT_GE(progress->progressValue(), 1);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fixtures, TypesettingOutcome,
+                         // The engine ends with status 1 after errors: the errors say enough, the status would only
+                         // repeat them.
+                         ::testing::Values(OutcomeCase{"clean", false, "", ""},
+                                           OutcomeCase{"undefined-control-sequence", true, "2 errors found", ""},
+                                           OutcomeCase{"warnings", true, "4 warnings found", ""},
+                                           OutcomeCase{"subfolder", true, "1 error and 4 warnings found", ""},
+                                           OutcomeCase{"missing-input", true, "2 errors found", "No PDF was written"}),
+                         [](const ::testing::TestParamInfo<OutcomeCase> &info) {
+                             return QString::fromLatin1(info.param.fixture).replace(u'-', u'_').toStdString();
+                         });
+
+// Regression guard: a second Ctrl+T during a job must not start a second engine, yet it still
+// announces a start; the menu offers Stop instead of Typeset while the job runs.
+TEST_F(TypesettingWindow, ASecondRequestDuringAJobStartsNoSecondEngine)
+{
+    open(QStringLiteral("clean"));
+    EXPECT_TRUE(isEnabled(PLAction::Typeset));
+    EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
+    typeset();
+    const std::shared_ptr<PLLatexTransformer> job = progress->transformer();
+    EXPECT_FALSE(isEnabled(PLAction::Typeset));
+    EXPECT_TRUE(isEnabled(PLAction::StopTypesetting));
+    progress->transformToPDF();
+    EXPECT_EQ(started, 2);
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_EQ(progress->transformer(), job);
+    EXPECT_EQ(finished, 1);
+    EXPECT_TRUE(isEnabled(PLAction::Typeset));
+    EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
+}
+
+// Typeset saves first: the engine must see the text the user sees.
+TEST_F(TypesettingWindow, TypesetSavesTheProjectFirst)
+{
+    open(QStringLiteral("clean"));
+    PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
+    const qsizetype end = buffer->string().indexOf(QStringLiteral("\\end{document}"));
+    buffer->replaceCharactersInRange(PLRange{end, 0}, QStringLiteral("\\unsaved "));
+    ASSERT_TRUE(document->isDocumentEdited());
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_FALSE(document->isDocumentEdited());
+    EXPECT_EQ(summary(), QStringLiteral("1 error found"));
+}
+
+// An engine in an endless loop is ended from the menu, and the strip says so.
+TEST_F(TypesettingWindow, StopEndsALoopingDocument)
+{
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    menuItem(PLAction::StopTypesetting)->trigger();
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_FALSE(progress->isTransforming());
+    EXPECT_TRUE(stripShown());
+    EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("Typesetting stopped"));
+}
+
+// Closing the window during a job ends the engine; nothing calls back into the closed window.
+TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
+{
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    const std::shared_ptr<PLFile> mainFile = document->mainFile();
+    ASSERT_TRUE(windowController->close());
+    // The log appears once the engine has been ended and the job is over.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(project.path(QStringLiteral("main.log"))); }, kJobTimeout));
+}
+
+// An engine that fails without a word must not pass for a clean job: the strip stays and says so.
+TEST_F(TypesettingWindow, AnEngineFailingSilentlyIsReported)
+{
+    const QString texFolder = project.path(QStringLiteral("tex"));
+    project.write(QStringLiteral("tex/pdflatex"), QStringLiteral("#!/bin/sh\nexit 3\n"));
+    QFile::setPermissions(texFolder + QStringLiteral("/pdflatex"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    PLUserDefaults::standardUserDefaults().setObject(QVariant(texFolder), PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_TRUE(stripShown());
+    EXPECT_EQ(summary(), QString());
+    EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("pdflatex ended with exit status 3"));
+}
+
+TEST_F(TypesettingWindow, AMissingEngineIsReportedAndTheJobStillEnds)
+{
+    PLUserDefaults::standardUserDefaults().setObject(QVariant(project.path(QStringLiteral("no-tex"))), PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    QMessageBox *alert = nullptr;
+    ASSERT_TRUE(QTest::qWaitFor([&] { return (alert = window->findChild<QMessageBox *>(QStringLiteral("PLCouldNotLocateEngineAlert"))); }, kJobTimeout));
+    EXPECT_EQ(alert->text(), QStringLiteral("Could not locate pdflatex with path: %1/pdflatex").arg(project.path(QStringLiteral("no-tex"))));
+    EXPECT_EQ(alert->informativeText(), QStringLiteral("Plumeo relies on MacTeX. Is this installed?"));
+    ASSERT_EQ(alert->buttons().size(), 1);
+    EXPECT_EQ(alert->buttons().first()->text(), QStringLiteral("Close"));
+    alert->buttons().first()->click();
+}
+
+// The console keeps the output of the last job until the next one starts.
+TEST_F(TypesettingWindow, TheConsoleShowsTheOutputOfTheLastJob)
+{
+    open(QStringLiteral("clean"));
+    PLPdfTransformationConsolePanelController *console = progress->transformationConsolePanelController();
+    menuItem(PLAction::DisplayTransformationConsole)->trigger();
+    EXPECT_TRUE(console->window()->isVisible());
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    ASSERT_TRUE(QTest::qWaitFor([console] { return !console->hasPendingOutput(); }, kJobTimeout));
+    const QString output = console->console()->toPlainText();
+    EXPECT_TRUE(output.startsWith(QStringLiteral("This is pdfTeX"))) << output.left(80).toStdString();
+    EXPECT_TRUE(output.contains(QStringLiteral("Output written on main.pdf")));
+    EXPECT_TRUE(console->console()->isReadOnly());
+    typeset();
+    EXPECT_TRUE(console->console()->toPlainText().isEmpty());
+    ASSERT_TRUE(waitForFinish(2));
+}
+
+// A flooding engine: the console keeps only the newest output, says that older output went, and
+// follows the end only while the user has not scrolled up.
+TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
+{
+    PLPdfTransformationConsolePanelController console;
+    console.window()->resize(400, 200);
+    console.showWindow();
+    const qsizetype maximum = PLPdfTransformationConsolePanelController::kMaximumCharacters;
+    const QString line = QString(99, u'x') + u'\n';
+    const QString chunk = line.repeated(int(maximum / 4 / line.size()));
+    for (int i = 0; i < 3; ++i)
+        console.appendStringToConsole(chunk);
+    console.flush();
+    EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
+    QScrollBar *scrollBar = console.console()->verticalScrollBar();
+    EXPECT_EQ(scrollBar->value(), scrollBar->maximum());
+
+    scrollBar->setValue(0);
+    for (int i = 0; i < 3; ++i)
+        console.appendStringToConsole(chunk);
+    console.appendStringToConsole(QStringLiteral("the end"));
+    console.flush();
+    EXPECT_FALSE(console.droppedOutputLabel()->isHidden());
+    EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
+    EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("x\nthe end")));
+    EXPECT_EQ(scrollBar->value(), 0);
+
+    // One burst larger than everything kept.
+    console.appendStringToConsole(chunk.repeated(5) + QStringLiteral("last"));
+    console.flush();
+    EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
+    EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("last")));
+
+    console.clearConsole();
+    EXPECT_TRUE(console.console()->toPlainText().isEmpty());
+    EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
+}
+
+TEST_F(TypesettingWindow, RemovingByProductsKeepsTheSourcesAndThePdf)
+{
+    open(QStringLiteral("subfolder"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    const QStringList byProducts{QStringLiteral("main.aux"), QStringLiteral("main.log"), QStringLiteral("main.synctex.gz")};
+    for (const QString &name : byProducts)
+        ASSERT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
+    menuItem(PLAction::RemoveTypesettingRelatedFiles)->trigger();
+    for (const QString &name : byProducts)
+        EXPECT_FALSE(QFile::exists(project.path(name))) << name.toStdString();
+    for (const QString &name : {QStringLiteral("main.tex"), QStringLiteral("main.pdf"), QStringLiteral("chapters/one.tex")})
+        EXPECT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
+}
+
+TEST_F(TypesettingWindow, PrintingBeforeTypesettingSaysThereIsNoPdf)
+{
+    open(QStringLiteral("clean"));
+    QString text, informativeText;
+    QStringList buttons;
+    QTimer answer;
+    answer.setInterval(5);
+    QObject::connect(&answer, &QTimer::timeout, [&] {
+        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        answer.stop();
+        text = box->text();
+        informativeText = box->informativeText();
+        for (QAbstractButton *button : box->buttons())
+            buttons << button->text();
+        box->button(QMessageBox::Ok)->click();
+    });
+    answer.start();
+    menuItem(PLAction::PrintDocument)->trigger();
+    EXPECT_EQ(text, QStringLiteral("PDF file not found"));
+    EXPECT_EQ(informativeText, QStringLiteral("The PDF file doesn't seem to exist. Have you generated it? If not please try do "
+                                              "so in the File menu."));
+    buttons.sort();
+    EXPECT_EQ(buttons, (QStringList{QString(), QStringLiteral("OK")}));
+}
+
+// The typeset PDF goes to the printer page by page, within the chosen range.
+TEST_F(TypesettingWindow, PrintsThePagesOfTheTypesetPdf)
+{
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}One\\newpage Two\\newpage "
+                                                 "\\pdfpagewidth=11in \\pdfpageheight=8.5in Three\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    QPdfDocument pdf;
+    pdf.load(document->mainFile()->pdfPath());
+    ASSERT_EQ(pdf.pageCount(), 3);
+    const auto printedPages = [&](int from, int to) {
+        QPrinter printer(QPrinter::HighResolution);
+        printer.setOutputFormat(QPrinter::PdfFormat);
+        printer.setOutputFileName(project.path(QStringLiteral("printed.pdf")));
+        if (from > 0) {
+            printer.setPrintRange(QPrinter::PageRange);
+            printer.setFromTo(from, to);
+        }
+        EXPECT_TRUE(PLPdfPrinter::printDocument(pdf, printer));
+        QPdfDocument printed;
+        printed.load(project.path(QStringLiteral("printed.pdf")));
+        return printed.pageCount();
+    };
+    EXPECT_EQ(printedPages(0, 0), 3);
+    EXPECT_EQ(printedPages(2, 3), 2);
+}
+
+// "Emergency stop" alone does not tell the user that a package is missing: the advice does.
+TEST_F(TypesettingWindow, TheErrorListAdvisesOnTheSelectedError)
+{
+    open(QStringLiteral("missing-package"));
+    typeset();
+    ASSERT_TRUE(waitForFinish());
+    auto *list = windowController->splitViewController()->mainAreaViewController()->errorsAndWarningsViewController();
+    const QString advice = QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?");
+    EXPECT_EQ(list->adviceTextField()->text(), advice);
+    ASSERT_EQ(list->itemAtIndex(0)->message(), QStringLiteral("Emergency stop."));
+    list->errorOutlineTableView()->setCurrentItem(list->errorOutlineTableView()->topLevelItem(0));
+    EXPECT_EQ(list->adviceTextField()->text(), advice);
+    EXPECT_FALSE(list->adviceTextField()->isHidden());
+
+    // A clean job has nothing to advise.
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\documentclass{article}\\begin{document}Fine.\\end{document}\n"));
+    typeset();
+    ASSERT_TRUE(waitForFinish(2));
+    EXPECT_TRUE(list->adviceTextField()->isHidden());
+}
+
+// A window typeset once on the subfolder project: an error in chapters/one.tex and warnings in
+// both files.
+class ErrorList : public TypesettingWindow
+{
+protected:
+    void SetUp() override
+    {
+        TypesettingWindow::SetUp();
+        open(QStringLiteral("subfolder"));
+        typeset();
+        ASSERT_TRUE(waitForFinish());
+        list = windowController->splitViewController()->mainAreaViewController()->errorsAndWarningsViewController();
+        pane = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->selectedSplitViewController();
+    }
+
+    QTreeWidget *table() const { return list->errorOutlineTableView(); }
+    bool listShown() const { return !list->view()->isHidden(); }
+    void clickRow(int row) const
+    {
+        QTreeWidgetItem *item = table()->topLevelItem(row);
+        QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, table()->visualItemRect(item).center());
+    }
+    qsizetype caret() const { return pane->textContentView()->selectedRange().location; }
+
+    PLTypesettingLogParserResultsTableViewController *list = nullptr;
+    PLSplitViewContentViewController *pane = nullptr;
+};
+
+TEST_F(ErrorList, ListsErrorsBeforeWarningsWithTheirFilesAndLines)
+{
+    ASSERT_EQ(table()->topLevelItemCount(), list->numberOfRows());
+    ASSERT_GE(list->numberOfRows(), 2);
+    EXPECT_EQ(list->itemAtIndex(0)->type(), PLLogItem::Error);
+    EXPECT_EQ(table()->topLevelItem(0)->text(1), QStringLiteral("one.tex"));
+    EXPECT_EQ(table()->topLevelItem(0)->text(2), QStringLiteral("4"));
+    for (int row = 1; row < list->numberOfRows(); ++row)
+        EXPECT_EQ(list->itemAtIndex(row)->type(), PLLogItem::Warning) << row;
+    EXPECT_EQ(list->itemAtIndex(list->numberOfRows()), nullptr);
+}
+
+// The summary button and the menu item open the list; the menu item and the close button hide it;
+// the height the user gave it comes back, and it never appears shorter than 140.
+TEST_F(ErrorList, IsToggledAndKeepsItsHeight)
+{
+    EXPECT_FALSE(listShown());
+    progress->errorWarningCountButton()->click();
+    EXPECT_TRUE(listShown());
+    QCoreApplication::processEvents();
+    EXPECT_GE(list->view()->height(), PLTypesettingLogParserResultsTableViewController::minimumHeight);
+    auto *splitter = qobject_cast<QSplitter *>(list->view()->parentWidget());
+    ASSERT_NE(splitter, nullptr);
+    const int total = splitter->sizes().value(0) + splitter->sizes().value(1);
+    splitter->setSizes({total - 200, 200});
+    menuItem(PLAction::DisplayErrorsAndWarnings)->trigger();
+    EXPECT_FALSE(listShown());
+    menuItem(PLAction::DisplayErrorsAndWarnings)->trigger();
+    EXPECT_TRUE(listShown());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(list->view()->height(), 200);
+    list->closeButton()->click();
+    EXPECT_FALSE(listShown());
+    list->setSavedHeight(20);
+    EXPECT_EQ(list->savedHeight(), PLTypesettingLogParserResultsTableViewController::minimumHeight);
+}
+
+// Clicking a row opens a file in a subfolder that no pane showed, at the start of the line; a
+// second click on the same, still selected, row goes there again.
+TEST_F(ErrorList, ClickingARowOpensItsFileAtItsLine)
+{
+    progress->errorWarningCountButton()->click();
+    QCoreApplication::processEvents();
+    clickRow(0);
+    // Regression: the pane's old text view, deleted later, used itself after its deletion.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    ASSERT_EQ(pane->file()->name(), QStringLiteral("one.tex"));
+    const QString text = pane->file()->contentBuffer()->string();
+    const qsizetype lineFour = text.indexOf(QStringLiteral("Here is an error"));
+    EXPECT_EQ(caret(), lineFour);
+    pane->textContentView()->setSelectedRange(PLRange{0, 0});
+    clickRow(0);
+    EXPECT_EQ(caret(), lineFour);
+}
+
+// Regression guard: the finish of another window's job must not reload this list (which would
+// drop the user's selection).
+TEST_F(ErrorList, IgnoresTheFinishOfAnotherDocument)
+{
+    table()->setCurrentItem(table()->topLevelItem(1));
+    PLDocument other;
+    PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                               {{PLDictionaryKeyDocument, QVariant::fromValue(static_cast<QObject *>(&other))}});
+    EXPECT_EQ(table()->currentItem(), table()->topLevelItem(1));
+    PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                               {{PLDictionaryKeyDocument, QVariant::fromValue(static_cast<QObject *>(document))}});
+    EXPECT_EQ(table()->currentItem(), nullptr);
+}
+
+}
