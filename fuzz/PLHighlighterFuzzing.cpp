@@ -1,30 +1,14 @@
 #include "PLHighlighterFuzzing.h"
 
 #include "PLSyntaxHighlighter.h"
+#include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTextStorage.h"
 
 #include <cstdlib>
 
 namespace {
 
-class PlainTextStorage : public PLTextStorage
-{
-public:
-    explicit PlainTextStorage(const QString &text) : PLTextStorage(text.size()), m_text(text) {}
-
-    const QString &string() const override { return m_text; }
-
-    void replaceCharactersInRange(PLRange range, const QString &string)
-    {
-        m_text.replace(range.location, range.length, string);
-        edited(range, string.size() - range.length);
-    }
-
-private:
-    QString m_text;
-};
-
-void checkRunsCoverTheText(const PlainTextStorage &storage)
+void checkRunsCoverTheText(const PLPlainTextStorage &storage)
 {
     qsizetype covered = 0;
     storage.enumerateAttributes(PLRange{0, storage.string().size()}, [&](const PLTextAttributes &, PLRange run) {
@@ -42,7 +26,7 @@ namespace PLFuzz {
 
 void colourAndEdit(std::unique_ptr<PLSyntaxHighlighterDelegate> rules, const QString &text)
 {
-    PlainTextStorage storage(text);
+    PLPlainTextStorage storage(text);
     PLSyntaxHighlighter highlighter(&storage, std::move(rules));
     highlighter.userDefaultsDidChangeEditorTextColor();
     checkRunsCoverTheText(storage);
