@@ -6,7 +6,9 @@
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QStyle>
 #include <QToolButton>
@@ -50,6 +52,23 @@ QToolButton *PLFindAndReplaceViewController::findPreviousButton()
     return m_findPreviousButton;
 }
 
+QToolButton *PLFindAndReplaceViewController::searchOptionsButton()
+{
+    view();
+    return m_searchOptionsButton;
+}
+
+QLabel *PLFindAndReplaceViewController::searchResultsCountLabel()
+{
+    view();
+    return m_searchResultsCountLabel;
+}
+
+void PLFindAndReplaceViewController::refreshCountLabel()
+{
+    m_searchResultsCountLabel->setText(QString::asprintf("%d", m_searchResultsCountFromLastSearch));
+}
+
 QWidget *PLFindAndReplaceViewController::loadView()
 {
     auto *view = new QWidget;
@@ -57,6 +76,23 @@ QWidget *PLFindAndReplaceViewController::loadView()
     auto *layout = new QHBoxLayout(view);
     layout->setContentsMargins(6, 4, 5, 4);
     layout->setSpacing(6);
+
+    // Searches always ignore case and cover the shown file; the options only show that.
+    m_searchOptionsButton = new QToolButton(view);
+    m_searchOptionsButton->setObjectName(QStringLiteral("searchOptionsButton"));
+    m_searchOptionsButton->setFocusPolicy(Qt::NoFocus);
+    m_searchOptionsButton->setAutoRaise(true);
+    m_searchOptionsButton->setPopupMode(QToolButton::InstantPopup);
+    m_searchOptionsButton->setIcon(view->style()->standardIcon(QStyle::SP_FileDialogDetailedView));
+    auto *options = new QMenu(QStringLiteral("Search settings menu"), m_searchOptionsButton);
+    options->addAction(QStringLiteral("Search entire document"));
+    options->addAction(QStringLiteral("Search current file"));
+    options->addSeparator();
+    options->addAction(QStringLiteral("Ignore case"));
+    m_searchOptionsButton->setMenu(options);
+    m_searchResultsCountLabel = new QLabel(view);
+    m_searchResultsCountLabel->setObjectName(QStringLiteral("searchResultsCountLabel"));
+    refreshCountLabel();
 
     m_findTextField = new QLineEdit(view);
     m_findTextField->setObjectName(QStringLiteral("findTextField"));
@@ -87,10 +123,12 @@ QWidget *PLFindAndReplaceViewController::loadView()
     m_findNextButton = makeFindButton(PLTextSearch::Forwards);
     m_findNextButton->setObjectName(QStringLiteral("findNextButton"));
 
+    layout->addWidget(m_searchOptionsButton);
     layout->addWidget(m_findTextField, 2);
     layout->addWidget(m_replaceTextField, 2);
     layout->addWidget(m_replaceButton);
     layout->addStretch(1);
+    layout->addWidget(m_searchResultsCountLabel);
     layout->addWidget(m_findPreviousButton);
     layout->addWidget(m_findNextButton);
     return view;

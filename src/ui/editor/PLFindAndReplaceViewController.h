@@ -4,6 +4,7 @@
 
 class PLFindAndReplaceViewController;
 class QAction;
+class QLabel;
 class QLineEdit;
 class QPushButton;
 class QToolButton;
@@ -69,6 +70,10 @@ public:
     QPushButton *replaceButton();
     QToolButton *findNextButton();
     QToolButton *findPreviousButton();
+    QToolButton *searchOptionsButton();
+    QLabel *searchResultsCountLabel();
+    // The bar keeps no list of results, so the count stays at nought.
+    int searchResultsCountFromLastSearch() const { return m_searchResultsCountFromLastSearch; }
 
 protected:
     QWidget *loadView() override;
@@ -76,6 +81,7 @@ protected:
 
 private:
     void display();
+    void refreshCountLabel();
 
     PLFindAndReplaceUIDelegate *m_uiDelegate = nullptr;
     PLFindAndReplaceViewControllerDelegate *m_delegate = nullptr;
@@ -84,4 +90,7 @@ private:
     QPushButton *m_replaceButton = nullptr;
     QToolButton *m_findNextButton = nullptr;
     QToolButton *m_findPreviousButton = nullptr;
+    QToolButton *m_searchOptionsButton = nullptr;
+    QLabel *m_searchResultsCountLabel = nullptr;
+    int m_searchResultsCountFromLastSearch = 0;
 };

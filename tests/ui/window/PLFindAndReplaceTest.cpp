@@ -10,7 +10,9 @@
 #include "PLTextView.h"
 #include "PLUiTestSupport.h"
 
+#include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMainWindow>
 #include <QPushButton>
 #include <QTest>
@@ -85,6 +87,17 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
     }
+
+    // The options only name what every search does; choosing one changes nothing.
+    QMenu *options = bar->searchOptionsButton()->menu();
+    ASSERT_NE(options, nullptr);
+    EXPECT_EQ(options->title(), QStringLiteral("Search settings menu"));
+    QStringList items;
+    for (QAction *item : options->actions())
+        items << (item->isSeparator() ? QStringLiteral("-") : item->text());
+    EXPECT_EQ(items, (QStringList{QStringLiteral("Search entire document"), QStringLiteral("Search current file"),
+                                  QStringLiteral("-"), QStringLiteral("Ignore case")}));
+    EXPECT_EQ(bar->searchResultsCountLabel()->text(), QStringLiteral("0"));
 }
 
 // One press after another from the caret at 3: each row's hit is where the next search starts.
