@@ -2,6 +2,7 @@
 
 #include "PLDictionaryKeys.h"
 #include "PLDocument.h"
+#include "PLFindIndicator.h"
 #include "PLFile.h"
 #include "PLLogging.h"
 #include "PLNoPDFFoundView.h"
@@ -396,6 +397,7 @@ void PLSplitViewContentViewController::findAndHighlightString(const QString &str
         return;
     m_textContentView->setSelectedRange(hit);
     m_textContentView->scrollRangeToVisible(hit);
+    PLFindIndicator::flash(m_textContentView, hit);
 }
 
 void PLSplitViewContentViewController::replaceCurrentHighlightedSelectionWithString(const QString &string)

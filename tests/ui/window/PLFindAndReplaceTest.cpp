@@ -3,6 +3,7 @@
 #include "PLDocumentSplitViewController.h"
 #include "PLDocumentWindowController.h"
 #include "PLFindAndReplaceViewController.h"
+#include "PLFindIndicator.h"
 #include "PLMainAreaViewController.h"
 #include "PLSplitViewContentViewController.h"
 #include "PLSplitViewController.h"
@@ -121,6 +122,11 @@ TEST_F(FindBar, FindKeysWalkTheHitsBothWaysAndWrapAround)
     for (const auto &step : steps) {
         press(step.key, step.modifiers);
         EXPECT_EQ(textView()->selectedRange(), step.expected) << "key " << step.key;
+        // The hit flashes where it stands on screen, one flash at a time.
+        const auto flashes = textView()->viewport()->findChildren<PLFindIndicator *>();
+        ASSERT_EQ(flashes.size(), 1);
+        QTextCursor hit = textView()->textCursor();
+        EXPECT_TRUE(flashes.first()->geometry().contains(textView()->cursorRect(hit))) << "key " << step.key;
     }
     // The buttons search the same way.
     bar->findNextButton()->click();
