@@ -114,17 +114,23 @@ void PLQuickOpenWindowController::search()
     const QList<std::shared_ptr<PLOutlineNode>> &results = m_quickOpenManager->searchForString(m_quickOpenTextField->text());
     // The sidebar's icons; a data source without a file treats every root as an included file.
     const PLDocumentOutlineViewDataSource icons(nullptr);
+    m_searchResults->setUpdatesEnabled(false);
     m_searchResults->setRowCount(int(results.size()));
     for (int row = 0; row < results.size(); ++row) {
         const PLOutlineNode *node = results.at(row).get();
         auto *item = new QTableWidgetItem(node->name());
         const QString icon = icons.iconResourceNameForItem(node);
-        if (!icon.isEmpty())
-            item->setIcon(PLResourceImage(icon));
+        if (!icon.isEmpty()) {
+            auto cached = m_icons.find(icon);
+            if (cached == m_icons.end())
+                cached = m_icons.insert(icon, QIcon(PLResourceImage(icon)));
+            item->setIcon(*cached);
+        }
         m_searchResults->setItem(row, 0, item);
     }
     m_searchResults->clearSelection();
     m_searchResults->setCurrentCell(-1, -1);
+    m_searchResults->setUpdatesEnabled(true);
 }
 
 void PLQuickOpenWindowController::open()

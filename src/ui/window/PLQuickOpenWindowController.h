@@ -2,6 +2,8 @@
 
 #include "XSWindowController.h"
 
+#include <QHash>
+#include <QIcon>
 #include <QLineEdit>
 #include <QPointer>
 
@@ -62,6 +64,8 @@ private:
     void dismiss();
 
     QPointer<QWidget> m_over;
+    // Decoded once: every keystroke refills the whole list.
+    QHash<QString, QIcon> m_icons;
     PLQuickOpenManager *m_quickOpenManager;
     PLQuickOpenSearchField *m_quickOpenTextField = nullptr;
     QTableWidget *m_searchResults = nullptr;
