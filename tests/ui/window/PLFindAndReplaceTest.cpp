@@ -12,6 +12,7 @@
 #include "PLUiTestSupport.h"
 
 #include <QLabel>
+#include <QLayout>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMainWindow>
@@ -87,6 +88,16 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         press(Qt::Key_Escape);
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
+    }
+
+    // The find buttons keep to the bar's right edge as the window resizes.
+    press(Qt::Key_F, Qt::ControlModifier);
+    for (int width : {700, 1200}) {
+        window->resize(width, 400);
+        QTRY_COMPARE(bar->view()->width(), bar->view()->parentWidget()->width());
+        QCoreApplication::processEvents();
+        EXPECT_EQ(bar->findNextButton()->geometry().right(), bar->view()->width() - 1 - 5) << width;
+        EXPECT_EQ(bar->findPreviousButton()->geometry().right(), bar->findNextButton()->geometry().left() - 1 - bar->view()->layout()->spacing());
     }
 
     // The options only name what every search does; choosing one changes nothing.
