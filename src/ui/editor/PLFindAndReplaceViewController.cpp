@@ -1,5 +1,6 @@
 #include "PLFindAndReplaceViewController.h"
 
+#include "PLFindAndReplaceViews.h"
 #include "PLMainMenu.h"
 #include "PLTextSearch.h"
 
@@ -40,13 +41,19 @@ QPushButton *PLFindAndReplaceViewController::replaceButton()
     return m_replaceButton;
 }
 
-QToolButton *PLFindAndReplaceViewController::findNextButton()
+PLFindAndReplaceButton *PLFindAndReplaceViewController::closeButton()
+{
+    view();
+    return m_closeButton;
+}
+
+PLFindAndReplaceButton *PLFindAndReplaceViewController::findNextButton()
 {
     view();
     return m_findNextButton;
 }
 
-QToolButton *PLFindAndReplaceViewController::findPreviousButton()
+PLFindAndReplaceButton *PLFindAndReplaceViewController::findPreviousButton()
 {
     view();
     return m_findPreviousButton;
@@ -71,7 +78,7 @@ void PLFindAndReplaceViewController::refreshCountLabel()
 
 QWidget *PLFindAndReplaceViewController::loadView()
 {
-    auto *view = new QWidget;
+    auto *view = new PLFindAndReplaceBackgroundView;
     view->setObjectName(QStringLiteral("PLFindAndReplaceView"));
     auto *layout = new QHBoxLayout(view);
     layout->setContentsMargins(6, 4, 5, 4);
@@ -110,12 +117,9 @@ QWidget *PLFindAndReplaceViewController::loadView()
 
     // The two find buttons sit together at the bar's right edge, previous before next.
     const auto makeFindButton = [this, view](qint32 direction) {
-        auto *button = new QToolButton(view);
-        button->setFocusPolicy(Qt::NoFocus);
-        button->setAutoRaise(true);
-        button->setIcon(view->style()->standardIcon(direction == PLTextSearch::Forwards ? QStyle::SP_ArrowDown : QStyle::SP_ArrowUp));
+        PLFindAndReplaceButton *button = PLFindAndReplaceButton::findButton(direction, view);
         button->setToolTip(direction == PLTextSearch::Forwards ? tr("Find next") : tr("Find previous"));
-        connect(button, &QToolButton::clicked, this, [this, direction] { search(direction); });
+        connect(button, &QAbstractButton::clicked, this, [this, direction] { search(direction); });
         return button;
     };
     m_findPreviousButton = makeFindButton(PLTextSearch::Backwards);
@@ -123,6 +127,14 @@ QWidget *PLFindAndReplaceViewController::loadView()
     m_findNextButton = makeFindButton(PLTextSearch::Forwards);
     m_findNextButton->setObjectName(QStringLiteral("findNextButton"));
 
+    m_closeButton = new PLFindAndReplaceButton({QStringLiteral("findAndReplaceBackground.png"), QStringLiteral("findAndReplaceButtonClose.png")},
+                                               {QStringLiteral("findAndReplaceButtonPressed.png"), QStringLiteral("findAndReplaceButtonClose.png")},
+                                               view);
+    m_closeButton->setObjectName(QStringLiteral("closeButton"));
+    m_closeButton->setToolTip(tr("Hide the find bar"));
+    connect(m_closeButton, &QAbstractButton::clicked, this, &PLFindAndReplaceViewController::hideFindAndReplacePanel);
+
+    layout->addWidget(m_closeButton);
     layout->addWidget(m_searchOptionsButton);
     layout->addWidget(m_findTextField, 2);
     layout->addWidget(m_replaceTextField, 2);

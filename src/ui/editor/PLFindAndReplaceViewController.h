@@ -2,6 +2,7 @@
 
 #include "XSViewController.h"
 
+class PLFindAndReplaceButton;
 class PLFindAndReplaceViewController;
 class QAction;
 class QLabel;
@@ -68,8 +69,9 @@ public:
     QLineEdit *findTextField();
     QLineEdit *replaceTextField();
     QPushButton *replaceButton();
-    QToolButton *findNextButton();
-    QToolButton *findPreviousButton();
+    PLFindAndReplaceButton *findNextButton();
+    PLFindAndReplaceButton *findPreviousButton();
+    PLFindAndReplaceButton *closeButton();
     QToolButton *searchOptionsButton();
     QLabel *searchResultsCountLabel();
     // The bar keeps no list of results, so the count stays at nought.
@@ -88,8 +90,9 @@ private:
     QLineEdit *m_findTextField = nullptr;
     QLineEdit *m_replaceTextField = nullptr;
     QPushButton *m_replaceButton = nullptr;
-    QToolButton *m_findNextButton = nullptr;
-    QToolButton *m_findPreviousButton = nullptr;
+    PLFindAndReplaceButton *m_findNextButton = nullptr;
+    PLFindAndReplaceButton *m_findPreviousButton = nullptr;
+    PLFindAndReplaceButton *m_closeButton = nullptr;
     QToolButton *m_searchOptionsButton = nullptr;
     QLabel *m_searchResultsCountLabel = nullptr;
     int m_searchResultsCountFromLastSearch = 0;

@@ -3,6 +3,7 @@
 #include "PLDocumentSplitViewController.h"
 #include "PLDocumentWindowController.h"
 #include "PLFindAndReplaceViewController.h"
+#include "PLFindAndReplaceViews.h"
 #include "PLFindIndicator.h"
 #include "PLMainAreaViewController.h"
 #include "PLSplitViewContentViewController.h"
@@ -88,6 +89,16 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         press(Qt::Key_Escape);
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
+    }
+
+    bar->closeButton()->click();
+    EXPECT_FALSE(bar->isShown());
+    // Drawn from the bar's images, which are 28x22 points; a misnamed one would be empty.
+    for (QAbstractButton *button : {bar->closeButton(), bar->findNextButton(), bar->findPreviousButton()}) {
+        EXPECT_EQ(button->sizeHint(), QSize(28, 22)) << button->toolTip().toStdString();
+        button->setDown(true);
+        EXPECT_FALSE(button->grab().isNull());
+        button->setDown(false);
     }
 
     // The find buttons keep to the bar's right edge as the window resizes.
