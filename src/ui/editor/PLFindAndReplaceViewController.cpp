@@ -2,6 +2,7 @@
 
 #include "PLFindAndReplaceViews.h"
 #include "PLMainMenu.h"
+#include "PLResourceImage.h"
 #include "PLTextSearch.h"
 
 #include <QApplication>
@@ -134,7 +135,10 @@ QWidget *PLFindAndReplaceViewController::loadView()
     m_closeButton->setToolTip(tr("Hide the find bar"));
     connect(m_closeButton, &QAbstractButton::clicked, this, &PLFindAndReplaceViewController::hideFindAndReplacePanel);
 
+    auto *separator = new QLabel(view);
+    separator->setPixmap(PLResourceImage(QStringLiteral("findAndReplaceButtonSeparator.png")));
     layout->addWidget(m_closeButton);
+    layout->addWidget(separator);
     layout->addWidget(m_searchOptionsButton);
     layout->addWidget(m_findTextField, 2);
     layout->addWidget(m_replaceTextField, 2);
