@@ -8,6 +8,7 @@
 #include "PLLogging.h"
 #include "PLMainMenu.h"
 #include "PLPdfPrinter.h"
+#include "PLQuickOpenWindowController.h"
 #include "PLTypesetterProgressViewController.h"
 #include "PLTypesettingLogParserResultsTableViewController.h"
 #include "PLUserDefaults.h"
@@ -53,6 +54,7 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
     setActionHandler(PLAction::DisplayErrorsAndWarnings, [this](QAction *) {
         m_splitViewController->mainAreaViewController()->errorsAndWarningsViewController()->toggleErrorsAndWarningsOutline();
     });
+    setActionHandler(PLAction::DisplayOpenQuicklyWindow, [this](QAction *) { displayOpenQuicklyWindow(); });
     setActionHandler(PLAction::Minimize, [this](QAction *) { window()->showMinimized(); });
     setActionHandler(
         PLAction::ToggleFullScreen,
@@ -322,4 +324,21 @@ void PLDocumentWindowController::presentError(const PLError &error)
                     isWindowLoaded() ? window() : nullptr);
     box.setWindowModality(Qt::WindowModal);
     box.exec();
+}
+
+PLQuickOpenWindowController *PLDocumentWindowController::quickOpenWindowController()
+{
+    if (!m_quickOpenWindowController) {
+        m_quickOpenWindowController = new PLQuickOpenWindowController(m_document->quickOpenManager(), this);
+        connect(m_quickOpenWindowController, &PLQuickOpenWindowController::didChooseOutlineNode, this,
+                [this](const std::shared_ptr<PLOutlineNode> &node) {
+                    m_splitViewController->mainAreaViewController()->sideBarDidSelectItem(node);
+                });
+    }
+    return m_quickOpenWindowController;
+}
+
+void PLDocumentWindowController::displayOpenQuicklyWindow()
+{
+    quickOpenWindowController()->showWindow(window());
 }

@@ -10,6 +10,7 @@
 class PLDocumentController;
 class PLDocumentSplitViewController;
 class PLMainMenu;
+class PLQuickOpenWindowController;
 class PLTypesetterProgressViewController;
 class QMainWindow;
 
@@ -46,6 +47,9 @@ public:
     // Saves the project, then typesets its main file.
     void typeset();
     PLTypesetterProgressViewController *typesetterProgressViewController() const;
+    // Centred over this window; its choice shows in the focused pane as a sidebar click would.
+    void displayOpenQuicklyWindow();
+    PLQuickOpenWindowController *quickOpenWindowController();
 
 protected:
     QWidget *loadWindow() override;
@@ -62,5 +66,6 @@ private:
     PLDocumentController *m_documentController;
     PLDocumentSplitViewController *m_splitViewController = nullptr;
     PLMainMenu *m_mainMenu = nullptr;
+    PLQuickOpenWindowController *m_quickOpenWindowController = nullptr;
     bool m_closing = false;
 };

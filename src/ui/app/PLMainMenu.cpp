@@ -2,6 +2,7 @@
 
 #include "PLDocumentController.h"
 #include "PLDocumentWindowController.h"
+#include "PLFindAndReplaceViewController.h"
 #include "PLResponderChain.h"
 
 #include <QAction>
@@ -46,7 +47,13 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
     addItem(edit, tr("&Paste"), PLAction::Paste, QKeySequence::Paste);
     addItem(edit, tr("Select &All"), PLAction::SelectAll, QKeySequence::SelectAll);
     edit->addSeparator();
-    addItem(edit, tr("&Find and Replace…"), PLAction::PerformFindPanelAction, QKeySequence::Find);
+    addItem(edit, tr("&Find and Replace…"), PLAction::PerformFindPanelAction, QKeySequence::Find, PLFindAndReplaceViewController::ShowFind);
+    addItem(edit, tr("Find Ne&xt"), PLAction::PerformFindPanelAction, {}, PLFindAndReplaceViewController::FindNext)
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::Key_G), QKeySequence(Qt::Key_F3)});
+    addItem(edit, tr("Find Pre&vious"), PLAction::PerformFindPanelAction, {}, PLFindAndReplaceViewController::FindPrevious)
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_G), QKeySequence(Qt::SHIFT | Qt::Key_F3)});
+    addItem(edit, tr("Use &Selection for Find"), PLAction::PerformFindPanelAction, QKeySequence(Qt::CTRL | Qt::Key_E),
+            PLFindAndReplaceViewController::UseSelectionForFind);
     addItem(edit, tr("&Go to Line…"), PLAction::DisplayGoToLineWindow, QKeySequence(Qt::CTRL | Qt::Key_L));
     edit->addSeparator();
     addItem(edit, tr("Co&mment or Uncomment Lines"), PLAction::ToggleCommentOfCurrentLine, QKeySequence(Qt::CTRL | Qt::Key_Slash));

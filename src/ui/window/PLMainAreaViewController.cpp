@@ -13,6 +13,7 @@
 #include "PLTypesetterProgressViewController.h"
 #include "PLTypesettingLogParserResultsTableViewController.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QSplitter>
 #include <QVBoxLayout>
@@ -22,11 +23,15 @@ PLMainAreaViewController::PLMainAreaViewController(PLDocument *document, XSWindo
       m_editorSplitViewController(new PLSplitViewController(document, windowController, this)),
       m_typesetterProgressViewController(new PLTypesetterProgressViewController(document, windowController, this)),
       m_errorsAndWarningsViewController(
-          new PLTypesettingLogParserResultsTableViewController(document, m_typesetterProgressViewController, windowController, this))
+          new PLTypesettingLogParserResultsTableViewController(document, m_typesetterProgressViewController, windowController, this)),
+      m_findAndReplaceViewController(new PLFindAndReplaceViewController(windowController, this))
 {
     addChild(m_editorSplitViewController);
     addChild(m_typesetterProgressViewController);
     addChild(m_errorsAndWarningsViewController);
+    addChild(m_findAndReplaceViewController);
+    m_findAndReplaceViewController->setUiDelegate(this);
+    m_findAndReplaceViewController->setDelegate(this);
     connect(m_typesetterProgressViewController, &PLTypesetterProgressViewController::didRequestDisplayOfErrorOutline, this,
             &PLMainAreaViewController::errorsAndWarningsViewControllerDisplayView);
     connect(m_errorsAndWarningsViewController, &PLTypesettingLogParserResultsTableViewController::displayView, this,
@@ -55,6 +60,9 @@ QWidget *PLMainAreaViewController::loadView()
     QWidget *strip = m_typesetterProgressViewController->view();
     strip->hide();
     layout->addWidget(strip);
+    QWidget *findBar = m_findAndReplaceViewController->view();
+    findBar->hide();
+    layout->addWidget(findBar);
     m_bottomSplitView = new QSplitter(Qt::Vertical, view);
     m_bottomSplitView->setObjectName(QStringLiteral("PLMainAreaBottomSplitView"));
     m_bottomSplitView->setChildrenCollapsible(false);
@@ -134,4 +142,44 @@ void PLMainAreaViewController::sideBarDidSelectItem(const std::shared_ptr<PLOutl
 {
     if (PLSplitViewContentViewController *pane = m_editorSplitViewController->selectedSplitViewController())
         pane->selectOutlineNode(node);
+}
+
+void PLMainAreaViewController::findAndReplaceViewControllerWillDisplayView(PLFindAndReplaceViewController *, QWidget *)
+{
+    view();
+    m_findAndReplaceViewController->view()->show();
+}
+
+void PLMainAreaViewController::findAndReplaceViewControllerWillHideView(PLFindAndReplaceViewController *, QWidget *)
+{
+    QWidget *findBar = m_findAndReplaceViewController->view();
+    const bool hadFocus = findBar->isAncestorOf(QApplication::focusWidget());
+    findBar->hide();
+    // The keys go back to the text the bar searched.
+    if (hadFocus)
+        if (PLSplitViewContentViewController *pane = m_editorSplitViewController->selectedSplitViewController())
+            pane->makeKey();
+}
+
+void PLMainAreaViewController::findAndReplaceViewControllerDidSearchForString(PLFindAndReplaceViewController *,
+                                                                              const QString &string, qint32 direction)
+{
+    if (PLSplitViewContentViewController *pane = m_editorSplitViewController->selectedSplitViewController())
+        pane->findAndHighlightString(string, direction);
+}
+
+void PLMainAreaViewController::findAndReplaceViewControllerDidRequestStringReplacement(PLFindAndReplaceViewController *,
+                                                                                       const QString &replacement)
+{
+    if (PLSplitViewContentViewController *pane = m_editorSplitViewController->selectedSplitViewController())
+        pane->replaceCurrentHighlightedSelectionWithString(replacement);
+}
+
+QString PLMainAreaViewController::findAndReplaceViewControllerDidRequestStringInSelectedRange(PLFindAndReplaceViewController *)
+{
+    PLSplitViewContentViewController *pane = m_editorSplitViewController->selectedSplitViewController();
+    if (!pane || pane->isPdfToggled() || !pane->textContentView())
+        return QString();
+    const PLRange selection = pane->textContentView()->selectedRange();
+    return pane->textContentView()->contentBuffer()->string().mid(selection.location, selection.length);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PLFindAndReplaceViewController.h"
 #include "XSViewController.h"
 
 #include <memory>
@@ -13,9 +14,11 @@ class PLTypesettingLogParserResultsTableViewController;
 class QSplitter;
 
 // The right-hand side of a project window: the typesetting strip above the editor panes while
-// a job runs or its outcome is shown, the editor panes, and below them, on demand, the error list
-// or the find bar.
-class PLMainAreaViewController : public XSViewController
+// a job runs or its outcome is shown, the find bar on demand, the editor panes, and below them,
+// on demand, the error list.
+class PLMainAreaViewController : public XSViewController,
+                                 public PLFindAndReplaceUIDelegate,
+                                 public PLFindAndReplaceViewControllerDelegate
 {
     Q_OBJECT
 
@@ -29,6 +32,7 @@ public:
     {
         return m_errorsAndWarningsViewController;
     }
+    PLFindAndReplaceViewController *findAndReplaceViewController() const { return m_findAndReplaceViewController; }
 
     // The sidebar's choice: the focused pane shows the node.
     void sideBarDidSelectItem(const std::shared_ptr<PLOutlineNode> &node);
@@ -36,6 +40,15 @@ public:
     void errorsAndWarningsViewControllerDidSelectItem(const std::shared_ptr<PLLogItem> &item);
     void errorsAndWarningsViewControllerDisplayView();
     void errorsAndWarningsViewControllerHideView();
+
+    // The find bar's requests go to the focused pane.
+    void findAndReplaceViewControllerWillDisplayView(PLFindAndReplaceViewController *controller, QWidget *view) override;
+    void findAndReplaceViewControllerWillHideView(PLFindAndReplaceViewController *controller, QWidget *view) override;
+    void findAndReplaceViewControllerDidSearchForString(PLFindAndReplaceViewController *controller, const QString &string,
+                                                        qint32 direction) override;
+    void findAndReplaceViewControllerDidRequestStringReplacement(PLFindAndReplaceViewController *controller,
+                                                                 const QString &replacement) override;
+    QString findAndReplaceViewControllerDidRequestStringInSelectedRange(PLFindAndReplaceViewController *controller) override;
 
 protected:
     QWidget *loadView() override;
@@ -48,5 +61,6 @@ private:
     PLSplitViewController *m_editorSplitViewController;
     PLTypesetterProgressViewController *m_typesetterProgressViewController;
     PLTypesettingLogParserResultsTableViewController *m_errorsAndWarningsViewController;
+    PLFindAndReplaceViewController *m_findAndReplaceViewController;
     QSplitter *m_bottomSplitView = nullptr;
 };

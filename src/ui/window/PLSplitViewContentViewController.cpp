@@ -2,6 +2,7 @@
 
 #include "PLDictionaryKeys.h"
 #include "PLDocument.h"
+#include "PLFindIndicator.h"
 #include "PLFile.h"
 #include "PLLogging.h"
 #include "PLNoPDFFoundView.h"
@@ -12,6 +13,7 @@
 #include "PLSplitViewController.h"
 #include "PLLineNumbersRulerView.h"
 #include "PLTextContentBuffer.h"
+#include "PLTextSearch.h"
 #include "PLTextView.h"
 #include "PLTextViewDelegate.h"
 #include "PLTextViewHistoryHandler.h"
@@ -383,4 +385,24 @@ void PLSplitViewContentViewController::updateHistoryButtons()
         return;
     m_historyNavigationBackwardsButton->setEnabled(m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionBackwards));
     m_historyNavigationForwardsButton->setEnabled(m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionForwards));
+}
+
+void PLSplitViewContentViewController::findAndHighlightString(const QString &string, qint32 direction)
+{
+    if (m_isPdfToggled || !m_textContentView)
+        return;
+    const PLRange hit = PLTextSearch::rangeOfString(m_textContentView->contentBuffer()->string(), string,
+                                                    m_textContentView->selectedRange(), direction);
+    if (!hit.isFound())
+        return;
+    m_textContentView->setSelectedRange(hit);
+    m_textContentView->scrollRangeToVisible(hit);
+    PLFindIndicator::flash(m_textContentView, hit);
+}
+
+void PLSplitViewContentViewController::replaceCurrentHighlightedSelectionWithString(const QString &string)
+{
+    if (m_isPdfToggled || !m_textContentView)
+        return;
+    m_textContentView->insertText(string, m_textContentView->selectedRange());
 }

@@ -46,6 +46,11 @@ public:
     void makeKey();
     // Shows the node's file with the caret at the start of the node.
     void selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node);
+    // The find bar's search in the shown text: the hit becomes the selection, scrolled into view;
+    // without a hit nothing changes. Direction 1 searches forwards, 0 backwards.
+    void findAndHighlightString(const QString &string, qint32 direction);
+    // Puts the string in place of the selection as if typed, so the buffer's filters and undo apply.
+    void replaceCurrentHighlightedSelectionWithString(const QString &string);
 
     // The back and forward buttons: steps along the shown file's trail of selections.
     void navigateBackward();

@@ -1,0 +1,241 @@
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLFindAndReplaceViewController.h"
+#include "PLFindAndReplaceViews.h"
+#include "PLFindIndicator.h"
+#include "PLMainAreaViewController.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLUiTestSupport.h"
+
+#include <QLabel>
+#include <QLayout>
+#include <QLineEdit>
+#include <QMenu>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+#include <QUndoStack>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// "alpha" stands at 0, 11 and 23 in three letter cases.
+const QString mainText = QStringLiteral("Alpha beta ALPHA gamma alpha\n");
+
+// A project window with the main file's text focused; the find bar driven with the keyboard.
+class FindBar : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        const QString path = project.write(QStringLiteral("main.tex"), mainText);
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        window = documents.windowControllerForDocument(document)->documentWindow();
+        window->resize(900, 400);
+        window->show();
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+        PLMainAreaViewController *mainArea = documents.windowControllerForDocument(document)->splitViewController()->mainAreaViewController();
+        pane = mainArea->editorSplitViewController()->splitViewContentControllerAtIndex(0);
+        bar = mainArea->findAndReplaceViewController();
+        pane->makeKey();
+        QCoreApplication::processEvents();
+    }
+
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    PLTextView *textView() const { return pane->textContentView(); }
+    QString text() const { return textView()->contentBuffer()->string(); }
+    // Keys go where the focus is, as they would from the keyboard.
+    static void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), modifiers);
+    }
+    void openBarWithString(const QString &string)
+    {
+        press(Qt::Key_F, Qt::ControlModifier);
+        ASSERT_TRUE(bar->isShown());
+        QTest::keyClicks(bar->findTextField(), string);
+    }
+
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewContentViewController *pane = nullptr;
+    PLFindAndReplaceViewController *bar = nullptr;
+};
+
+TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
+{
+    EXPECT_FALSE(bar->isShown());
+    press(Qt::Key_F, Qt::ControlModifier);
+    EXPECT_TRUE(bar->isShown());
+    EXPECT_EQ(QApplication::focusWidget(), bar->findTextField());
+
+    for (QLineEdit *field : {bar->findTextField(), bar->replaceTextField()}) {
+        press(Qt::Key_F, Qt::ControlModifier);
+        field->setFocus();
+        press(Qt::Key_Escape);
+        EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
+        EXPECT_EQ(QApplication::focusWidget(), textView());
+    }
+
+    bar->closeButton()->click();
+    EXPECT_FALSE(bar->isShown());
+    // Drawn from the bar's images, which are 28x22 points; a misnamed one would be empty.
+    for (QAbstractButton *button : {bar->closeButton(), bar->findNextButton(), bar->findPreviousButton()}) {
+        EXPECT_EQ(button->sizeHint(), QSize(28, 22)) << button->toolTip().toStdString();
+        button->setDown(true);
+        EXPECT_FALSE(button->grab().isNull());
+        button->setDown(false);
+    }
+
+    // The find buttons keep to the bar's right edge as the window resizes.
+    press(Qt::Key_F, Qt::ControlModifier);
+    for (int width : {700, 1200}) {
+        window->resize(width, 400);
+        QTRY_COMPARE(bar->view()->width(), bar->view()->parentWidget()->width());
+        QCoreApplication::processEvents();
+        EXPECT_EQ(bar->findNextButton()->geometry().right(), bar->view()->width() - 1 - 5) << width;
+        EXPECT_EQ(bar->findPreviousButton()->geometry().right(), bar->findNextButton()->geometry().left() - 1 - bar->view()->layout()->spacing());
+    }
+
+    // The options only name what every search does; choosing one changes nothing.
+    QMenu *options = bar->searchOptionsButton()->menu();
+    ASSERT_NE(options, nullptr);
+    EXPECT_EQ(options->title(), QStringLiteral("Search settings menu"));
+    QStringList items;
+    for (QAction *item : options->actions())
+        items << (item->isSeparator() ? QStringLiteral("-") : item->text());
+    EXPECT_EQ(items, (QStringList{QStringLiteral("Search entire document"), QStringLiteral("Search current file"),
+                                  QStringLiteral("-"), QStringLiteral("Ignore case")}));
+    EXPECT_EQ(bar->searchResultsCountLabel()->text(), QStringLiteral("0"));
+}
+
+// One press after another from the caret at 3: each row's hit is where the next search starts.
+TEST_F(FindBar, FindKeysWalkTheHitsBothWaysAndWrapAround)
+{
+    textView()->setSelectedRange(PLRange{3, 0});
+    openBarWithString(QStringLiteral("ALPHA"));
+    const struct
+    {
+        int key;
+        Qt::KeyboardModifiers modifiers;
+        PLRange expected;
+    } steps[] = {
+        {Qt::Key_Return, Qt::NoModifier, {11, 5}},
+        {Qt::Key_G, Qt::ControlModifier, {23, 5}},
+        {Qt::Key_F3, Qt::NoModifier, {0, 5}},
+        {Qt::Key_G, Qt::ControlModifier | Qt::ShiftModifier, {23, 5}},
+        {Qt::Key_F3, Qt::ShiftModifier, {11, 5}},
+        {Qt::Key_F3, Qt::ShiftModifier, {0, 5}},
+    };
+    for (const auto &step : steps) {
+        press(step.key, step.modifiers);
+        EXPECT_EQ(textView()->selectedRange(), step.expected) << "key " << step.key;
+        // The hit flashes where it stands on screen, one flash at a time.
+        const auto flashes = textView()->viewport()->findChildren<PLFindIndicator *>();
+        ASSERT_EQ(flashes.size(), 1);
+        QTextCursor hit = textView()->textCursor();
+        EXPECT_TRUE(flashes.first()->geometry().contains(textView()->cursorRect(hit))) << "key " << step.key;
+    }
+    // The buttons search the same way.
+    bar->findNextButton()->click();
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{11, 5}));
+    bar->findPreviousButton()->click();
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 5}));
+}
+
+TEST_F(FindBar, NothingChangesWithoutAHitOrWhileTheBarIsHidden)
+{
+    textView()->setSelectedRange(PLRange{6, 2});
+    openBarWithString(QStringLiteral("delta"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
+
+    bar->findTextField()->setText(QStringLiteral("alpha"));
+    press(Qt::Key_Escape);
+    press(Qt::Key_G, Qt::ControlModifier);
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
+    EXPECT_FALSE(bar->isShown());
+}
+
+TEST_F(FindBar, UseSelectionForFindFillsTheFieldWithTheSelectedText)
+{
+    textView()->setSelectedRange(PLRange{6, 4});
+    press(Qt::Key_E, Qt::ControlModifier);
+    EXPECT_TRUE(bar->isShown());
+    EXPECT_EQ(bar->findTextField()->text(), QStringLiteral("beta"));
+    EXPECT_EQ(QApplication::focusWidget(), bar->findTextField());
+
+    press(Qt::Key_Escape);
+    textView()->setSelectedRange(PLRange{6, 0});
+    press(Qt::Key_E, Qt::ControlModifier);
+    EXPECT_EQ(bar->findTextField()->text(), QString());
+}
+
+// Whatever the held modifiers call it, the button replaces the selection once.
+TEST_F(FindBar, EveryReplaceLabelReplacesOnlyTheSelection)
+{
+    const struct
+    {
+        Qt::KeyboardModifiers modifiers;
+        const char *title;
+        int tag;
+    } variants[] = {
+        {Qt::NoModifier, "replace", PLFindAndReplaceViewController::Replace},
+        {Qt::AltModifier, "replace all", PLFindAndReplaceViewController::ReplaceAll},
+        {Qt::AltModifier | Qt::ControlModifier, "replace + find", PLFindAndReplaceViewController::ReplaceAndFind},
+    };
+    openBarWithString(QStringLiteral("alpha"));
+    bar->replaceTextField()->setText(QStringLiteral("omega"));
+    for (const auto &variant : variants) {
+        bar->findNextButton()->click();
+        const PLRange hit = textView()->selectedRange();
+        ASSERT_EQ(hit.length, 5);
+        QLineEdit *field = bar->replaceTextField();
+        if (variant.modifiers.testFlag(Qt::ControlModifier))
+            QTest::keyPress(field, Qt::Key_Control, Qt::NoModifier);
+        if (variant.modifiers.testFlag(Qt::AltModifier))
+            QTest::keyPress(field, Qt::Key_Alt, variant.modifiers & Qt::ControlModifier);
+        EXPECT_EQ(bar->replaceButton()->text(), QString::fromUtf8(variant.title));
+        EXPECT_EQ(bar->replaceButton()->property("tag").toInt(), variant.tag);
+
+        const QString before = text();
+        bar->replaceButton()->click();
+        EXPECT_EQ(text(), QString(before).replace(hit.location, 5, QStringLiteral("omega"))) << variant.title;
+
+        if (variant.modifiers.testFlag(Qt::AltModifier))
+            QTest::keyRelease(field, Qt::Key_Alt, variant.modifiers);
+        if (variant.modifiers.testFlag(Qt::ControlModifier))
+            QTest::keyRelease(field, Qt::Key_Control, Qt::ControlModifier);
+        EXPECT_EQ(bar->replaceButton()->text(), QStringLiteral("replace"));
+    }
+    EXPECT_EQ(text(), QStringLiteral("omega beta omega gamma omega\n"));
+}
+
+TEST_F(FindBar, ReplacementIsTypedTextUndoneInOneStep)
+{
+    textView()->setSelectedRange(PLRange{6, 4});
+    press(Qt::Key_F, Qt::ControlModifier);
+    bar->replaceTextField()->setText(QStringLiteral("("));
+    bar->replaceButton()->click();
+    // The buffer pairs the bracket as it does for a typed one.
+    EXPECT_EQ(text(), QStringLiteral("Alpha () ALPHA gamma alpha\n"));
+
+    textView()->contentBuffer()->undoManager()->undo();
+    EXPECT_EQ(text(), mainText);
+}
+
+}

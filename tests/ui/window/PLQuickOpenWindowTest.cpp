@@ -1,0 +1,141 @@
+#include "PLDocument.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLQuickOpenWindowController.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLUiTestSupport.h"
+
+#include <QMainWindow>
+#include <QTableWidget>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A project whose chapter is included twice; quick open driven with the keyboard.
+class QuickOpen : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        const QString path = project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{second try}\nText.\n"
+                                                                                      "\\input{chapter}\n\\input{chapter}\n"
+                                                                                      "\\subsection{Sections}\n"));
+        project.write(QStringLiteral("chapter.tex"), QStringLiteral("Intro.\n\\section{Shared SEC}\nBody.\n"));
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
+        window->resize(900, 500);
+        window->show();
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+        pane = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->splitViewContentControllerAtIndex(0);
+        pane->makeKey();
+        QCoreApplication::processEvents();
+    }
+
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    PLQuickOpenWindowController *quickOpen() { return windowController->quickOpenWindowController(); }
+    QStringList rows()
+    {
+        QStringList names;
+        for (int row = 0; row < quickOpen()->searchResults()->rowCount(); ++row)
+            names << quickOpen()->searchResults()->item(row, 0)->text();
+        return names;
+    }
+    void openAndType(const QString &text)
+    {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+        ASSERT_TRUE(quickOpen()->isShown());
+        ASSERT_TRUE(QTest::qWaitForWindowActive(quickOpen()->window()));
+        ASSERT_EQ(QApplication::focusWidget(), quickOpen()->quickOpenTextField());
+        QTest::keyClicks(quickOpen()->quickOpenTextField(), text);
+    }
+    static void press(int key) { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
+
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    PLDocumentWindowController *windowController = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewContentViewController *pane = nullptr;
+};
+
+TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirst)
+{
+    openAndType(QStringLiteral("sec"));
+    // The twice-included chapter's heading is listed once.
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Sections"), QStringLiteral("Shared SEC"), QStringLiteral("second try")}));
+    EXPECT_EQ(quickOpen()->searchResults()->rowHeight(0), 25);
+    quickOpen()->quickOpenTextField()->selectAll();
+    QTest::keyClicks(quickOpen()->quickOpenTextField(), QStringLiteral("hared"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Shared SEC")}));
+}
+
+TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
+{
+    openAndType(QStringLiteral("sec"));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(quickOpen()->isShown());
+    EXPECT_TRUE(quickOpen()->window()->isVisible());
+
+    const struct
+    {
+        int key;
+        int row;
+    } steps[] = {{Qt::Key_Down, 0}, {Qt::Key_Down, 1}, {Qt::Key_Down, 2}, {Qt::Key_Down, 2}, {Qt::Key_Up, 1}, {Qt::Key_Up, 0}, {Qt::Key_Up, 0}};
+    for (const auto &step : steps) {
+        press(step.key);
+        EXPECT_EQ(quickOpen()->searchResults()->currentRow(), step.row);
+        EXPECT_EQ(QApplication::focusWidget(), quickOpen()->quickOpenTextField());
+    }
+    EXPECT_EQ(quickOpen()->quickOpenTextField()->cursorPosition(), 3);
+
+    // Going back to the project window closes it.
+    window->activateWindow();
+    QTRY_VERIFY(!quickOpen()->isShown());
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+}
+
+TEST_F(QuickOpen, ReturnShowsTheChosenHeadingInTheFocusedPane)
+{
+    openAndType(QStringLiteral("shared"));
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(quickOpen()->isShown());
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    ASSERT_TRUE(pane->file());
+    EXPECT_EQ(pane->file()->name(), QStringLiteral("chapter.tex"));
+    EXPECT_EQ(pane->textContentView()->selectedRange(), (PLRange{7, 0}));
+}
+
+TEST_F(QuickOpen, EscapeClosesAndReopeningSearchesTheOldTextAgain)
+{
+    openAndType(QStringLiteral("sec"));
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+
+    // A heading added while the window was closed is in the fresh results.
+    pane->textContentView()->insertText(QStringLiteral("\\section{Another sec}\n"), PLRange{0, 0});
+    pane->makeKey();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_TRUE(quickOpen()->isShown());
+    EXPECT_EQ(quickOpen()->quickOpenTextField()->text(), QStringLiteral("sec"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Another sec"), QStringLiteral("Sections"), QStringLiteral("Shared SEC"),
+                                   QStringLiteral("second try")}));
+}
+
+}
