@@ -8,6 +8,7 @@
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLOutlineNode.h"
+#include "PLPDFView.h"
 #include "PLResponderChain.h"
 #include "PLSplitViewController.h"
 #include "PLLineNumbersRulerView.h"
@@ -18,6 +19,7 @@
 #include "PLTitleBarButton.h"
 #include "PLTitleBarView.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -83,6 +85,10 @@ void PLSplitViewContentViewController::observeNotifications()
                      << (newFile ? newFile->stringPath() : QString());
         if (oldFile && oldFile == m_file)
             setFile(newFile);
+    });
+    center.addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr, [this](const PLNotification &notification) {
+        if (m_isPdfToggled && notification.userInfo().value(PLDictionaryKeyDocument).value<QObject *>() == m_document)
+            reloadPDF();
     });
     center.addObserver(this, PLNotificationEditorBackgroundColorDidChange, nullptr, [this](const PLNotification &) {
         if (m_textContentView)
@@ -154,6 +160,19 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_pdfViewEncapsulatorView->installEventFilter(this);
     auto *pdfLayout = new QStackedLayout(m_pdfViewEncapsulatorView);
     pdfLayout->setContentsMargins(0, 0, 0, 0);
+    m_pdfView = new PLPDFView(m_pdfViewEncapsulatorView);
+    pdfLayout->addWidget(m_pdfView);
+    // The placeholder goes once a document is shown, whenever its loading ends.
+    connect(m_pdfView, &PLPDFView::documentChanged, this, [this, pdfLayout] {
+        if (m_noPDFFoundView) {
+            pdfLayout->removeWidget(m_noPDFFoundView);
+            m_noPDFFoundView->deleteLater();
+            m_noPDFFoundView = nullptr;
+        }
+        pdfLayout->setCurrentWidget(m_pdfView);
+    });
+    connect(m_pdfView, &PLPDFView::didFocus, this,
+            [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
     m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
 
     layout->addWidget(m_titleBarView);
@@ -259,13 +278,26 @@ void PLSplitViewContentViewController::displayDocumentPDF()
 
 void PLSplitViewContentViewController::reloadPDF()
 {
+    view();
+    // The bytes are read at once so the file stays free for the next job; a missing or broken
+    // file leaves whatever is shown.
+    QFile pdf(m_document->mainFile()->pdfPath());
+    const bool loading = pdf.open(QIODevice::ReadOnly) && m_pdfView->loadData(pdf.readAll());
+    if (!loading && !m_pdfView->document())
+        showNoPDFFoundView();
+}
+
+void PLSplitViewContentViewController::showNoPDFFoundView()
+{
     // Until the project has been typeset into a PDF that the pane can show, the placeholder
     // fills it.
     if (m_noPDFFoundView)
         return;
     qCInfo(lcUi) << "no pdf found";
     m_noPDFFoundView = new PLNoPDFFoundView(m_pdfViewEncapsulatorView);
-    static_cast<QStackedLayout *>(m_pdfViewEncapsulatorView->layout())->addWidget(m_noPDFFoundView);
+    auto *pdfLayout = static_cast<QStackedLayout *>(m_pdfViewEncapsulatorView->layout());
+    pdfLayout->addWidget(m_noPDFFoundView);
+    pdfLayout->setCurrentWidget(m_noPDFFoundView);
 }
 
 void PLSplitViewContentViewController::splitView(Qt::KeyboardModifiers modifiers)
@@ -307,7 +339,7 @@ void PLSplitViewContentViewController::displayCloseButton(bool display)
 void PLSplitViewContentViewController::makeKey()
 {
     if (m_isPdfToggled)
-        m_pdfViewEncapsulatorView->setFocus();
+        m_pdfView->setFocus();
     else if (m_textContentView)
         m_textContentView->setFocus();
 }

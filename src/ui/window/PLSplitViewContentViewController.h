@@ -8,6 +8,7 @@ class PLDocument;
 class PLFile;
 class PLNoPDFFoundView;
 class PLOutlineNode;
+class PLPDFView;
 class PLSplitViewController;
 class PLTextView;
 class PLTextViewHistoryHandler;
@@ -64,6 +65,7 @@ public:
     PLTitleBarButton *titleBarButtonTogglePDF() const { return m_titleBarButtonTogglePDF; }
     PLTitleBarButton *titleBarButtonTypeset() const { return m_titleBarButtonTypeset; }
     PLNoPDFFoundView *noPDFFoundView() const { return m_noPDFFoundView; }
+    PLPDFView *pdfView() const { return m_pdfView; }
 
     void removeObservations() override;
 
@@ -74,6 +76,7 @@ protected:
 
 private:
     void observeNotifications();
+    void showNoPDFFoundView();
     // Puts a new text view on the file's shared buffer in place of the old one.
     void replaceTextStorageInTextView();
     void setTitle(const QString &title);
@@ -103,4 +106,5 @@ private:
     PLTextView *m_textContentView = nullptr;
     QWidget *m_pdfViewEncapsulatorView = nullptr;
     PLNoPDFFoundView *m_noPDFFoundView = nullptr;
+    PLPDFView *m_pdfView = nullptr;
 };

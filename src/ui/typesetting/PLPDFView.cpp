@@ -1,0 +1,404 @@
+#include "PLPDFView.h"
+
+#include "PLLogging.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPdfDocument>
+#include <QScrollBar>
+#include <QTimer>
+#include <QtConcurrent>
+
+namespace {
+constexpr int kPageGap = 8;
+constexpr qreal kZoomStep = 1.25;
+constexpr qreal kMinimumZoom = 0.1;
+constexpr qreal kMaximumZoom = 10.0;
+// Rendered pages kept in memory; the pages farthest from the shown one go first.
+constexpr qint64 kCacheBudgetBytes = 256ll * 1024 * 1024;
+// How many pages beyond the visible ones are rendered ahead of scrolling.
+constexpr int kRenderAhead = 2;
+constexpr int kHighlightMilliseconds = 1500;
+}
+
+PLPDFView::PLPDFView(QWidget *parent) : QAbstractScrollArea(parent)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    viewport()->setAutoFillBackground(true);
+    QPalette palette = viewport()->palette();
+    palette.setColor(QPalette::Window, QColor(128, 128, 128));
+    viewport()->setPalette(palette);
+}
+
+PLPDFView::~PLPDFView()
+{
+    // A worker still renders from a document that dies with the view.
+    for (QFutureWatcher<QImage> *watcher : std::as_const(m_renders))
+        watcher->waitForFinished();
+}
+
+bool PLPDFView::loadData(const QByteArray &bytes)
+{
+    if (bytes.isEmpty())
+        return false;
+    std::shared_ptr<QPdfDocument> document = std::make_shared<QPdfDocument>();
+    // The document reads its pages from the buffer for as long as it lives.
+    auto *buffer = new QBuffer(document.get());
+    buffer->setData(bytes);
+    buffer->open(QIODevice::ReadOnly);
+    document->load(buffer);
+    if (document->status() == QPdfDocument::Status::Error) {
+        qCWarning(lcUi) << "the PDF could not be read:" << document->error();
+        return false;
+    }
+    if (document->status() == QPdfDocument::Status::Ready) {
+        adoptDocument(std::move(document));
+        return true;
+    }
+    m_loadingDocument = document;
+    connect(document.get(), &QPdfDocument::statusChanged, this, [this, raw = document.get()](QPdfDocument::Status status) {
+        if (m_loadingDocument.get() != raw)
+            return;
+        if (status == QPdfDocument::Status::Ready)
+            adoptDocument(std::exchange(m_loadingDocument, nullptr));
+        else if (status == QPdfDocument::Status::Error)
+            m_loadingDocument.reset();
+    });
+    return true;
+}
+
+void PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
+{
+    if (document->pageCount() <= 0) {
+        qCWarning(lcUi) << "the PDF has no pages";
+        return;
+    }
+    m_document = std::move(document);
+    ++m_generation;
+    m_pending.clear();
+    m_highlight = QRectF();
+    m_highlightPage = -1;
+    const QPoint origin = scrollOrigin();
+    layoutPages();
+    setScrollOrigin(origin);
+    requestVisiblePages();
+    viewport()->update();
+    emit documentChanged();
+}
+
+QPdfDocument *PLPDFView::document() const
+{
+    return m_document.get();
+}
+
+int PLPDFView::pageCount() const
+{
+    return m_document ? m_document->pageCount() : 0;
+}
+
+qreal PLPDFView::pixelsPerPoint() const
+{
+    return m_zoomFactor * logicalDpiY() / 72.0;
+}
+
+void PLPDFView::layoutPages()
+{
+    m_pageRects.clear();
+    const int count = pageCount();
+    QList<QSize> sizes;
+    int width = 0;
+    for (int page = 0; page < count; ++page) {
+        const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+        sizes.append(size);
+        width = std::max(width, size.width());
+    }
+    width += 2 * kPageGap;
+    int y = kPageGap;
+    for (const QSize &size : std::as_const(sizes)) {
+        m_pageRects.append(QRect(QPoint((width - size.width()) / 2, y), size));
+        y += size.height() + kPageGap;
+    }
+    m_contentSize = QSize(width, count > 0 ? y : 0);
+    updateScrollBars();
+}
+
+void PLPDFView::updateScrollBars()
+{
+    const QSize viewportSize = viewport()->size();
+    horizontalScrollBar()->setRange(0, std::max(0, m_contentSize.width() - viewportSize.width()));
+    horizontalScrollBar()->setPageStep(viewportSize.width());
+    horizontalScrollBar()->setSingleStep(20);
+    verticalScrollBar()->setRange(0, std::max(0, m_contentSize.height() - viewportSize.height()));
+    verticalScrollBar()->setPageStep(viewportSize.height());
+    verticalScrollBar()->setSingleStep(20);
+}
+
+QPoint PLPDFView::contentOffset() const
+{
+    // Content narrower than the viewport is centred.
+    const int x = m_contentSize.width() < viewport()->width() ? (viewport()->width() - m_contentSize.width()) / 2
+                                                              : -horizontalScrollBar()->value();
+    return QPoint(x, -verticalScrollBar()->value());
+}
+
+QPoint PLPDFView::scrollOrigin() const
+{
+    return QPoint(horizontalScrollBar()->value(), verticalScrollBar()->value());
+}
+
+void PLPDFView::setScrollOrigin(const QPoint &origin)
+{
+    // The scroll bars clamp an origin beyond a shorter document.
+    horizontalScrollBar()->setValue(origin.x());
+    verticalScrollBar()->setValue(origin.y());
+}
+
+QRect PLPDFView::pageRect(int page) const
+{
+    return page >= 0 && page < m_pageRects.size() ? m_pageRects.at(page) : QRect();
+}
+
+int PLPDFView::pageAt(const QPoint &contentPoint) const
+{
+    int nearest = -1;
+    int nearestDistance = std::numeric_limits<int>::max();
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        const QRect &rect = m_pageRects.at(page);
+        const int distance = contentPoint.y() < rect.top() ? rect.top() - contentPoint.y()
+                             : contentPoint.y() > rect.bottom() ? contentPoint.y() - rect.bottom()
+                                                                : 0;
+        if (distance < nearestDistance) {
+            nearest = page;
+            nearestDistance = distance;
+        }
+    }
+    return nearest;
+}
+
+void PLPDFView::setZoomFactor(qreal factor)
+{
+    factor = std::clamp(factor, kMinimumZoom, kMaximumZoom);
+    if (qFuzzyCompare(factor, m_zoomFactor))
+        return;
+    // The point at the top of the viewport stays there.
+    const qreal ratio = factor / m_zoomFactor;
+    const QPoint origin = scrollOrigin();
+    m_zoomFactor = factor;
+    // Renders under way are for the old size; their results are dropped when they arrive.
+    m_pending.clear();
+    layoutPages();
+    setScrollOrigin(QPoint(qRound(origin.x() * ratio), qRound(origin.y() * ratio)));
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::zoomIn()
+{
+    setZoomFactor(m_zoomFactor * kZoomStep);
+}
+
+void PLPDFView::zoomOut()
+{
+    setZoomFactor(m_zoomFactor / kZoomStep);
+}
+
+void PLPDFView::zoomToActualSize()
+{
+    setZoomFactor(1.0);
+}
+
+bool PLPDFView::isPageRendered(int page) const
+{
+    const auto it = m_cache.constFind(page);
+    return it != m_cache.cend() && it->generation == m_generation && qFuzzyCompare(it->zoom, m_zoomFactor);
+}
+
+void PLPDFView::requestVisiblePages()
+{
+    if (!m_document)
+        return;
+    const QRect visible(scrollOrigin(), viewport()->size());
+    int first = -1;
+    int last = -1;
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        if (m_pageRects.at(page).intersects(visible)) {
+            if (first < 0)
+                first = page;
+            last = page;
+        }
+    }
+    if (first < 0)
+        return;
+    for (int page = std::max(0, first - kRenderAhead); page <= std::min<int>(m_pageRects.size() - 1, last + kRenderAhead); ++page)
+        render(page);
+    evictFarthestPages(first);
+}
+
+void PLPDFView::render(int page)
+{
+    if (isPageRendered(page) || m_pending.contains(page))
+        return;
+    m_pending.insert(page);
+    const qreal ratio = devicePixelRatioF();
+    const QSize size = m_pageRects.at(page).size() * ratio;
+    const quint64 generation = m_generation;
+    const qreal zoom = m_zoomFactor;
+    // The watcher keeps the document alive until the worker has finished with it, so the last
+    // reference always goes on this thread.
+    std::shared_ptr<QPdfDocument> document = m_document;
+    auto *watcher = new QFutureWatcher<QImage>(this);
+    m_renders.append(watcher);
+    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, document, page, generation, zoom, ratio] {
+        m_renders.removeOne(watcher);
+        watcher->deleteLater();
+        if (generation != m_generation || !qFuzzyCompare(zoom, m_zoomFactor))
+            return;
+        m_pending.remove(page);
+        QImage image = watcher->result();
+        image.setDevicePixelRatio(ratio);
+        m_cache.insert(page, CachedPage{image, zoom, generation});
+        viewport()->update();
+        emit pageRendered(page);
+    });
+    QPdfDocument *raw = document.get();
+    watcher->setFuture(QtConcurrent::run([raw, page, size] { return raw->render(page, size); }));
+}
+
+void PLPDFView::evictFarthestPages(int centrePage)
+{
+    qint64 total = 0;
+    for (const CachedPage &cached : std::as_const(m_cache))
+        total += cached.image.sizeInBytes();
+    while (total > kCacheBudgetBytes && m_cache.size() > 1) {
+        int farthest = -1;
+        for (auto it = m_cache.cbegin(); it != m_cache.cend(); ++it) {
+            if (farthest < 0 || std::abs(it.key() - centrePage) > std::abs(farthest - centrePage))
+                farthest = it.key();
+        }
+        total -= m_cache.take(farthest).image.sizeInBytes();
+    }
+}
+
+void PLPDFView::showArea(int page, const QRectF &area)
+{
+    const QRect rect = pageRect(page);
+    if (rect.isNull())
+        return;
+    const qreal scale = pixelsPerPoint();
+    const QRect target = QRectF(rect.topLeft() + area.topLeft() * scale, area.size() * scale).toAlignedRect();
+    // The area lands a third of the way down the viewport, where the eye looks first.
+    setScrollOrigin(QPoint(target.center().x() - viewport()->width() / 2, target.top() - viewport()->height() / 3));
+    m_highlight = area;
+    m_highlightPage = page;
+    requestVisiblePages();
+    viewport()->update();
+    QTimer::singleShot(kHighlightMilliseconds, this, [this, area, page] {
+        if (m_highlight == area && m_highlightPage == page) {
+            m_highlight = QRectF();
+            m_highlightPage = -1;
+            viewport()->update();
+        }
+    });
+}
+
+void PLPDFView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(viewport());
+    const QPoint offset = contentOffset();
+    const qreal scale = pixelsPerPoint();
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        const QRect rect = m_pageRects.at(page).translated(offset);
+        if (!rect.intersects(event->rect()))
+            continue;
+        const auto it = m_cache.constFind(page);
+        // A page of the previous document or zoom stands in until its new rendering arrives.
+        if (it != m_cache.cend())
+            painter.drawImage(rect, it->image);
+        else
+            painter.fillRect(rect, Qt::white);
+        if (page == m_highlightPage) {
+            const QRectF area(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale);
+            painter.fillRect(area.adjusted(-2, -2, 2, 2), QColor(255, 200, 0, 110));
+        }
+    }
+}
+
+void PLPDFView::resizeEvent(QResizeEvent *event)
+{
+    QAbstractScrollArea::resizeEvent(event);
+    updateScrollBars();
+    requestVisiblePages();
+}
+
+void PLPDFView::scrollContentsBy(int, int)
+{
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::wheelEvent(QWheelEvent *event)
+{
+    if (event->modifiers() & Qt::ControlModifier) {
+        if (event->angleDelta().y() > 0)
+            zoomIn();
+        else if (event->angleDelta().y() < 0)
+            zoomOut();
+        event->accept();
+        return;
+    }
+    QAbstractScrollArea::wheelEvent(event);
+}
+
+void PLPDFView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->modifiers() & Qt::ControlModifier) {
+        switch (event->key()) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal:
+            zoomIn();
+            return;
+        case Qt::Key_Minus:
+            zoomOut();
+            return;
+        case Qt::Key_0:
+            zoomToActualSize();
+            return;
+        default:
+            break;
+        }
+    }
+    QAbstractScrollArea::keyPressEvent(event);
+}
+
+void PLPDFView::mousePressEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mousePressEvent(event);
+    emit didFocus();
+    if (event->button() == Qt::LeftButton && (event->modifiers() & Qt::ControlModifier))
+        requestSync(event->position().toPoint());
+}
+
+void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mouseDoubleClickEvent(event);
+    if (event->button() == Qt::LeftButton)
+        requestSync(event->position().toPoint());
+}
+
+void PLPDFView::focusInEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    emit didFocus();
+}
+
+void PLPDFView::requestSync(const QPoint &viewportPoint)
+{
+    const QPoint contentPoint = viewportPoint - contentOffset();
+    const int page = pageAt(contentPoint);
+    if (page < 0)
+        return;
+    const QPointF point = QPointF(contentPoint - m_pageRects.at(page).topLeft()) / pixelsPerPoint();
+    emit syncRequested(page, point);
+}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QFutureWatcher>
+#include <QHash>
+#include <QImage>
+#include <QRectF>
+#include <QSet>
+
+#include <memory>
+
+class QPdfDocument;
+
+// Shows a PDF as one column of pages that scrolls continuously. Pages are rendered on worker
+// threads and cached per page and zoom; painting only draws what is already rendered, so a
+// reloaded document keeps showing its previous pages until the new ones are ready.
+class PLPDFView : public QAbstractScrollArea
+{
+    Q_OBJECT
+
+public:
+    explicit PLPDFView(QWidget *parent = nullptr);
+    ~PLPDFView() override;
+
+    // Takes the bytes of a PDF. Bytes that are no PDF leave the shown document as it was and
+    // answer false; documentChanged is emitted once the new document is shown.
+    bool loadData(const QByteArray &bytes);
+    QPdfDocument *document() const;
+    int pageCount() const;
+
+    qreal zoomFactor() const { return m_zoomFactor; }
+    void setZoomFactor(qreal factor);
+    void zoomIn();
+    void zoomOut();
+    void zoomToActualSize();
+
+    QPoint scrollOrigin() const;
+    void setScrollOrigin(const QPoint &origin);
+
+    // Where the page lies in the scrolled content, in widget pixels.
+    QRect pageRect(int page) const;
+    // The page under a point of the content, or the nearest one between pages; -1 without pages.
+    int pageAt(const QPoint &contentPoint) const;
+    // Scrolls a rectangle of the page (PDF points from its top-left corner) into view and
+    // highlights it briefly.
+    void showArea(int page, const QRectF &area);
+    QRectF highlightedArea() const { return m_highlight; }
+    int highlightedPage() const { return m_highlightPage; }
+    // True when the page is drawn at the current zoom from the current document.
+    bool isPageRendered(int page) const;
+
+signals:
+    void documentChanged();
+    void pageRendered(int page);
+    void didFocus();
+    // A Ctrl+click or a double click asks for the source of that point (PDF points from the
+    // page's top-left corner).
+    void syncRequested(int page, const QPointF &point);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+
+private:
+    struct CachedPage
+    {
+        QImage image;
+        qreal zoom = 0;
+        quint64 generation = 0;
+    };
+
+    void adoptDocument(std::shared_ptr<QPdfDocument> document);
+    void layoutPages();
+    void updateScrollBars();
+    void requestVisiblePages();
+    void render(int page);
+    void evictFarthestPages(int centrePage);
+    void requestSync(const QPoint &viewportPoint);
+    qreal pixelsPerPoint() const;
+    QPoint contentOffset() const;
+
+    std::shared_ptr<QPdfDocument> m_document;
+    std::shared_ptr<QPdfDocument> m_loadingDocument;
+    quint64 m_generation = 0;
+    qreal m_zoomFactor = 1.0;
+    QList<QRect> m_pageRects;
+    QSize m_contentSize;
+    QHash<int, CachedPage> m_cache;
+    QSet<int> m_pending;
+    QList<QFutureWatcher<QImage> *> m_renders;
+    QRectF m_highlight;
+    int m_highlightPage = -1;
+};

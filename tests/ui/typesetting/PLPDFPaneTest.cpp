@@ -1,0 +1,226 @@
+#include "PLDictionaryKeys.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLMainAreaViewController.h"
+#include "PLNoPDFFoundView.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLPDFView.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLUiTestSupport.h"
+
+#include <QDirIterator>
+#include <QMainWindow>
+#include <QPdfDocument>
+#include <QProcess>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The four-page fixture and the one-page clean document, typeset once for the whole suite.
+class PDFPane : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        typesetFolder = new QTemporaryDir;
+        for (const QString &fixture : {QStringLiteral("pages"), QStringLiteral("clean")}) {
+            const QString source = PLTest::dataPath(QStringLiteral("typesetting/documents/") + fixture);
+            const QString target = typesetFolder->filePath(fixture);
+            QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                const QString path = it.next();
+                PLTest::writeFile(QDir(target).filePath(QDir(source).relativeFilePath(path)), PLTest::readFile(path));
+            }
+            QProcess engine;
+            engine.setWorkingDirectory(target);
+            engine.start(QStringLiteral("/usr/texbin/pdflatex"),
+                         {QStringLiteral("-synctex=1"), QStringLiteral("-interaction=nonstopmode"), QStringLiteral("main")});
+            engine.waitForFinished(60000);
+        }
+    }
+
+    static void TearDownTestSuite() { delete std::exchange(typesetFolder, nullptr); }
+
+    static QByteArray typeset(const QString &fixture, const QString &file = QStringLiteral("main.pdf"))
+    {
+        return PLTest::readFile(typesetFolder->filePath(fixture + QLatin1Char('/') + file));
+    }
+
+    void SetUp() override { PLTest::resetSettings(); }
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    // A window on the four-page project, its PDF written beside it or not, its first pane
+    // switched to the PDF.
+    void open(bool withPdf)
+    {
+        project.write(QStringLiteral("main.tex"), QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("main.tex"))));
+        project.write(QStringLiteral("chapters/third.tex"),
+                      QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("chapters/third.tex"))));
+        if (withPdf)
+            PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(QStringLiteral("main.tex"))), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        window = documents.windowControllerForDocument(document)->documentWindow();
+        window->resize(900, 500);
+        window->show();
+        pane = documents.windowControllerForDocument(document)
+                   ->splitViewController()
+                   ->mainAreaViewController()
+                   ->editorSplitViewController()
+                   ->selectedSplitViewController();
+        pane->toggleDocumentPDF();
+    }
+
+    PLPDFView *pdfView() const { return pane->pdfView(); }
+
+    // The job's finish notification, for this window's document or another.
+    void finishJob(QObject *ofDocument)
+    {
+        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
+    }
+
+    static inline QTemporaryDir *typesetFolder = nullptr;
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewContentViewController *pane = nullptr;
+};
+
+TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
+{
+    open(true);
+    ASSERT_NE(pdfView()->document(), nullptr);
+    EXPECT_EQ(pdfView()->pageCount(), 4);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pdfView()->isVisibleTo(window));
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+    // Pages far below the viewport are not rendered before they are scrolled near.
+    EXPECT_FALSE(pdfView()->isPageRendered(3));
+    pdfView()->setScrollOrigin(pdfView()->pageRect(3).topLeft());
+    QTRY_VERIFY(pdfView()->isPageRendered(3));
+}
+
+TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
+{
+    open(false);
+    ASSERT_NE(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pane->noPDFFoundView()->isVisibleTo(window));
+    EXPECT_EQ(pdfView()->document(), nullptr);
+
+    PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+    QObject otherDocument;
+    finishJob(&otherDocument);
+    EXPECT_EQ(pdfView()->document(), nullptr);
+    EXPECT_NE(pane->noPDFFoundView(), nullptr);
+
+    finishJob(document);
+    QTRY_COMPARE(pdfView()->pageCount(), 4);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pdfView()->isVisibleTo(window));
+}
+
+struct ReloadCase
+{
+    const char *name;
+    // The file the next job leaves: "pages", "clean", "" for an empty file, nullptr for none.
+    const char *replacement;
+    int pageCount;
+    bool originClamped;
+};
+
+class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<ReloadCase>
+{
+};
+
+// A reload keeps the scroll origin (the bar clamps it for a shorter PDF), and a file that is no
+// PDF leaves the previous document on screen with its rendered pages.
+TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
+{
+    const ReloadCase &reload = GetParam();
+    open(true);
+    pdfView()->setScrollOrigin(pdfView()->pageRect(2).topLeft());
+    QTRY_VERIFY(pdfView()->isPageRendered(2));
+    const QPoint origin = pdfView()->scrollOrigin();
+    QPdfDocument *shown = pdfView()->document();
+
+    const QString pdfPath = project.path(QStringLiteral("main.pdf"));
+    if (!reload.replacement)
+        QFile::remove(pdfPath);
+    else
+        PLTest::writeFile(pdfPath, *reload.replacement ? typeset(QString::fromLatin1(reload.replacement)) : QByteArray());
+    QSignalSpy changed(pdfView(), &PLPDFView::documentChanged);
+    finishJob(document);
+    if (reload.replacement && *reload.replacement)
+        QTRY_COMPARE(changed.count(), 1);
+    else
+        EXPECT_EQ(pdfView()->document(), shown);
+
+    EXPECT_EQ(pdfView()->pageCount(), reload.pageCount);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    if (reload.originClamped)
+        EXPECT_EQ(pdfView()->verticalScrollBar()->value(), pdfView()->verticalScrollBar()->maximum());
+    else
+        EXPECT_EQ(pdfView()->scrollOrigin(), origin);
+    QTRY_VERIFY(pdfView()->isPageRendered(reload.pageCount - 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Replacements, PDFPaneReload,
+                         ::testing::Values(ReloadCase{"SamePdfAgain", "pages", 4, false},
+                                           ReloadCase{"ShorterPdf", "clean", 1, true},
+                                           ReloadCase{"EmptyFile", "", 4, false},
+                                           ReloadCase{"DeletedFile", nullptr, 4, false}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(PDFPane, ZoomsByKeysAndCtrlWheelAndRendersAtTheNewSize)
+{
+    open(true);
+    const QSize actual = pdfView()->pageRect(0).size();
+    pdfView()->setFocus();
+    QTest::keyClick(pdfView(), Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(pdfView()->pageRect(0).width(), actual.width());
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+    QTest::keyClick(pdfView(), Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
+    QTest::keyClick(pdfView(), Qt::Key_Minus, Qt::ControlModifier);
+    EXPECT_LT(pdfView()->pageRect(0).width(), actual.width());
+
+    const QPointF centre = pdfView()->viewport()->rect().center();
+    QWheelEvent wheel(centre, pdfView()->viewport()->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
+                      Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(pdfView()->viewport(), &wheel);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+}
+
+// A Ctrl+click and a double click ask for the source of the point under the mouse, in PDF points
+// from the top-left corner of the page under it.
+TEST_F(PDFPane, CtrlClickAndDoubleClickRequestTheSourceOfThePoint)
+{
+    open(true);
+    pdfView()->setScrollOrigin(pdfView()->pageRect(1).topLeft());
+    QSignalSpy requested(pdfView(), &PLPDFView::syncRequested);
+    const QRect page = pdfView()->pageRect(1).translated(-pdfView()->scrollOrigin());
+    const QPoint click = page.topLeft() + QPoint(96, 48); // an inch in, half an inch down
+    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, click);
+    EXPECT_EQ(requested.count(), 0);
+    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::ControlModifier, click);
+    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, click);
+    ASSERT_EQ(requested.count(), 2);
+    for (const QList<QVariant> &request : requested) {
+        EXPECT_EQ(request.at(0).toInt(), 1);
+        EXPECT_NEAR(request.at(1).toPointF().x(), 72.0, 1.0);
+        EXPECT_NEAR(request.at(1).toPointF().y(), 36.0, 1.0);
+    }
+}
+
+}
