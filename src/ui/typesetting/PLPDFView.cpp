@@ -376,15 +376,17 @@ void PLPDFView::mousePressEvent(QMouseEvent *event)
 {
     QAbstractScrollArea::mousePressEvent(event);
     emit didFocus();
-    if (event->button() == Qt::LeftButton && (event->modifiers() & Qt::ControlModifier))
-        requestSync(event->position().toPoint());
+    if (event->button() != Qt::LeftButton || !pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
+        return;
+    if (event->modifiers() & Qt::ControlModifier)
+        emit syncRequested(m_selectedPage, m_selectedPoint);
 }
 
 void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
 {
     QAbstractScrollArea::mouseDoubleClickEvent(event);
-    if (event->button() == Qt::LeftButton)
-        requestSync(event->position().toPoint());
+    if (event->button() == Qt::LeftButton && pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
+        emit syncRequested(m_selectedPage, m_selectedPoint);
 }
 
 void PLPDFView::focusInEvent(QFocusEvent *event)
@@ -393,12 +395,13 @@ void PLPDFView::focusInEvent(QFocusEvent *event)
     emit didFocus();
 }
 
-void PLPDFView::requestSync(const QPoint &viewportPoint)
+bool PLPDFView::pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const
 {
     const QPoint contentPoint = viewportPoint - contentOffset();
-    const int page = pageAt(contentPoint);
-    if (page < 0)
-        return;
-    const QPointF point = QPointF(contentPoint - m_pageRects.at(page).topLeft()) / pixelsPerPoint();
-    emit syncRequested(page, point);
+    const int found = pageAt(contentPoint);
+    if (found < 0)
+        return false;
+    *page = found;
+    *point = QPointF(contentPoint - m_pageRects.at(found).topLeft()) / pixelsPerPoint();
+    return true;
 }

@@ -46,6 +46,9 @@ public:
     void showArea(int page, const QRectF &area);
     QRectF highlightedArea() const { return m_highlight; }
     int highlightedPage() const { return m_highlightPage; }
+    // The page and point (PDF points from its top-left corner) of the last click; page -1 before.
+    int selectedPage() const { return m_selectedPage; }
+    QPointF selectedPoint() const { return m_selectedPoint; }
     // True when the page is drawn at the current zoom from the current document.
     bool isPageRendered(int page) const;
 
@@ -81,7 +84,7 @@ private:
     void requestVisiblePages();
     void render(int page);
     void evictFarthestPages(int centrePage);
-    void requestSync(const QPoint &viewportPoint);
+    bool pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const;
     qreal pixelsPerPoint() const;
     QPoint contentOffset() const;
 
@@ -94,6 +97,8 @@ private:
     QHash<int, CachedPage> m_cache;
     QSet<int> m_pending;
     QList<QFutureWatcher<QImage> *> m_renders;
+    int m_selectedPage = -1;
+    QPointF m_selectedPoint;
     QRectF m_highlight;
     int m_highlightPage = -1;
 };

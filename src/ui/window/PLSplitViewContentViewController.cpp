@@ -4,6 +4,7 @@
 #include "PLDocument.h"
 #include "PLFile.h"
 #include "PLLogging.h"
+#include "PLMainMenu.h"
 #include "PLNoPDFFoundView.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
@@ -48,6 +49,14 @@ PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewCo
         PLAction::CloseView, [this](QAction *) { closeView(); },
         [this](QAction *) { return m_splitViewController && m_splitViewController->splitViewCount() > 1; });
     setActionHandler(PLAction::ToggleDocumentPDF, [this](QAction *) { toggleDocumentPDF(); });
+    // Tag 0 runs from the text to the PDF, tag 1 back; each only in the focused pane showing
+    // what it starts from.
+    setActionHandler(
+        PLAction::PerformTexSyncMenuAction, [this](QAction *item) { performTexSync(PLMainMenu::tagOfItem(item)); },
+        [this](QAction *item) {
+            const int tag = PLMainMenu::tagOfItem(item);
+            return isFocusedPane() && (tag == 0 ? !m_isPdfToggled : m_isPdfToggled && m_pdfView->selectedPage() >= 0);
+        });
     setActionHandler(
         PLAction::NavigateBackward, [this](QAction *) { navigateBackward(); },
         [this](QAction *) { return !m_isPdfToggled && m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionBackwards); });
@@ -171,6 +180,10 @@ QWidget *PLSplitViewContentViewController::loadView()
         }
         pdfLayout->setCurrentWidget(m_pdfView);
     });
+    connect(m_pdfView, &PLPDFView::syncRequested, this, [this](int page, const QPointF &point) {
+        if (m_splitViewController)
+            m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, page, point);
+    });
     connect(m_pdfView, &PLPDFView::didFocus, this,
             [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
     m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
@@ -285,6 +298,17 @@ void PLSplitViewContentViewController::reloadPDF()
     const bool loading = pdf.open(QIODevice::ReadOnly) && m_pdfView->loadData(pdf.readAll());
     if (!loading && !m_pdfView->document())
         showNoPDFFoundView();
+}
+
+void PLSplitViewContentViewController::performTexSync(int tag)
+{
+    if (!m_splitViewController)
+        return;
+    if (tag == 0 && !m_isPdfToggled)
+        m_splitViewController->splitViewContentControllerDidRequestSyncFromTextView(this);
+    else if (tag == 1 && m_isPdfToggled && m_pdfView->selectedPage() >= 0)
+        m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, m_pdfView->selectedPage(),
+                                                                                   m_pdfView->selectedPoint());
 }
 
 void PLSplitViewContentViewController::showNoPDFFoundView()

@@ -2,17 +2,23 @@
 #include "PLDocumentController.h"
 #include "PLDocumentSplitViewController.h"
 #include "PLDocumentWindowController.h"
+#include "PLFile.h"
 #include "PLMainAreaViewController.h"
+#include "PLMainMenu.h"
 #include "PLNoPDFFoundView.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLPDFView.h"
+#include "PLResponderChain.h"
 #include "PLSplitViewContentViewController.h"
 #include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
 #include "PLUiTestSupport.h"
 
 #include <QDirIterator>
 #include <QMainWindow>
+#include <QMenuBar>
 #include <QPdfDocument>
 #include <QProcess>
 #include <QScrollBar>
@@ -60,22 +66,32 @@ protected:
     // switched to the PDF.
     void open(bool withPdf)
     {
+        writeProject(withPdf);
+        openAt(project.path(QStringLiteral("main.tex")));
+    }
+
+    void writeProject(bool withPdf)
+    {
         project.write(QStringLiteral("main.tex"), QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("main.tex"))));
         project.write(QStringLiteral("chapters/third.tex"),
                       QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("chapters/third.tex"))));
         if (withPdf)
             PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+    }
+
+    void openAt(const QString &mainPath)
+    {
         PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(QStringLiteral("main.tex"))), true, &error);
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
         ASSERT_NE(document, nullptr) << error.message.toStdString();
         window = documents.windowControllerForDocument(document)->documentWindow();
         window->resize(900, 500);
         window->show();
-        pane = documents.windowControllerForDocument(document)
-                   ->splitViewController()
-                   ->mainAreaViewController()
-                   ->editorSplitViewController()
-                   ->selectedSplitViewController();
+        splitView = documents.windowControllerForDocument(document)
+                        ->splitViewController()
+                        ->mainAreaViewController()
+                        ->editorSplitViewController();
+        pane = splitView->selectedSplitViewController();
         pane->toggleDocumentPDF();
     }
 
@@ -93,6 +109,7 @@ protected:
     PLDocumentController documents;
     PLDocument *document = nullptr;
     QMainWindow *window = nullptr;
+    PLSplitViewController *splitView = nullptr;
     PLSplitViewContentViewController *pane = nullptr;
 };
 
@@ -222,5 +239,95 @@ TEST_F(PDFPane, CtrlClickAndDoubleClickRequestTheSourceOfThePoint)
         EXPECT_NEAR(request.at(1).toPointF().y(), 36.0, 1.0);
     }
 }
+
+struct SyncCase
+{
+    const char *file;
+    const char *text;
+    int page; // 0-based
+};
+
+// The PDF pane beside a text pane: the source line's text is found on its page, and a Ctrl+click
+// there brings back its file and line, also for a chapter in a subfolder.
+class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<SyncCase>
+{
+protected:
+    QAction *syncItem(int tag) const
+    {
+        for (QAction *menu : window->menuBar()->actions()) {
+            for (QAction *item : menu->menu()->actions()) {
+                if (PLMainMenu::actionOfItem(item) == PLAction::PerformTexSyncMenuAction && PLMainMenu::tagOfItem(item) == tag)
+                    return item;
+            }
+        }
+        return nullptr;
+    }
+    bool isEnabled(int tag) const
+    {
+        return PLResponderChain::validateMenuItem(window, PLAction::PerformTexSyncMenuAction, syncItem(tag));
+    }
+};
+
+TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
+{
+    const SyncCase &sync = GetParam();
+    // The typeset folder itself: its SyncTeX file names the sources where the engine read them.
+    const QDir folder(typesetFolder->filePath(QStringLiteral("pages")));
+    openAt(folder.filePath(QStringLiteral("main.tex")));
+    splitView->splitViewWithController(pane);
+    PLSplitViewContentViewController *textPane = splitView->splitViewContentControllerAtIndex(1);
+    std::shared_ptr<PLFile> file;
+    for (const std::shared_ptr<PLFile> &candidate : document->filesInDocument()) {
+        if (candidate->stringPath() == folder.filePath(QString::fromLatin1(sync.file)))
+            file = candidate;
+    }
+    ASSERT_NE(file, nullptr);
+    textPane->setFile(file);
+    const QString text = file->contentBuffer()->string();
+    const qsizetype lineStart = text.indexOf(QString::fromLatin1(sync.text));
+    ASSERT_GE(lineStart, 0);
+    const int line = int(text.left(lineStart).count(QLatin1Char('\n'))) + 1;
+    textPane->textContentView()->setSelectedRange(PLRange{lineStart, 0});
+    splitView->focusOnSplitViewContentViewController(textPane);
+    EXPECT_TRUE(isEnabled(0));
+    EXPECT_FALSE(isEnabled(1));
+    syncItem(0)->trigger();
+
+    PLPDFView *view = pdfView();
+    ASSERT_EQ(view->highlightedPage(), sync.page);
+    const QRectF area = view->highlightedArea();
+    // The highlight sits on the line's own text.
+    const QString pageText = view->document()->getAllText(sync.page).text();
+    const qsizetype index = pageText.indexOf(QString::fromLatin1(sync.text));
+    ASSERT_GE(index, 0) << pageText.toStdString();
+    const QRectF lineArea = view->document()->getSelectionAtIndex(sync.page, int(index), int(qstrlen(sync.text))).boundingRectangle();
+    EXPECT_TRUE(lineArea.intersects(area));
+    const QRect visible(view->scrollOrigin(), view->viewport()->size());
+    EXPECT_TRUE(visible.intersects(view->pageRect(sync.page)));
+
+    // Away from the line, then back from the PDF.
+    textPane->setFile(document->mainFile());
+    textPane->textContentView()->setSelectedRange(PLRange{0, 0});
+    const qreal scale = view->pageRect(sync.page).width() / view->document()->pagePointSize(sync.page).width();
+    const QPoint click = view->pageRect(sync.page).topLeft() + (area.center() * scale).toPoint() - view->scrollOrigin();
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, click);
+    EXPECT_EQ(textPane->file(), file);
+    EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
+    EXPECT_EQ(text.left(textPane->textContentView()->selectedRange().location).count(QLatin1Char('\n')) + 1, line);
+
+    // The menu's way back works from the point the last click chose.
+    textPane->setFile(document->mainFile());
+    splitView->focusOnSplitViewContentViewController(pane);
+    EXPECT_FALSE(isEnabled(0));
+    ASSERT_TRUE(isEnabled(1));
+    syncItem(1)->trigger();
+    EXPECT_EQ(textPane->file(), file);
+    EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
+                         ::testing::Values(SyncCase{"main.tex", "The second page holds", 1},
+                                           SyncCase{"chapters/third.tex", "A chapter from a subfolder", 2},
+                                           SyncCase{"main.tex", "The last page.", 3}));
 
 }
