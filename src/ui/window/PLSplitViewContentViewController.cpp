@@ -371,15 +371,23 @@ void PLSplitViewContentViewController::makeKey()
 void PLSplitViewContentViewController::selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node)
 {
     const std::shared_ptr<PLFile> file = node ? node->file() : nullptr;
-    if (!file || m_isPdfToggled)
+    if (!file)
         return;
-    setFile(file);
+    // The node starts where the text of the nodes before it in the file ends. The root holds no
+    // piece of its own: the walk starts at its first child.
+    qsizetype location = 0;
     if (node != file->outlineRootNode()) {
-        // The node starts where the text of the nodes before it in the file ends. The root holds
-        // no piece of its own: the walk starts at its first child.
-        qsizetype location = 0;
         for (auto walked = file->outlineRootNode()->childAtIndex(0); walked && walked != node; walked = walked->traverseRight())
             location += walked->contentLength();
+    }
+    // A pane showing the PDF shows where the node was typeset.
+    if (m_isPdfToggled) {
+        if (m_splitViewController)
+            m_splitViewController->syncPDFToLocationInFile(file, location);
+        return;
+    }
+    setFile(file);
+    if (node != file->outlineRootNode()) {
         m_textContentView->setSelectedRange(PLRange{location, 0});
         m_textContentView->scrollRangeToVisible(PLRange{location, 0});
     }

@@ -277,7 +277,13 @@ void PLSplitViewController::displayGoToLineWindow()
 
 void PLSplitViewController::splitViewContentControllerDidRequestSyncFromTextView(PLSplitViewContentViewController *pane)
 {
-    if (!pane->file() || !pane->textContentView())
+    if (pane->file() && pane->textContentView())
+        syncPDFToLocationInFile(pane->file(), pane->textContentView()->selectedRange().location);
+}
+
+void PLSplitViewController::syncPDFToLocationInFile(const std::shared_ptr<PLFile> &file, qsizetype location)
+{
+    if (!file || !file->contentBuffer())
         return;
     // The PDF pane focused last, else any pane that shows the PDF.
     PLSplitViewContentViewController *pdfPane = nullptr;
@@ -289,11 +295,10 @@ void PLSplitViewController::splitViewContentControllerDidRequestSyncFromTextView
         return;
     int line = 0;
     int column = 0;
-    PLSyncTexCalculationUtil().convertRange(pane->textContentView()->selectedRange(),
-                                            pane->textContentView()->contentBuffer()->string(), &line, &column);
+    PLSyncTexCalculationUtil().convertRange(PLRange{location, 0}, file->contentBuffer()->string(), &line, &column);
     PLPDFView *pdfView = pdfPane->pdfView();
     const QList<PLSyncTexForwardResult> results =
-        PLSyncTexSearch(m_document->mainFile()->pdfPath()).forwardSearch(pane->file()->stringPath(), line, column);
+        PLSyncTexSearch(m_document->mainFile()->pdfPath()).forwardSearch(file->stringPath(), line, column);
     // The last result whose point starts some text wins; a PDF without a text layer still shows
     // the box the line went into.
     int page = -1;

@@ -63,6 +63,8 @@ public:
     void splitViewContentControllerDidRequestSyncFromTextView(PLSplitViewContentViewController *pane);
     // Backward search: opens in a text pane the source of a point of the PDF (PDF points from
     // the 0-based page's top-left corner).
+    // Forward search from a place in a file's text, in the PDF pane focused last.
+    void syncPDFToLocationInFile(const std::shared_ptr<PLFile> &file, qsizetype location);
     void splitViewContentControllerDidRequestSyncFromPDFView(PLSplitViewContentViewController *pane, int page,
                                                              const QPointF &point);
     void splitViewContentControllerDidChangeFromFile(PLSplitViewContentViewController *pane,

@@ -8,6 +8,7 @@
 #include "PLNoPDFFoundView.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
 #include "PLPDFView.h"
 #include "PLResponderChain.h"
 #include "PLSplitViewContentViewController.h"
@@ -329,5 +330,20 @@ INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
                          ::testing::Values(SyncCase{"main.tex", "The second page holds", 1},
                                            SyncCase{"chapters/third.tex", "A chapter from a subfolder", 2},
                                            SyncCase{"main.tex", "The last page.", 3}));
+
+// An outline row chosen while the focused pane shows the PDF shows where its section was typeset.
+TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
+{
+    openAt(QDir(typesetFolder->filePath(QStringLiteral("pages"))).filePath(QStringLiteral("main.tex")));
+    std::shared_ptr<PLOutlineNode> fourth;
+    for (auto node = document->mainFile()->outlineRootNode()->childAtIndex(0); node; node = node->traverseRight()) {
+        if (node->name().contains(QStringLiteral("Fourth")))
+            fourth = node;
+    }
+    ASSERT_NE(fourth, nullptr);
+    pane->selectOutlineNode(fourth);
+    EXPECT_EQ(pdfView()->highlightedPage(), 3);
+    EXPECT_TRUE(pane->isPdfToggled());
+}
 
 }
