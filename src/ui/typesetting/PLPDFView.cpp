@@ -1,8 +1,11 @@
 #include "PLPDFView.h"
 
 #include "PLLogging.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
 
 #include <QApplication>
+#include <QMenu>
 #include <QBuffer>
 #include <QKeyEvent>
 #include <QPainter>
@@ -105,23 +108,68 @@ qreal PLPDFView::pixelsPerPoint() const
 
 void PLPDFView::layoutPages()
 {
-    m_pageRects.clear();
+    // Pages go in rows of one or two; the modes that are not continuous lay out only the row of
+    // the current page, and every other page has no place.
     const int count = pageCount();
-    QList<QSize> sizes;
+    const int perRow = pagesPerRow();
+    m_currentPage = count > 0 ? std::clamp(m_currentPage, 0, count - 1) / perRow * perRow : 0;
+    m_pageRects = QList<QRect>(count);
+    const int firstRow = isContinuous() ? 0 : m_currentPage;
+    const int endRow = isContinuous() ? count : std::min(count, m_currentPage + perRow);
     int width = 0;
-    for (int page = 0; page < count; ++page) {
-        const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
-        sizes.append(size);
-        width = std::max(width, size.width());
+    for (int row = firstRow; row < endRow; row += perRow) {
+        int rowWidth = kPageGap;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page)
+            rowWidth += (m_document->pagePointSize(page) * pixelsPerPoint()).toSize().width() + kPageGap;
+        width = std::max(width, rowWidth + kPageGap);
     }
-    width += 2 * kPageGap;
     int y = kPageGap;
-    for (const QSize &size : std::as_const(sizes)) {
-        m_pageRects.append(QRect(QPoint((width - size.width()) / 2, y), size));
-        y += size.height() + kPageGap;
+    for (int row = firstRow; row < endRow; row += perRow) {
+        int rowWidth = -kPageGap;
+        int rowHeight = 0;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page) {
+            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            rowWidth += size.width() + kPageGap;
+            rowHeight = std::max(rowHeight, size.height());
+        }
+        int x = (width - rowWidth) / 2;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page) {
+            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            m_pageRects[page] = QRect(QPoint(x, y), size);
+            x += size.width() + kPageGap;
+        }
+        y += rowHeight + kPageGap;
     }
     m_contentSize = QSize(width, count > 0 ? y : 0);
     updateScrollBars();
+}
+
+void PLPDFView::setDisplayMode(int mode)
+{
+    m_displayMode = static_cast<DisplayMode>(std::clamp(mode, int(SinglePage), int(TwoUpContinuous)));
+    PLUserDefaults::standardUserDefaults().setInteger(m_displayMode, PLUserDefaultsPDFDisplayMode);
+    PLUserDefaults::standardUserDefaults().synchronize();
+    if (!m_document)
+        return;
+    const int page = std::max(0, pageAt(scrollOrigin()));
+    m_currentPage = page;
+    layoutPages();
+    setScrollOrigin(QPoint(scrollOrigin().x(), pageRect(page).top() - kPageGap));
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::goToPage(int page)
+{
+    if (page < 0 || page >= pageCount())
+        return;
+    if (!isContinuous()) {
+        m_currentPage = page;
+        layoutPages();
+    }
+    setScrollOrigin(QPoint(scrollOrigin().x(), pageRect(page).top() - kPageGap));
+    requestVisiblePages();
+    viewport()->update();
 }
 
 void PLPDFView::updateScrollBars()
@@ -166,6 +214,8 @@ int PLPDFView::pageAt(const QPoint &contentPoint) const
     int nearestDistance = std::numeric_limits<int>::max();
     for (int page = 0; page < m_pageRects.size(); ++page) {
         const QRect &rect = m_pageRects.at(page);
+        if (rect.isNull())
+            continue;
         const int distance = contentPoint.y() < rect.top() ? rect.top() - contentPoint.y()
                              : contentPoint.y() > rect.bottom() ? contentPoint.y() - rect.bottom()
                                                                 : 0;
@@ -283,9 +333,13 @@ void PLPDFView::evictFarthestPages(int centrePage)
 
 void PLPDFView::showArea(int page, const QRectF &area)
 {
-    const QRect rect = pageRect(page);
-    if (rect.isNull())
+    if (page < 0 || page >= pageCount())
         return;
+    if (!isContinuous() && (page < m_currentPage || page >= m_currentPage + pagesPerRow())) {
+        m_currentPage = page;
+        layoutPages();
+    }
+    const QRect rect = pageRect(page);
     const qreal scale = pixelsPerPoint();
     const QRect target = QRectF(rect.topLeft() + area.topLeft() * scale, area.size() * scale).toAlignedRect();
     // The area lands a third of the way down the viewport, where the eye looks first.
@@ -310,7 +364,7 @@ void PLPDFView::paintEvent(QPaintEvent *event)
     const qreal scale = pixelsPerPoint();
     for (int page = 0; page < m_pageRects.size(); ++page) {
         const QRect rect = m_pageRects.at(page).translated(offset);
-        if (!rect.intersects(event->rect()))
+        if (rect.isNull() || !rect.intersects(event->rect()))
             continue;
         const auto it = m_cache.constFind(page);
         // A page of the previous document or zoom stands in until its new rendering arrives.
@@ -369,7 +423,38 @@ void PLPDFView::keyPressEvent(QKeyEvent *event)
             break;
         }
     }
+    // One spread at a time: paging on past its end turns to the next spread.
+    const QScrollBar *bar = verticalScrollBar();
+    if (!isContinuous() && event->key() == Qt::Key_PageDown && bar->value() == bar->maximum()
+        && m_currentPage + pagesPerRow() < pageCount()) {
+        goToPage(m_currentPage + pagesPerRow());
+        return;
+    }
+    if (!isContinuous() && event->key() == Qt::Key_PageUp && bar->value() == bar->minimum() && m_currentPage > 0) {
+        goToPage(m_currentPage - pagesPerRow());
+        setScrollOrigin(QPoint(scrollOrigin().x(), bar->maximum()));
+        return;
+    }
     QAbstractScrollArea::keyPressEvent(event);
+}
+
+void PLPDFView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    const QList<std::pair<DisplayMode, QString>> modes{{SinglePage, tr("Single Page")},
+                                                       {SinglePageContinuous, tr("Single Page Continuous")},
+                                                       {TwoUp, tr("Two Pages")},
+                                                       {TwoUpContinuous, tr("Two Pages Continuous")}};
+    for (const auto &[mode, title] : modes) {
+        QAction *item = menu.addAction(title, this, [this, mode] { setDisplayMode(mode); });
+        item->setCheckable(true);
+        item->setChecked(mode == m_displayMode);
+    }
+    menu.addSeparator();
+    menu.addAction(tr("Zoom In"), this, &PLPDFView::zoomIn);
+    menu.addAction(tr("Zoom Out"), this, &PLPDFView::zoomOut);
+    menu.addAction(tr("Actual Size"), this, &PLPDFView::zoomToActualSize);
+    menu.exec(event->globalPos());
 }
 
 void PLPDFView::mousePressEvent(QMouseEvent *event)

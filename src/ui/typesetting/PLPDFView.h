@@ -19,6 +19,9 @@ class PLPDFView : public QAbstractScrollArea
     Q_OBJECT
 
 public:
+    // The numbers are the ones stored under "PLUserDefaultsPDFDisplayMode".
+    enum DisplayMode { SinglePage = 0, SinglePageContinuous = 1, TwoUp = 2, TwoUpContinuous = 3 };
+
     explicit PLPDFView(QWidget *parent = nullptr);
     ~PLPDFView() override;
 
@@ -27,6 +30,13 @@ public:
     bool loadData(const QByteArray &bytes);
     QPdfDocument *document() const;
     int pageCount() const;
+
+    DisplayMode displayMode() const { return m_displayMode; }
+    // Applies the mode and stores it at once as the mode of the next PDF pane.
+    void setDisplayMode(int mode);
+    // The first page of the spread shown in the modes that show one spread at a time.
+    int currentPage() const { return m_currentPage; }
+    void goToPage(int page);
 
     qreal zoomFactor() const { return m_zoomFactor; }
     void setZoomFactor(qreal factor);
@@ -69,6 +79,7 @@ protected:
     void mousePressEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
     struct CachedPage
@@ -80,6 +91,8 @@ private:
 
     void adoptDocument(std::shared_ptr<QPdfDocument> document);
     void layoutPages();
+    bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
+    int pagesPerRow() const { return m_displayMode == TwoUp || m_displayMode == TwoUpContinuous ? 2 : 1; }
     void updateScrollBars();
     void requestVisiblePages();
     void render(int page);
@@ -92,6 +105,8 @@ private:
     std::shared_ptr<QPdfDocument> m_loadingDocument;
     quint64 m_generation = 0;
     qreal m_zoomFactor = 1.0;
+    DisplayMode m_displayMode = SinglePageContinuous;
+    int m_currentPage = 0;
     QList<QRect> m_pageRects;
     QSize m_contentSize;
     QHash<int, CachedPage> m_cache;

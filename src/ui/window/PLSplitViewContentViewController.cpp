@@ -19,6 +19,8 @@
 #include "PLTextViewHistoryHandler.h"
 #include "PLTitleBarButton.h"
 #include "PLTitleBarView.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
 
 #include <QFile>
 #include <QGuiApplication>
@@ -265,6 +267,8 @@ void PLSplitViewContentViewController::toggleDocumentPDF()
         m_historyNavigationBackwardsButton->setEnabled(false);
         m_historyNavigationForwardsButton->setEnabled(false);
         m_contentLayout->setCurrentWidget(m_pdfViewEncapsulatorView);
+        // The mode chosen last in any pane is the one a pane starts with.
+        m_pdfView->setDisplayMode(int(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode)));
         reloadPDF();
         if (m_splitViewController)
             m_splitViewController->splitViewContentControllerDidFocusOnPDFView(this);

@@ -15,6 +15,8 @@
 #include "PLSplitViewController.h"
 #include "PLTextContentBuffer.h"
 #include "PLTextView.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
 #include "PLUiTestSupport.h"
 
 #include <QDirIterator>
@@ -345,5 +347,51 @@ TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
     EXPECT_EQ(pdfView()->highlightedPage(), 3);
     EXPECT_TRUE(pane->isPdfToggled());
 }
+
+struct ModeCase
+{
+    PLPDFView::DisplayMode mode;
+    int pagesLaidOut;
+    bool sideBySide;
+};
+
+class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<ModeCase>
+{
+};
+
+// A mode chosen in one pane is stored at once and is the mode the next PDF pane starts with; the
+// modes that show one spread at a time turn to the next spread on Page Down past its end.
+TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
+{
+    const ModeCase &mode = GetParam();
+    open(true);
+    EXPECT_EQ(pdfView()->displayMode(), PLPDFView::SinglePageContinuous);
+    pdfView()->setDisplayMode(mode.mode);
+    EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode), int(mode.mode));
+
+    int laidOut = 0;
+    for (int page = 0; page < pdfView()->pageCount(); ++page)
+        laidOut += pdfView()->pageRect(page).isNull() ? 0 : 1;
+    EXPECT_EQ(laidOut, mode.pagesLaidOut);
+    EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), mode.sideBySide);
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+
+    splitView->splitViewWithControllerAndDisplayPDF(pane);
+    EXPECT_EQ(splitView->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode.mode);
+
+    pdfView()->setFocus();
+    for (int press = 0; press < 20; ++press)
+        QTest::keyClick(pdfView(), Qt::Key_PageDown);
+    const int lastSpreadPage = mode.pagesLaidOut == 4 ? 0 : 4 - mode.pagesLaidOut;
+    EXPECT_EQ(pdfView()->currentPage(), lastSpreadPage);
+    EXPECT_FALSE(pdfView()->pageRect(3).isNull());
+    QTRY_VERIFY(pdfView()->isPageRendered(3));
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
+                         ::testing::Values(ModeCase{PLPDFView::SinglePage, 1, false},
+                                           ModeCase{PLPDFView::SinglePageContinuous, 4, false},
+                                           ModeCase{PLPDFView::TwoUp, 2, true},
+                                           ModeCase{PLPDFView::TwoUpContinuous, 4, true}));
 
 }
