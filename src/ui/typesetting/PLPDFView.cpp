@@ -81,6 +81,9 @@ void PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
     m_document = std::move(document);
     ++m_generation;
     m_pending.clear();
+    m_pageTexts = QList<QString>(m_document->pageCount());
+    m_findPage = -1;
+    m_findIndex = -1;
     m_highlight = QRectF();
     m_highlightPage = -1;
     const QPoint origin = scrollOrigin();
@@ -257,6 +260,46 @@ void PLPDFView::zoomOut()
 void PLPDFView::zoomToActualSize()
 {
     setZoomFactor(1.0);
+}
+
+const QString &PLPDFView::pageText(int page)
+{
+    QString &text = m_pageTexts[page];
+    if (text.isNull())
+        text = m_document->getAllText(page).text();
+    if (text.isNull())
+        text = QLatin1String("");
+    return text;
+}
+
+bool PLPDFView::findString(const QString &text, bool forwards)
+{
+    const int count = pageCount();
+    if (text.isEmpty() || count == 0)
+        return false;
+    // The search starts just after (or before) the current hit, or at the document's start (or
+    // end). It visits every page once, then the starting page again in full, which wraps.
+    int page = m_findPage >= 0 ? m_findPage : (forwards ? 0 : count - 1);
+    bool fromEnd = !forwards && m_findPage < 0;
+    qsizetype from = m_findPage < 0 ? 0 : (forwards ? m_findIndex + 1 : m_findIndex - 1);
+    for (int step = 0; step <= count; ++step) {
+        const QString &haystack = pageText(page);
+        if (fromEnd)
+            from = haystack.size();
+        const qsizetype index = forwards ? haystack.indexOf(text, from, Qt::CaseInsensitive)
+                                : from >= 0 ? haystack.lastIndexOf(text, from, Qt::CaseInsensitive)
+                                            : -1;
+        if (index >= 0) {
+            m_findPage = page;
+            m_findIndex = index;
+            showArea(page, m_document->getSelectionAtIndex(page, int(index), int(text.size())).boundingRectangle());
+            return true;
+        }
+        page = forwards ? (page + 1) % count : (page + count - 1) % count;
+        from = 0;
+        fromEnd = !forwards;
+    }
+    return false;
 }
 
 bool PLPDFView::isPageRendered(int page) const

@@ -59,6 +59,9 @@ public:
     // The page and point (PDF points from its top-left corner) of the last click; page -1 before.
     int selectedPage() const { return m_selectedPage; }
     QPointF selectedPoint() const { return m_selectedPoint; }
+    // Finds the text, ignoring case, after (or before) the current hit, wrapping around the
+    // document, and shows the hit. False when the document does not hold it.
+    bool findString(const QString &text, bool forwards);
     // True when the page is drawn at the current zoom from the current document.
     bool isPageRendered(int page) const;
 
@@ -91,6 +94,7 @@ private:
 
     void adoptDocument(std::shared_ptr<QPdfDocument> document);
     void layoutPages();
+    const QString &pageText(int page);
     bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
     int pagesPerRow() const { return m_displayMode == TwoUp || m_displayMode == TwoUpContinuous ? 2 : 1; }
     void updateScrollBars();
@@ -112,6 +116,10 @@ private:
     QHash<int, CachedPage> m_cache;
     QSet<int> m_pending;
     QList<QFutureWatcher<QImage> *> m_renders;
+    // Each page's text, read once per document for find.
+    QList<QString> m_pageTexts;
+    int m_findPage = -1;
+    qsizetype m_findIndex = -1;
     int m_selectedPage = -1;
     QPointF m_selectedPoint;
     QRectF m_highlight;

@@ -394,4 +394,25 @@ INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
                                            ModeCase{PLPDFView::TwoUp, 2, true},
                                            ModeCase{PLPDFView::TwoUpContinuous, 4, true}));
 
+// Find walks the hits in both directions, ignoring case, and wraps at either end; the fixture
+// holds "page" on pages 0, 1, 2 and 3 (the third in "fills the third page").
+TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
+{
+    open(true);
+    const auto walk = [this](bool forwards, int steps) {
+        QList<int> pages;
+        for (int step = 0; step < steps; ++step) {
+            EXPECT_TRUE(pdfView()->findString(QStringLiteral("PAGE"), forwards));
+            pages.append(pdfView()->highlightedPage());
+        }
+        return pages;
+    };
+    EXPECT_EQ(walk(true, 5), (QList<int>{0, 1, 2, 3, 0}));
+    EXPECT_EQ(walk(false, 2), (QList<int>{3, 2}));
+    const QRect visible(pdfView()->scrollOrigin(), pdfView()->viewport()->size());
+    EXPECT_TRUE(visible.intersects(pdfView()->pageRect(2)));
+    EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
+    EXPECT_EQ(pdfView()->highlightedPage(), 2);
+}
+
 }
