@@ -7,9 +7,12 @@
 #include <QApplication>
 #include <QMenu>
 #include <QBuffer>
+#include <QClipboard>
 #include <QKeyEvent>
 #include <QPainter>
+#include <QPainterPath>
 #include <QPdfDocument>
+#include <QPdfSelection>
 #include <QScrollBar>
 #include <QTimer>
 #include <QtConcurrent>
@@ -84,6 +87,9 @@ void PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
     m_pageTexts = QList<QString>(m_document->pageCount());
     m_findPage = -1;
     m_findIndex = -1;
+    m_selectionText.clear();
+    m_selectionBounds.clear();
+    m_selectionPage = -1;
     m_highlight = QRectF();
     m_highlightPage = -1;
     const QPoint origin = scrollOrigin();
@@ -415,6 +421,15 @@ void PLPDFView::paintEvent(QPaintEvent *event)
             painter.drawImage(rect, it->image);
         else
             painter.fillRect(rect, Qt::white);
+        if (page == m_selectionPage) {
+            painter.save();
+            painter.translate(rect.topLeft());
+            painter.scale(scale, scale);
+            for (const QPolygonF &polygon : std::as_const(m_selectionBounds))
+                painter.fillPath([&polygon] { QPainterPath path; path.addPolygon(polygon); return path; }(),
+                                 QColor(60, 120, 230, 90));
+            painter.restore();
+        }
         if (page == m_highlightPage) {
             const QRectF area(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale);
             painter.fillRect(area.adjusted(-2, -2, 2, 2), QColor(255, 200, 0, 110));
@@ -450,6 +465,10 @@ void PLPDFView::wheelEvent(QWheelEvent *event)
 
 void PLPDFView::keyPressEvent(QKeyEvent *event)
 {
+    if (event->matches(QKeySequence::Copy)) {
+        copy();
+        return;
+    }
     if (event->modifiers() & Qt::ControlModifier) {
         switch (event->key()) {
         case Qt::Key_Plus:
@@ -508,13 +527,60 @@ void PLPDFView::mousePressEvent(QMouseEvent *event)
         return;
     if (event->modifiers() & Qt::ControlModifier)
         emit syncRequested(m_selectedPage, m_selectedPoint);
+    else
+        setSelection(-1, QString(), {});
 }
 
 void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
 {
     QAbstractScrollArea::mouseDoubleClickEvent(event);
-    if (event->button() == Qt::LeftButton && pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
-        emit syncRequested(m_selectedPage, m_selectedPoint);
+    if (event->button() != Qt::LeftButton || !pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
+        return;
+    // The word under the mouse: the characters around the nearest one, up to white space.
+    const QPdfSelection near =
+        m_document->getSelection(m_selectedPage, m_selectedPoint - QPointF(3, 0), m_selectedPoint + QPointF(3, 0));
+    if (!near.text().isEmpty()) {
+        const QString &text = pageText(m_selectedPage);
+        qsizetype start = std::min<qsizetype>(near.startIndex(), text.size());
+        qsizetype end = start;
+        while (start > 0 && !text.at(start - 1).isSpace())
+            --start;
+        while (end < text.size() && !text.at(end).isSpace())
+            ++end;
+        if (end > start) {
+            const QPdfSelection word = m_document->getSelectionAtIndex(m_selectedPage, int(start), int(end - start));
+            setSelection(m_selectedPage, word.text(), word.bounds());
+        }
+    }
+    emit syncRequested(m_selectedPage, m_selectedPoint);
+}
+
+void PLPDFView::mouseMoveEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mouseMoveEvent(event);
+    if (!(event->buttons() & Qt::LeftButton) || m_selectedPage < 0 || !m_document)
+        return;
+    int page = -1;
+    QPointF point;
+    // A drag selects within the page it started on.
+    if (pagePointAt(event->position().toPoint(), &page, &point) && page == m_selectedPage) {
+        const QPdfSelection selection = m_document->getSelection(page, m_selectedPoint, point);
+        setSelection(page, selection.text(), selection.bounds());
+    }
+}
+
+void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygonF> &bounds)
+{
+    m_selectionPage = text.isEmpty() ? -1 : page;
+    m_selectionText = text;
+    m_selectionBounds = bounds;
+    viewport()->update();
+}
+
+void PLPDFView::copy() const
+{
+    if (!m_selectionText.isEmpty())
+        QGuiApplication::clipboard()->setText(m_selectionText);
 }
 
 void PLPDFView::focusInEvent(QFocusEvent *event)

@@ -4,6 +4,7 @@
 #include <QFutureWatcher>
 #include <QHash>
 #include <QImage>
+#include <QPolygonF>
 #include <QRectF>
 #include <QSet>
 
@@ -59,6 +60,10 @@ public:
     // The page and point (PDF points from its top-left corner) of the last click; page -1 before.
     int selectedPage() const { return m_selectedPage; }
     QPointF selectedPoint() const { return m_selectedPoint; }
+    // The text selected by a drag or a double click, on one page; empty when there is none.
+    const QString &selectedText() const { return m_selectionText; }
+    int selectionPage() const { return m_selectionPage; }
+    void copy() const;
     // Finds the text, ignoring case, after (or before) the current hit, wrapping around the
     // document, and shows the hit. False when the document does not hold it.
     bool findString(const QString &text, bool forwards);
@@ -81,6 +86,7 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void mousePressEvent(QMouseEvent *event) override;
     void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
     void focusInEvent(QFocusEvent *event) override;
     void contextMenuEvent(QContextMenuEvent *event) override;
 
@@ -95,6 +101,7 @@ private:
     void adoptDocument(std::shared_ptr<QPdfDocument> document);
     void layoutPages();
     const QString &pageText(int page);
+    void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds);
     bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
     int pagesPerRow() const { return m_displayMode == TwoUp || m_displayMode == TwoUpContinuous ? 2 : 1; }
     void updateScrollBars();
@@ -120,6 +127,9 @@ private:
     QList<QString> m_pageTexts;
     int m_findPage = -1;
     qsizetype m_findIndex = -1;
+    QString m_selectionText;
+    QList<QPolygonF> m_selectionBounds;
+    int m_selectionPage = -1;
     int m_selectedPage = -1;
     QPointF m_selectedPoint;
     QRectF m_highlight;

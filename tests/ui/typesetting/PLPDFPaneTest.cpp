@@ -20,6 +20,7 @@
 #include "PLUiTestSupport.h"
 
 #include <QDirIterator>
+#include <QClipboard>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPdfDocument>
@@ -413,6 +414,39 @@ TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
     EXPECT_TRUE(visible.intersects(pdfView()->pageRect(2)));
     EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
     EXPECT_EQ(pdfView()->highlightedPage(), 2);
+}
+
+// A double click selects the word under the mouse, a drag the text between its ends; Ctrl+C
+// copies it, and a plain click clears it.
+TEST_F(PDFPane, SelectsByDragAndDoubleClickAndCopies)
+{
+    open(true);
+    const QString line = QStringLiteral("Plumeo shows this page first.");
+    const qsizetype index = pdfView()->document()->getAllText(0).text().indexOf(line);
+    ASSERT_GE(index, 0);
+    const QRectF area = pdfView()->document()->getSelectionAtIndex(0, int(index), int(line.size())).boundingRectangle();
+    const qreal scale = pdfView()->pageRect(0).width() / pdfView()->document()->pagePointSize(0).width();
+    const auto at = [this, scale](const QPointF &point) {
+        return pdfView()->pageRect(0).topLeft() + (point * scale).toPoint() - pdfView()->scrollOrigin();
+    };
+    const QPoint lineStart = at(QPointF(area.left() + 1, area.center().y()));
+    const QPoint lineEnd = at(QPointF(area.right() - 1, area.center().y()));
+    const QRectF shows = pdfView()->document()->getSelectionAtIndex(0, int(index + 7), 5).boundingRectangle();
+
+    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, at(shows.center()));
+    EXPECT_EQ(pdfView()->selectedText(), QStringLiteral("shows"));
+    pdfView()->setFocus();
+    QTest::keyClick(pdfView(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("shows"));
+
+    QTest::mousePress(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, lineStart);
+    EXPECT_TRUE(pdfView()->selectedText().isEmpty());
+    QMouseEvent drag(QEvent::MouseMove, lineEnd, pdfView()->viewport()->mapToGlobal(lineEnd), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(pdfView()->viewport(), &drag);
+    QTest::mouseRelease(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, lineEnd);
+    EXPECT_TRUE(pdfView()->selectedText().startsWith(QStringLiteral("Plumeo shows this page"))) << pdfView()->selectedText().toStdString();
+    EXPECT_EQ(pdfView()->selectionPage(), 0);
 }
 
 }
