@@ -130,7 +130,7 @@ void PLPDFView::layoutPages()
         int rowWidth = kPageGap;
         for (int page = row; page < std::min(endRow, row + perRow); ++page)
             rowWidth += (m_document->pagePointSize(page) * pixelsPerPoint()).toSize().width() + kPageGap;
-        width = std::max(width, rowWidth + kPageGap);
+        width = std::max(width, rowWidth);
     }
     int y = kPageGap;
     for (int row = firstRow; row < endRow; row += perRow) {
@@ -268,6 +268,18 @@ void PLPDFView::zoomToActualSize()
     setZoomFactor(1.0);
 }
 
+void PLPDFView::zoomToFitWidth()
+{
+    qreal widest = 0;
+    for (int page = 0; page < pageCount(); ++page)
+        widest = std::max(widest, m_document->pagePointSize(page).width());
+    if (widest <= 0)
+        return;
+    // The vertical scroll bar stays, so its width is left out.
+    const int width = viewport()->width() - 2 * kPageGap - (verticalScrollBar()->isVisible() ? 0 : verticalScrollBar()->sizeHint().width());
+    setZoomFactor(width / (widest * logicalDpiY() / 72.0));
+}
+
 const QString &PLPDFView::pageText(int page)
 {
     QString &text = m_pageTexts[page];
@@ -311,7 +323,9 @@ bool PLPDFView::findString(const QString &text, bool forwards)
 bool PLPDFView::isPageRendered(int page) const
 {
     const auto it = m_cache.constFind(page);
-    return it != m_cache.cend() && it->generation == m_generation && qFuzzyCompare(it->zoom, m_zoomFactor);
+    // A window moved to a screen of another pixel ratio needs its pages again, sharp there.
+    return it != m_cache.cend() && it->generation == m_generation && qFuzzyCompare(it->zoom, m_zoomFactor)
+           && qFuzzyCompare(it->ratio, devicePixelRatioF());
 }
 
 void PLPDFView::requestVisiblePages()
@@ -357,7 +371,7 @@ void PLPDFView::render(int page)
         m_pending.remove(page);
         QImage image = watcher->result();
         image.setDevicePixelRatio(ratio);
-        m_cache.insert(page, CachedPage{image, zoom, generation});
+        m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
         viewport()->update();
         emit pageRendered(page);
     });
@@ -516,6 +530,7 @@ void PLPDFView::contextMenuEvent(QContextMenuEvent *event)
     menu.addAction(tr("Zoom In"), this, &PLPDFView::zoomIn);
     menu.addAction(tr("Zoom Out"), this, &PLPDFView::zoomOut);
     menu.addAction(tr("Actual Size"), this, &PLPDFView::zoomToActualSize);
+    menu.addAction(tr("Fit Width"), this, &PLPDFView::zoomToFitWidth);
     menu.exec(event->globalPos());
 }
 

@@ -44,6 +44,8 @@ public:
     void zoomIn();
     void zoomOut();
     void zoomToActualSize();
+    // The widest page fills the viewport's width.
+    void zoomToFitWidth();
 
     QPoint scrollOrigin() const;
     void setScrollOrigin(const QPoint &origin);
@@ -95,6 +97,7 @@ private:
     {
         QImage image;
         qreal zoom = 0;
+        qreal ratio = 0;
         quint64 generation = 0;
     };
 

@@ -221,6 +221,10 @@ TEST_F(PDFPane, ZoomsByKeysAndCtrlWheelAndRendersAtTheNewSize)
     QApplication::sendEvent(pdfView()->viewport(), &wheel);
     EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
     QTRY_VERIFY(pdfView()->isPageRendered(0));
+
+    pdfView()->zoomToFitWidth();
+    EXPECT_NEAR(pdfView()->pageRect(0).width(), pdfView()->viewport()->width() - 16, 2);
+    EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
 }
 
 // A Ctrl+click and a double click ask for the source of the point under the mouse, in PDF points
