@@ -23,6 +23,7 @@
 #include "PLUserDefaultsConstants.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -181,6 +182,8 @@ QWidget *PLSplitViewContentViewController::loadView()
             m_noPDFFoundView = nullptr;
         }
         pdfLayout->setCurrentWidget(m_pdfView);
+        if (m_isPdfToggled)
+            setTitle(QFileInfo(m_document->mainFile()->pdfPath()).fileName());
     });
     connect(m_pdfView, &PLPDFView::syncRequested, this, [this](int page, const QPointF &point) {
         if (m_splitViewController)

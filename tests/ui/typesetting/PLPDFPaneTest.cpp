@@ -21,6 +21,7 @@
 
 #include <QDirIterator>
 #include <QClipboard>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMenuBar>
 #include <QPdfDocument>
@@ -124,6 +125,7 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
     EXPECT_EQ(pdfView()->pageCount(), 4);
     EXPECT_EQ(pane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
+    EXPECT_EQ(pane->titleTextField()->text(), QStringLiteral("main.pdf"));
     QTRY_VERIFY(pdfView()->isPageRendered(0));
     // Pages far below the viewport are not rendered before they are scrolled near.
     EXPECT_FALSE(pdfView()->isPageRendered(3));
