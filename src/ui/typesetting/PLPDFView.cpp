@@ -592,6 +592,12 @@ void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygon
     viewport()->update();
 }
 
+void PLPDFView::showSelection(int page, const QPdfSelection &selection)
+{
+    setSelection(page, selection.text(), selection.bounds());
+    showArea(page, selection.boundingRectangle());
+}
+
 void PLPDFView::copy() const
 {
     if (!m_selectionText.isEmpty())

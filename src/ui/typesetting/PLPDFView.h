@@ -11,6 +11,7 @@
 #include <memory>
 
 class QPdfDocument;
+class QPdfSelection;
 
 // Shows a PDF as one column of pages that scrolls continuously. Pages are rendered on worker
 // threads and cached per page and zoom; painting only draws what is already rendered, so a
@@ -66,6 +67,8 @@ public:
     const QString &selectedText() const { return m_selectionText; }
     int selectionPage() const { return m_selectionPage; }
     void copy() const;
+    // Makes text of the page the selection, scrolls it into view and highlights it briefly.
+    void showSelection(int page, const QPdfSelection &selection);
     // Finds the text, ignoring case, after (or before) the current hit, wrapping around the
     // document, and shows the hit. False when the document does not hold it.
     bool findString(const QString &text, bool forwards);

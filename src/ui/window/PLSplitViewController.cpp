@@ -28,6 +28,7 @@
 #include <QSplitter>
 
 #include <numeric>
+#include <optional>
 
 PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowController *windowController, QObject *parent)
     : XSViewController(QString(), windowController, parent), m_document(document)
@@ -303,6 +304,7 @@ void PLSplitViewController::syncPDFToLocationInFile(const std::shared_ptr<PLFile
     // the box the line went into.
     int page = -1;
     QRectF area;
+    std::optional<QPdfSelection> shown;
     for (const PLSyncTexForwardResult &result : results) {
         const int index = result.page - 1;
         if (index < 0 || index >= pdfView->pageCount())
@@ -311,13 +313,15 @@ void PLSplitViewController::syncPDFToLocationInFile(const std::shared_ptr<PLFile
             pdfView->document()->getSelection(index, QPointF(result.h, result.v), QPointF(result.h + 10, result.v));
         if (!selection.text().isEmpty()) {
             page = index;
-            area = selection.boundingRectangle();
-        } else if (page < 0 || area.isEmpty()) {
+            shown = selection;
+        } else if (!shown) {
             page = index;
             area = QRectF(result.boxH, result.boxV - result.boxHeight, result.boxWidth, result.boxHeight + result.boxDepth);
         }
     }
-    if (page >= 0)
+    if (shown)
+        pdfView->showSelection(page, *shown);
+    else if (page >= 0)
         pdfView->showArea(page, area);
 }
 

@@ -312,6 +312,8 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     ASSERT_GE(index, 0) << pageText.toStdString();
     const QRectF lineArea = view->document()->getSelectionAtIndex(sync.page, int(index), int(qstrlen(sync.text))).boundingRectangle();
     EXPECT_TRUE(lineArea.intersects(area));
+    EXPECT_EQ(view->selectionPage(), sync.page);
+    EXPECT_TRUE(QString::fromLatin1(sync.text).contains(view->selectedText().trimmed())) << view->selectedText().toStdString();
     const QRect visible(view->scrollOrigin(), view->viewport()->size());
     EXPECT_TRUE(visible.intersects(view->pageRect(sync.page)));
 
