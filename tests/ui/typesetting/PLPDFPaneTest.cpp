@@ -183,6 +183,14 @@ TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
         PLTest::writeFile(pdfPath, *reload.replacement ? typeset(QString::fromLatin1(reload.replacement)) : QByteArray());
     QSignalSpy changed(pdfView(), &PLPDFView::documentChanged);
     finishJob(document);
+    // Before any page of the new document is rendered, the old pages stand in: no blank flash.
+    const QImage shownAtOnce = pdfView()->viewport()->grab().toImage();
+    bool hasInk = false;
+    for (int y = 0; y < shownAtOnce.height() && !hasInk; ++y) {
+        for (int x = 0; x < shownAtOnce.width() && !hasInk; ++x)
+            hasInk = qGray(shownAtOnce.pixel(x, y)) < 64;
+    }
+    EXPECT_TRUE(hasInk);
     if (reload.replacement && *reload.replacement)
         QTRY_COMPARE(changed.count(), 1);
     else
