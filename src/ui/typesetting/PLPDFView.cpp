@@ -592,6 +592,21 @@ void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygon
     viewport()->update();
 }
 
+bool PLPDFView::syncPoint(int *page, QPointF *point) const
+{
+    if (m_selectionPage >= 0) {
+        QRectF bounds;
+        for (const QPolygonF &polygon : m_selectionBounds)
+            bounds = bounds.united(polygon.boundingRect());
+        *page = m_selectionPage;
+        *point = bounds.bottomLeft();
+        return true;
+    }
+    *page = m_selectedPage;
+    *point = m_selectedPoint;
+    return m_selectedPage >= 0;
+}
+
 void PLPDFView::showSelection(int page, const QPdfSelection &selection)
 {
     setSelection(page, selection.text(), selection.bounds());

@@ -66,6 +66,9 @@ public:
     // The text selected by a drag or a double click, on one page; empty when there is none.
     const QString &selectedText() const { return m_selectionText; }
     int selectionPage() const { return m_selectionPage; }
+    // The point a search back to the source starts from: the bottom-left corner of the selection,
+    // else the last click. False when there is neither.
+    bool syncPoint(int *page, QPointF *point) const;
     void copy() const;
     // Makes text of the page the selection, scrolls it into view and highlights it briefly.
     void showSelection(int page, const QPdfSelection &selection);

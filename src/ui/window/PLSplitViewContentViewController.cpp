@@ -58,7 +58,9 @@ PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewCo
         PLAction::PerformTexSyncMenuAction, [this](QAction *item) { performTexSync(PLMainMenu::tagOfItem(item)); },
         [this](QAction *item) {
             const int tag = PLMainMenu::tagOfItem(item);
-            return isFocusedPane() && (tag == 0 ? !m_isPdfToggled : m_isPdfToggled && m_pdfView->selectedPage() >= 0);
+            int page = -1;
+            QPointF point;
+            return isFocusedPane() && (tag == 0 ? !m_isPdfToggled : m_isPdfToggled && m_pdfView->syncPoint(&page, &point));
         });
     setActionHandler(
         PLAction::NavigateBackward, [this](QAction *) { navigateBackward(); },
@@ -313,9 +315,10 @@ void PLSplitViewContentViewController::performTexSync(int tag)
         return;
     if (tag == 0 && !m_isPdfToggled)
         m_splitViewController->splitViewContentControllerDidRequestSyncFromTextView(this);
-    else if (tag == 1 && m_isPdfToggled && m_pdfView->selectedPage() >= 0)
-        m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, m_pdfView->selectedPage(),
-                                                                                   m_pdfView->selectedPoint());
+    int page = -1;
+    QPointF point;
+    if (tag == 1 && m_isPdfToggled && m_pdfView->syncPoint(&page, &point))
+        m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, page, point);
 }
 
 void PLSplitViewContentViewController::showNoPDFFoundView()

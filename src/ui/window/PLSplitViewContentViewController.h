@@ -38,8 +38,8 @@ public:
     void toggleDocumentPDF();
     void displayDocumentPDF();
     void reloadPDF();
-    // The menu's SyncTeX command: tag 0 from the text to the PDF, tag 1 from the PDF's last
-    // clicked point to the text.
+    // The menu's SyncTeX command: tag 0 from the text to the PDF, tag 1 from the PDF's selection
+    // (or its last clicked point) to the text.
     void performTexSync(int tag);
     // The title-bar split button: with Alt and Shift held the new pane shows the PDF.
     void splitView(Qt::KeyboardModifiers modifiers);
