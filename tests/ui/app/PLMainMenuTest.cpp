@@ -56,10 +56,10 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
                                      QStringLiteral("Open Quickly… -"), QStringLiteral("Save"), QStringLiteral("Save As…"),
                                      QStringLiteral("Export PDF…"), QStringLiteral("Print…"), QStringLiteral("Close"),
                                      QStringLiteral("Quit")}));
-    // No job runs: Typeset is offered, Stop is not. The focused pane shows text: the way to the
-    // PDF is offered, the way back is not.
+    // No job runs: Typeset is offered, Stop is not.
     EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),
                                      QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"),
+                                     // The focused pane shows text: the way to the PDF is offered, the way back is not.
                                      QStringLiteral("Show in PDF"), QStringLiteral("Show in Source -"),
                                      QStringLiteral("Remove Typesetting By-products")}));
     // With one pane there is nowhere to move the focus, and no pane to close.
