@@ -5,10 +5,10 @@
 #include "PLUserDefaultsConstants.h"
 
 #include <QApplication>
-#include <QMenu>
 #include <QBuffer>
 #include <QClipboard>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
 #include <QPdfDocument>
@@ -54,32 +54,20 @@ bool PLPDFView::loadData(const QByteArray &bytes)
     auto *buffer = new QBuffer(document.get());
     buffer->setData(bytes);
     buffer->open(QIODevice::ReadOnly);
+    // Bytes held in memory load at once.
     document->load(buffer);
-    if (document->status() == QPdfDocument::Status::Error) {
+    if (document->status() != QPdfDocument::Status::Ready) {
         qCWarning(lcUi) << "the PDF could not be read:" << document->error();
         return false;
     }
-    if (document->status() == QPdfDocument::Status::Ready) {
-        adoptDocument(std::move(document));
-        return true;
-    }
-    m_loadingDocument = document;
-    connect(document.get(), &QPdfDocument::statusChanged, this, [this, raw = document.get()](QPdfDocument::Status status) {
-        if (m_loadingDocument.get() != raw)
-            return;
-        if (status == QPdfDocument::Status::Ready)
-            adoptDocument(std::exchange(m_loadingDocument, nullptr));
-        else if (status == QPdfDocument::Status::Error)
-            m_loadingDocument.reset();
-    });
-    return true;
+    return adoptDocument(std::move(document));
 }
 
-void PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
+bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
 {
     if (document->pageCount() <= 0) {
         qCWarning(lcUi) << "the PDF has no pages";
-        return;
+        return false;
     }
     m_document = std::move(document);
     ++m_generation;
@@ -98,6 +86,7 @@ void PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
     requestVisiblePages();
     viewport()->update();
     emit documentChanged();
+    return true;
 }
 
 QPdfDocument *PLPDFView::document() const

@@ -27,8 +27,8 @@ public:
     explicit PLPDFView(QWidget *parent = nullptr);
     ~PLPDFView() override;
 
-    // Takes the bytes of a PDF. Bytes that are no PDF leave the shown document as it was and
-    // answer false; documentChanged is emitted once the new document is shown.
+    // Takes the bytes of a PDF and shows it, emitting documentChanged. Bytes that are no PDF
+    // leave the shown document as it was and answer false.
     bool loadData(const QByteArray &bytes);
     QPdfDocument *document() const;
     int pageCount() const;
@@ -107,7 +107,7 @@ private:
         quint64 generation = 0;
     };
 
-    void adoptDocument(std::shared_ptr<QPdfDocument> document);
+    bool adoptDocument(std::shared_ptr<QPdfDocument> document);
     void layoutPages();
     const QString &pageText(int page);
     void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds);
@@ -122,7 +122,6 @@ private:
     QPoint contentOffset() const;
 
     std::shared_ptr<QPdfDocument> m_document;
-    std::shared_ptr<QPdfDocument> m_loadingDocument;
     quint64 m_generation = 0;
     qreal m_zoomFactor = 1.0;
     DisplayMode m_displayMode = SinglePageContinuous;
