@@ -131,6 +131,13 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
     EXPECT_FALSE(pdfView()->isPageRendered(3));
     pdfView()->setScrollOrigin(pdfView()->pageRect(3).topLeft());
     QTRY_VERIFY(pdfView()->isPageRendered(3));
+    // The last page is landscape: a column of mixed sizes keeps each page's own shape, centred.
+    const QRect portrait = pdfView()->pageRect(0);
+    const QRect landscape = pdfView()->pageRect(3);
+    EXPECT_GT(landscape.width(), landscape.height());
+    EXPECT_NEAR(qreal(landscape.width()) / landscape.height(), 11.0 / 8.5, 0.01);
+    EXPECT_LT(qreal(portrait.width()) / portrait.height(), 1.0);
+    EXPECT_NEAR(landscape.center().x(), portrait.center().x(), 1);
 }
 
 TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
@@ -232,8 +239,9 @@ TEST_F(PDFPane, ZoomsByKeysAndCtrlWheelAndRendersAtTheNewSize)
     EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
     QTRY_VERIFY(pdfView()->isPageRendered(0));
 
+    // The widest page, the landscape one, fills the width.
     pdfView()->zoomToFitWidth();
-    EXPECT_NEAR(pdfView()->pageRect(0).width(), pdfView()->viewport()->width() - 16, 2);
+    EXPECT_NEAR(pdfView()->pageRect(3).width(), pdfView()->viewport()->width() - 16, 2);
     EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
 }
 
