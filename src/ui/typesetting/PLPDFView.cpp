@@ -340,7 +340,8 @@ void PLPDFView::requestVisiblePages()
 
 void PLPDFView::render(int page)
 {
-    if (isPageRendered(page) || m_pending.contains(page))
+    // A page off the shown spread has no place and no size to render at.
+    if (m_pageRects.at(page).isEmpty() || isPageRendered(page) || m_pending.contains(page))
         return;
     m_pending.insert(page);
     const qreal ratio = devicePixelRatioF();
