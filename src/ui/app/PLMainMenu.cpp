@@ -86,6 +86,10 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
     addItem(typeset, tr("Show &Console"), PLAction::DisplayTransformationConsole);
     addItem(typeset, tr("Show &Errors and Warnings"), PLAction::DisplayErrorsAndWarnings, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_E));
     typeset->addSeparator();
+    // The tag says the direction: from the source to the PDF, or back.
+    addItem(typeset, tr("Show in &PDF"), PLAction::PerformTexSyncMenuAction, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_J), 0);
+    addItem(typeset, tr("Show in Sou&rce"), PLAction::PerformTexSyncMenuAction, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_K), 1);
+    typeset->addSeparator();
     addItem(typeset, tr("&Remove Typesetting By-products"), PLAction::RemoveTypesettingRelatedFiles);
 
     QMenu *windowMenu = bar->addMenu(tr("&Window"));

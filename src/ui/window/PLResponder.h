@@ -43,6 +43,7 @@ enum class PLAction {
     StopTypesetting,
     DisplayTransformationConsole,
     DisplayErrorsAndWarnings,
+    PerformTexSyncMenuAction,
     Minimize,
     DisplayWelcomeWindow,
     GettingStartedWithPlumeo,

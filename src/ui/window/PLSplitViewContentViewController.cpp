@@ -5,10 +5,12 @@
 #include "PLFindIndicator.h"
 #include "PLFile.h"
 #include "PLLogging.h"
+#include "PLMainMenu.h"
 #include "PLNoPDFFoundView.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLOutlineNode.h"
+#include "PLPDFView.h"
 #include "PLResponderChain.h"
 #include "PLSplitViewController.h"
 #include "PLLineNumbersRulerView.h"
@@ -19,7 +21,11 @@
 #include "PLTextViewHistoryHandler.h"
 #include "PLTitleBarButton.h"
 #include "PLTitleBarView.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -48,6 +54,16 @@ PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewCo
         PLAction::CloseView, [this](QAction *) { closeView(); },
         [this](QAction *) { return m_splitViewController && m_splitViewController->splitViewCount() > 1; });
     setActionHandler(PLAction::ToggleDocumentPDF, [this](QAction *) { toggleDocumentPDF(); });
+    // Tag 0 runs from the text to the PDF, tag 1 back; each only in the focused pane showing
+    // what it starts from.
+    setActionHandler(
+        PLAction::PerformTexSyncMenuAction, [this](QAction *item) { performTexSync(PLMainMenu::tagOfItem(item)); },
+        [this](QAction *item) {
+            const int tag = PLMainMenu::tagOfItem(item);
+            int page = -1;
+            QPointF point;
+            return isFocusedPane() && (tag == 0 ? !m_isPdfToggled : m_isPdfToggled && m_pdfView->syncPoint(&page, &point));
+        });
     setActionHandler(
         PLAction::NavigateBackward, [this](QAction *) { navigateBackward(); },
         [this](QAction *) { return !m_isPdfToggled && m_historyHandler->hasMoreRangesInDirection(PLHistoryDirectionBackwards); });
@@ -85,6 +101,10 @@ void PLSplitViewContentViewController::observeNotifications()
                      << (newFile ? newFile->stringPath() : QString());
         if (oldFile && oldFile == m_file)
             setFile(newFile);
+    });
+    center.addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr, [this](const PLNotification &notification) {
+        if (m_isPdfToggled && notification.userInfo().value(PLDictionaryKeyDocument).value<QObject *>() == m_document)
+            reloadPDF();
     });
     center.addObserver(this, PLNotificationEditorBackgroundColorDidChange, nullptr, [this](const PLNotification &) {
         if (m_textContentView)
@@ -156,6 +176,25 @@ QWidget *PLSplitViewContentViewController::loadView()
     m_pdfViewEncapsulatorView->installEventFilter(this);
     auto *pdfLayout = new QStackedLayout(m_pdfViewEncapsulatorView);
     pdfLayout->setContentsMargins(0, 0, 0, 0);
+    m_pdfView = new PLPDFView(m_pdfViewEncapsulatorView);
+    pdfLayout->addWidget(m_pdfView);
+    // The placeholder goes once a document is shown, whenever its loading ends.
+    connect(m_pdfView, &PLPDFView::documentChanged, this, [this, pdfLayout] {
+        if (m_noPDFFoundView) {
+            pdfLayout->removeWidget(m_noPDFFoundView);
+            m_noPDFFoundView->deleteLater();
+            m_noPDFFoundView = nullptr;
+        }
+        pdfLayout->setCurrentWidget(m_pdfView);
+        if (m_isPdfToggled)
+            setTitle(QFileInfo(m_document->mainFile()->pdfPath()).fileName());
+    });
+    connect(m_pdfView, &PLPDFView::syncRequested, this, [this](int page, const QPointF &point) {
+        if (m_splitViewController)
+            m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, page, point);
+    });
+    connect(m_pdfView, &PLPDFView::didFocus, this,
+            [this] { PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this); });
     m_contentLayout->addWidget(m_pdfViewEncapsulatorView);
 
     layout->addWidget(m_titleBarView);
@@ -235,6 +274,8 @@ void PLSplitViewContentViewController::toggleDocumentPDF()
         m_historyNavigationBackwardsButton->setEnabled(false);
         m_historyNavigationForwardsButton->setEnabled(false);
         m_contentLayout->setCurrentWidget(m_pdfViewEncapsulatorView);
+        // The mode chosen last in any pane is the one a pane starts with.
+        m_pdfView->setDisplayMode(int(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode)));
         reloadPDF();
         if (m_splitViewController)
             m_splitViewController->splitViewContentControllerDidFocusOnPDFView(this);
@@ -261,13 +302,38 @@ void PLSplitViewContentViewController::displayDocumentPDF()
 
 void PLSplitViewContentViewController::reloadPDF()
 {
+    view();
+    // The bytes are read at once so the file stays free for the next job; a missing or broken
+    // file leaves whatever is shown.
+    QFile pdf(m_document->mainFile()->pdfPath());
+    const bool loading = pdf.open(QIODevice::ReadOnly) && m_pdfView->loadData(pdf.readAll());
+    if (!loading && !m_pdfView->document())
+        showNoPDFFoundView();
+}
+
+void PLSplitViewContentViewController::performTexSync(int tag)
+{
+    if (!m_splitViewController)
+        return;
+    if (tag == 0 && !m_isPdfToggled)
+        m_splitViewController->splitViewContentControllerDidRequestSyncFromTextView(this);
+    int page = -1;
+    QPointF point;
+    if (tag == 1 && m_isPdfToggled && m_pdfView->syncPoint(&page, &point))
+        m_splitViewController->splitViewContentControllerDidRequestSyncFromPDFView(this, page, point);
+}
+
+void PLSplitViewContentViewController::showNoPDFFoundView()
+{
     // Until the project has been typeset into a PDF that the pane can show, the placeholder
     // fills it.
     if (m_noPDFFoundView)
         return;
     qCInfo(lcUi) << "no pdf found";
     m_noPDFFoundView = new PLNoPDFFoundView(m_pdfViewEncapsulatorView);
-    static_cast<QStackedLayout *>(m_pdfViewEncapsulatorView->layout())->addWidget(m_noPDFFoundView);
+    auto *pdfLayout = static_cast<QStackedLayout *>(m_pdfViewEncapsulatorView->layout());
+    pdfLayout->addWidget(m_noPDFFoundView);
+    pdfLayout->setCurrentWidget(m_noPDFFoundView);
 }
 
 void PLSplitViewContentViewController::splitView(Qt::KeyboardModifiers modifiers)
@@ -309,7 +375,7 @@ void PLSplitViewContentViewController::displayCloseButton(bool display)
 void PLSplitViewContentViewController::makeKey()
 {
     if (m_isPdfToggled)
-        m_pdfViewEncapsulatorView->setFocus();
+        m_pdfView->setFocus();
     else if (m_textContentView)
         m_textContentView->setFocus();
 }
@@ -317,15 +383,23 @@ void PLSplitViewContentViewController::makeKey()
 void PLSplitViewContentViewController::selectOutlineNode(const std::shared_ptr<PLOutlineNode> &node)
 {
     const std::shared_ptr<PLFile> file = node ? node->file() : nullptr;
-    if (!file || m_isPdfToggled)
+    if (!file)
         return;
-    setFile(file);
+    // The node starts where the text of the nodes before it in the file ends. The root holds no
+    // piece of its own: the walk starts at its first child.
+    qsizetype location = 0;
     if (node != file->outlineRootNode()) {
-        // The node starts where the text of the nodes before it in the file ends. The root holds
-        // no piece of its own: the walk starts at its first child.
-        qsizetype location = 0;
         for (auto walked = file->outlineRootNode()->childAtIndex(0); walked && walked != node; walked = walked->traverseRight())
             location += walked->contentLength();
+    }
+    // A pane showing the PDF shows where the node was typeset.
+    if (m_isPdfToggled) {
+        if (m_splitViewController)
+            m_splitViewController->syncPDFToLocationInFile(file, location);
+        return;
+    }
+    setFile(file);
+    if (node != file->outlineRootNode()) {
         m_textContentView->setSelectedRange(PLRange{location, 0});
         m_textContentView->scrollRangeToVisible(PLRange{location, 0});
     }

@@ -8,6 +8,7 @@ class PLDocument;
 class PLFile;
 class PLNoPDFFoundView;
 class PLOutlineNode;
+class PLPDFView;
 class PLSplitViewController;
 class PLTextView;
 class PLTextViewHistoryHandler;
@@ -37,6 +38,9 @@ public:
     void toggleDocumentPDF();
     void displayDocumentPDF();
     void reloadPDF();
+    // The menu's SyncTeX command: tag 0 from the text to the PDF, tag 1 from the PDF's selection
+    // (or its last clicked point) to the text.
+    void performTexSync(int tag);
     // The title-bar split button: with Alt and Shift held the new pane shows the PDF.
     void splitView(Qt::KeyboardModifiers modifiers);
     void closeView();
@@ -69,6 +73,7 @@ public:
     PLTitleBarButton *titleBarButtonTogglePDF() const { return m_titleBarButtonTogglePDF; }
     PLTitleBarButton *titleBarButtonTypeset() const { return m_titleBarButtonTypeset; }
     PLNoPDFFoundView *noPDFFoundView() const { return m_noPDFFoundView; }
+    PLPDFView *pdfView() const { return m_pdfView; }
 
     void removeObservations() override;
 
@@ -79,6 +84,7 @@ protected:
 
 private:
     void observeNotifications();
+    void showNoPDFFoundView();
     // Puts a new text view on the file's shared buffer in place of the old one.
     void replaceTextStorageInTextView();
     void setTitle(const QString &title);
@@ -108,4 +114,5 @@ private:
     PLTextView *m_textContentView = nullptr;
     QWidget *m_pdfViewEncapsulatorView = nullptr;
     PLNoPDFFoundView *m_noPDFFoundView = nullptr;
+    PLPDFView *m_pdfView = nullptr;
 };

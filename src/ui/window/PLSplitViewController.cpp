@@ -2,21 +2,33 @@
 
 #include "PLDocument.h"
 #include "PLFile.h"
+#include "PLFilePool.h"
 #include "PLGoToLineWindowController.h"
+#include "PLLogging.h"
 #include "PLMainMenu.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
 #include "PLSplitView.h"
+#include "PLPDFView.h"
 #include "PLSplitViewContentViewController.h"
+#include "PLStringLineCalculations.h"
+#include "PLSyncTexCalculationUtil.h"
+#include "PLSyncTexSearch.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QApplication>
+#include <QDir>
 #include <QKeyEvent>
+#include <QPdfDocument>
+#include <QPdfSelection>
 #include <QSplitter>
 
 #include <numeric>
+#include <optional>
 
 PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowController *windowController, QObject *parent)
     : XSViewController(QString(), windowController, parent), m_document(document)
@@ -134,6 +146,8 @@ void PLSplitViewController::closeViewWithController(PLSplitViewContentViewContro
         m_selectedSplitViewController = nullptr;
     if (m_selectedSplitTextViewViewController == pane)
         m_selectedSplitTextViewViewController = nullptr;
+    if (m_selectedPDFPane == pane)
+        m_selectedPDFPane = nullptr;
     pane->deleteLater();
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerDidCloseSplitView, this);
     if (!children().isEmpty()) {
@@ -145,6 +159,7 @@ void PLSplitViewController::closeViewWithController(PLSplitViewContentViewContro
 void PLSplitViewController::focusOnSplitViewContentViewController(PLSplitViewContentViewController *pane)
 {
     if (pane->isPdfToggled()) {
+        m_selectedPDFPane = pane;
         m_selectedSplitViewController = pane;
         PLNotificationCenter::defaultCenter().post(PLSplitViewControllerDidChangeSelectedSplitView, this);
         PLNotificationCenter::defaultCenter().post(PLSplitViewControllerDidFocusOnPDFView, this);
@@ -239,6 +254,8 @@ void PLSplitViewController::splitViewContentControllerDidFocusOnPDFView(PLSplitV
 
 void PLSplitViewController::splitViewContentControllerDidClosePDFView(PLSplitViewContentViewController *pane)
 {
+    if (m_selectedPDFPane == pane)
+        m_selectedPDFPane = nullptr;
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerDidClosePDFView, this);
     focusOnSplitViewContentViewController(pane);
 }
@@ -257,4 +274,105 @@ void PLSplitViewController::displayGoToLineWindow()
     if (m_selectedSplitViewController)
         m_goToLineWindowController->setTextView(m_selectedSplitViewController->textContentView());
     m_goToLineWindowController->showWindow();
+}
+
+void PLSplitViewController::splitViewContentControllerDidRequestSyncFromTextView(PLSplitViewContentViewController *pane)
+{
+    if (pane->file() && pane->textContentView())
+        syncPDFToLocationInFile(pane->file(), pane->textContentView()->selectedRange().location);
+}
+
+void PLSplitViewController::syncPDFToLocationInFile(const std::shared_ptr<PLFile> &file, qsizetype location)
+{
+    if (!file || !file->contentBuffer())
+        return;
+    // The PDF pane focused last, else any pane that shows the PDF.
+    PLSplitViewContentViewController *pdfPane = nullptr;
+    for (PLSplitViewContentViewController *candidate : std::as_const(m_contentViewControllers)) {
+        if (candidate->isPdfToggled() && candidate->pdfView()->document() && (!pdfPane || candidate == m_selectedPDFPane))
+            pdfPane = candidate;
+    }
+    if (!pdfPane)
+        return;
+    int line = 0;
+    int column = 0;
+    PLSyncTexCalculationUtil().convertRange(PLRange{location, 0}, file->contentBuffer()->string(), &line, &column);
+    PLPDFView *pdfView = pdfPane->pdfView();
+    const QList<PLSyncTexForwardResult> results =
+        PLSyncTexSearch(m_document->mainFile()->pdfPath()).forwardSearch(file->stringPath(), line, column);
+    // The last result whose point starts some text wins; a PDF without a text layer still shows
+    // the box the line went into.
+    int page = -1;
+    QRectF area;
+    std::optional<QPdfSelection> shown;
+    for (const PLSyncTexForwardResult &result : results) {
+        const int index = result.page - 1;
+        if (index < 0 || index >= pdfView->pageCount())
+            continue;
+        const QPdfSelection selection =
+            pdfView->document()->getSelection(index, QPointF(result.h, result.v), QPointF(result.h + 10, result.v));
+        if (!selection.text().isEmpty()) {
+            page = index;
+            shown = selection;
+        } else if (!shown) {
+            page = index;
+            area = QRectF(result.boxH, result.boxV - result.boxHeight, result.boxWidth, result.boxHeight + result.boxDepth);
+        }
+    }
+    if (shown)
+        pdfView->showSelection(page, *shown);
+    else if (page >= 0)
+        pdfView->showArea(page, area);
+}
+
+void PLSplitViewController::splitViewContentControllerDidRequestSyncFromPDFView(PLSplitViewContentViewController *pane, int page,
+                                                                                const QPointF &point)
+{
+    const std::shared_ptr<PLFile> mainFile = m_document->mainFile();
+    qCInfo(lcSyncTex, "pageNumber: %d, h: %d, v: %d", page + 1, int(point.x()), int(point.y()));
+    const QList<PLSyncTexBackwardResult> results =
+        PLSyncTexSearch(mainFile->pdfPath()).backwardSearch(page + 1, point.x(), point.y(), mainFile->directoryPathOfFile());
+    std::shared_ptr<PLFile> file;
+    int line = 0;
+    for (const PLSyncTexBackwardResult &result : results) {
+        const QString path = QDir::cleanPath(result.filePath);
+        std::shared_ptr<PLFile> found;
+        for (const std::shared_ptr<PLFile> &candidate : m_document->filesInDocument()) {
+            if (QDir::cleanPath(candidate->stringPath()) == path)
+                found = candidate;
+        }
+        if (!found)
+            found = PLFilePool::sharedFilePool().fileForPath(path);
+        if (!found || !found->contentBuffer()) {
+            qCInfo(lcSyncTex) << "no project file at" << path;
+            continue;
+        }
+        file = found;
+        line = result.line;
+    }
+    if (!file)
+        return;
+    // The text pane focused last; with none, the PDF pane makes one beside itself.
+    PLSplitViewContentViewController *textPane = m_selectedSplitTextViewViewController;
+    if (!textPane || textPane->isPdfToggled() || !m_contentViewControllers.contains(textPane)) {
+        textPane = nullptr;
+        for (PLSplitViewContentViewController *candidate : std::as_const(m_contentViewControllers)) {
+            if (!candidate->isPdfToggled())
+                textPane = candidate;
+        }
+    }
+    if (!textPane) {
+        splitViewWithController(pane);
+        textPane = m_contentViewControllers.at(m_contentViewControllers.indexOf(pane) + 1);
+    }
+    textPane->setFile(file);
+    const QString &text = file->contentBuffer()->string();
+    const qsizetype start = PLStringLineCalculations::locationOfLineStart(text, qMax(line, 1));
+    qsizetype end = text.indexOf(QLatin1Char('\n'), start);
+    if (end < 0)
+        end = text.size();
+    const PLRange range{start, qMax<qsizetype>(end - start, 1)};
+    focusOnSplitViewContentViewController(textPane);
+    textPane->textContentView()->setSelectedRange(range);
+    textPane->textContentView()->scrollRangeToVisible(range);
 }

@@ -11,6 +11,7 @@ class PLFile;
 class PLGoToLineWindowController;
 class PLSplitViewContentViewController;
 class QAction;
+class QPointF;
 class QSplitter;
 
 // The user-info key naming the pane that a "PLSplitViewControllerDidCloseSplitView" is about.
@@ -58,6 +59,14 @@ public:
     bool splitViewContentControllerShouldClose(PLSplitViewContentViewController *pane);
     void splitViewContentControllerDidFocusOnPDFView(PLSplitViewContentViewController *pane);
     void splitViewContentControllerDidClosePDFView(PLSplitViewContentViewController *pane);
+    // Forward search: shows in a PDF pane where the selection of the pane's text was typeset.
+    void splitViewContentControllerDidRequestSyncFromTextView(PLSplitViewContentViewController *pane);
+    // Backward search: opens in a text pane the source of a point of the PDF (PDF points from
+    // the 0-based page's top-left corner).
+    // Forward search from a place in a file's text, in the PDF pane focused last.
+    void syncPDFToLocationInFile(const std::shared_ptr<PLFile> &file, qsizetype location);
+    void splitViewContentControllerDidRequestSyncFromPDFView(PLSplitViewContentViewController *pane, int page,
+                                                             const QPointF &point);
     void splitViewContentControllerDidChangeFromFile(PLSplitViewContentViewController *pane,
                                                      const std::shared_ptr<PLFile> &oldFile,
                                                      const std::shared_ptr<PLFile> &newFile);
@@ -74,6 +83,7 @@ private:
     QList<PLSplitViewContentViewController *> m_contentViewControllers;
     PLSplitViewContentViewController *m_selectedSplitViewController = nullptr;
     PLSplitViewContentViewController *m_selectedSplitTextViewViewController = nullptr;
+    PLSplitViewContentViewController *m_selectedPDFPane = nullptr;
     QSplitter *m_splitView = nullptr;
     bool m_restoringLayout = false;
     PLGoToLineWindowController *m_goToLineWindowController = nullptr;

@@ -66,7 +66,10 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
     EXPECT_FALSE(shown(1).contains(QStringLiteral("Find and Replace… -")));
     // No job runs: Typeset is offered, Stop is not.
     EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),
-                                     QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"), QStringLiteral("Remove Typesetting By-products")}));
+                                     QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"),
+                                     // The focused pane shows text: the way to the PDF is offered, the way back is not.
+                                     QStringLiteral("Show in PDF"), QStringLiteral("Show in Source -"),
+                                     QStringLiteral("Remove Typesetting By-products")}));
     // With one pane there is nowhere to move the focus, and no pane to close.
     const QStringList view = shown(2);
     EXPECT_TRUE(view.contains(QStringLiteral("Next Pane -")));

@@ -1,0 +1,627 @@
+#include "PLPDFView.h"
+
+#include "PLLogging.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPdfDocument>
+#include <QPdfSelection>
+#include <QScrollBar>
+#include <QTimer>
+#include <QtConcurrent>
+
+namespace {
+constexpr int kPageGap = 8;
+constexpr qreal kZoomStep = 1.25;
+constexpr qreal kMinimumZoom = 0.1;
+constexpr qreal kMaximumZoom = 10.0;
+// Rendered pages kept in memory; the pages farthest from the shown one go first.
+constexpr qint64 kCacheBudgetBytes = 256ll * 1024 * 1024;
+// How many pages beyond the visible ones are rendered ahead of scrolling.
+constexpr int kRenderAhead = 2;
+constexpr int kHighlightMilliseconds = 1500;
+}
+
+PLPDFView::PLPDFView(QWidget *parent) : QAbstractScrollArea(parent)
+{
+    setFocusPolicy(Qt::StrongFocus);
+    viewport()->setAutoFillBackground(true);
+    QPalette palette = viewport()->palette();
+    palette.setColor(QPalette::Window, QColor(128, 128, 128));
+    viewport()->setPalette(palette);
+}
+
+PLPDFView::~PLPDFView()
+{
+    // A worker still renders from a document that dies with the view.
+    for (QFutureWatcher<QImage> *watcher : std::as_const(m_renders))
+        watcher->waitForFinished();
+}
+
+bool PLPDFView::loadData(const QByteArray &bytes)
+{
+    if (bytes.isEmpty())
+        return false;
+    std::shared_ptr<QPdfDocument> document = std::make_shared<QPdfDocument>();
+    // The document reads its pages from the buffer for as long as it lives.
+    auto *buffer = new QBuffer(document.get());
+    buffer->setData(bytes);
+    buffer->open(QIODevice::ReadOnly);
+    // Bytes held in memory load at once.
+    document->load(buffer);
+    if (document->status() != QPdfDocument::Status::Ready) {
+        qCWarning(lcUi) << "the PDF could not be read:" << document->error();
+        return false;
+    }
+    return adoptDocument(std::move(document));
+}
+
+bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
+{
+    if (document->pageCount() <= 0) {
+        qCWarning(lcUi) << "the PDF has no pages";
+        return false;
+    }
+    m_document = std::move(document);
+    ++m_generation;
+    m_pending.clear();
+    m_pageTexts = QList<QString>(m_document->pageCount());
+    m_findPage = -1;
+    m_findIndex = -1;
+    m_selectionText.clear();
+    m_selectionBounds.clear();
+    m_selectionPage = -1;
+    m_highlight = QRectF();
+    m_highlightPage = -1;
+    const QPoint origin = scrollOrigin();
+    layoutPages();
+    setScrollOrigin(origin);
+    requestVisiblePages();
+    viewport()->update();
+    emit documentChanged();
+    return true;
+}
+
+QPdfDocument *PLPDFView::document() const
+{
+    return m_document.get();
+}
+
+int PLPDFView::pageCount() const
+{
+    return m_document ? m_document->pageCount() : 0;
+}
+
+qreal PLPDFView::pixelsPerPoint() const
+{
+    return m_zoomFactor * logicalDpiY() / 72.0;
+}
+
+void PLPDFView::layoutPages()
+{
+    // Pages go in rows of one or two; the modes that are not continuous lay out only the row of
+    // the current page, and every other page has no place.
+    const int count = pageCount();
+    const int perRow = pagesPerRow();
+    m_currentPage = count > 0 ? std::clamp(m_currentPage, 0, count - 1) / perRow * perRow : 0;
+    m_pageRects = QList<QRect>(count);
+    const int firstRow = isContinuous() ? 0 : m_currentPage;
+    const int endRow = isContinuous() ? count : std::min(count, m_currentPage + perRow);
+    int width = 0;
+    for (int row = firstRow; row < endRow; row += perRow) {
+        int rowWidth = kPageGap;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page)
+            rowWidth += (m_document->pagePointSize(page) * pixelsPerPoint()).toSize().width() + kPageGap;
+        width = std::max(width, rowWidth);
+    }
+    int y = kPageGap;
+    for (int row = firstRow; row < endRow; row += perRow) {
+        int rowWidth = -kPageGap;
+        int rowHeight = 0;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page) {
+            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            rowWidth += size.width() + kPageGap;
+            rowHeight = std::max(rowHeight, size.height());
+        }
+        int x = (width - rowWidth) / 2;
+        for (int page = row; page < std::min(endRow, row + perRow); ++page) {
+            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            m_pageRects[page] = QRect(QPoint(x, y), size);
+            x += size.width() + kPageGap;
+        }
+        y += rowHeight + kPageGap;
+    }
+    m_contentSize = QSize(width, count > 0 ? y : 0);
+    updateScrollBars();
+}
+
+void PLPDFView::setDisplayMode(int mode)
+{
+    m_displayMode = static_cast<DisplayMode>(std::clamp(mode, int(SinglePage), int(TwoUpContinuous)));
+    PLUserDefaults::standardUserDefaults().setInteger(m_displayMode, PLUserDefaultsPDFDisplayMode);
+    PLUserDefaults::standardUserDefaults().synchronize();
+    if (!m_document)
+        return;
+    const int page = std::max(0, pageAt(scrollOrigin()));
+    m_currentPage = page;
+    layoutPages();
+    setScrollOrigin(QPoint(scrollOrigin().x(), pageRect(page).top() - kPageGap));
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::goToPage(int page)
+{
+    if (page < 0 || page >= pageCount())
+        return;
+    if (!isContinuous()) {
+        m_currentPage = page;
+        layoutPages();
+    }
+    setScrollOrigin(QPoint(scrollOrigin().x(), pageRect(page).top() - kPageGap));
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::updateScrollBars()
+{
+    const QSize viewportSize = viewport()->size();
+    horizontalScrollBar()->setRange(0, std::max(0, m_contentSize.width() - viewportSize.width()));
+    horizontalScrollBar()->setPageStep(viewportSize.width());
+    horizontalScrollBar()->setSingleStep(20);
+    verticalScrollBar()->setRange(0, std::max(0, m_contentSize.height() - viewportSize.height()));
+    verticalScrollBar()->setPageStep(viewportSize.height());
+    verticalScrollBar()->setSingleStep(20);
+}
+
+QPoint PLPDFView::contentOffset() const
+{
+    // Content narrower than the viewport is centred.
+    const int x = m_contentSize.width() < viewport()->width() ? (viewport()->width() - m_contentSize.width()) / 2
+                                                              : -horizontalScrollBar()->value();
+    return QPoint(x, -verticalScrollBar()->value());
+}
+
+QPoint PLPDFView::scrollOrigin() const
+{
+    return QPoint(horizontalScrollBar()->value(), verticalScrollBar()->value());
+}
+
+void PLPDFView::setScrollOrigin(const QPoint &origin)
+{
+    // The scroll bars clamp an origin beyond a shorter document.
+    horizontalScrollBar()->setValue(origin.x());
+    verticalScrollBar()->setValue(origin.y());
+}
+
+QRect PLPDFView::pageRect(int page) const
+{
+    return page >= 0 && page < m_pageRects.size() ? m_pageRects.at(page) : QRect();
+}
+
+int PLPDFView::pageAt(const QPoint &contentPoint) const
+{
+    int nearest = -1;
+    int nearestDistance = std::numeric_limits<int>::max();
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        const QRect &rect = m_pageRects.at(page);
+        if (rect.isNull())
+            continue;
+        const int distance = contentPoint.y() < rect.top() ? rect.top() - contentPoint.y()
+                             : contentPoint.y() > rect.bottom() ? contentPoint.y() - rect.bottom()
+                                                                : 0;
+        if (distance < nearestDistance) {
+            nearest = page;
+            nearestDistance = distance;
+        }
+    }
+    return nearest;
+}
+
+void PLPDFView::setZoomFactor(qreal factor)
+{
+    factor = std::clamp(factor, kMinimumZoom, kMaximumZoom);
+    if (qFuzzyCompare(factor, m_zoomFactor))
+        return;
+    // The point at the top of the viewport stays there.
+    const qreal ratio = factor / m_zoomFactor;
+    const QPoint origin = scrollOrigin();
+    m_zoomFactor = factor;
+    // Renders under way are for the old size; their results are dropped when they arrive.
+    m_pending.clear();
+    layoutPages();
+    setScrollOrigin(QPoint(qRound(origin.x() * ratio), qRound(origin.y() * ratio)));
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::zoomIn()
+{
+    setZoomFactor(m_zoomFactor * kZoomStep);
+}
+
+void PLPDFView::zoomOut()
+{
+    setZoomFactor(m_zoomFactor / kZoomStep);
+}
+
+void PLPDFView::zoomToActualSize()
+{
+    setZoomFactor(1.0);
+}
+
+void PLPDFView::zoomToFitWidth()
+{
+    qreal widest = 0;
+    for (int page = 0; page < pageCount(); ++page)
+        widest = std::max(widest, m_document->pagePointSize(page).width());
+    if (widest <= 0)
+        return;
+    // The vertical scroll bar stays, so its width is left out.
+    const int width = viewport()->width() - 2 * kPageGap - (verticalScrollBar()->isVisible() ? 0 : verticalScrollBar()->sizeHint().width());
+    setZoomFactor(width / (widest * logicalDpiY() / 72.0));
+}
+
+const QString &PLPDFView::pageText(int page)
+{
+    QString &text = m_pageTexts[page];
+    if (text.isNull())
+        text = m_document->getAllText(page).text();
+    if (text.isNull())
+        text = QLatin1String("");
+    return text;
+}
+
+bool PLPDFView::findString(const QString &text, bool forwards)
+{
+    const int count = pageCount();
+    if (text.isEmpty() || count == 0)
+        return false;
+    // The search starts just after (or before) the current hit, or at the document's start (or
+    // end). It visits every page once, then the starting page again in full, which wraps.
+    int page = m_findPage >= 0 ? m_findPage : (forwards ? 0 : count - 1);
+    bool fromEnd = !forwards && m_findPage < 0;
+    qsizetype from = m_findPage < 0 ? 0 : (forwards ? m_findIndex + 1 : m_findIndex - 1);
+    for (int step = 0; step <= count; ++step) {
+        const QString &haystack = pageText(page);
+        if (fromEnd)
+            from = haystack.size();
+        const qsizetype index = forwards ? haystack.indexOf(text, from, Qt::CaseInsensitive)
+                                : from >= 0 ? haystack.lastIndexOf(text, from, Qt::CaseInsensitive)
+                                            : -1;
+        if (index >= 0) {
+            m_findPage = page;
+            m_findIndex = index;
+            showArea(page, m_document->getSelectionAtIndex(page, int(index), int(text.size())).boundingRectangle());
+            return true;
+        }
+        page = forwards ? (page + 1) % count : (page + count - 1) % count;
+        from = 0;
+        fromEnd = !forwards;
+    }
+    return false;
+}
+
+bool PLPDFView::isPageRendered(int page) const
+{
+    const auto it = m_cache.constFind(page);
+    // A window moved to a screen of another pixel ratio needs its pages again, sharp there.
+    return it != m_cache.cend() && it->generation == m_generation && qFuzzyCompare(it->zoom, m_zoomFactor)
+           && qFuzzyCompare(it->ratio, devicePixelRatioF());
+}
+
+void PLPDFView::requestVisiblePages()
+{
+    if (!m_document)
+        return;
+    const QRect visible(scrollOrigin(), viewport()->size());
+    int first = -1;
+    int last = -1;
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        if (m_pageRects.at(page).intersects(visible)) {
+            if (first < 0)
+                first = page;
+            last = page;
+        }
+    }
+    if (first < 0)
+        return;
+    for (int page = std::max(0, first - kRenderAhead); page <= std::min<int>(m_pageRects.size() - 1, last + kRenderAhead); ++page)
+        render(page);
+    evictFarthestPages(first);
+}
+
+void PLPDFView::render(int page)
+{
+    // A page off the shown spread has no place and no size to render at.
+    if (m_pageRects.at(page).isEmpty() || isPageRendered(page) || m_pending.contains(page))
+        return;
+    m_pending.insert(page);
+    const qreal ratio = devicePixelRatioF();
+    const QSize size = m_pageRects.at(page).size() * ratio;
+    const quint64 generation = m_generation;
+    const qreal zoom = m_zoomFactor;
+    // The watcher keeps the document alive until the worker has finished with it, so the last
+    // reference always goes on this thread.
+    std::shared_ptr<QPdfDocument> document = m_document;
+    auto *watcher = new QFutureWatcher<QImage>(this);
+    m_renders.append(watcher);
+    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, document, page, generation, zoom, ratio] {
+        m_renders.removeOne(watcher);
+        watcher->deleteLater();
+        if (generation != m_generation || !qFuzzyCompare(zoom, m_zoomFactor))
+            return;
+        m_pending.remove(page);
+        QImage image = watcher->result();
+        image.setDevicePixelRatio(ratio);
+        m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
+        viewport()->update();
+        emit pageRendered(page);
+    });
+    QPdfDocument *raw = document.get();
+    watcher->setFuture(QtConcurrent::run([raw, page, size] { return raw->render(page, size); }));
+}
+
+void PLPDFView::evictFarthestPages(int centrePage)
+{
+    qint64 total = 0;
+    for (const CachedPage &cached : std::as_const(m_cache))
+        total += cached.image.sizeInBytes();
+    while (total > kCacheBudgetBytes && m_cache.size() > 1) {
+        int farthest = -1;
+        for (auto it = m_cache.cbegin(); it != m_cache.cend(); ++it) {
+            if (farthest < 0 || std::abs(it.key() - centrePage) > std::abs(farthest - centrePage))
+                farthest = it.key();
+        }
+        total -= m_cache.take(farthest).image.sizeInBytes();
+    }
+}
+
+void PLPDFView::showArea(int page, const QRectF &area)
+{
+    if (page < 0 || page >= pageCount())
+        return;
+    if (!isContinuous() && (page < m_currentPage || page >= m_currentPage + pagesPerRow())) {
+        m_currentPage = page;
+        layoutPages();
+    }
+    const QRect rect = pageRect(page);
+    const qreal scale = pixelsPerPoint();
+    const QRect target = QRectF(rect.topLeft() + area.topLeft() * scale, area.size() * scale).toAlignedRect();
+    // The area lands a third of the way down the viewport, where the eye looks first.
+    setScrollOrigin(QPoint(target.center().x() - viewport()->width() / 2, target.top() - viewport()->height() / 3));
+    m_highlight = area;
+    m_highlightPage = page;
+    requestVisiblePages();
+    viewport()->update();
+    QTimer::singleShot(kHighlightMilliseconds, this, [this, area, page] {
+        if (m_highlight == area && m_highlightPage == page) {
+            m_highlight = QRectF();
+            m_highlightPage = -1;
+            viewport()->update();
+        }
+    });
+}
+
+void PLPDFView::paintEvent(QPaintEvent *event)
+{
+    QPainter painter(viewport());
+    const QPoint offset = contentOffset();
+    const qreal scale = pixelsPerPoint();
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        const QRect rect = m_pageRects.at(page).translated(offset);
+        if (rect.isNull() || !rect.intersects(event->rect()))
+            continue;
+        const auto it = m_cache.constFind(page);
+        // A page of the previous document or zoom stands in until its new rendering arrives.
+        if (it != m_cache.cend())
+            painter.drawImage(rect, it->image);
+        else
+            painter.fillRect(rect, Qt::white);
+        if (page == m_selectionPage) {
+            painter.save();
+            painter.translate(rect.topLeft());
+            painter.scale(scale, scale);
+            for (const QPolygonF &polygon : std::as_const(m_selectionBounds))
+                painter.fillPath([&polygon] { QPainterPath path; path.addPolygon(polygon); return path; }(),
+                                 QColor(60, 120, 230, 90));
+            painter.restore();
+        }
+        if (page == m_highlightPage) {
+            const QRectF area(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale);
+            painter.fillRect(area.adjusted(-2, -2, 2, 2), QColor(255, 200, 0, 110));
+        }
+    }
+}
+
+void PLPDFView::resizeEvent(QResizeEvent *event)
+{
+    QAbstractScrollArea::resizeEvent(event);
+    updateScrollBars();
+    requestVisiblePages();
+}
+
+void PLPDFView::scrollContentsBy(int, int)
+{
+    requestVisiblePages();
+    viewport()->update();
+}
+
+void PLPDFView::wheelEvent(QWheelEvent *event)
+{
+    if (event->modifiers() & Qt::ControlModifier) {
+        if (event->angleDelta().y() > 0)
+            zoomIn();
+        else if (event->angleDelta().y() < 0)
+            zoomOut();
+        event->accept();
+        return;
+    }
+    QAbstractScrollArea::wheelEvent(event);
+}
+
+void PLPDFView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->matches(QKeySequence::Copy)) {
+        copy();
+        return;
+    }
+    if (event->modifiers() & Qt::ControlModifier) {
+        switch (event->key()) {
+        case Qt::Key_Plus:
+        case Qt::Key_Equal:
+            zoomIn();
+            return;
+        case Qt::Key_Minus:
+            zoomOut();
+            return;
+        case Qt::Key_0:
+            zoomToActualSize();
+            return;
+        default:
+            break;
+        }
+    }
+    // One spread at a time: paging on past its end turns to the next spread.
+    const QScrollBar *bar = verticalScrollBar();
+    if (!isContinuous() && event->key() == Qt::Key_PageDown && bar->value() == bar->maximum()
+        && m_currentPage + pagesPerRow() < pageCount()) {
+        goToPage(m_currentPage + pagesPerRow());
+        return;
+    }
+    if (!isContinuous() && event->key() == Qt::Key_PageUp && bar->value() == bar->minimum() && m_currentPage > 0) {
+        goToPage(m_currentPage - pagesPerRow());
+        setScrollOrigin(QPoint(scrollOrigin().x(), bar->maximum()));
+        return;
+    }
+    QAbstractScrollArea::keyPressEvent(event);
+}
+
+void PLPDFView::contextMenuEvent(QContextMenuEvent *event)
+{
+    QMenu menu(this);
+    const QList<std::pair<DisplayMode, QString>> modes{{SinglePage, tr("Single Page")},
+                                                       {SinglePageContinuous, tr("Single Page Continuous")},
+                                                       {TwoUp, tr("Two Pages")},
+                                                       {TwoUpContinuous, tr("Two Pages Continuous")}};
+    for (const auto &[mode, title] : modes) {
+        QAction *item = menu.addAction(title, this, [this, mode] { setDisplayMode(mode); });
+        item->setCheckable(true);
+        item->setChecked(mode == m_displayMode);
+    }
+    menu.addSeparator();
+    menu.addAction(tr("Zoom In"), this, &PLPDFView::zoomIn);
+    menu.addAction(tr("Zoom Out"), this, &PLPDFView::zoomOut);
+    menu.addAction(tr("Actual Size"), this, &PLPDFView::zoomToActualSize);
+    menu.addAction(tr("Fit Width"), this, &PLPDFView::zoomToFitWidth);
+    menu.exec(event->globalPos());
+}
+
+void PLPDFView::mousePressEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mousePressEvent(event);
+    emit didFocus();
+    if (event->button() != Qt::LeftButton || !pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
+        return;
+    if (event->modifiers() & Qt::ControlModifier)
+        emit syncRequested(m_selectedPage, m_selectedPoint);
+    else
+        setSelection(-1, QString(), {});
+}
+
+void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mouseDoubleClickEvent(event);
+    if (event->button() != Qt::LeftButton || !pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
+        return;
+    // The word under the mouse: the characters around the nearest one, up to white space.
+    const QPdfSelection near =
+        m_document->getSelection(m_selectedPage, m_selectedPoint - QPointF(3, 0), m_selectedPoint + QPointF(3, 0));
+    if (!near.text().isEmpty()) {
+        const QString &text = pageText(m_selectedPage);
+        qsizetype start = std::min<qsizetype>(near.startIndex(), text.size());
+        qsizetype end = start;
+        while (start > 0 && !text.at(start - 1).isSpace())
+            --start;
+        while (end < text.size() && !text.at(end).isSpace())
+            ++end;
+        if (end > start) {
+            const QPdfSelection word = m_document->getSelectionAtIndex(m_selectedPage, int(start), int(end - start));
+            setSelection(m_selectedPage, word.text(), word.bounds());
+        }
+    }
+    emit syncRequested(m_selectedPage, m_selectedPoint);
+}
+
+void PLPDFView::mouseMoveEvent(QMouseEvent *event)
+{
+    QAbstractScrollArea::mouseMoveEvent(event);
+    if (!(event->buttons() & Qt::LeftButton) || m_selectedPage < 0 || !m_document)
+        return;
+    int page = -1;
+    QPointF point;
+    // A drag selects within the page it started on.
+    if (pagePointAt(event->position().toPoint(), &page, &point) && page == m_selectedPage) {
+        const QPdfSelection selection = m_document->getSelection(page, m_selectedPoint, point);
+        setSelection(page, selection.text(), selection.bounds());
+    }
+}
+
+void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygonF> &bounds)
+{
+    m_selectionPage = text.isEmpty() ? -1 : page;
+    m_selectionText = text;
+    m_selectionBounds = bounds;
+    viewport()->update();
+}
+
+bool PLPDFView::syncPoint(int *page, QPointF *point) const
+{
+    if (m_selectionPage >= 0) {
+        QRectF bounds;
+        for (const QPolygonF &polygon : m_selectionBounds)
+            bounds = bounds.united(polygon.boundingRect());
+        *page = m_selectionPage;
+        *point = bounds.bottomLeft();
+        return true;
+    }
+    *page = m_selectedPage;
+    *point = m_selectedPoint;
+    return m_selectedPage >= 0;
+}
+
+void PLPDFView::showSelection(int page, const QPdfSelection &selection)
+{
+    setSelection(page, selection.text(), selection.bounds());
+    showArea(page, selection.boundingRectangle());
+}
+
+void PLPDFView::copy() const
+{
+    if (!m_selectionText.isEmpty())
+        QGuiApplication::clipboard()->setText(m_selectionText);
+}
+
+void PLPDFView::focusInEvent(QFocusEvent *event)
+{
+    QAbstractScrollArea::focusInEvent(event);
+    emit didFocus();
+}
+
+bool PLPDFView::pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const
+{
+    const QPoint contentPoint = viewportPoint - contentOffset();
+    const int found = pageAt(contentPoint);
+    if (found < 0)
+        return false;
+    *page = found;
+    *point = QPointF(contentPoint - m_pageRects.at(found).topLeft()) / pixelsPerPoint();
+    return true;
+}

@@ -1,0 +1,145 @@
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QFutureWatcher>
+#include <QHash>
+#include <QImage>
+#include <QPolygonF>
+#include <QRectF>
+#include <QSet>
+
+#include <memory>
+
+class QPdfDocument;
+class QPdfSelection;
+
+// Shows a PDF as one column of pages that scrolls continuously. Pages are rendered on worker
+// threads and cached per page and zoom; painting only draws what is already rendered, so a
+// reloaded document keeps showing its previous pages until the new ones are ready.
+class PLPDFView : public QAbstractScrollArea
+{
+    Q_OBJECT
+
+public:
+    // The numbers are the ones stored under "PLUserDefaultsPDFDisplayMode".
+    enum DisplayMode { SinglePage = 0, SinglePageContinuous = 1, TwoUp = 2, TwoUpContinuous = 3 };
+
+    explicit PLPDFView(QWidget *parent = nullptr);
+    ~PLPDFView() override;
+
+    // Takes the bytes of a PDF and shows it, emitting documentChanged. Bytes that are no PDF
+    // leave the shown document as it was and answer false.
+    bool loadData(const QByteArray &bytes);
+    QPdfDocument *document() const;
+    int pageCount() const;
+
+    DisplayMode displayMode() const { return m_displayMode; }
+    // Applies the mode and stores it at once as the mode of the next PDF pane.
+    void setDisplayMode(int mode);
+    // The first page of the spread shown in the modes that show one spread at a time.
+    int currentPage() const { return m_currentPage; }
+    void goToPage(int page);
+
+    qreal zoomFactor() const { return m_zoomFactor; }
+    void setZoomFactor(qreal factor);
+    void zoomIn();
+    void zoomOut();
+    void zoomToActualSize();
+    // The widest page fills the viewport's width.
+    void zoomToFitWidth();
+
+    QPoint scrollOrigin() const;
+    void setScrollOrigin(const QPoint &origin);
+
+    // Where the page lies in the scrolled content, in widget pixels.
+    QRect pageRect(int page) const;
+    // The page under a point of the content, or the nearest one between pages; -1 without pages.
+    int pageAt(const QPoint &contentPoint) const;
+    // Scrolls a rectangle of the page (PDF points from its top-left corner) into view and
+    // highlights it briefly.
+    void showArea(int page, const QRectF &area);
+    QRectF highlightedArea() const { return m_highlight; }
+    int highlightedPage() const { return m_highlightPage; }
+    // The page and point (PDF points from its top-left corner) of the last click; page -1 before.
+    int selectedPage() const { return m_selectedPage; }
+    QPointF selectedPoint() const { return m_selectedPoint; }
+    // The text selected by a drag or a double click, on one page; empty when there is none.
+    const QString &selectedText() const { return m_selectionText; }
+    int selectionPage() const { return m_selectionPage; }
+    // The point a search back to the source starts from: the bottom-left corner of the selection,
+    // else the last click. False when there is neither.
+    bool syncPoint(int *page, QPointF *point) const;
+    void copy() const;
+    // Makes text of the page the selection, scrolls it into view and highlights it briefly.
+    void showSelection(int page, const QPdfSelection &selection);
+    // Finds the text, ignoring case, after (or before) the current hit, wrapping around the
+    // document, and shows the hit. False when the document does not hold it.
+    bool findString(const QString &text, bool forwards);
+    // True when the page is drawn at the current zoom from the current document.
+    bool isPageRendered(int page) const;
+
+signals:
+    void documentChanged();
+    void pageRendered(int page);
+    void didFocus();
+    // A Ctrl+click or a double click asks for the source of that point (PDF points from the
+    // page's top-left corner).
+    void syncRequested(int page, const QPointF &point);
+
+protected:
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
+    void scrollContentsBy(int dx, int dy) override;
+    void wheelEvent(QWheelEvent *event) override;
+    void keyPressEvent(QKeyEvent *event) override;
+    void mousePressEvent(QMouseEvent *event) override;
+    void mouseDoubleClickEvent(QMouseEvent *event) override;
+    void mouseMoveEvent(QMouseEvent *event) override;
+    void focusInEvent(QFocusEvent *event) override;
+    void contextMenuEvent(QContextMenuEvent *event) override;
+
+private:
+    struct CachedPage
+    {
+        QImage image;
+        qreal zoom = 0;
+        qreal ratio = 0;
+        quint64 generation = 0;
+    };
+
+    bool adoptDocument(std::shared_ptr<QPdfDocument> document);
+    void layoutPages();
+    const QString &pageText(int page);
+    void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds);
+    bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
+    int pagesPerRow() const { return m_displayMode == TwoUp || m_displayMode == TwoUpContinuous ? 2 : 1; }
+    void updateScrollBars();
+    void requestVisiblePages();
+    void render(int page);
+    void evictFarthestPages(int centrePage);
+    bool pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const;
+    qreal pixelsPerPoint() const;
+    QPoint contentOffset() const;
+
+    std::shared_ptr<QPdfDocument> m_document;
+    quint64 m_generation = 0;
+    qreal m_zoomFactor = 1.0;
+    DisplayMode m_displayMode = SinglePageContinuous;
+    int m_currentPage = 0;
+    QList<QRect> m_pageRects;
+    QSize m_contentSize;
+    QHash<int, CachedPage> m_cache;
+    QSet<int> m_pending;
+    QList<QFutureWatcher<QImage> *> m_renders;
+    // Each page's text, read once per document for find.
+    QList<QString> m_pageTexts;
+    int m_findPage = -1;
+    qsizetype m_findIndex = -1;
+    QString m_selectionText;
+    QList<QPolygonF> m_selectionBounds;
+    int m_selectionPage = -1;
+    int m_selectedPage = -1;
+    QPointF m_selectedPoint;
+    QRectF m_highlight;
+    int m_highlightPage = -1;
+};

@@ -1,0 +1,487 @@
+#include "PLDictionaryKeys.h"
+#include "PLDocumentController.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLMainMenu.h"
+#include "PLNoPDFFoundView.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLPDFView.h"
+#include "PLResponderChain.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+#include "PLUiTestSupport.h"
+
+#include <QDirIterator>
+#include <QClipboard>
+#include <QLabel>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QPdfDocument>
+#include <QProcess>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// The four-page fixture and the one-page clean document, typeset once for the whole suite.
+class PDFPane : public ::testing::Test
+{
+protected:
+    static void SetUpTestSuite()
+    {
+        typesetFolder = new QTemporaryDir;
+        for (const QString &fixture : {QStringLiteral("pages"), QStringLiteral("clean")}) {
+            const QString source = PLTest::dataPath(QStringLiteral("typesetting/documents/") + fixture);
+            const QString target = typesetFolder->filePath(fixture);
+            QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                const QString path = it.next();
+                PLTest::writeFile(QDir(target).filePath(QDir(source).relativeFilePath(path)), PLTest::readFile(path));
+            }
+            QProcess engine;
+            engine.setWorkingDirectory(target);
+            engine.start(QStringLiteral("/usr/texbin/pdflatex"),
+                         {QStringLiteral("-synctex=1"), QStringLiteral("-interaction=nonstopmode"), QStringLiteral("main")});
+            engine.waitForFinished(60000);
+        }
+    }
+
+    static void TearDownTestSuite() { delete std::exchange(typesetFolder, nullptr); }
+
+    static QByteArray typeset(const QString &fixture, const QString &file = QStringLiteral("main.pdf"))
+    {
+        return PLTest::readFile(typesetFolder->filePath(fixture + QLatin1Char('/') + file));
+    }
+
+    void SetUp() override { PLTest::resetSettings(); }
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    // A window on the four-page project, its PDF written beside it or not, its first pane
+    // switched to the PDF.
+    void open(bool withPdf)
+    {
+        writeProject(withPdf);
+        openAt(project.path(QStringLiteral("main.tex")));
+    }
+
+    void writeProject(bool withPdf)
+    {
+        project.write(QStringLiteral("main.tex"), QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("main.tex"))));
+        project.write(QStringLiteral("chapters/third.tex"),
+                      QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("chapters/third.tex"))));
+        if (withPdf)
+            PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+    }
+
+    void openAt(const QString &mainPath)
+    {
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        window = documents.windowControllerForDocument(document)->documentWindow();
+        window->resize(900, 500);
+        window->show();
+        splitView = documents.windowControllerForDocument(document)
+                        ->splitViewController()
+                        ->mainAreaViewController()
+                        ->editorSplitViewController();
+        pane = splitView->selectedSplitViewController();
+        pane->toggleDocumentPDF();
+    }
+
+    PLPDFView *pdfView() const { return pane->pdfView(); }
+
+    // True when the PDF view shows some dark pixel: text drawn, not blank pages.
+    bool showsInk() const
+    {
+        const QImage shown = pdfView()->viewport()->grab().toImage();
+        for (int y = 0; y < shown.height(); ++y) {
+            for (int x = 0; x < shown.width(); ++x) {
+                if (qGray(shown.pixel(x, y)) < 64)
+                    return true;
+            }
+        }
+        return false;
+    }
+
+    // The job's finish notification, for this window's document or another.
+    void finishJob(QObject *ofDocument)
+    {
+        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
+    }
+
+    static inline QTemporaryDir *typesetFolder = nullptr;
+    PLTest::Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewController *splitView = nullptr;
+    PLSplitViewContentViewController *pane = nullptr;
+};
+
+TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
+{
+    open(true);
+    ASSERT_NE(pdfView()->document(), nullptr);
+    EXPECT_EQ(pdfView()->pageCount(), 4);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pdfView()->isVisibleTo(window));
+    EXPECT_EQ(pane->titleTextField()->text(), QStringLiteral("main.pdf"));
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+    // Pages far below the viewport are not rendered before they are scrolled near.
+    EXPECT_FALSE(pdfView()->isPageRendered(3));
+    pdfView()->setScrollOrigin(pdfView()->pageRect(3).topLeft());
+    QTRY_VERIFY(pdfView()->isPageRendered(3));
+    // The last page is landscape: a column of mixed sizes keeps each page's own shape, centred.
+    const QRect portrait = pdfView()->pageRect(0);
+    const QRect landscape = pdfView()->pageRect(3);
+    EXPECT_GT(landscape.width(), landscape.height());
+    EXPECT_NEAR(qreal(landscape.width()) / landscape.height(), 11.0 / 8.5, 0.01);
+    EXPECT_LT(qreal(portrait.width()) / portrait.height(), 1.0);
+    EXPECT_NEAR(landscape.center().x(), portrait.center().x(), 1);
+}
+
+TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
+{
+    open(false);
+    ASSERT_NE(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pane->noPDFFoundView()->isVisibleTo(window));
+    EXPECT_EQ(pdfView()->document(), nullptr);
+
+    PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+    QObject otherDocument;
+    finishJob(&otherDocument);
+    EXPECT_EQ(pdfView()->document(), nullptr);
+    EXPECT_NE(pane->noPDFFoundView(), nullptr);
+
+    finishJob(document);
+    QTRY_COMPARE(pdfView()->pageCount(), 4);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(pdfView()->isVisibleTo(window));
+}
+
+struct ReloadCase
+{
+    const char *name;
+    // The file the next job leaves: "pages", "clean", "" for an empty file, nullptr for none.
+    const char *replacement;
+    int pageCount;
+    bool originClamped;
+};
+
+class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<ReloadCase>
+{
+};
+
+// A reload keeps the scroll origin (the bar clamps it for a shorter PDF), and a file that is no
+// PDF leaves the previous document on screen with its rendered pages.
+TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
+{
+    const ReloadCase &reload = GetParam();
+    open(true);
+    pdfView()->setScrollOrigin(pdfView()->pageRect(2).topLeft());
+    QTRY_VERIFY(pdfView()->isPageRendered(2));
+    const QPoint origin = pdfView()->scrollOrigin();
+    QPdfDocument *shown = pdfView()->document();
+
+    const QString pdfPath = project.path(QStringLiteral("main.pdf"));
+    if (!reload.replacement)
+        QFile::remove(pdfPath);
+    else
+        PLTest::writeFile(pdfPath, *reload.replacement ? typeset(QString::fromLatin1(reload.replacement)) : QByteArray());
+    QSignalSpy changed(pdfView(), &PLPDFView::documentChanged);
+    finishJob(document);
+    // Before any page of the new document is rendered, the old pages stand in: no blank flash.
+    EXPECT_TRUE(showsInk());
+    if (reload.replacement && *reload.replacement)
+        QTRY_COMPARE(changed.count(), 1);
+    else
+        EXPECT_EQ(pdfView()->document(), shown);
+
+    EXPECT_EQ(pdfView()->pageCount(), reload.pageCount);
+    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    if (reload.originClamped)
+        EXPECT_EQ(pdfView()->verticalScrollBar()->value(), pdfView()->verticalScrollBar()->maximum());
+    else
+        EXPECT_EQ(pdfView()->scrollOrigin(), origin);
+    QTRY_VERIFY(pdfView()->isPageRendered(reload.pageCount - 1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Replacements, PDFPaneReload,
+                         ::testing::Values(ReloadCase{"SamePdfAgain", "pages", 4, false},
+                                           ReloadCase{"ShorterPdf", "clean", 1, true},
+                                           ReloadCase{"EmptyFile", "", 4, false},
+                                           ReloadCase{"DeletedFile", nullptr, 4, false}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(PDFPane, ZoomsByKeysAndCtrlWheelAndRendersAtTheNewSize)
+{
+    open(true);
+    const QSize actual = pdfView()->pageRect(0).size();
+    pdfView()->setFocus();
+    QTest::keyClick(pdfView(), Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(pdfView()->pageRect(0).width(), actual.width());
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+    QTest::keyClick(pdfView(), Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
+    QTest::keyClick(pdfView(), Qt::Key_Minus, Qt::ControlModifier);
+    EXPECT_LT(pdfView()->pageRect(0).width(), actual.width());
+
+    const QPointF centre = pdfView()->viewport()->rect().center();
+    QWheelEvent wheel(centre, pdfView()->viewport()->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
+                      Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(pdfView()->viewport(), &wheel);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+
+    // The widest page, the landscape one, fills the width.
+    pdfView()->zoomToFitWidth();
+    EXPECT_NEAR(pdfView()->pageRect(3).width(), pdfView()->viewport()->width() - 16, 2);
+    EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
+}
+
+// A Ctrl+click and a double click ask for the source of the point under the mouse, in PDF points
+// from the top-left corner of the page under it.
+TEST_F(PDFPane, CtrlClickAndDoubleClickRequestTheSourceOfThePoint)
+{
+    open(true);
+    pdfView()->setScrollOrigin(pdfView()->pageRect(1).topLeft());
+    QSignalSpy requested(pdfView(), &PLPDFView::syncRequested);
+    const QRect page = pdfView()->pageRect(1).translated(-pdfView()->scrollOrigin());
+    const QPoint click = page.topLeft() + QPoint(96, 48); // an inch in, half an inch down
+    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, click);
+    EXPECT_EQ(requested.count(), 0);
+    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::ControlModifier, click);
+    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, click);
+    ASSERT_EQ(requested.count(), 2);
+    for (const QList<QVariant> &request : requested) {
+        EXPECT_EQ(request.at(0).toInt(), 1);
+        EXPECT_NEAR(request.at(1).toPointF().x(), 72.0, 1.0);
+        EXPECT_NEAR(request.at(1).toPointF().y(), 36.0, 1.0);
+    }
+}
+
+struct SyncCase
+{
+    const char *file;
+    const char *text;
+    int page; // 0-based
+};
+
+// The PDF pane beside a text pane: the source line's text is found on its page, and a Ctrl+click
+// there brings back its file and line, also for a chapter in a subfolder.
+class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<SyncCase>
+{
+protected:
+    QAction *syncItem(int tag) const
+    {
+        for (QAction *menu : window->menuBar()->actions()) {
+            for (QAction *item : menu->menu()->actions()) {
+                if (PLMainMenu::actionOfItem(item) == PLAction::PerformTexSyncMenuAction && PLMainMenu::tagOfItem(item) == tag)
+                    return item;
+            }
+        }
+        return nullptr;
+    }
+    bool isEnabled(int tag) const
+    {
+        return PLResponderChain::validateMenuItem(window, PLAction::PerformTexSyncMenuAction, syncItem(tag));
+    }
+};
+
+TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
+{
+    const SyncCase &sync = GetParam();
+    // The typeset folder itself: its SyncTeX file names the sources where the engine read them.
+    const QDir folder(typesetFolder->filePath(QStringLiteral("pages")));
+    openAt(folder.filePath(QStringLiteral("main.tex")));
+    splitView->splitViewWithController(pane);
+    PLSplitViewContentViewController *textPane = splitView->splitViewContentControllerAtIndex(1);
+    std::shared_ptr<PLFile> file;
+    for (const std::shared_ptr<PLFile> &candidate : document->filesInDocument()) {
+        if (candidate->stringPath() == folder.filePath(QString::fromLatin1(sync.file)))
+            file = candidate;
+    }
+    ASSERT_NE(file, nullptr);
+    textPane->setFile(file);
+    const QString text = file->contentBuffer()->string();
+    const qsizetype lineStart = text.indexOf(QString::fromLatin1(sync.text));
+    ASSERT_GE(lineStart, 0);
+    const int line = int(text.left(lineStart).count(QLatin1Char('\n'))) + 1;
+    textPane->textContentView()->setSelectedRange(PLRange{lineStart, 0});
+    splitView->focusOnSplitViewContentViewController(textPane);
+    EXPECT_TRUE(isEnabled(0));
+    EXPECT_FALSE(isEnabled(1));
+    syncItem(0)->trigger();
+
+    PLPDFView *view = pdfView();
+    ASSERT_EQ(view->highlightedPage(), sync.page);
+    const QRectF area = view->highlightedArea();
+    // The highlight sits on the line's own text.
+    const QString pageText = view->document()->getAllText(sync.page).text();
+    const qsizetype index = pageText.indexOf(QString::fromLatin1(sync.text));
+    ASSERT_GE(index, 0) << pageText.toStdString();
+    const QRectF lineArea = view->document()->getSelectionAtIndex(sync.page, int(index), int(qstrlen(sync.text))).boundingRectangle();
+    EXPECT_TRUE(lineArea.intersects(area));
+    EXPECT_EQ(view->selectionPage(), sync.page);
+    EXPECT_TRUE(QString::fromLatin1(sync.text).contains(view->selectedText().trimmed())) << view->selectedText().toStdString();
+    const QRect visible(view->scrollOrigin(), view->viewport()->size());
+    EXPECT_TRUE(visible.intersects(view->pageRect(sync.page)));
+
+    // Away from the line, then back from the PDF.
+    textPane->setFile(document->mainFile());
+    textPane->textContentView()->setSelectedRange(PLRange{0, 0});
+    const qreal scale = view->pageRect(sync.page).width() / view->document()->pagePointSize(sync.page).width();
+    const QPoint click = view->pageRect(sync.page).topLeft() + (area.center() * scale).toPoint() - view->scrollOrigin();
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, click);
+    EXPECT_EQ(textPane->file(), file);
+    EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
+    EXPECT_EQ(text.left(textPane->textContentView()->selectedRange().location).count(QLatin1Char('\n')) + 1, line);
+
+    // The menu's way back works from the point the last click chose.
+    textPane->setFile(document->mainFile());
+    splitView->focusOnSplitViewContentViewController(pane);
+    EXPECT_FALSE(isEnabled(0));
+    ASSERT_TRUE(isEnabled(1));
+    syncItem(1)->trigger();
+    EXPECT_EQ(textPane->file(), file);
+    EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
+                         ::testing::Values(SyncCase{"main.tex", "The second page holds", 1},
+                                           SyncCase{"chapters/third.tex", "A chapter from a subfolder", 2},
+                                           SyncCase{"main.tex", "The last page.", 3}));
+
+// An outline row chosen while the focused pane shows the PDF shows where its section was typeset.
+TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
+{
+    openAt(QDir(typesetFolder->filePath(QStringLiteral("pages"))).filePath(QStringLiteral("main.tex")));
+    std::shared_ptr<PLOutlineNode> fourth;
+    for (auto node = document->mainFile()->outlineRootNode()->childAtIndex(0); node; node = node->traverseRight()) {
+        if (node->name().contains(QStringLiteral("Fourth")))
+            fourth = node;
+    }
+    ASSERT_NE(fourth, nullptr);
+    pane->selectOutlineNode(fourth);
+    EXPECT_EQ(pdfView()->highlightedPage(), 3);
+    EXPECT_TRUE(pane->isPdfToggled());
+}
+
+struct ModeCase
+{
+    PLPDFView::DisplayMode mode;
+    int pagesLaidOut;
+    bool sideBySide;
+};
+
+class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<ModeCase>
+{
+};
+
+// A mode chosen in one pane is stored at once and is the mode the next PDF pane starts with; the
+// modes that show one spread at a time turn to the next spread on Page Down past its end.
+TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
+{
+    const ModeCase &mode = GetParam();
+    open(true);
+    EXPECT_EQ(pdfView()->displayMode(), PLPDFView::SinglePageContinuous);
+    pdfView()->setDisplayMode(mode.mode);
+    EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode), int(mode.mode));
+
+    int laidOut = 0;
+    for (int page = 0; page < pdfView()->pageCount(); ++page)
+        laidOut += pdfView()->pageRect(page).isNull() ? 0 : 1;
+    EXPECT_EQ(laidOut, mode.pagesLaidOut);
+    EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), mode.sideBySide);
+    QTRY_VERIFY(pdfView()->isPageRendered(0));
+
+    splitView->splitViewWithControllerAndDisplayPDF(pane);
+    EXPECT_EQ(splitView->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode.mode);
+
+    pdfView()->setFocus();
+    for (int press = 0; press < 20; ++press)
+        QTest::keyClick(pdfView(), Qt::Key_PageDown);
+    const int lastSpreadPage = mode.pagesLaidOut == 4 ? 0 : 4 - mode.pagesLaidOut;
+    EXPECT_EQ(pdfView()->currentPage(), lastSpreadPage);
+    EXPECT_FALSE(pdfView()->pageRect(3).isNull());
+    // The top of the last page holds its text. Pages off the shown spread must not have been
+    // rendered ahead at no size and then shown blank.
+    pdfView()->goToPage(3);
+    QTRY_VERIFY(pdfView()->isPageRendered(3));
+    EXPECT_TRUE(showsInk());
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
+                         ::testing::Values(ModeCase{PLPDFView::SinglePage, 1, false},
+                                           ModeCase{PLPDFView::SinglePageContinuous, 4, false},
+                                           ModeCase{PLPDFView::TwoUp, 2, true},
+                                           ModeCase{PLPDFView::TwoUpContinuous, 4, true}));
+
+// Find walks the hits in both directions, ignoring case, and wraps at either end; the fixture
+// holds "page" on pages 0, 1, 2 and 3 (the third in "fills the third page").
+TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
+{
+    open(true);
+    const auto walk = [this](bool forwards, int steps) {
+        QList<int> pages;
+        for (int step = 0; step < steps; ++step) {
+            EXPECT_TRUE(pdfView()->findString(QStringLiteral("PAGE"), forwards));
+            pages.append(pdfView()->highlightedPage());
+        }
+        return pages;
+    };
+    EXPECT_EQ(walk(true, 5), (QList<int>{0, 1, 2, 3, 0}));
+    EXPECT_EQ(walk(false, 2), (QList<int>{3, 2}));
+    const QRect visible(pdfView()->scrollOrigin(), pdfView()->viewport()->size());
+    EXPECT_TRUE(visible.intersects(pdfView()->pageRect(2)));
+    EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
+    EXPECT_EQ(pdfView()->highlightedPage(), 2);
+}
+
+// A double click selects the word under the mouse, a drag the text between its ends; Ctrl+C
+// copies it, and a plain click clears it.
+TEST_F(PDFPane, SelectsByDragAndDoubleClickAndCopies)
+{
+    open(true);
+    const QString line = QStringLiteral("Plumeo shows this page first.");
+    const qsizetype index = pdfView()->document()->getAllText(0).text().indexOf(line);
+    ASSERT_GE(index, 0);
+    const QRectF area = pdfView()->document()->getSelectionAtIndex(0, int(index), int(line.size())).boundingRectangle();
+    const qreal scale = pdfView()->pageRect(0).width() / pdfView()->document()->pagePointSize(0).width();
+    const auto at = [this, scale](const QPointF &point) {
+        return pdfView()->pageRect(0).topLeft() + (point * scale).toPoint() - pdfView()->scrollOrigin();
+    };
+    const QPoint lineStart = at(QPointF(area.left() + 1, area.center().y()));
+    const QPoint lineEnd = at(QPointF(area.right() - 1, area.center().y()));
+    const QRectF shows = pdfView()->document()->getSelectionAtIndex(0, int(index + 7), 5).boundingRectangle();
+
+    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, at(shows.center()));
+    EXPECT_EQ(pdfView()->selectedText(), QStringLiteral("shows"));
+    pdfView()->setFocus();
+    QTest::keyClick(pdfView(), Qt::Key_C, Qt::ControlModifier);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("shows"));
+
+    QTest::mousePress(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, lineStart);
+    EXPECT_TRUE(pdfView()->selectedText().isEmpty());
+    QMouseEvent drag(QEvent::MouseMove, lineEnd, pdfView()->viewport()->mapToGlobal(lineEnd), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(pdfView()->viewport(), &drag);
+    QTest::mouseRelease(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, lineEnd);
+    EXPECT_TRUE(pdfView()->selectedText().startsWith(QStringLiteral("Plumeo shows this page"))) << pdfView()->selectedText().toStdString();
+    EXPECT_EQ(pdfView()->selectionPage(), 0);
+}
+
+}
