@@ -463,7 +463,12 @@ void PLSplitViewContentViewController::updateHistoryButtons()
 
 void PLSplitViewContentViewController::findAndHighlightString(const QString &string, qint32 direction)
 {
-    if (m_isPdfToggled || !m_textContentView)
+    if (m_isPdfToggled) {
+        if (m_pdfView)
+            m_pdfView->findString(string, direction == PLTextSearch::Forwards);
+        return;
+    }
+    if (!m_textContentView)
         return;
     const PLRange hit = PLTextSearch::rangeOfString(m_textContentView->contentBuffer()->string(), string,
                                                     m_textContentView->selectedRange(), direction);
