@@ -275,7 +275,7 @@ INSTANTIATE_TEST_SUITE_P(
 // Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
 TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)
 {
-    writeEngine("#!/bin/sh\necho $$ > engine.pid\necho '(./main.tex'\nexec /bin/sleep 100000\n");
+    writeEngine("#!/bin/sh\necho $$ > engine.pid\necho '(./main.tex'\nexec /usr/bin/tail -f /dev/null\n");
     QProcess cli;
     cli.start(QStringLiteral(PLUMEO_CLI_PATH), {QStringLiteral("typeset"), mainPath()});
     ASSERT_TRUE(cli.waitForStarted());

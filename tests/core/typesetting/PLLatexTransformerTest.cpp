@@ -18,7 +18,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <mutex>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -53,7 +56,12 @@ public:
     {
         record(QStringLiteral("file"), name);
     }
-    void latexTransformerDidOutputString(const QString &output) override { record(QStringLiteral("output"), output); }
+    void latexTransformerDidOutputString(const QString &output) override
+    {
+        record(QStringLiteral("output"), output);
+        if (onOutput)
+            onOutput(output);
+    }
     void latexTransformerCouldNotFindEngine(int engine, const QString &path) override
     {
         record(QStringLiteral("missing"), path, engine);
@@ -98,6 +106,8 @@ public:
     }
 
     bool transformingAtFinish = true;
+    // Called on the job's thread with each piece of output, after it was recorded.
+    std::function<void(const QString &)> onOutput;
 
 private:
     std::mutex m_mutex;
@@ -125,6 +135,7 @@ protected:
             transformer->setDelegate(nullptr);
         parser = std::make_shared<PLLogStringParser>(file);
         recorder = std::make_unique<Recorder>(parser.get());
+        recorder->onOutput = onOutput;
         transformer = PLLatexTransformer::create(parser);
         transformer->setDelegate(recorder.get());
         transformer->transformLatexFile(file);
@@ -142,6 +153,8 @@ protected:
     std::shared_ptr<PLFile> mainFile;
     std::shared_ptr<PLLogStringParser> parser;
     std::unique_ptr<Recorder> recorder;
+    // Handed to each new recorder: called on the job's thread with every piece of output.
+    std::function<void(const QString &)> onOutput;
     std::shared_ptr<PLLatexTransformer> transformer;
 };
 
@@ -342,17 +355,28 @@ TEST_F(LatexTransformerWithStandIns, ShortFolderSettingsAreUsedAsTheyAre)
 }
 
 // Regression: each chunk was decoded on its own, so a character split between two reads made
-// both chunks undecodable and lost them, with their warnings and errors.
-TEST_F(LatexTransformerWithStandIns, AChunkThatDoesNotDecodeIsLostAloneAndASplitCharacterIsKept)
+// the chunk undecodable and lost it, with its warnings and errors. The stand-in stops after the
+// first byte of "é" until the job has passed on what it read, so the split falls there.
+TEST_F(LatexTransformerWithStandIns, ACharacterSplitBetweenTwoReadsIsKept)
 {
+    const QString gate = texFolder + QStringLiteral("/gate");
+    ASSERT_EQ(mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
     PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
                       "#!/bin/sh\n"
-                      "echo '(./first.tex'\n/bin/sleep 0.3\n"
-                      "printf '\\377\\376 (./lost.tex\\n'\n/bin/sleep 0.3\n"
-                      "printf 'caf\\303'\n/bin/sleep 0.3\n"
+                      "echo '(./first.tex'\nprintf 'caf\\303'\n"
+                      "read go < \"$(dirname \"$0\")/gate\"\n"
                       "printf '\\251\\n(./last.tex\\n'\n");
     QFile::remove(texFolder + QStringLiteral("/bibtex"));
     PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    QString seen;
+    onOutput = [&seen, gate](const QString &output) {
+        seen += output;
+        if (!seen.endsWith(QStringLiteral("caf")))
+            return;
+        QFile release(gate);
+        if (release.open(QIODevice::WriteOnly))
+            release.write("\n");
+    };
     open(QStringLiteral("clean"));
     ASSERT_TRUE(recorder->waitForFinish());
     EXPECT_EQ(recorder->texts(QStringLiteral("output")).join(QString()), QStringLiteral("(./first.tex\ncaf\u00e9\n(./last.tex\n"));
