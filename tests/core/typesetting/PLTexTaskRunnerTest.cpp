@@ -10,7 +10,6 @@
 #include <atomic>
 #include <future>
 #include <signal.h>
-#include <thread>
 
 namespace {
 
@@ -43,9 +42,7 @@ public:
     // Waits until some output has arrived.
     bool waitForOutput()
     {
-        for (int i = 0; i < 1000 && m_outputChunks.load() == 0; ++i)
-            std::this_thread::sleep_for(5ms);
-        return m_outputChunks.load() > 0;
+        return QTest::qWaitFor([this] { return m_outputChunks.load() > 0; }, 5000);
     }
     bool finishesWithin(std::chrono::milliseconds limit) { return m_result.wait_for(limit) == std::future_status::ready; }
     PLTexRunResult result() { return m_result.get(); }
@@ -133,9 +130,7 @@ TEST_F(TexTaskRunner, StopEndsAHangingProgramWithItsWholeProcessGroup)
     const PLTexRunResult result = run.result();
     EXPECT_TRUE(result.stopped);
     EXPECT_FALSE(result.failed());
-    for (int i = 0; i < 200 && !processHasEnded(sleeper); ++i)
-        std::this_thread::sleep_for(10ms);
-    EXPECT_TRUE(processHasEnded(sleeper));
+    EXPECT_TRUE(QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 2000));
     EXPECT_TRUE(runner.isStopped());
 }
 
