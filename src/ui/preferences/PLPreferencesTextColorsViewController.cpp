@@ -93,6 +93,7 @@ QWidget *PLPreferencesTextColorsViewController::loadView()
         QStandardItem *header = cell(column == 0 ? tr("Syntax") : QString());
         header->setData(columnIdentifiers().at(column), IdentifierRole);
         header->setToolTip(toolTips[column]);
+        header->setTextAlignment(column == 0 ? Qt::AlignLeft | Qt::AlignVCenter : Qt::AlignCenter);
         m_outlineModel->setHorizontalHeaderItem(column, header);
     }
     for (const PLSyntaxHighlightingColorSettings &group : std::as_const(m_colorProperties)) {
@@ -125,7 +126,6 @@ QWidget *PLPreferencesTextColorsViewController::loadView()
         header->setSectionResizeMode(column, QHeaderView::Fixed);
         header->resizeSection(column, colorColumnWidth);
     }
-    header->setDefaultAlignment(Qt::AlignCenter);
     layout->addWidget(m_syntaxColorsOutline, 1);
 
     auto *buttons = new QHBoxLayout;

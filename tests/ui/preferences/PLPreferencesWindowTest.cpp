@@ -13,6 +13,7 @@
 #include "PLUiTestSupport.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
+#include "PLWelcomeWindowController.h"
 
 #include <QAbstractButton>
 #include <QButtonGroup>
@@ -272,6 +273,19 @@ TEST_F(ApplicationMenu, PreferencesOpensOneWindowOnTheTextColors)
     EXPECT_EQ(application.preferencesWindowController(), controller);
     EXPECT_TRUE(controller->window()->isVisible());
     controller->close();
+}
+
+TEST(PLPreferencesWindow, ReachedFromTheWelcomeWindowWhenNoProjectIsOpen)
+{
+    PLTest::resetSettings();
+    PLApplicationController application;
+    application.applicationDidFinishLaunching({});
+    QWidget *welcome = application.welcomeWindowController()->window();
+    welcome->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
+    QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_TRUE(application.preferencesWindowController()->window()->isVisible());
+    application.preferencesWindowController()->close();
 }
 
 TEST_F(ApplicationMenu, TheAboutPanelNamesVersionLicenceAndLibraries)
