@@ -23,6 +23,7 @@ QWidget *PLColorWellCell::createEditor(QWidget *parent, const QStyleOptionViewIt
     well->setUserDefaultsKey(index.data(UserDefaultsKeyRole).toString());
     well->setNotificationKey(index.data(NotificationKeyRole).toString());
     well->setToolTip(index.data(Qt::ToolTipRole).toString());
+    well->setAccessibleName(index.siblingAtColumn(0).data().toString() + QStringLiteral(": ") + well->toolTip());
     well->setDelegate(m_colorWellDelegate);
     return well;
 }

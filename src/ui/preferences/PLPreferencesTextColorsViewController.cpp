@@ -67,6 +67,7 @@ QWidget *PLPreferencesTextColorsViewController::loadView()
         auto *well = new PLColorWell(view);
         well->setObjectName(QString::fromLatin1(name));
         well->setToolTip(label);
+        well->setAccessibleName(label);
         well->setDelegate(this);
         auto *title = new QLabel(label + QLatin1Char(':'), view);
         title->setBuddy(well);
