@@ -82,8 +82,11 @@ QString PLTitleMarkup::withoutHiddenMarkup(const QString &title)
             ++nameEnd;
         const QString command = title.mid(i + 1, nameEnd - i - 1);
         if (command.isEmpty()) {
-            // An escaped sign such as \$ or \%: the display name drops the backslash.
-            result += title.mid(i, 2);
+            // An escaped sign stands for itself; an accent stays for the display name to simplify.
+            if (QStringView(u"%$&#_{} ").contains(next))
+                result += next;
+            else
+                result += title.mid(i, 2);
             i += 2;
             continue;
         }
