@@ -9,6 +9,7 @@
 
 #include <QHash>
 
+#include <algorithm>
 #include <deque>
 #include <unordered_set>
 #include <vector>
@@ -37,7 +38,9 @@ void flatten(const PLOutlineNode &node, qsizetype parentIndex, PLFlatOutline &fl
 // A node that holds another file's root without being an include: left behind by an edit.
 bool holdsStrayRoot(const PLOutlineNode &node)
 {
-    return !node.isFileReference() && !node.includedRoots().empty();
+    return !node.isFileReference()
+        && std::any_of(node.children().begin(), node.children().end(),
+                       [](const auto &child) { return child->type() == PLOutlineNode::FileRoot; });
 }
 
 // Whether the node stands for what the fresh node does, nesting aside.
