@@ -160,12 +160,19 @@ TEST_F(PLOutlineSettlerTest, quickOpenSearchesTheSettledOutline)
     EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
 }
 
-TEST_F(PLOutlineSettlerTest, settlesOnceTypingPauses)
+TEST_F(PLOutlineSettlerTest, settlesOnceTypingPausesAndBeforeASave)
 {
     const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\input{b}\ny\n"));
     file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
     EXPECT_NE(dumpOutline(file->outlineRootNode()), freshOutline(file));
     EXPECT_TRUE(QTest::qWaitFor([&] { return file->filesInDocument().isEmpty(); }));
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+
+    file->contentBuffer()->undoManager()->undo();
+    file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
+    ASSERT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
+    ASSERT_TRUE(document->saveDocument());
+    EXPECT_EQ(includeSet(file), QStringList());
     EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
 }
 
