@@ -2,6 +2,8 @@
 
 #include <QSet>
 
+#include <unordered_set>
+
 namespace {
 
 // The index just past the group that opens at the index (a "{…}" or, for optional arguments,
@@ -30,19 +32,30 @@ qsizetype endOfOptionalArguments(const QString &text, qsizetype at)
     return at;
 }
 
-// Commands whose arguments are not part of the title as read.
-const QSet<QString> &hiddenCommands()
+// Commands whose one argument is not part of the title as read.
+const QSet<QString> &hiddenCommandsWithArgument()
 {
     static const QSet<QString> commands{QStringLiteral("label"), QStringLiteral("index"), QStringLiteral("footnote"),
-                                        QStringLiteral("footnotemark"), QStringLiteral("protect"),
                                         QStringLiteral("glossary")};
     return commands;
 }
 
-// Commands that take their argument and show nothing.
-bool takesNoArgument(const QString &command)
+// Commands that take no argument and show nothing in a list of titles: font switches and the like.
+const QSet<QString> &hiddenSwitches()
 {
-    return command == u"protect" || command == u"footnotemark";
+    static const QSet<QString> commands{
+        QStringLiteral("protect"),    QStringLiteral("footnotemark"), QStringLiteral("bf"),
+        QStringLiteral("it"),         QStringLiteral("em"),           QStringLiteral("sc"),
+        QStringLiteral("tt"),         QStringLiteral("rm"),           QStringLiteral("sf"),
+        QStringLiteral("sl"),         QStringLiteral("bfseries"),     QStringLiteral("itshape"),
+        QStringLiteral("scshape"),    QStringLiteral("upshape"),      QStringLiteral("mdseries"),
+        QStringLiteral("normalfont"), QStringLiteral("boldmath"),     QStringLiteral("unboldmath"),
+        QStringLiteral("small"),      QStringLiteral("large"),        QStringLiteral("Large"),
+        QStringLiteral("LARGE"),      QStringLiteral("huge"),         QStringLiteral("Huge"),
+        QStringLiteral("normalsize"), QStringLiteral("footnotesize"), QStringLiteral("scriptsize"),
+        QStringLiteral("tiny"),       QStringLiteral("newline"),      QStringLiteral("linebreak"),
+    };
+    return commands;
 }
 
 }
@@ -51,11 +64,23 @@ QString PLTitleMarkup::withoutHiddenMarkup(const QString &title)
 {
     QString result;
     result.reserve(title.size());
+    // Closing braces of plain groups, dropped with their opening brace.
+    std::unordered_set<qsizetype> droppedBraces;
+    // A group right after a command name is its argument, which the display name reads.
+    bool afterCommandName = false;
     for (qsizetype i = 0; i < title.size();) {
         const QChar c = title[i];
-        if (c == u'$') {
+        const bool argumentMayFollow = std::exchange(afterCommandName, false);
+        if (c == u'$' || droppedBraces.count(i)) {
             ++i;
             continue;
+        }
+        if (c == u'{' && !argumentMayFollow) {
+            if (const qsizetype end = endOfGroup(title, i, u'{', u'}'); end >= 0) {
+                droppedBraces.insert(end - 1);
+                ++i;
+                continue;
+            }
         }
         if (c == u'~') {
             result += u' ';
@@ -82,10 +107,13 @@ QString PLTitleMarkup::withoutHiddenMarkup(const QString &title)
             ++nameEnd;
         const QString command = title.mid(i + 1, nameEnd - i - 1);
         if (command.isEmpty()) {
-            // An escaped sign stands for itself; an accent stays for the display name to simplify.
+            // An escaped sign stands for itself and a spacing command for a space or nothing; an
+            // accent stays for the display name to simplify.
             if (QStringView(u"%$&#_{} ").contains(next))
                 result += next;
-            else
+            else if (QStringView(u",;:").contains(next))
+                result += u' ';
+            else if (next != u'/' && next != u'!')
                 result += title.mid(i, 2);
             i += 2;
             continue;
@@ -98,16 +126,26 @@ QString PLTitleMarkup::withoutHiddenMarkup(const QString &title)
                 i = plainEnd;
                 continue;
             }
-        } else if (hiddenCommands().contains(command)) {
-            const qsizetype argumentsStart = endOfOptionalArguments(title, nameEnd);
-            const qsizetype end = takesNoArgument(command) ? argumentsStart : endOfGroup(title, argumentsStart, u'{', u'}');
+        } else if (hiddenCommandsWithArgument().contains(command)) {
+            const qsizetype end = endOfGroup(title, endOfOptionalArguments(title, nameEnd), u'{', u'}');
             if (end >= 0) {
                 i = end;
                 continue;
             }
+        } else if (hiddenSwitches().contains(command)) {
+            // TeX takes the space after a command name as its end.
+            i = endOfOptionalArguments(title, nameEnd);
+            if (i < title.size() && title[i] == u' ')
+                ++i;
+            continue;
         }
         result += title.mid(i, nameEnd - i);
         i = nameEnd;
+        afterCommandName = true;
+        if (i < title.size() && title[i] == u'*') {
+            result += u'*';
+            ++i;
+        }
     }
     // A space at either end stays: the display name keeps the space that an empty command argument
     // leaves in front of the text.

@@ -3,8 +3,8 @@
 #include <QString>
 
 // Markup in heading titles that has nothing to show in a list of titles: labels, index entries and
-// footnotes, math delimiters, and the TeX half of \texorpdfstring, whose second argument is the
-// plain text meant for exactly such lists.
+// footnotes, font switches, plain groups and math delimiters, and the TeX half of \texorpdfstring,
+// whose second argument is the plain text meant for exactly such lists.
 class PLTitleMarkup
 {
 public:

@@ -156,6 +156,7 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
         {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
         {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"},
         {"\\label{unclosed", "label{unclosed"},
+        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(c.name))->escapedName().toStdString(), c.escaped);
