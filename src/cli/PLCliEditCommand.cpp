@@ -106,6 +106,8 @@ int PLCliRunEdit(const QStringList &arguments)
     }
     for (int i = 0; i < undoSteps && buffer->undoManager()->canUndo(); ++i)
         buffer->undoManager()->undo();
+    // As the window does before a save: the outline printed is the one the text stands for.
+    document.settleOutlines();
     PLNotificationCenter::defaultCenter().removeObserver(&observer);
 
     QJsonObject result;

@@ -107,6 +107,27 @@ TEST_F(CliProject, EditReportsTheTextOutlineAndNotificationsInOrder)
                   .toObject().value(QStringLiteral("name")).toString(), u"CX");
 }
 
+TEST_F(CliProject, EditSettlesTheOutlineAfterItsLastStep)
+{
+    // Deleting from inside the include across the line end leaves an include node holding the
+    // file after the edit; the settle turns it into the text it is and gives the file back.
+    PLTest::writeFile(path(QStringLiteral("drift.tex")), "x\n\\input{sub/chap}\ny\n");
+    const PLCliRun run = runCli({QStringLiteral("edit"), path(QStringLiteral("drift.tex")), QStringLiteral("--replace"),
+                                 QStringLiteral("3"), QStringLiteral("17"), QString()});
+    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    const QJsonObject result = run.json().object();
+    const QJsonArray nodes = children(result.value(QStringLiteral("outline")).toObject());
+    ASSERT_EQ(nodes.size(), 1);
+    EXPECT_EQ(nodes[0].toObject().value(QStringLiteral("subType")).toInt(), 0);
+    EXPECT_EQ(nodes[0].toObject().value(QStringLiteral("content")).toString(), u"x\n\\\n");
+    QStringList names;
+    for (const QJsonValue &n : result.value(QStringLiteral("notifications")).toArray())
+        names << n.toObject().value(QStringLiteral("name")).toString().remove(QStringLiteral("PLNotification"));
+    EXPECT_EQ(names, (QStringList{QStringLiteral("OutlineNodeWasRemoved"), QStringLiteral("NameNodeDidChangeChildren"),
+                                  QStringLiteral("OutlineNodeWasRemoved"), QStringLiteral("OutlineNodeWasRemoved"),
+                                  QStringLiteral("OutlineNodeWasAdded"), QStringLiteral("NameNodeDidChangeChildren")}));
+}
+
 TEST_F(CliProject, EditAppliesTypingFiltersAndUndoes)
 {
     const PLCliRun typed = runCli({QStringLiteral("edit"), path(QStringLiteral("main.tex")), QStringLiteral("--replace"),

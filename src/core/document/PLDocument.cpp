@@ -8,6 +8,7 @@
 #include "PLLogging.h"
 #include "PLNotificationCenter.h"
 #include "PLNotificationNameConstants.h"
+#include "PLOutlineSettler.h"
 #include "PLQuickOpenManager.h"
 #include "PLSafeFileWriter.h"
 #include "PLTextContentBuffer.h"
@@ -29,6 +30,10 @@ PLDocument::PLDocument(QObject *parent)
     , m_quickOpenManager(std::make_unique<PLQuickOpenManager>())
     , m_fileFactory(std::make_unique<PLFileFactory>())
 {
+    m_outlineSettleTimer.setSingleShot(true);
+    m_outlineSettleTimer.setInterval(outlineSettleDelay);
+    connect(&m_outlineSettleTimer, &QTimer::timeout, this, &PLDocument::settleOutlines);
+    m_quickOpenManager->setSearchWillBegin([this] { settleOutlines(); });
 }
 
 PLDocument::~PLDocument()
@@ -133,6 +138,7 @@ bool PLDocument::saveDocument(PLError *error)
         PLSetError(error, kDomain, UntitledError, QStringLiteral("An untitled project must be saved under a name first."));
         return false;
     }
+    settleOutlines();
     removeStaleSaveCopies();
     QList<std::shared_ptr<PLFile>> files = filesWithUnsavedChanges();
     if (!resolveChangesOnDisk(files, error) || !saveFiles(files, error))
@@ -147,6 +153,7 @@ bool PLDocument::saveDocumentAs(const QString &path, PLError *error)
         PLSetError(error, kDomain, NoMainFileError, QStringLiteral("The project has no main file."));
         return false;
     }
+    settleOutlines();
     prepareSavePanel(path);
     removeStaleSaveCopies();
     QList<std::shared_ptr<PLFile>> includedFiles = filesWithUnsavedChanges();
@@ -270,10 +277,39 @@ void PLDocument::updateChangeCount()
 void PLDocument::watchEdits()
 {
     for (const std::shared_ptr<PLFile> &file : filesHeld()) {
+        connect(file->contentBuffer(), &PLTextStorage::didProcessEditing, this, &PLDocument::fileTextDidChange,
+                Qt::UniqueConnection);
         QUndoStack *undo = file->contentBuffer()->undoManager();
         connect(undo, &QUndoStack::cleanChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
         connect(undo, &QUndoStack::indexChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
     }
+}
+
+void PLDocument::fileTextDidChange()
+{
+    const auto *buffer = qobject_cast<const PLTextContentBuffer *>(sender());
+    const std::shared_ptr<PLFile> file = buffer ? buffer->file() : nullptr;
+    if (!file)
+        return;
+    if (std::none_of(m_filesToSettle.begin(), m_filesToSettle.end(), [&](const auto &pending) { return pending.lock() == file; }))
+        m_filesToSettle.push_back(file);
+    m_outlineSettleTimer.start();
+}
+
+void PLDocument::settleOutlines()
+{
+    m_outlineSettleTimer.stop();
+    const auto files = std::exchange(m_filesToSettle, {});
+    if (m_closed)
+        return;
+    for (const auto &pending : files) {
+        const std::shared_ptr<PLFile> file = pending.lock();
+        // A reload builds the outline afresh by itself, with outline updating switched off meanwhile.
+        if (file && file->openCount() > 0 && file->contentBuffer()->updateOutlineWhenReplacingCharacters())
+            PLOutlineSettler::settleFile(file);
+    }
+    // Files a settle newly included are settled after their own edits too.
+    watchEdits();
 }
 
 void PLDocument::windowDidBecomeKey()
@@ -304,8 +340,12 @@ void PLDocument::close()
 {
     if (m_closed)
         return;
-    for (const std::shared_ptr<PLFile> &file : filesHeld())
+    for (const std::shared_ptr<PLFile> &file : filesHeld()) {
         disconnect(file->contentBuffer()->undoManager(), nullptr, this, nullptr);
+        disconnect(file->contentBuffer(), nullptr, this, nullptr);
+    }
+    m_outlineSettleTimer.stop();
+    m_filesToSettle.clear();
     m_closed = true;
     if (m_mainFile)
         m_mainFile->close();

@@ -6,9 +6,11 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <QVariant>
 
 #include <memory>
+#include <vector>
 
 class PLDocumentWindowDelegate;
 class PLFile;
@@ -73,6 +75,13 @@ public:
     bool isDocumentEdited() const;
     void updateChangeCount();
 
+    // How long typing pauses before the outlines of the edited files are checked against their text.
+    static constexpr int outlineSettleDelay = 400;
+    // Brings the outline of every file edited since the last settle to what a fresh parse of its
+    // text gives. It runs once typing pauses, and before a save, a typesetting job or a quick-open
+    // search, so each of those sees the outline the text stands for.
+    void settleOutlines();
+
     // Reloads unedited files that another program changed, when the window becomes active.
     void windowDidBecomeKey();
     void removeTypesettingRelatedFiles();
@@ -92,6 +101,7 @@ private:
     QList<std::shared_ptr<PLFile>> filesHeld() const;
     QList<std::shared_ptr<PLFile>> filesReachedFromMainFile(bool withKeptFiles) const;
     void watchEdits();
+    void fileTextDidChange();
     QList<std::shared_ptr<PLFile>> filesWithUnsavedChanges() const;
     // Asks the delegate about every file changed on disk; those reloaded leave the list. False
     // when the save must stop.
@@ -108,6 +118,9 @@ private:
     QString m_displayName;
     QString m_savePanelPath;
     QDateTime m_fileModificationDate;
+    // Files edited since the last settle; a file that closed meanwhile is skipped.
+    std::vector<std::weak_ptr<PLFile>> m_filesToSettle;
+    QTimer m_outlineSettleTimer;
     bool m_lastEdited = false;
     bool m_closed = false;
 };

@@ -135,6 +135,25 @@ private:
     bool m_commented = false;
 };
 
+// The index just past the "]" that closes an optional argument opened just before the start, or -1
+// when it does not close on its line. A "]" inside braces belongs to them, as in TeX.
+qsizetype endOfOptionalArgument(const QString &text, qsizetype start)
+{
+    qsizetype depth = 0;
+    for (qsizetype i = start; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (c == u'\n' || (c == u'}' && depth == 0))
+            return -1;
+        if (c == u'{')
+            ++depth;
+        else if (c == u'}')
+            --depth;
+        else if (c == u']' && depth == 0)
+            return i + 1;
+    }
+    return -1;
+}
+
 struct PLBracedArgument
 {
     QString command;
@@ -168,7 +187,7 @@ const QStringList &PLLatexStringParser::sectioningNames()
 const QString &PLLatexStringParser::headingExpression()
 {
     static const QString expression =
-        QStringLiteral("\\\\(part|chapter|section|subsection|subsubsection|paragraph)(\\*)?\\{");
+        QStringLiteral("\\\\(part|chapter|section|subsection|subsubsection|paragraph)(\\*)?[\\{\\[]");
     return expression;
 }
 
@@ -183,10 +202,27 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &
     return PLOutlineNode::create(QStringLiteral("text"), PLOutlineNode::Text, content, file());
 }
 
-void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &content)
+void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &text,
+                                                      PLRange range, const std::function<bool(qsizetype)> &isLineCommented)
 {
-    if (const auto pieces = parseTextNodeForFileIncludes(makeTextNode(content)))
-        nodes.append(*pieces);
+    qsizetype previousEnd = range.location;
+    PLRegularExpressionHelper::enumerateMatches(includeExpression(), text, range, [&](const PLRegexMatch &match) {
+        const PLRange found = match.range();
+        if (isLineCommented(found.location)) {
+            nodes.append(makeTextNode(text.mid(previousEnd, found.end() - previousEnd)));
+        } else {
+            nodes.append(makeTextNode(text.mid(previousEnd, found.location - previousEnd)));
+            const QString tag = text.mid(found.location, found.length);
+            auto include = makeFileIncludeNodeFromInputOrIncludeTag(tag);
+            if (!include)
+                include = makeBibliographyNodeOfBibliographyTag(tag);
+            if (include)
+                nodes.append(include);
+        }
+        previousEnd = found.end();
+        return true;
+    });
+    nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
 }
 
 QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QString &text)
@@ -195,16 +231,31 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
     QList<std::shared_ptr<PLOutlineNode>> nodes;
     qsizetype cursor = 0;
     PLCommentScanner comments(text);
+    // Include commands are judged by their line in the whole text: a sign before a heading on the
+    // same line comments out what follows that heading too.
+    PLCommentScanner includeComments(text);
+    const auto appendText = [&](qsizetype from, qsizetype to) {
+        appendTextNodesWithIncludes(nodes, text, PLRange{from, to - from},
+                                    [&](qsizetype location) { return includeComments.isLineCommented(location); });
+    };
     PLRange match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text, PLRange{0, text.size()});
     while (match.isFound()) {
+        qsizetype searchFrom = match.end();
+        qsizetype titleStart = match.end();
+        // An optional argument that does not close, or is not followed by the title, leaves the
+        // command to the text around it.
+        if (text[match.end() - 1] == u'[') {
+            const qsizetype optionalEnd = endOfOptionalArgument(text, match.end());
+            titleStart = optionalEnd >= 0 && optionalEnd < text.size() && text[optionalEnd] == u'{' ? optionalEnd + 1 : -1;
+        }
         if (comments.isLineCommented(match.location)) {
-            appendTextNodesWithIncludes(nodes, text.mid(cursor, match.end() - cursor));
+            appendText(cursor, match.end());
             cursor = match.end();
-        } else {
+        } else if (titleStart >= 0) {
             // The title runs to its closing brace, or to the end of the line when the braces do not
             // balance there.
             qsizetype depth = 1;
-            qsizetype end = match.end();
+            qsizetype end = titleStart;
             while (depth != 0 && end < text.size()) {
                 const QChar c = text[end];
                 if (c == u'\n')
@@ -215,20 +266,20 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
                     --depth;
                 ++end;
             }
-            const QString command = text.mid(match.location, end - match.location);
-            appendTextNodesWithIncludes(nodes, text.mid(cursor, match.location - cursor));
+            appendText(cursor, match.location);
             // An unclosed title stays text even when an inner brace closed, so no text is lost.
-            const auto heading = depth == 0 ? parseSectionString(command) : nullptr;
+            const auto heading = depth == 0 ? parseSectionString(text.mid(match.location, end - match.location)) : nullptr;
             if (heading)
                 nodes.append(heading);
             else
-                appendTextNodesWithIncludes(nodes, command);
-            cursor = match.location + command.size();
+                appendText(match.location, end);
+            cursor = end;
+            searchFrom = cursor;
         }
         match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text,
-                                                             PLRange{cursor, text.size() - cursor});
+                                                             PLRange{searchFrom, text.size() - searchFrom});
     }
-    appendTextNodesWithIncludes(nodes, text.mid(cursor));
+    appendText(cursor, text.size());
     return nodes;
 }
 
@@ -248,10 +299,17 @@ bool PLLatexStringParser::isLineCommentedInString(const QString &string, qsizety
 
 std::shared_ptr<PLOutlineNode> PLLatexStringParser::parseSectionString(const QString &string) const
 {
-    const qsizetype open = string.indexOf(u'{');
+    qsizetype open = string.indexOf(u'{');
     if (open < 0)
         return nullptr;
-    const QString command = string.mid(1, open - 1);
+    // A short title for the table of contents may stand in brackets before the title shown here.
+    const qsizetype bracket = string.indexOf(u'[');
+    const QString command = string.mid(1, (bracket >= 0 && bracket < open ? bracket : open) - 1);
+    if (bracket >= 0 && bracket < open) {
+        open = endOfOptionalArgument(string, bracket + 1);
+        if (open < 0 || open >= string.size() || string[open] != u'{')
+            return nullptr;
+    }
     const qsizetype close = string.lastIndexOf(u'}');
     if (close < open)
         return nullptr;
@@ -276,27 +334,18 @@ std::optional<QList<std::shared_ptr<PLOutlineNode>>> PLLatexStringParser::parseT
         return std::nullopt;
     const QString text = node->content();
     QList<std::shared_ptr<PLOutlineNode>> nodes;
-    qsizetype previousEnd = 0;
     PLCommentScanner comments(text);
-    PLRegularExpressionHelper::enumerateMatches(includeExpression(), text, PLRange{0, text.size()},
-                                                [&](const PLRegexMatch &match) {
-        const PLRange range = match.range();
-        if (comments.isLineCommented(range.location)) {
-            nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
-        } else {
-            nodes.append(makeTextNode(text.mid(previousEnd, range.location - previousEnd)));
-            const QString tag = text.mid(range.location, range.length);
-            auto include = makeFileIncludeNodeFromInputOrIncludeTag(tag);
-            if (!include)
-                include = makeBibliographyNodeOfBibliographyTag(tag);
-            if (include)
-                nodes.append(include);
-        }
-        previousEnd = range.end();
-        return true;
-    });
-    nodes.append(makeTextNode(text.mid(previousEnd)));
+    appendTextNodesWithIncludes(nodes, text, PLRange{0, text.size()},
+                                [&](qsizetype location) { return comments.isLineCommented(location); });
     return nodes;
+}
+
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::parseFileReference(const QString &command)
+{
+    // Parsed for this file, so an include that would close a loop opens nothing.
+    const PLParsingScope scope(file().get());
+    auto node = makeFileIncludeNodeFromInputOrIncludeTag(command);
+    return node ? node : makeBibliographyNodeOfBibliographyTag(command);
 }
 
 std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInputOrIncludeTag(const QString &tag)
@@ -306,7 +355,7 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInput
         return nullptr;
     const auto owner = file();
     auto node = PLOutlineNode::createFileIncludeNode(tag, owner);
-    if (!owner)
+    if (!owner || !m_opensIncludedFiles)
         return node;
     if (owner->isUntitled()) {
         if (includeIsTooDeep(parts->argument) || openingUntitledWouldFormCycle(parts->argument))
@@ -341,7 +390,7 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeBibliographyNodeOfBiblio
         return nullptr;
     const auto owner = file();
     auto node = PLOutlineNode::createBibliographyNode(tag, owner);
-    if (!owner)
+    if (!owner || !m_opensIncludedFiles)
         return node;
     const QString directory = owner->directoryOfFile();
     for (const QString &piece : parts->argument.split(u',')) {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "PLRange.h"
 #include "PLStringParser.h"
 
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 class PLFile;
@@ -28,12 +30,20 @@ public:
 
     std::shared_ptr<PLFile> file() const { return m_file.lock(); }
 
+    // While off, include and bibliography nodes are made without opening the files they name, so
+    // they stay without children: the outline a parse would give, at no cost to the project.
+    void setOpensIncludedFiles(bool opens) { m_opensIncludedFiles = opens; }
+
     // The nodes in text order; their contents joined give back the text.
     QList<std::shared_ptr<PLOutlineNode>> parseString(const QString &string) override;
 
     // Whether an unescaped comment sign stands on the line of the location, before it. Only the one
     // character before a sign is looked at, so "\\%" counts as escaped too.
     static bool isLineCommentedInString(const QString &string, qsizetype location);
+
+    // The include or bibliography node of one command found by a parse, opening the files it names
+    // as the parse would have; nothing for any other text.
+    std::shared_ptr<PLOutlineNode> parseFileReference(const QString &command);
 
     std::shared_ptr<PLOutlineNode> parseSectionString(const QString &string) const;
     // Nothing for a node that is not a text node.
@@ -48,7 +58,11 @@ public:
 
 private:
     std::shared_ptr<PLOutlineNode> makeTextNode(const QString &content) const;
-    void appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &content);
+    // The text and include nodes of the range of the text, asking the callback whether a place in
+    // the text stands on a commented line.
+    void appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &text, PLRange range,
+                                     const std::function<bool(qsizetype)> &isLineCommented);
 
     std::weak_ptr<PLFile> m_file;
+    bool m_opensIncludedFiles = true;
 };

@@ -2,6 +2,7 @@
 
 #include "PLFile.h"
 #include "PLLatexStringParser.h"
+#include "PLTitleMarkup.h"
 
 #include <algorithm>
 
@@ -226,7 +227,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::traverseRight() const
 QString PLOutlineNode::escapedName() const
 {
     QString result;
-    QString rest = m_name;
+    QString rest = m_type >= Part && m_type <= Paragraph ? PLTitleMarkup::withoutHiddenMarkup(m_name) : m_name;
     for (;;) {
         const qsizetype backslash = rest.indexOf(u'\\');
         if (backslash < 0) {

@@ -9,6 +9,8 @@
 
 const QList<std::shared_ptr<PLOutlineNode>> &PLQuickOpenManager::searchForString(const QString &text)
 {
+    if (m_searchWillBegin)
+        m_searchWillBegin();
     m_results.clear();
     const std::shared_ptr<PLFile> mainFile = m_file.lock();
     if (!mainFile)
@@ -30,7 +32,10 @@ const QList<std::shared_ptr<PLOutlineNode>> &PLQuickOpenManager::searchForString
     QSet<const PLOutlineNode *> found;
     for (const std::shared_ptr<PLFile> &file : files) {
         for (std::shared_ptr<PLOutlineNode> node = file->outlineRootNode(); node; node = node->traverseRight()) {
-            if (node->type() != 7 && node->name().contains(text, Qt::CaseInsensitive) && !found.contains(node.get())) {
+            // Titles are found by what the list shows of them as well as by their source.
+            const bool matches = node->name().contains(text, Qt::CaseInsensitive)
+                || (node->type() != PLOutlineNode::FileRoot && node->escapedName().contains(text, Qt::CaseInsensitive));
+            if (node->type() != PLOutlineNode::Text && matches && !found.contains(node.get())) {
                 found.insert(node.get());
                 m_results.append(node);
             }

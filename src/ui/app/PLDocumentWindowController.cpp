@@ -282,6 +282,7 @@ void PLDocumentWindowController::typeset()
 {
     // The engine reads the files from disk. A project never saved asks for a name first; one the
     // user keeps untitled is left to the strip, which only notes it.
+    m_document->settleOutlines();
     saveDocument();
     typesetterProgressViewController()->transformToPDF();
 }

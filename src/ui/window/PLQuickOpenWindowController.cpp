@@ -118,7 +118,7 @@ void PLQuickOpenWindowController::search()
     m_searchResults->setRowCount(int(results.size()));
     for (int row = 0; row < results.size(); ++row) {
         const PLOutlineNode *node = results.at(row).get();
-        auto *item = new QTableWidgetItem(node->name());
+        auto *item = new QTableWidgetItem(node->escapedName());
         const QString icon = icons.iconResourceNameForItem(node);
         if (!icon.isEmpty()) {
             auto cached = m_icons.find(icon);

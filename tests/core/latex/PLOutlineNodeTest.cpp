@@ -147,9 +147,21 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
         {"\\textbf{x}\\textit{y}", "xy"},
         {"end \\", "end "},
         {"\\}{", "}{"},
+        // Markup with nothing to show in a list of titles.
+        {"$W$-types", "W-types"},
+        {"Models of $\\mathsf{HoTT}$", "Models of HoTT"},
+        {"Introduction\\label{sec:intro}", "Introduction"},
+        {"Results\\footnote[2]{Joint work.} and \\index{x}more", "Results and more"},
+        {"\\texorpdfstring{$\\mathcal{O}(n)$ bounds}{O(n) bounds}", "O(n) bounds"},
+        {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
+        {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"},
+        {"\\label{unclosed", "label{unclosed"},
+        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"},
     };
     for (const auto &c : cases)
         EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(c.name))->escapedName().toStdString(), c.escaped);
+    // A file's name is shown as it is.
+    EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
 
 TEST(PLOutlineNodeTest, descriptionsByKind)

@@ -83,6 +83,13 @@ TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirst)
     EXPECT_EQ(rows(), (QStringList{QStringLiteral("Shared SEC")}));
 }
 
+TEST_F(QuickOpen, RowsShowTitlesWithoutMarkupAndAreFoundByThem)
+{
+    pane->textContentView()->insertText(QStringLiteral("\\chapter[Short]{$W$-types\\label{w}}\n"), PLRange{0, 0});
+    openAndType(QStringLiteral("w-t"));
+    EXPECT_EQ(rows(), QStringList{QStringLiteral("W-types")});
+}
+
 TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
 {
     openAndType(QStringLiteral("sec"));

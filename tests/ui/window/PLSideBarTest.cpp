@@ -171,6 +171,29 @@ TEST_F(Sidebar, EditsUpdateTheirFileAndLeaveCollapsedRowsElsewhereAlone)
     EXPECT_FALSE(sidebar->sidebar()->isExpanded(find(QStringLiteral("Deep"))));
 }
 
+TEST_F(Sidebar, TitlesShowTheLongTitleWithoutMarkup)
+{
+    project.write(QStringLiteral("main.tex"),
+                  QStringLiteral("\\chapter[Types]{$W$-types}\n\\section{Intro\\label{sec:intro}}\n"
+                                 "\\section{\\texorpdfstring{$\\alpha$ rays}{Alpha rays}}\n\\section{\\emph{Plain}}\n"));
+    open(QStringLiteral("main.tex"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("+main.tex"), QStringLiteral("  +W-types"), QStringLiteral("    Intro"),
+                                   QStringLiteral("    Alpha rays"), QStringLiteral("    Plain")}));
+}
+
+// Deleting from inside an include across the line end leaves the include in the outline until
+// typing pauses; then the outline is the text's and the file leaves the project.
+TEST_F(Sidebar, ShowsTheSettledOutlineOnceTypingPauses)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{S}\nx\n\\input{intro}\ny\n"));
+    project.write(QStringLiteral("intro.tex"), QStringLiteral("\\section{Motivation}\n"));
+    open(QStringLiteral("main.tex"));
+    document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{15, 14}, QString());
+    EXPECT_TRUE(find(QStringLiteral("intro.tex")).isValid());
+    QTRY_COMPARE(rows(), (QStringList{QStringLiteral("+main.tex"), QStringLiteral("  S")}));
+    EXPECT_TRUE(document->mainFile()->filesInDocument().isEmpty());
+}
+
 TEST_F(Sidebar, AClickShowsTheNodeInTheFocusedPane)
 {
     project.write(QStringLiteral("main.tex"), QStringLiteral("Preamble.\n\\section{Local}\nText.\n\\input{intro}\n"));

@@ -1,0 +1,259 @@
+#include "PLDocument.h"
+#include "PLLatexFileContentOutlineParser.h"
+#include "PLOutlineSettler.h"
+#include "PLOutlineTestSupport.h"
+#include "PLQuickOpenManager.h"
+#include "PLTextContentBuffer.h"
+
+#include <QFile>
+#include <QTest>
+#include <QUndoStack>
+
+#include <random>
+
+using namespace PLTest;
+
+namespace {
+
+class PLOutlineSettlerTest : public ProjectTest
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &relative, const QString &text)
+    {
+        document = std::make_unique<PLDocument>();
+        PLError error;
+        EXPECT_TRUE(document->readFromURL(write(relative, text), QStringLiteral("tex"), &error)) << error.message.toStdString();
+        return document->mainFile();
+    }
+
+    // The outline a fresh open of the text gives, parsed by the whole-file parser beside the file,
+    // so that its includes resolve to the same pooled files.
+    QStringList freshOutline(const std::shared_ptr<PLFile> &file)
+    {
+        const QString oracle = write(QStringLiteral("oracle-") + file->name(), file->content());
+        const auto fresh = PLFile::fileWithPath(oracle, std::make_shared<PLLatexFileContentOutlineParser>());
+        QStringList lines = dumpOutline(fresh->outlineRootNode());
+        fresh->close();
+        QFile::remove(oracle);
+        return lines;
+    }
+
+    static QStringList includeSet(const std::shared_ptr<PLFile> &file)
+    {
+        QStringList names;
+        for (const auto &included : file->filesInDocument())
+            names.append(included->name());
+        names.sort();
+        return names;
+    }
+
+    std::unique_ptr<PLDocument> document;
+};
+
+struct ExampleCase
+{
+    const char *label;
+    const char16_t *text;
+    // Each edit is a location, a length and a text; a location of -1 undoes one step.
+    std::vector<std::tuple<qsizetype, qsizetype, const char16_t *>> edits;
+    Lines settled;
+    Lines included;
+};
+
+void PrintTo(const ExampleCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLOutlineSettlerExampleTest : public PLOutlineSettlerTest, public ::testing::WithParamInterface<ExampleCase>
+{
+};
+
+TEST_P(PLOutlineSettlerExampleTest, settlesToTheFreshParse)
+{
+    write(QStringLiteral("b.tex"), QStringLiteral("\\section{In B}\n"));
+    write(QStringLiteral("intro.tex"), QStringLiteral("Intro text\n"));
+    const auto file = open(QStringLiteral("main.tex"), QString::fromUtf16(GetParam().text));
+    for (const auto &[location, length, text] : GetParam().edits) {
+        if (location < 0)
+            file->contentBuffer()->undoManager()->undo();
+        else
+            file->contentBuffer()->replaceCharactersInRange(PLRange{location, length}, QString::fromUtf16(text));
+    }
+    document->settleOutlines();
+    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), GetParam().settled);
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+    EXPECT_EQ(toLines(includeSet(file)), GetParam().included);
+}
+
+INSTANTIATE_TEST_SUITE_P(Issue, PLOutlineSettlerExampleTest, ::testing::Values(
+    ExampleCase{"deleting from inside an include across the line end", u"x\n\\input{b}\ny\n", {{3, 10, u""}},
+                {"text |x\\n\\\\\\n|"}, {}},
+    ExampleCase{"include after a commented heading on its line", u"x\n", {{2, 0, u"%\\chapter{Intro}\\input{intro}"}},
+                {"text |x\\n%\\\\chapter{Intro}\\\\input{intro}|"}, {}},
+    ExampleCase{"commented heading typed in front of a chapter", u"\\chapter{C}\\input{b}\n",
+                {{0, 0, u"%"}, {1, 0, u" "}, {2, 0, u"\\section"}, {10, 0, u"{Hid"}},
+                {"text |% \\\\section{Hid\\\\chapter{C}\\\\input{b}\\n|"}, {}},
+    ExampleCase{"undo of a deletion across nodes", u"a\n\\section{A}\nb\\input{b}\n\\section{B}\n",
+                {{1, 30, u""}, {-1, 0, u""}},
+                {"text |a\\n|", "section \"A\" |\\\\section{A}|", "  text |\\nb|", "  input |\\\\input{b}|",
+                 "    root b.tex", "  text |\\n|", "section \"B\" |\\\\section{B}|", "  text |\\n|"},
+                {"b.tex"}},
+    ExampleCase{"short title", u"x\n", {{2, 0, u"\\chapter[Short]{Long title}\n"}},
+                {"text |x\\n|", "chapter \"Long title\" |\\\\chapter[Short]{Long title}|", "  text |\\n|"}, {}}));
+
+TEST_F(PLOutlineSettlerTest, announcesOnlyWhatChangesAndKeepsTheNodesThatAgree)
+{
+    const auto file = open(QStringLiteral("main.tex"), QStringLiteral("\\section{A}\nx\\input{b}\n\\section{B}\n"));
+    {
+        OutlineNotificationRecorder recorder;
+        EXPECT_FALSE(PLOutlineSettler::settleFile(file));
+        EXPECT_EQ(recorder.summary(), Lines{});
+    }
+    const auto sectionA = file->outlineRootNode()->childAtIndex(1);
+    // A comment sign in place of the line end after the include comments out the next heading,
+    // which the update of the keystroke leaves half done.
+    file->contentBuffer()->replaceCharactersInRange(PLRange{22, 1}, QStringLiteral("%"));
+    auto recorder = std::make_unique<OutlineNotificationRecorder>();
+    EXPECT_TRUE(PLOutlineSettler::settleFile(file));
+    const Lines summary = recorder->summary();
+    const auto notifications = recorder->notifications;
+    recorder.reset();
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+    EXPECT_EQ(file->outlineRootNode()->childAtIndex(1), sectionA);
+    EXPECT_EQ(summary, (Lines{"removed input \"text\" |\\\\input{b}%|", "removed text \"B\" |\\\\section{B}\\n|",
+                                         "added input |\\\\input{b}|", "added text |%\\\\section{B}\\n|", "changed"}));
+    for (const auto &n : notifications)
+        EXPECT_EQ(n.object, file->outlineRootNode().get());
+    EXPECT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
+}
+
+TEST_F(PLOutlineSettlerTest, anIncludedFileKeepsItsEditsWhileItsIncludeComesAndGoes)
+{
+    write(QStringLiteral("b.tex"), QStringLiteral("B\n"));
+    const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\input{b}\ny\n"));
+    const auto included = file->filesInDocument().value(0);
+    ASSERT_TRUE(included);
+    included->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("edited "));
+    file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
+    document->settleOutlines();
+    EXPECT_EQ(includeSet(file), QStringList());
+    EXPECT_TRUE(document->isDocumentEdited());
+    file->contentBuffer()->undoManager()->undo();
+    document->settleOutlines();
+    ASSERT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
+    EXPECT_EQ(file->filesInDocument().value(0), included);
+    EXPECT_EQ(included->content(), QStringLiteral("edited B\n"));
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+}
+
+TEST_F(PLOutlineSettlerTest, quickOpenSearchesTheSettledOutline)
+{
+    const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\section{A}\n"));
+    // A replacement across the text and the heading leaves one node named by the narrow rule of
+    // an edit, "Shown}\nsection{A".
+    file->contentBuffer()->replaceCharactersInRange(PLRange{0, 3}, QStringLiteral("\\chapter{Shown}\n"));
+    QStringList names;
+    for (const auto &node : document->quickOpenManager()->searchForString(QString()))
+        names.append(node->name());
+    EXPECT_EQ(names, (QStringList{QStringLiteral("Shown"), QStringLiteral("main.tex")}));
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+}
+
+TEST_F(PLOutlineSettlerTest, settlesOnceTypingPausesAndBeforeASave)
+{
+    const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\input{b}\ny\n"));
+    file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
+    EXPECT_NE(dumpOutline(file->outlineRootNode()), freshOutline(file));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return file->filesInDocument().isEmpty(); }));
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+
+    file->contentBuffer()->undoManager()->undo();
+    file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
+    ASSERT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
+    ASSERT_TRUE(document->saveDocument());
+    EXPECT_EQ(includeSet(file), QStringList());
+    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
+}
+
+// Random editing of a project: typing, deleting across nodes, undo and redo, comment signs, braces
+// and includes, in the main file and in an included one. After every settle each file's outline
+// must be what a fresh parse of its text gives, and an included file must still hold its edits.
+class PLOutlineSettlerRandomTest : public PLOutlineSettlerTest, public ::testing::WithParamInterface<unsigned>
+{
+protected:
+    QString randomText()
+    {
+        static const char16_t *const pieces[] = {
+            u"x", u"word ", u"\n", u"\r\n", u"%", u"% ", u"\\%", u"{", u"}", u"[", u"]", u"\\", u"\\section{S}",
+            u"\\section{", u"\\subsection{Sub}\n", u"\\chapter{Ch}", u"\\chapter[Short]{Long}", u"\\part{P}",
+            u"\\paragraph{Q}", u"\\subsubsection*{R}", u"\\input{a}", u"\\input{b}", u"\\include{a}", u"\\input{",
+            u"\\bibliography{refs}", u"\\section{T}\n\\input{b}\n", u"%\\chapter{I}\\input{a}",
+        };
+        return QString::fromUtf16(pieces[std::uniform_int_distribution<std::size_t>(0, std::size(pieces) - 1)(random)]);
+    }
+
+    // An included file never includes itself here: that loop is left without a child in the file
+    // but not in a fresh parse beside it.
+    void editRandomly(PLTextContentBuffer *buffer, bool included)
+    {
+        QUndoStack *undo = buffer->undoManager();
+        const int action = std::uniform_int_distribution<int>(0, 9)(random);
+        if (action == 0 && undo->canUndo()) {
+            undo->undo();
+        } else if (action == 1 && undo->canRedo()) {
+            undo->redo();
+        } else {
+            const qsizetype size = buffer->length();
+            const qsizetype location = std::uniform_int_distribution<qsizetype>(0, size)(random);
+            const qsizetype longest = action < 6 ? 0 : action < 8 ? 4 : 50;
+            const qsizetype length = std::uniform_int_distribution<qsizetype>(0, std::min(longest, size - location))(random);
+            QString text = action == 9 ? QString() : randomText();
+            if (included)
+                text.replace(QStringLiteral("{b}"), QStringLiteral("{a}"));
+            buffer->replaceCharactersInRange(PLRange{location, length}, text);
+        }
+    }
+
+    std::mt19937 random{GetParam()};
+};
+
+TEST_P(PLOutlineSettlerRandomTest, everySettleGivesTheFreshParse)
+{
+    write(QStringLiteral("a.tex"), QStringLiteral("\\section{In A}\nA text\n"));
+    write(QStringLiteral("b.tex"), QStringLiteral("B\n\\subsection{In B}\n\\input{a}\n"));
+    write(QStringLiteral("refs.bib"), QStringLiteral("@book{x}\n"));
+    const auto main = open(QStringLiteral("main.tex"),
+                           QStringLiteral("Intro % note \\input{a}\n\\section{One}\ntext\\input{b}\n"
+                                          "\\subsection{Two}\n50\\% done\n\\bibliography{refs}\n\\section*{Three}\nend"));
+    QString editedB;
+    for (int settle = 0; settle < 40; ++settle) {
+        const int edits = std::uniform_int_distribution<int>(1, 8)(random);
+        for (int i = 0; i < edits; ++i) {
+            const auto b = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("b.tex")));
+            const bool inB = b && b->openCount() > 0 && std::uniform_int_distribution<int>(0, 4)(random) == 0;
+            editRandomly(inB ? b->contentBuffer() : main->contentBuffer(), inB);
+            if (inB)
+                editedB = b->content();
+        }
+        document->settleOutlines();
+        const QString trace = QStringLiteral("seed %1, settle %2, text:\n%3").arg(GetParam()).arg(settle).arg(visible(main->content()));
+        ASSERT_EQ(toLines(dumpOutline(main->outlineRootNode())), toLines(freshOutline(main))) << trace.toStdString();
+        ASSERT_EQ(visible(outlineText(main->outlineRootNode())), visible(main->content())) << trace.toStdString();
+        for (const auto &included : main->allFilesInDocument()) {
+            if (included == main || included->name() == u"refs.bib")
+                continue;
+            ASSERT_EQ(toLines(dumpOutline(included->outlineRootNode())), toLines(freshOutline(included)))
+                << trace.toStdString() << "\nin " << included->name().toStdString();
+            if (included->name() == u"b.tex" && !editedB.isNull()) {
+                ASSERT_EQ(included->content(), editedB) << trace.toStdString();
+            }
+        }
+    }
+    document->close();
+    EXPECT_EQ(pool.filesOpened().keys(), QStringList());
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, PLOutlineSettlerRandomTest, ::testing::Range(1u, 17u));
+
+}
