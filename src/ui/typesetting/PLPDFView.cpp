@@ -372,12 +372,18 @@ void PLPDFView::requestVisiblePages()
     }
     if (first < 0)
         return;
-    first = std::max(0, first - kRenderAhead);
-    last = std::min<int>(m_pageRects.size() - 1, last + kRenderAhead);
-    m_wanted->first = first;
-    m_wanted->last = last;
+    const int count = int(m_pageRects.size());
+    m_wanted->first = std::max(0, first - kRenderAhead);
+    m_wanted->last = std::min(count - 1, last + kRenderAhead);
+    // The visible pages first, then the nearest ones below and above.
     for (int page = first; page <= last; ++page)
         render(page);
+    for (int ahead = 1; ahead <= kRenderAhead; ++ahead) {
+        if (last + ahead < count)
+            render(last + ahead);
+        if (first - ahead >= 0)
+            render(first - ahead);
+    }
     evictFarthestPages();
 }
 
