@@ -6,6 +6,7 @@
 #include "PLTextSearch.h"
 
 #include <QApplication>
+#include <QFontInfo>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
@@ -14,6 +15,19 @@
 #include <QPushButton>
 #include <QStyle>
 #include <QToolButton>
+
+namespace {
+// The find buttons: the next one this far from the bar's right edge and from its top, the
+// previous one just left of it, the two sharing one pixel of border.
+constexpr int kFindButtonRightMargin = 5;
+constexpr int kFindButtonTop = 8;
+constexpr int kFindButtonOverlap = 1;
+constexpr int kLayoutSpacing = 6;
+// How far below the options button the settings menu may start.
+constexpr int kSettingsMenuDrop = 55;
+// The settings menu's small font, relative to the menu font.
+constexpr qreal kSmallFontScale = 11.0 / 13.0;
+}
 
 PLFindAndReplaceViewController::PLFindAndReplaceViewController(XSWindowController *windowController, QObject *parent)
     : XSViewController(QStringLiteral("PLFindAndReplaceView"), windowController, parent)
@@ -66,6 +80,12 @@ QToolButton *PLFindAndReplaceViewController::searchOptionsButton()
     return m_searchOptionsButton;
 }
 
+QMenu *PLFindAndReplaceViewController::searchOptionsMenu()
+{
+    view();
+    return m_searchOptionsMenu;
+}
+
 QLabel *PLFindAndReplaceViewController::searchResultsCountLabel()
 {
     view();
@@ -82,8 +102,7 @@ QWidget *PLFindAndReplaceViewController::loadView()
     auto *view = new PLFindAndReplaceBackgroundView;
     view->setObjectName(QStringLiteral("PLFindAndReplaceView"));
     auto *layout = new QHBoxLayout(view);
-    layout->setContentsMargins(6, 4, 5, 4);
-    layout->setSpacing(6);
+    layout->setSpacing(kLayoutSpacing);
 
     // Searches always ignore case and cover the shown file; the options only show that.
     m_searchOptionsButton = new QToolButton(view);
@@ -92,12 +111,16 @@ QWidget *PLFindAndReplaceViewController::loadView()
     m_searchOptionsButton->setAutoRaise(true);
     m_searchOptionsButton->setPopupMode(QToolButton::InstantPopup);
     m_searchOptionsButton->setIcon(view->style()->standardIcon(QStyle::SP_FileDialogDetailedView));
+    // The menus are named by their object names too, since a submenu's title is its item's.
     auto *options = new QMenu(QStringLiteral("Search settings menu"), m_searchOptionsButton);
-    options->addAction(QStringLiteral("Search entire document"));
+    options->setObjectName(options->title());
+    // The first item's tag is 1 and the second has none: nothing reads them.
+    options->addAction(QStringLiteral("Search entire document"))->setData(1);
     options->addAction(QStringLiteral("Search current file"));
     options->addSeparator();
     options->addAction(QStringLiteral("Ignore case"));
     m_searchOptionsButton->setMenu(options);
+    buildSearchOptionsMenu(view);
     m_searchResultsCountLabel = new QLabel(view);
     m_searchResultsCountLabel->setObjectName(QStringLiteral("searchResultsCountLabel"));
     refreshCountLabel();
@@ -145,9 +168,57 @@ QWidget *PLFindAndReplaceViewController::loadView()
     layout->addWidget(m_replaceButton);
     layout->addStretch(1);
     layout->addWidget(m_searchResultsCountLabel);
-    layout->addWidget(m_findPreviousButton);
-    layout->addWidget(m_findNextButton);
+    // The find buttons are placed by hand at the right edge; the layout leaves them room.
+    const int findButtonsWidth = 2 * m_findNextButton->sizeHint().width() - kFindButtonOverlap;
+    layout->setContentsMargins(6, 4, kFindButtonRightMargin + findButtonsWidth + kLayoutSpacing, 4);
+    view->setMinimumHeight(kFindButtonTop + m_findNextButton->sizeHint().height() + 4);
+    view->installEventFilter(this);
+    placeFindButtons();
     return view;
+}
+
+void PLFindAndReplaceViewController::placeFindButtons()
+{
+    const QSize size = m_findNextButton->sizeHint();
+    m_findNextButton->setGeometry(QRect(QPoint(m_findNextButton->parentWidget()->width() - kFindButtonRightMargin - size.width(), kFindButtonTop), size));
+    m_findPreviousButton->setGeometry(m_findNextButton->geometry().translated(-size.width() + kFindButtonOverlap, 0));
+    // The next button's left border is drawn over the previous one's right border.
+    m_findNextButton->raise();
+}
+
+void PLFindAndReplaceViewController::buildSearchOptionsMenu(QWidget *view)
+{
+    // Every item names what a search always does, so none of them needs an action.
+    m_searchOptionsMenu = new QMenu(QStringLiteral("Search settings menu"), view);
+    m_searchOptionsMenu->setObjectName(m_searchOptionsMenu->title());
+    QFont small = m_searchOptionsMenu->font();
+    small.setPointSizeF(QFontInfo(small).pointSizeF() * kSmallFontScale);
+    m_searchOptionsMenu->setFont(small);
+    m_searchOptionsMenu->addAction(QStringLiteral("Case insensitive"));
+    m_searchOptionsMenu->addSeparator();
+    m_searchScopeSubMenu = new QMenu(m_searchOptionsMenu);
+    m_searchScopeSubMenu->setObjectName(QStringLiteral("Scope submenu"));
+    m_searchScopeSubMenu->setFont(small);
+    m_searchScopeSubMenu->addAction(QStringLiteral("Entire file"))->setData(0);
+    m_searchScopeSubMenu->addAction(QStringLiteral("Selection"))->setData(1);
+    QAction *scope = m_searchOptionsMenu->addAction(QStringLiteral("Scope"));
+    scope->setMenu(m_searchScopeSubMenu);
+
+    m_searchOptionsButton->setContextMenuPolicy(Qt::CustomContextMenu);
+    connect(m_searchOptionsButton, &QWidget::customContextMenuRequested, this, &PLFindAndReplaceViewController::popUpSearchOptionsMenu);
+}
+
+QRect PLFindAndReplaceViewController::confinementRectForMenu()
+{
+    const QPoint origin = searchOptionsButton()->mapToGlobal(QPoint(0, 0)) + QPoint(0, kSettingsMenuDrop);
+    const QSize menu = m_searchOptionsMenu->sizeHint();
+    const QSize submenu = m_searchScopeSubMenu->sizeHint();
+    return QRect(origin, QSize(menu.width() + submenu.width(), menu.height() + submenu.height()));
+}
+
+void PLFindAndReplaceViewController::popUpSearchOptionsMenu()
+{
+    m_searchOptionsMenu->popup(confinementRectForMenu().topLeft());
 }
 
 bool PLFindAndReplaceViewController::isShown()
@@ -225,6 +296,8 @@ void PLFindAndReplaceViewController::flagsChanged(Qt::KeyboardModifiers modifier
 
 bool PLFindAndReplaceViewController::eventFilter(QObject *watched, QEvent *event)
 {
+    if (event->type() == QEvent::Resize && m_findNextButton && watched == m_findNextButton->parentWidget())
+        placeFindButtons();
     if (event->type() != QEvent::KeyPress && event->type() != QEvent::KeyRelease)
         return XSViewController::eventFilter(watched, event);
     const auto *key = static_cast<QKeyEvent *>(event);

@@ -7,6 +7,7 @@ class PLFindAndReplaceViewController;
 class QAction;
 class QLabel;
 class QLineEdit;
+class QMenu;
 class QPushButton;
 class QToolButton;
 
@@ -73,6 +74,13 @@ public:
     PLFindAndReplaceButton *findPreviousButton();
     PLFindAndReplaceButton *closeButton();
     QToolButton *searchOptionsButton();
+    // The bar's own settings menu, popped up by a right click on the options button. Like the
+    // button's menu it only names what every search does.
+    QMenu *searchOptionsMenu();
+    // Where the settings menu may open, on the screen: below the options button, as wide and as
+    // tall as the menu and its scope submenu together.
+    QRect confinementRectForMenu();
+    void popUpSearchOptionsMenu();
     QLabel *searchResultsCountLabel();
     // The bar keeps no list of results, so the count stays at nought.
     int searchResultsCountFromLastSearch() const { return m_searchResultsCountFromLastSearch; }
@@ -83,6 +91,8 @@ protected:
 
 private:
     void display();
+    void buildSearchOptionsMenu(QWidget *view);
+    void placeFindButtons();
     void refreshCountLabel();
 
     PLFindAndReplaceUIDelegate *m_uiDelegate = nullptr;
@@ -95,5 +105,7 @@ private:
     PLFindAndReplaceButton *m_closeButton = nullptr;
     QToolButton *m_searchOptionsButton = nullptr;
     QLabel *m_searchResultsCountLabel = nullptr;
+    QMenu *m_searchOptionsMenu = nullptr;
+    QMenu *m_searchScopeSubMenu = nullptr;
     int m_searchResultsCountFromLastSearch = 0;
 };

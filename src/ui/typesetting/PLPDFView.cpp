@@ -22,11 +22,17 @@ constexpr int kPageGap = 8;
 constexpr qreal kZoomStep = 1.25;
 constexpr qreal kMinimumZoom = 0.1;
 constexpr qreal kMaximumZoom = 10.0;
-// Rendered pages kept in memory; the pages farthest from the shown one go first.
-constexpr qint64 kCacheBudgetBytes = 256ll * 1024 * 1024;
 // How many pages beyond the visible ones are rendered ahead of scrolling.
 constexpr int kRenderAhead = 2;
-constexpr int kHighlightMilliseconds = 1500;
+constexpr int kHighlightMilliseconds = 2000;
+// The selection: the desktop's selection blue, strong enough to read at actual size.
+const QColor kSelectionColour(40, 110, 230, 110);
+// The brief highlight over a hit: a yellow marker with an orange rim, padded so that even a
+// short word stands out.
+const QColor kHighlightFill(255, 214, 0, 150);
+const QColor kHighlightRim(235, 130, 0);
+constexpr qreal kHighlightPadding = 4;
+constexpr qreal kHighlightRimWidth = 2.5;
 }
 
 PLPDFView::PLPDFView(QWidget *parent) : QAbstractScrollArea(parent)
@@ -71,13 +77,16 @@ bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
     }
     m_document = std::move(document);
     ++m_generation;
-    m_pending.clear();
+    invalidateRenders();
+    m_pageSizes.clear();
+    for (int page = 0; page < m_document->pageCount(); ++page)
+        m_pageSizes.append(m_document->pagePointSize(page));
     m_pageTexts = QList<QString>(m_document->pageCount());
-    m_findPage = -1;
-    m_findIndex = -1;
     m_selectionText.clear();
     m_selectionBounds.clear();
     m_selectionPage = -1;
+    m_selectionStart = -1;
+    m_selectionEnd = -1;
     m_highlight = QRectF();
     m_highlightPage = -1;
     const QPoint origin = scrollOrigin();
@@ -118,7 +127,7 @@ void PLPDFView::layoutPages()
     for (int row = firstRow; row < endRow; row += perRow) {
         int rowWidth = kPageGap;
         for (int page = row; page < std::min(endRow, row + perRow); ++page)
-            rowWidth += (m_document->pagePointSize(page) * pixelsPerPoint()).toSize().width() + kPageGap;
+            rowWidth += (m_pageSizes.at(page) * pixelsPerPoint()).toSize().width() + kPageGap;
         width = std::max(width, rowWidth);
     }
     int y = kPageGap;
@@ -126,13 +135,13 @@ void PLPDFView::layoutPages()
         int rowWidth = -kPageGap;
         int rowHeight = 0;
         for (int page = row; page < std::min(endRow, row + perRow); ++page) {
-            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            const QSize size = (m_pageSizes.at(page) * pixelsPerPoint()).toSize();
             rowWidth += size.width() + kPageGap;
             rowHeight = std::max(rowHeight, size.height());
         }
         int x = (width - rowWidth) / 2;
         for (int page = row; page < std::min(endRow, row + perRow); ++page) {
-            const QSize size = (m_document->pagePointSize(page) * pixelsPerPoint()).toSize();
+            const QSize size = (m_pageSizes.at(page) * pixelsPerPoint()).toSize();
             m_pageRects[page] = QRect(QPoint(x, y), size);
             x += size.width() + kPageGap;
         }
@@ -235,7 +244,7 @@ void PLPDFView::setZoomFactor(qreal factor)
     const QPoint origin = scrollOrigin();
     m_zoomFactor = factor;
     // Renders under way are for the old size; their results are dropped when they arrive.
-    m_pending.clear();
+    invalidateRenders();
     layoutPages();
     setScrollOrigin(QPoint(qRound(origin.x() * ratio), qRound(origin.y() * ratio)));
     requestVisiblePages();
@@ -260,8 +269,8 @@ void PLPDFView::zoomToActualSize()
 void PLPDFView::zoomToFitWidth()
 {
     qreal widest = 0;
-    for (int page = 0; page < pageCount(); ++page)
-        widest = std::max(widest, m_document->pagePointSize(page).width());
+    for (const QSizeF &size : std::as_const(m_pageSizes))
+        widest = std::max(widest, size.width());
     if (widest <= 0)
         return;
     // The vertical scroll bar stays, so its width is left out.
@@ -284,27 +293,27 @@ bool PLPDFView::findString(const QString &text, bool forwards)
     const int count = pageCount();
     if (text.isEmpty() || count == 0)
         return false;
-    // The search starts just after (or before) the current hit, or at the document's start (or
-    // end). It visits every page once, then the starting page again in full, which wraps.
-    int page = m_findPage >= 0 ? m_findPage : (forwards ? 0 : count - 1);
-    bool fromEnd = !forwards && m_findPage < 0;
-    qsizetype from = m_findPage < 0 ? 0 : (forwards ? m_findIndex + 1 : m_findIndex - 1);
+    // The search starts at the end (or before the start) of the selection, else at the
+    // document's start (or end). It visits every page once, then the starting page again in
+    // full, which wraps.
+    const bool fromSelection = m_selectionPage >= 0 && m_selectionStart >= 0;
+    int page = fromSelection ? m_selectionPage : (forwards ? 0 : count - 1);
+    qsizetype from = !fromSelection ? (forwards ? 0 : -1) : forwards ? m_selectionEnd : m_selectionStart - text.size();
     for (int step = 0; step <= count; ++step) {
         const QString &haystack = pageText(page);
-        if (fromEnd)
+        if (!forwards && from == -1)
             from = haystack.size();
         const qsizetype index = forwards ? haystack.indexOf(text, from, Qt::CaseInsensitive)
                                 : from >= 0 ? haystack.lastIndexOf(text, from, Qt::CaseInsensitive)
                                             : -1;
         if (index >= 0) {
-            m_findPage = page;
-            m_findIndex = index;
-            showArea(page, m_document->getSelectionAtIndex(page, int(index), int(text.size())).boundingRectangle());
+            const QPdfSelection hit = m_document->getSelectionAtIndex(page, int(index), int(text.size()));
+            setSelection(page, hit.text(), hit.bounds(), index, index + text.size());
+            showArea(page, hit.boundingRectangle());
             return true;
         }
         page = forwards ? (page + 1) % count : (page + count - 1) % count;
-        from = 0;
-        fromEnd = !forwards;
+        from = forwards ? 0 : -1;
     }
     return false;
 }
@@ -315,6 +324,36 @@ bool PLPDFView::isPageRendered(int page) const
     // A window moved to a screen of another pixel ratio needs its pages again, sharp there.
     return it != m_cache.cend() && it->generation == m_generation && qFuzzyCompare(it->zoom, m_zoomFactor)
            && qFuzzyCompare(it->ratio, devicePixelRatioF());
+}
+
+void PLPDFView::setRenderCacheBudget(qint64 bytes)
+{
+    m_cacheBudget = bytes;
+    evictFarthestPages();
+}
+
+qint64 PLPDFView::renderCacheBytes() const
+{
+    qint64 total = 0;
+    for (const CachedPage &cached : m_cache)
+        total += cached.image.sizeInBytes();
+    return total;
+}
+
+void PLPDFView::invalidateRenders()
+{
+    m_pending.clear();
+    ++m_wanted->serial;
+}
+
+int PLPDFView::firstVisiblePage() const
+{
+    const QRect visible(scrollOrigin(), viewport()->size());
+    for (int page = 0; page < m_pageRects.size(); ++page) {
+        if (m_pageRects.at(page).intersects(visible))
+            return page;
+    }
+    return -1;
 }
 
 void PLPDFView::requestVisiblePages()
@@ -333,9 +372,19 @@ void PLPDFView::requestVisiblePages()
     }
     if (first < 0)
         return;
-    for (int page = std::max(0, first - kRenderAhead); page <= std::min<int>(m_pageRects.size() - 1, last + kRenderAhead); ++page)
+    const int count = int(m_pageRects.size());
+    m_wanted->first = std::max(0, first - kRenderAhead);
+    m_wanted->last = std::min(count - 1, last + kRenderAhead);
+    // The visible pages first, then the nearest ones below and above.
+    for (int page = first; page <= last; ++page)
         render(page);
-    evictFarthestPages(first);
+    for (int ahead = 1; ahead <= kRenderAhead; ++ahead) {
+        if (last + ahead < count)
+            render(last + ahead);
+        if (first - ahead >= 0)
+            render(first - ahead);
+    }
+    evictFarthestPages();
 }
 
 void PLPDFView::render(int page)
@@ -344,8 +393,9 @@ void PLPDFView::render(int page)
     if (m_pageRects.at(page).isEmpty() || isPageRendered(page) || m_pending.contains(page))
         return;
     m_pending.insert(page);
+    // Sharp on a high-density screen: the image has the screen's pixels and says so.
     const qreal ratio = devicePixelRatioF();
-    const QSize size = m_pageRects.at(page).size() * ratio;
+    const QSize size = (QSizeF(m_pageRects.at(page).size()) * ratio).toSize();
     const quint64 generation = m_generation;
     const qreal zoom = m_zoomFactor;
     // The watcher keeps the document alive until the worker has finished with it, so the last
@@ -360,21 +410,33 @@ void PLPDFView::render(int page)
             return;
         m_pending.remove(page);
         QImage image = watcher->result();
+        // Skipped because it had scrolled away; asked again if it has come back meanwhile.
+        if (image.isNull()) {
+            if (page >= m_wanted->first && page <= m_wanted->last)
+                render(page);
+            return;
+        }
         image.setDevicePixelRatio(ratio);
         m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
+        evictFarthestPages();
         viewport()->update();
         emit pageRendered(page);
     });
     QPdfDocument *raw = document.get();
-    watcher->setFuture(QtConcurrent::run([raw, page, size] { return raw->render(page, size); }));
+    std::shared_ptr<WantedPages> wanted = m_wanted;
+    const quint64 serial = wanted->serial;
+    watcher->setFuture(QtConcurrent::run([raw, page, size, wanted, serial] {
+        if (wanted->serial != serial || page < wanted->first || page > wanted->last)
+            return QImage();
+        return raw->render(page, size);
+    }));
 }
 
-void PLPDFView::evictFarthestPages(int centrePage)
+void PLPDFView::evictFarthestPages()
 {
-    qint64 total = 0;
-    for (const CachedPage &cached : std::as_const(m_cache))
-        total += cached.image.sizeInBytes();
-    while (total > kCacheBudgetBytes && m_cache.size() > 1) {
+    const int centrePage = firstVisiblePage();
+    qint64 total = renderCacheBytes();
+    while (total > m_cacheBudget && m_cache.size() > 1) {
         int farthest = -1;
         for (auto it = m_cache.cbegin(); it != m_cache.cend(); ++it) {
             if (farthest < 0 || std::abs(it.key() - centrePage) > std::abs(farthest - centrePage))
@@ -395,8 +457,12 @@ void PLPDFView::showArea(int page, const QRectF &area)
     const QRect rect = pageRect(page);
     const qreal scale = pixelsPerPoint();
     const QRect target = QRectF(rect.topLeft() + area.topLeft() * scale, area.size() * scale).toAlignedRect();
-    // The area lands a third of the way down the viewport, where the eye looks first.
-    setScrollOrigin(QPoint(target.center().x() - viewport()->width() / 2, target.top() - viewport()->height() / 3));
+    // The area lands a third of the way down the viewport, where the eye looks first; sideways
+    // the view only moves when the area is out of sight, so the page keeps its place.
+    int x = scrollOrigin().x();
+    if (target.left() < x || target.right() >= x + viewport()->width())
+        x = target.center().x() - viewport()->width() / 2;
+    setScrollOrigin(QPoint(x, target.top() - viewport()->height() / 3));
     m_highlight = area;
     m_highlightPage = page;
     requestVisiblePages();
@@ -430,13 +496,18 @@ void PLPDFView::paintEvent(QPaintEvent *event)
             painter.translate(rect.topLeft());
             painter.scale(scale, scale);
             for (const QPolygonF &polygon : std::as_const(m_selectionBounds))
-                painter.fillPath([&polygon] { QPainterPath path; path.addPolygon(polygon); return path; }(),
-                                 QColor(60, 120, 230, 90));
+                painter.fillPath([&polygon] { QPainterPath path; path.addPolygon(polygon); return path; }(), kSelectionColour);
             painter.restore();
         }
         if (page == m_highlightPage) {
-            const QRectF area(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale);
-            painter.fillRect(area.adjusted(-2, -2, 2, 2), QColor(255, 200, 0, 110));
+            const QRectF area = QRectF(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale)
+                                    .adjusted(-kHighlightPadding, -kHighlightPadding, kHighlightPadding, kHighlightPadding);
+            painter.save();
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(QPen(kHighlightRim, kHighlightRimWidth));
+            painter.setBrush(kHighlightFill);
+            painter.drawRoundedRect(area, kHighlightPadding, kHighlightPadding);
+            painter.restore();
         }
     }
 }
@@ -553,8 +624,7 @@ void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
         while (end < text.size() && !text.at(end).isSpace())
             ++end;
         if (end > start) {
-            const QPdfSelection word = m_document->getSelectionAtIndex(m_selectedPage, int(start), int(end - start));
-            setSelection(m_selectedPage, word.text(), word.bounds());
+            setSelection(m_selectedPage, m_document->getSelectionAtIndex(m_selectedPage, int(start), int(end - start)));
         }
     }
     emit syncRequested(m_selectedPage, m_selectedPoint);
@@ -569,17 +639,23 @@ void PLPDFView::mouseMoveEvent(QMouseEvent *event)
     QPointF point;
     // A drag selects within the page it started on.
     if (pagePointAt(event->position().toPoint(), &page, &point) && page == m_selectedPage) {
-        const QPdfSelection selection = m_document->getSelection(page, m_selectedPoint, point);
-        setSelection(page, selection.text(), selection.bounds());
+        setSelection(page, m_document->getSelection(page, m_selectedPoint, point));
     }
 }
 
-void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygonF> &bounds)
+void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygonF> &bounds, qsizetype start, qsizetype end)
 {
     m_selectionPage = text.isEmpty() ? -1 : page;
     m_selectionText = text;
     m_selectionBounds = bounds;
+    m_selectionStart = text.isEmpty() ? -1 : start;
+    m_selectionEnd = text.isEmpty() ? -1 : end;
     viewport()->update();
+}
+
+void PLPDFView::setSelection(int page, const QPdfSelection &selection)
+{
+    setSelection(page, selection.text(), selection.bounds(), selection.startIndex(), selection.endIndex());
 }
 
 bool PLPDFView::syncPoint(int *page, QPointF *point) const
@@ -599,7 +675,7 @@ bool PLPDFView::syncPoint(int *page, QPointF *point) const
 
 void PLPDFView::showSelection(int page, const QPdfSelection &selection)
 {
-    setSelection(page, selection.text(), selection.bounds());
+    setSelection(page, selection);
     showArea(page, selection.boundingRectangle());
 }
 

@@ -8,6 +8,7 @@
 #include <QRectF>
 #include <QSet>
 
+#include <atomic>
 #include <memory>
 
 class QPdfDocument;
@@ -72,11 +73,19 @@ public:
     void copy() const;
     // Makes text of the page the selection, scrolls it into view and highlights it briefly.
     void showSelection(int page, const QPdfSelection &selection);
-    // Finds the text, ignoring case, after (or before) the current hit, wrapping around the
-    // document, and shows the hit. False when the document does not hold it.
+    // Finds the text, ignoring case, after (or before) the current selection, wrapping around the
+    // document, and makes the hit the selection, shown and highlighted briefly. False when the
+    // document does not hold it.
     bool findString(const QString &text, bool forwards);
-    // True when the page is drawn at the current zoom from the current document.
+    // True when the page is drawn at the current zoom and pixel ratio from the current document.
     bool isPageRendered(int page) const;
+
+    // Rendered pages are kept up to this many bytes; beyond it the pages farthest from the shown
+    // one are dropped first.
+    static constexpr qint64 defaultRenderCacheBudget = 256ll * 1024 * 1024;
+    qint64 renderCacheBudget() const { return m_cacheBudget; }
+    void setRenderCacheBudget(qint64 bytes);
+    qint64 renderCacheBytes() const;
 
 signals:
     void documentChanged();
@@ -110,19 +119,36 @@ private:
     bool adoptDocument(std::shared_ptr<QPdfDocument> document);
     void layoutPages();
     const QString &pageText(int page);
-    void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds);
+    // The selection's characters on its page run from start to end, -1 when unknown.
+    void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds, qsizetype start = -1, qsizetype end = -1);
+    void setSelection(int page, const QPdfSelection &selection);
     bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
     int pagesPerRow() const { return m_displayMode == TwoUp || m_displayMode == TwoUpContinuous ? 2 : 1; }
     void updateScrollBars();
     void requestVisiblePages();
     void render(int page);
-    void evictFarthestPages(int centrePage);
+    void evictFarthestPages();
+    int firstVisiblePage() const;
+    void invalidateRenders();
     bool pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const;
     qreal pixelsPerPoint() const;
     QPoint contentOffset() const;
 
+    // What the workers should still render: a render that starts after its page has scrolled
+    // away, or after the document or zoom changed, is skipped.
+    struct WantedPages
+    {
+        std::atomic<int> first{0};
+        std::atomic<int> last{-1};
+        std::atomic<quint64> serial{0};
+    };
+
     std::shared_ptr<QPdfDocument> m_document;
+    // Read once per document: asking the document waits for any render under way.
+    QList<QSizeF> m_pageSizes;
     quint64 m_generation = 0;
+    std::shared_ptr<WantedPages> m_wanted = std::make_shared<WantedPages>();
+    qint64 m_cacheBudget = defaultRenderCacheBudget;
     qreal m_zoomFactor = 1.0;
     DisplayMode m_displayMode = SinglePageContinuous;
     int m_currentPage = 0;
@@ -133,9 +159,9 @@ private:
     QList<QFutureWatcher<QImage> *> m_renders;
     // Each page's text, read once per document for find.
     QList<QString> m_pageTexts;
-    int m_findPage = -1;
-    qsizetype m_findIndex = -1;
     QString m_selectionText;
+    qsizetype m_selectionStart = -1;
+    qsizetype m_selectionEnd = -1;
     QList<QPolygonF> m_selectionBounds;
     int m_selectionPage = -1;
     int m_selectedPage = -1;

@@ -24,6 +24,10 @@
 
 #include <gtest/gtest.h>
 
+// Waits on the event loop until the condition holds, failing the test if it never does (the
+// QTRY_ macros report to QTest, which GoogleTest does not hear).
+#define WAIT_UNTIL(condition) ASSERT_TRUE(QTest::qWaitFor([&] { return bool(condition); })) << #condition
+
 namespace {
 
 // "alpha" stands at 0, 11 and 23 in three letter cases.
@@ -101,26 +105,90 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         button->setDown(false);
     }
 
-    // The find buttons keep to the bar's right edge as the window resizes.
+    // The find buttons keep to the bar's right edge as the window resizes, the previous one
+    // sharing a pixel with the next, clear of everything else on the bar.
     press(Qt::Key_F, Qt::ControlModifier);
     for (int width : {700, 1200}) {
         window->resize(width, 400);
-        QTRY_COMPARE(bar->view()->width(), bar->view()->parentWidget()->width());
+        WAIT_UNTIL(bar->view()->width() == bar->view()->parentWidget()->width());
         QCoreApplication::processEvents();
-        EXPECT_EQ(bar->findNextButton()->geometry().right(), bar->view()->width() - 1 - 5) << width;
-        EXPECT_EQ(bar->findPreviousButton()->geometry().right(), bar->findNextButton()->geometry().left() - 1 - bar->view()->layout()->spacing());
+        const QRect next = bar->findNextButton()->geometry();
+        const QRect previous = bar->findPreviousButton()->geometry();
+        EXPECT_EQ(next.right(), bar->view()->width() - 1 - 5) << width;
+        EXPECT_EQ(previous.right(), next.left());
+        EXPECT_EQ(next.top(), 8);
+        EXPECT_EQ(previous.top(), 8);
+        EXPECT_LE(next.bottom(), bar->view()->height() - 1);
+        EXPECT_LT(bar->searchResultsCountLabel()->geometry().right(), previous.left());
     }
-
-    // The options only name what every search does; choosing one changes nothing.
-    QMenu *options = bar->searchOptionsButton()->menu();
-    ASSERT_NE(options, nullptr);
-    EXPECT_EQ(options->title(), QStringLiteral("Search settings menu"));
-    QStringList items;
-    for (QAction *item : options->actions())
-        items << (item->isSeparator() ? QStringLiteral("-") : item->text());
-    EXPECT_EQ(items, (QStringList{QStringLiteral("Search entire document"), QStringLiteral("Search current file"),
-                                  QStringLiteral("-"), QStringLiteral("Ignore case")}));
     EXPECT_EQ(bar->searchResultsCountLabel()->text(), QStringLiteral("0"));
+}
+
+QStringList titlesOf(const QMenu *menu)
+{
+    QStringList items;
+    for (QAction *item : menu->actions())
+        items << (item->isSeparator() ? QStringLiteral("-") : item->text());
+    return items;
+}
+
+// Both option menus only name what every search does: choosing any item leaves the search
+// ignoring case over the whole file.
+TEST_F(FindBar, OptionMenusHaveTheirItemsAndChangeNothing)
+{
+    QMenu *options = bar->searchOptionsButton()->menu();
+    QMenu *settings = bar->searchOptionsMenu();
+    ASSERT_NE(options, nullptr);
+    ASSERT_NE(settings, nullptr);
+    const QAction *scope = settings->actions().last();
+    ASSERT_NE(scope->menu(), nullptr);
+    const struct
+    {
+        const QMenu *menu;
+        QString name;
+        QStringList items;
+        QVariantList tags;
+    } menus[] = {
+        {options, QStringLiteral("Search settings menu"),
+         {QStringLiteral("Search entire document"), QStringLiteral("Search current file"), QStringLiteral("-"), QStringLiteral("Ignore case")},
+         {1, {}, {}, {}}},
+        {settings, QStringLiteral("Search settings menu"), {QStringLiteral("Case insensitive"), QStringLiteral("-"), QStringLiteral("Scope")}, {{}, {}, {}}},
+        {scope->menu(), QStringLiteral("Scope submenu"), {QStringLiteral("Entire file"), QStringLiteral("Selection")}, {0, 1}},
+    };
+    for (const auto &menu : menus) {
+        EXPECT_EQ(menu.menu->objectName(), menu.name);
+        EXPECT_EQ(titlesOf(menu.menu), menu.items) << menu.name.toStdString();
+        QVariantList tags;
+        for (QAction *item : menu.menu->actions())
+            tags << item->data();
+        EXPECT_EQ(tags, menu.tags) << menu.items.first().toStdString();
+    }
+    EXPECT_LT(settings->font().pointSizeF(), options->font().pointSizeF());
+
+    textView()->setSelectedRange(PLRange{12, 0});
+    openBarWithString(QStringLiteral("ALPHA"));
+    for (const QMenu *menu : {options, settings, scope->menu()}) {
+        for (QAction *item : menu->actions()) {
+            if (!item->isSeparator() && !item->menu())
+                item->trigger();
+        }
+    }
+    press(Qt::Key_Return);
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{23, 5}));
+
+    // A right click on the options button opens the settings menu below it, within room for the
+    // menu and its submenu.
+    const QRect room = bar->confinementRectForMenu();
+    const QPoint button = bar->searchOptionsButton()->mapToGlobal(QPoint(0, 0));
+    EXPECT_EQ(room.topLeft(), button + QPoint(0, 55));
+    EXPECT_EQ(room.size(), QSize(settings->sizeHint().width() + scope->menu()->sizeHint().width(),
+                                 settings->sizeHint().height() + scope->menu()->sizeHint().height()));
+    const QPoint inside(2, 2);
+    QContextMenuEvent rightClick(QContextMenuEvent::Mouse, inside, bar->searchOptionsButton()->mapToGlobal(inside));
+    QApplication::sendEvent(bar->searchOptionsButton(), &rightClick);
+    WAIT_UNTIL(settings->isVisible());
+    EXPECT_TRUE(room.contains(settings->geometry().topLeft()));
+    settings->hide();
 }
 
 // One press after another from the caret at 3: each row's hit is where the next search starts.

@@ -111,7 +111,7 @@ TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
 
     // Going back to the project window closes it.
     window->activateWindow();
-    QTRY_VERIFY(!quickOpen()->isShown());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !quickOpen()->isShown(); }));
     EXPECT_FALSE(quickOpen()->window()->isVisible());
 }
 
