@@ -8,6 +8,7 @@
 #include "PLWelcomeWindowMainViewController.h"
 #include "PLWelcomeWindowRecentFilesTableView.h"
 
+#include <QApplication>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -76,6 +77,18 @@ TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)
     ASSERT_EQ(application.documentController()->documents().size(), 1);
     EXPECT_EQ(application.documentController()->documents().constFirst()->mainFile()->stringPath(), older);
     EXPECT_FALSE(welcomeIsShown());
+}
+
+TEST_F(WelcomeWindow, ReturnOpensTheFirstRecentProjectAsSoonAsTheWindowAppears)
+{
+    const QString path = project.write(QStringLiteral("recent.tex"), QStringLiteral("a"));
+    application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(path));
+    PLWelcomeWindowMainViewController *welcome = launch();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(application.welcomeWindowController()->window()));
+    ASSERT_EQ(QApplication::focusWidget(), welcome->recentFilesTableView());
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    ASSERT_EQ(application.documentController()->documents().size(), 1);
+    EXPECT_EQ(application.documentController()->documents().constFirst()->mainFile()->stringPath(), path);
 }
 
 TEST_F(WelcomeWindow, ComesBackWhenTheLastProjectWindowCloses)
