@@ -330,10 +330,12 @@ void PLDocument::windowDidBecomeKey()
     }
 }
 
-void PLDocument::removeTypesettingRelatedFiles()
+int PLDocument::removeTypesettingRelatedFiles()
 {
+    int removed = 0;
     for (const std::shared_ptr<PLFile> &file : filesInDocument())
-        file->removeTypesettingRelatedFiles();
+        removed += file->removeTypesettingRelatedFiles();
+    return removed;
 }
 
 void PLDocument::close()

@@ -84,7 +84,8 @@ public:
 
     // Reloads unedited files that another program changed, when the window becomes active.
     void windowDidBecomeKey();
-    void removeTypesettingRelatedFiles();
+    // Deletes the by-products of every file of the project; answers how many files went.
+    int removeTypesettingRelatedFiles();
     void close();
     bool isClosed() const { return m_closed; }
 

@@ -130,8 +130,14 @@ void PLTextContentBuffer::replaceCharactersInRange(PLRange range, const QString 
 void PLTextContentBuffer::setString(const QString &string)
 {
     const PLRange whole{0, m_content.size()};
+    // New text would take on the attributes of the old first character (a heading's background,
+    // say) and the highlighter only adds to them: the text starts plain, as a freshly read one
+    // does. The views hear of the attributes once, after the colouring.
+    beginEditing();
+    setAttributes(PLTextAttributes(), whole);
     m_content = string;
     applyReplacement(whole, string);
+    endEditing();
 }
 
 void PLTextContentBuffer::replay(PLRange range, const QString &string)

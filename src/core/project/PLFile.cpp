@@ -546,20 +546,22 @@ QList<std::shared_ptr<PLFile>> PLFile::filesKeptForUnsavedChanges() const
     return QList<std::shared_ptr<PLFile>>(m_filesKeptForUnsavedChanges.begin(), m_filesKeptForUnsavedChanges.end());
 }
 
-void PLFile::removeTypesettingRelatedFiles()
+int PLFile::removeTypesettingRelatedFiles()
 {
     if (isUntitled())
-        return;
+        return 0;
     static const QString suffixes[] = {
         QStringLiteral(".aux"), QStringLiteral(".bbl"), QStringLiteral(".blg"), QStringLiteral(".exa"),
         QStringLiteral(".idx"), QStringLiteral(".lof"), QStringLiteral(".log"), QStringLiteral(".lot"),
         QStringLiteral(".out"), QStringLiteral(".toc"), QStringLiteral(".synctex.gz"),
     };
     const QString prefix = directoryOfFile() + nameWithOutFileExtension();
+    int removed = 0;
     for (const QString &suffix : suffixes) {
-        if (QFileInfo::exists(prefix + suffix))
-            QFile::remove(prefix + suffix);
+        if (QFileInfo::exists(prefix + suffix) && QFile::remove(prefix + suffix))
+            ++removed;
     }
+    return removed;
 }
 
 void PLFile::figureOutNameOfFile()

@@ -121,8 +121,8 @@ public:
     // them as they were and the document still saves them.
     QList<std::shared_ptr<PLFile>> filesKeptForUnsavedChanges() const;
 
-    // Deletes the engine's by-products beside the file; the PDF stays.
-    void removeTypesettingRelatedFiles();
+    // Deletes the engine's by-products beside the file; the PDF stays. Answers how many went.
+    int removeTypesettingRelatedFiles();
     void figureOutNameOfFile();
 
 private:

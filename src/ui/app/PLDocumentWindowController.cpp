@@ -7,6 +7,13 @@
 #include "PLMainAreaViewController.h"
 #include "PLLogging.h"
 #include "PLMainMenu.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLStringLineCalculations.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
 #include "PLPdfPrinter.h"
 #include "PLQuickOpenWindowController.h"
 #include "PLTypesetterProgressViewController.h"
@@ -20,6 +27,7 @@
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMainWindow>
 #include <QMessageBox>
 #include <QPdfDocument>
@@ -27,6 +35,7 @@
 #include <QPrinter>
 #include <QPushButton>
 #include <QScreen>
+#include <QStatusBar>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -73,6 +82,7 @@ PLDocumentWindowController::PLDocumentWindowController(PLDocument *document, PLD
 
 PLDocumentWindowController::~PLDocumentWindowController()
 {
+    PLNotificationCenter::defaultCenter().removeObserver(this);
     if (m_document && m_document->windowDelegate() == this)
         m_document->setWindowDelegate(nullptr);
 }
@@ -110,6 +120,23 @@ void PLDocumentWindowController::windowDidLoad()
     layout->addWidget(m_splitViewController->view());
 
     m_mainMenu = new PLMainMenu(window, m_documentController);
+
+    // The window's bottom border: notes on the left, the caret's place on the right.
+    QStatusBar *status = window->statusBar();
+    status->setFixedHeight(22);
+    status->setSizeGripEnabled(false);
+    m_caretPositionField = new QLabel(status);
+    m_caretPositionField->setObjectName(QStringLiteral("caretPositionField"));
+    m_caretPositionField->setContentsMargins(0, 0, 8, 0);
+    status->addPermanentWidget(m_caretPositionField);
+    PLSplitViewController *editor = m_splitViewController->mainAreaViewController()->editorSplitViewController();
+    connect(editor, &PLSplitViewController::selectedSplitViewSelectionDidChange, this,
+            &PLDocumentWindowController::updateCaretPositionField);
+    PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    for (const QString &name : {PLSplitViewControllerDidChangeSelectedSplitView, PLSplitViewControllerSelectedSplitViewDidChangeFile})
+        center.addObserver(this, name, editor, [this](const PLNotification &) { updateCaretPositionField(); });
+    updateCaretPositionField();
+
     synchronizeWindowTitle();
     setDocumentEdited(m_document->isDocumentEdited());
 }
@@ -123,6 +150,30 @@ void PLDocumentWindowController::synchronizeWindowTitle()
     const bool titled = mainFile && !mainFile->isUntitled();
     window()->setWindowTitle((titled ? mainFile->name() : m_document->displayName()) + QStringLiteral("[*]"));
     window()->setWindowFilePath(titled ? mainFile->stringPath() : QString());
+}
+
+void PLDocumentWindowController::updateCaretPositionField()
+{
+    if (!m_caretPositionField)
+        return;
+    const PLSplitViewContentViewController *pane =
+        m_splitViewController->mainAreaViewController()->editorSplitViewController()->selectedSplitViewController();
+    const PLTextView *textView = pane && !pane->isPdfToggled() ? pane->textContentView() : nullptr;
+    if (!textView) {
+        m_caretPositionField->clear();
+        return;
+    }
+    const QString &text = textView->contentBuffer()->string();
+    const qsizetype caret = textView->selectedRange().location;
+    const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(text, PLRange{caret, 0});
+    m_caretPositionField->setText(
+        tr("Line %1, Column %2").arg(PLStringLineCalculations::lineNumberOfLocation(text, caret)).arg(caret - lineStart + 1));
+}
+
+void PLDocumentWindowController::showStatusMessage(const QString &message)
+{
+    constexpr int shownForMilliseconds = 6000;
+    documentWindow()->statusBar()->showMessage(message, shownForMilliseconds);
 }
 
 void PLDocumentWindowController::setDocumentEdited(bool edited)
@@ -185,6 +236,7 @@ bool PLDocumentWindowController::saveDocument()
             presentError(error);
         return false;
     }
+    showStatusMessage(tr("Saved “%1”").arg(mainFile->name()));
     return true;
 }
 
@@ -270,7 +322,13 @@ void PLDocumentWindowController::finishClosing()
 
 void PLDocumentWindowController::removeTypesettingRelatedFiles()
 {
-    m_document->removeTypesettingRelatedFiles();
+    const int removed = m_document->removeTypesettingRelatedFiles();
+    if (removed == 0)
+        showStatusMessage(tr("No typesetting by-products to remove"));
+    else if (removed == 1)
+        showStatusMessage(tr("Removed 1 typesetting by-product"));
+    else
+        showStatusMessage(tr("Removed %1 typesetting by-products").arg(removed));
 }
 
 PLTypesetterProgressViewController *PLDocumentWindowController::typesetterProgressViewController() const

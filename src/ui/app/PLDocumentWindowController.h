@@ -12,6 +12,7 @@ class PLDocumentSplitViewController;
 class PLMainMenu;
 class PLQuickOpenWindowController;
 class PLTypesetterProgressViewController;
+class QLabel;
 class QMainWindow;
 
 // The window of one project: the sidebar and the editor panes, the menu bar, the title with its
@@ -29,6 +30,10 @@ public:
     QMainWindow *documentWindow();
     PLDocumentSplitViewController *splitViewController() const { return m_splitViewController; }
     PLMainMenu *mainMenu() const { return m_mainMenu; }
+    // The line and column of the caret in the selected pane, at the right of the bottom border.
+    QLabel *caretPositionField() const { return m_caretPositionField; }
+    // A short note in the bottom border, such as what a command did; it fades after a while.
+    void showStatusMessage(const QString &message);
 
     void setDocumentEdited(bool edited) override;
     // Overwrite, Reload or Cancel, asked of the user.
@@ -58,6 +63,7 @@ protected:
 
 private:
     void synchronizeWindowTitle();
+    void updateCaretPositionField();
     void finishClosing();
     void presentError(const PLError &error);
 
@@ -66,6 +72,7 @@ private:
     PLDocumentController *m_documentController;
     PLDocumentSplitViewController *m_splitViewController = nullptr;
     PLMainMenu *m_mainMenu = nullptr;
+    QLabel *m_caretPositionField = nullptr;
     PLQuickOpenWindowController *m_quickOpenWindowController = nullptr;
     bool m_closing = false;
 };

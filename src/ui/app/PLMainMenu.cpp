@@ -12,6 +12,8 @@
 #include <QMenu>
 #include <QMenuBar>
 
+#include <algorithm>
+
 namespace {
 const char *const actionProperty = "plumeoAction";
 const char *const tagProperty = "plumeoTag";
@@ -30,7 +32,8 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
     addItem(file, tr("Open &Quickly…"), PLAction::DisplayOpenQuicklyWindow, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_O));
     file->addSeparator();
     addItem(file, tr("&Save"), PLAction::SaveDocument, QKeySequence::Save);
-    addItem(file, tr("Save &As…"), PLAction::SaveDocumentAs, QKeySequence::SaveAs);
+    // Plain X11 desktops define no standard key for Save As or Full Screen; these are the usual ones.
+    addItem(file, tr("Save &As…"), PLAction::SaveDocumentAs, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S));
     file->addSeparator();
     addItem(file, tr("&Export PDF…"), PLAction::ExportPdf);
     addItem(file, tr("&Print…"), PLAction::PrintDocument, QKeySequence::Print);
@@ -76,7 +79,7 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
     addItem(view, tr("&Back"), PLAction::NavigateBackward, QKeySequence(Qt::ALT | Qt::Key_Left));
     addItem(view, tr("&Forward"), PLAction::NavigateForward, QKeySequence(Qt::ALT | Qt::Key_Right));
     view->addSeparator();
-    QAction *fullScreen = addItem(view, tr("F&ull Screen"), PLAction::ToggleFullScreen, QKeySequence::FullScreen);
+    QAction *fullScreen = addItem(view, tr("F&ull Screen"), PLAction::ToggleFullScreen, QKeySequence(Qt::Key_F11));
     fullScreen->setCheckable(true);
 
     QMenu *typeset = bar->addMenu(tr("&Typeset"));
@@ -95,7 +98,11 @@ PLMainMenu::PLMainMenu(QMainWindow *window, PLDocumentController *documentContro
     QMenu *windowMenu = bar->addMenu(tr("&Window"));
     addItem(windowMenu, tr("&Minimize"), PLAction::Minimize, QKeySequence(Qt::CTRL | Qt::Key_M));
     windowMenu->addSeparator();
-    addItem(windowMenu, tr("&Welcome to Plumeo"), PLAction::DisplayWelcomeWindow, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_1));
+    // Shift+1 reaches an X11 application as "!": depending on the Qt release the shortcut map
+    // offers Ctrl+Shift+! or Ctrl+Shift+1 (with Ctrl+!) for it. Ctrl+! is left out, since two
+    // keys of one press matching would make the shortcut ambiguous and do nothing.
+    addItem(windowMenu, tr("&Welcome to Plumeo"), PLAction::DisplayWelcomeWindow, QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_1))
+        ->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_1), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Exclam)});
     windowMenu->addSeparator();
     connect(windowMenu, &QMenu::aboutToShow, this, [this, windowMenu] { rebuildWindowMenu(windowMenu); });
 
@@ -151,8 +158,10 @@ void PLMainMenu::rebuildRecentMenu(QMenu *menu)
 {
     menu->clear();
     const QList<QUrl> urls = m_documentController->recentDocumentURLs();
-    for (const QUrl &url : urls) {
-        QAction *item = menu->addAction(QFileInfo(url.toLocalFile()).fileName());
+    const QStringList titles = recentItemTitles(urls);
+    for (qsizetype index = 0; index < urls.size(); ++index) {
+        const QUrl &url = urls.at(index);
+        QAction *item = menu->addAction(titles.at(index));
         item->setToolTip(url.toLocalFile());
         connect(item, &QAction::triggered, m_documentController,
                 [controller = m_documentController, url] { controller->openDocumentWithContentsOfURL(url, true); });
@@ -161,6 +170,47 @@ void PLMainMenu::rebuildRecentMenu(QMenu *menu)
     QAction *clear = menu->addAction(tr("&Clear Menu"));
     clear->setEnabled(!urls.isEmpty());
     connect(clear, &QAction::triggered, m_documentController, &PLDocumentController::clearRecentDocuments);
+}
+
+QStringList PLMainMenu::recentItemTitles(const QList<QUrl> &urls)
+{
+    // Each path as its folders from the file up, so that a title can take one more at a time.
+    QList<QStringList> pieces;
+    for (const QUrl &url : urls) {
+        QStringList reversed = url.toLocalFile().split(u'/', Qt::SkipEmptyParts);
+        std::reverse(reversed.begin(), reversed.end());
+        pieces << reversed;
+    }
+    QList<int> depths(urls.size(), 1);
+    // A title shared by several files takes one more folder in each of them, until all differ or
+    // a path has no folder left.
+    for (bool changed = true; changed;) {
+        changed = false;
+        for (qsizetype i = 0; i < pieces.size(); ++i) {
+            const QStringList mine = pieces.at(i).mid(0, depths.at(i));
+            for (qsizetype j = 0; j < pieces.size(); ++j) {
+                if (j == i || pieces.at(j).mid(0, depths.at(j)) != mine)
+                    continue;
+                for (const qsizetype k : {i, j}) {
+                    if (depths.at(k) < pieces.at(k).size()) {
+                        ++depths[k];
+                        changed = true;
+                    }
+                }
+            }
+        }
+    }
+    QStringList titles;
+    for (qsizetype i = 0; i < pieces.size(); ++i) {
+        const QStringList &path = pieces.at(i);
+        QString title = path.value(0);
+        QStringList folders = path.mid(1, depths.at(i) - 1);
+        std::reverse(folders.begin(), folders.end());
+        if (!folders.isEmpty())
+            title += QStringLiteral(" — ") + folders.join(u'/');
+        titles << title;
+    }
+    return titles;
 }
 
 void PLMainMenu::rebuildWindowMenu(QMenu *menu)

@@ -4,6 +4,8 @@
 
 #include <QKeySequence>
 #include <QObject>
+#include <QStringList>
+#include <QUrl>
 
 class PLDocumentController;
 class QAction;
@@ -24,6 +26,10 @@ public:
     static PLAction actionOfItem(const QAction *item);
     // The number a few items carry beside their action, such as the direction of pane navigation.
     static int tagOfItem(const QAction *item);
+
+    // The Open Recent titles: the file name, followed by as many of its last folders as it takes
+    // to tell it from a recent file of the same name ("main.tex — thesis").
+    static QStringList recentItemTitles(const QList<QUrl> &urls);
 
     // Asks the responder chain about every item of the menu.
     void validateMenu(QMenu *menu);

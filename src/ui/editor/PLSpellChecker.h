@@ -33,9 +33,13 @@ public:
     // Changes whenever answers may change, so callers can tell stale results.
     int generation() const { return m_generation; }
 
-    // The words of a text: runs of letters with apostrophes inside them; runs that touch a digit
-    // or an underscore are names, not words.
+    // The words of a text: runs of letters (of any plane) with apostrophes inside them, within the
+    // words Unicode finds; a word that holds a digit or an underscore is a name, not a word.
     static QList<PLRange> wordRanges(QStringView text);
+    // The stretches of LaTeX source that are not prose, in order: mathematics, and the arguments
+    // of commands that name packages, classes, files, labels, citations, environments or URLs.
+    // Comments are prose; a command name is left to the caller.
+    static QList<PLRange> nonProseRanges(QStringView text);
     // The misspelt words of a text, relative to it; nothing while the dictionary loads.
     QList<PLRange> misspelledWordRanges(QStringView text);
     bool isCorrectlySpelled(QStringView word);

@@ -20,6 +20,8 @@
 #include <QTextBlock>
 #include <QUndoStack>
 
+#include <algorithm>
+
 PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     : QPlainTextEdit(parent), m_file(file), m_buffer(file->contentBuffer())
 {
@@ -117,6 +119,17 @@ void PLTextView::scrollRangeToVisible(PLRange range)
     m_movingSelection = false;
 }
 
+void PLTextView::jumpToRange(PLRange range)
+{
+    setSelectedRange(range);
+    if (m_delegate)
+        m_delegate->textViewDidJumpToSelection(this);
+    else
+        m_file->setSelectedRange(selectedRange());
+    scrollRangeToVisible(range);
+    emit selectionDidChange();
+}
+
 bool PLTextView::event(QEvent *event)
 {
     // A view replaced by another one is deleted later, from inside this call: nothing may follow.
@@ -138,7 +151,7 @@ bool PLTextView::viewportEvent(QEvent *event)
 
 void PLTextView::keyPressEvent(QKeyEvent *event)
 {
-    if (handleHistoryKey(event))
+    if (handleHistoryKey(event) || handleIndentKey(event))
         return;
     if (event->matches(QKeySequence::Undo)) {
         undo();
@@ -267,6 +280,9 @@ void PLTextView::mirrorDidChange(int position, int charsRemoved, int charsAdded)
 
     QString replacement = added;
     replacement.replace(QChar::ParagraphSeparator, m_lineBreak);
+    // The buffer indents a typed line feed only; a new line in a CR LF file gets the same tabs here.
+    if (replacement == u"\r\n")
+        replacement += leadingTabsBefore(start);
     if (m_delegate && !m_delegate->textViewShouldChangeTextInRange(this, PLRange{start, end - start}, replacement)) {
         // Refused: the mirror goes back to the buffer's text.
         m_needsFullResync = true;
@@ -473,6 +489,86 @@ bool PLTextView::handleHistoryKey(QKeyEvent *event)
         return true;
     }
     return false;
+}
+
+bool PLTextView::handleIndentKey(QKeyEvent *event)
+{
+    const Qt::KeyboardModifiers modifiers = event->modifiers() & ~Qt::KeypadModifier;
+    const bool outdent = event->key() == Qt::Key_Backtab || (event->key() == Qt::Key_Tab && modifiers == Qt::ShiftModifier);
+    const bool indent = event->key() == Qt::Key_Tab && modifiers == Qt::NoModifier;
+    if (!outdent && !indent)
+        return false;
+    const PLRange selection = selectedRange();
+    const QStringView selected = QStringView(m_buffer->string()).mid(selection.location, selection.length);
+    // A tab typed within one line replaces the selection, as in any text field.
+    if (indent && std::none_of(selected.begin(), selected.end(), PLStringLineCalculations::isLineTerminator))
+        return false;
+    shiftSelectedLines(outdent);
+    return true;
+}
+
+QString PLTextView::leadingTabsBefore(qsizetype location) const
+{
+    const QString &text = m_buffer->string();
+    qsizetype index = PLStringLineCalculations::lineBoundsForRange(text, PLRange{location, 0}).start;
+    const qsizetype start = index;
+    while (index < location && text.at(index) == u'\t')
+        ++index;
+    return text.mid(start, index - start);
+}
+
+void PLTextView::shiftSelectedLines(bool outdent)
+{
+    const QString &text = m_buffer->string();
+    const PLRange selection = selectedRange();
+    // The edits, from the last line up so that each leaves the lines above it in place.
+    struct Edit
+    {
+        PLRange range;
+        QString string;
+    };
+    QList<Edit> edits;
+    const qsizetype last = selection.length > 0 ? selection.end() - 1 : selection.location;
+    qsizetype lineStart = PLStringLineCalculations::lineBoundsForRange(text, PLRange{selection.location, 0}).start;
+    for (;;) {
+        const PLStringLineCalculations::PLLineBounds line = PLStringLineCalculations::lineBoundsForRange(text, PLRange{lineStart, 0});
+        if (outdent) {
+            qsizetype blanks = 0;
+            if (line.start < line.contentsEnd && text.at(line.start) == u'\t')
+                blanks = 1;
+            else
+                while (blanks < 4 && line.start + blanks < line.contentsEnd && text.at(line.start + blanks) == u' ')
+                    ++blanks;
+            if (blanks > 0)
+                edits.prepend(Edit{PLRange{line.start, blanks}, QString()});
+        } else if (line.contentsEnd > line.start) {
+            edits.prepend(Edit{PLRange{line.start, 0}, QStringLiteral("\t")});
+        }
+        if (line.end > last || line.end >= text.size() || line.end == line.start)
+            break;
+        lineStart = line.end;
+    }
+    if (edits.isEmpty())
+        return;
+
+    qsizetype start = selection.location;
+    qsizetype end = selection.end();
+    QUndoStack *history = m_buffer->undoManager();
+    history->beginMacro(outdent ? tr("Outdent") : tr("Indent"));
+    for (const Edit &edit : std::as_const(edits)) {
+        if (!replaceCharactersAsTyped(edit.range, edit.string))
+            continue;
+        // A selection that starts at a line's first column takes in the new tab.
+        const auto moved = [&edit](qsizetype position) {
+            if (edit.string.isEmpty())
+                return position - qBound<qsizetype>(0, position - edit.range.location, edit.range.length);
+            return position > edit.range.location ? position + 1 : position;
+        };
+        start = moved(start);
+        end = moved(end);
+    }
+    history->endMacro();
+    setSelectedRange(PLRange{start, end - start});
 }
 
 bool PLTextView::handleViewportEditorEvent(QEvent *event)

@@ -39,6 +39,9 @@ public:
     PLRange selectedRange() const;
     void setSelectedRange(PLRange range);
     void scrollRangeToVisible(PLRange range);
+    // Selects the range and scrolls to it as a jump does (from the outline, a line number or quick
+    // open): the place left and the place reached both join the pane's history.
+    void jumpToRange(PLRange range);
     qsizetype mirrorPosition(qsizetype location) const { return m_lineEndings.toMirror(location); }
 
     // The editor font of the settings, or the system's fixed-pitch font when that family is missing.
@@ -68,6 +71,9 @@ public:
     // Comments each line of the selection with "%" at its first column, or takes one "%" from a
     // line whose first non-blank character is one.
     void toggleCommentOfCurrentLine();
+    // Puts one tab before each line of the selection, or takes one off (a tab, else up to four
+    // spaces); one undo step. A line that only ends the selection at its first column is left out.
+    void shiftSelectedLines(bool outdent);
 
 signals:
     void didBecomeKey();
@@ -116,6 +122,10 @@ private:
     bool replaceCharactersAsTyped(PLRange range, const QString &string);
     // Back and forward requests with the arrow keys; answers whether the key was one.
     bool handleHistoryKey(QKeyEvent *event);
+    // Tab over several lines indents them and Shift+Tab outdents; answers whether the key did.
+    bool handleIndentKey(QKeyEvent *event);
+    // The tabs that open the line of the location, up to it: what a new line there starts with.
+    QString leadingTabsBefore(qsizetype location) const;
     // Tooltips over include arguments and clicks on links; answers whether the event was handled.
     bool handleViewportEditorEvent(QEvent *event);
 

@@ -61,6 +61,15 @@ void PLTextViewDelegate::textViewDidChangeSelection(PLTextView *textView)
     textView->updateLineHighlightPosition();
 }
 
+void PLTextViewDelegate::textViewDidJumpToSelection(PLTextView *textView)
+{
+    // The place left is recorded as a caret move would record it; the place reached becomes the
+    // current one, so that Back returns to where the jump started.
+    textViewDidChangeSelection(textView);
+    if (m_historyHandler && !(m_splitViewContentViewController && m_splitViewContentViewController->isNavigating()))
+        m_historyHandler->pushRangeToHistoryStack(textView->selectedRange());
+}
+
 void PLTextViewDelegate::textViewDidBecomeKey(PLTextView *)
 {
     PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, m_splitViewContentViewController);

@@ -39,6 +39,8 @@ public:
     int textViewShouldSetSpellingState(PLTextView *textView, int value, PLRange affectedCharRange);
     // Records the file's previous selection in the history, unless the pane is walking it.
     void textViewDidChangeSelection(PLTextView *textView);
+    // A jump to the view's selection from elsewhere (the outline, a line number, quick open).
+    void textViewDidJumpToSelection(PLTextView *textView);
     void textViewDidBecomeKey(PLTextView *textView);
     // The tooltip over a link (an include argument): "Jump to" the file of the include at the
     // selection; empty for none.

@@ -5,9 +5,12 @@
 #include "PLTextViewDelegate.h"
 
 #include <QEvent>
+#include <QHash>
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextBlockUserData>
+
+#include <algorithm>
 
 namespace {
 // The marks of one line of the mirror, relative to the line's start, and whether they still
@@ -30,6 +33,23 @@ struct VisibleBlocks
     QTextBlock first;
     QTextBlock last;
 };
+
+// Mathematics and command arguments may run over several lines but never past a blank one, so
+// a line is read in the light of its paragraph. A paragraph longer than this many lines is read
+// from this far back.
+constexpr int PLSpellingParagraphLineLimit = 1000;
+
+bool isBlank(const QTextBlock &block)
+{
+    return block.text().trimmed().isEmpty();
+}
+
+QTextBlock paragraphStart(QTextBlock block)
+{
+    for (int steps = 0; steps < PLSpellingParagraphLineLimit && block.previous().isValid() && !isBlank(block.previous()); ++steps)
+        block = block.previous();
+    return block;
+}
 
 VisibleBlocks visibleBlocks(const PLTextView *view)
 {
@@ -61,11 +81,16 @@ void PLTextViewSpellChecker::textDidChange(int position, int, int charsAdded)
 {
     const QTextDocument *document = m_view->document();
     const QTextBlock last = document->findBlock(position + charsAdded);
+    // What the edit opened or closed (a "$", a brace) reaches the rest of its paragraph.
+    bool pastEdit = false;
+    int steps = 0;
     for (QTextBlock block = document->findBlock(position); block.isValid(); block = block.next()) {
+        if (pastEdit && (isBlank(block) || ++steps > PLSpellingParagraphLineLimit))
+            break;
         if (PLSpellingBlockData *data = spellingData(block))
             data->checked = false;
         if (block == last)
-            break;
+            pastEdit = true;
     }
     m_lastEditEnd = position + charsAdded;
     scheduleCheck();
@@ -89,16 +114,51 @@ void PLTextViewSpellChecker::checkVisibleText()
     PLSpellChecker &checker = PLSpellChecker::sharedSpellChecker();
     PLTextViewDelegate *delegate = m_view->delegate();
     const VisibleBlocks visible = visibleBlocks(m_view);
+    const auto needsCheck = [&checker](const QTextBlock &block) {
+        const PLSpellingBlockData *data = spellingData(block);
+        return !data || !data->checked || data->generation != checker.generation();
+    };
+    bool anyToCheck = false;
+    for (QTextBlock block = visible.first; block.isValid() && !anyToCheck; block = block.next()) {
+        anyToCheck = needsCheck(block);
+        if (block == visible.last)
+            break;
+    }
+    if (!anyToCheck) {
+        showMarks();
+        return;
+    }
+
+    // The paragraph up to the last line in view, one line feed between lines, read for its
+    // mathematics and non-prose arguments.
+    QString paragraph;
+    QHash<int, qsizetype> blockOffsets;
+    for (QTextBlock block = paragraphStart(visible.first); block.isValid(); block = block.next()) {
+        blockOffsets.insert(block.blockNumber(), paragraph.size());
+        paragraph += block.text() + QLatin1Char('\n');
+        if (block == visible.last)
+            break;
+    }
+    const QList<PLRange> nonProse = PLSpellChecker::nonProseRanges(paragraph);
+    const auto isProse = [&nonProse](PLRange word) {
+        const auto after = std::lower_bound(nonProse.begin(), nonProse.end(), word.location,
+                                            [](const PLRange &range, qsizetype location) { return range.end() <= location; });
+        return after == nonProse.end() || after->location >= word.end();
+    };
+
     for (QTextBlock block = visible.first; block.isValid(); block = block.next()) {
         PLSpellingBlockData *data = spellingData(block);
         if (!data) {
             data = new PLSpellingBlockData;
             block.setUserData(data);
         }
-        if (!data->checked || data->generation != checker.generation()) {
+        if (needsCheck(block)) {
             data->marks.clear();
             const QString text = block.text();
+            const qsizetype offset = blockOffsets.value(block.blockNumber());
             for (const PLRange &word : checker.misspelledWordRanges(text)) {
+                if (!isProse(PLRange{offset + word.location, word.length}))
+                    continue;
                 const qsizetype start = m_view->textLocation(block.position() + word.location);
                 const PLRange range{start, m_view->textLocation(block.position() + word.end()) - start};
                 const int state = delegate ? delegate->textViewShouldSetSpellingState(m_view, PLSpellingStateSpelling, range)

@@ -14,8 +14,9 @@ PLDocumentOutlineView::PLDocumentOutlineView(QWidget *parent) : QTreeView(parent
     setFrameShape(QFrame::NoFrame);
     setUniformRowHeights(true);
     setIndentation(14);
-    // The main file's row heads the list like a group title; it has no disclosure arrow.
-    setRootIsDecorated(false);
+    // The main file's row heads the list like a group title, with an arrow of its own so that the
+    // whole outline can be folded and unfolded with the mouse.
+    setRootIsDecorated(true);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setSelectionMode(QAbstractItemView::SingleSelection);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);

@@ -39,21 +39,30 @@ QWidget *PLDocumentSplitViewController::loadView()
     m_splitView->setStretchFactor(1, 1);
     m_sideBarViewController->view()->setMinimumWidth(minimumSidebarWidth);
     m_splitView->setConstraint([this](int proposed) { return int(std::lround(constrainSplitPosition(proposed))); });
-    m_splitView->setResizeRule([this](int position) {
-        const int widest = int(m_splitView->width() * 0.5) - m_splitView->handleWidth();
-        return qMax(minimumSidebarWidth, qMin(position, widest));
-    });
+    // The width is worked out from the remembered one each time, so a window that narrowed and
+    // widened again gives the sidebar back what it gave up.
+    m_splitView->setResizeRule([this](int) { return sidebarWidthForCurrentSize(); });
 
     const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     const double stored = defaults.doubleForKey(PLDocumentSidebarWidth);
-    m_splitView->setFirstDividerPosition(defaults.hasUserValue(PLDocumentSidebarWidth) && stored > 0 ? int(std::lround(stored))
-                                                                                                     : defaultSidebarWidth);
+    if (defaults.hasUserValue(PLDocumentSidebarWidth) && stored > 0)
+        m_preferredSidebarWidth = int(std::lround(stored));
+    m_splitView->setFirstDividerPosition(m_preferredSidebarWidth);
     return m_splitView;
+}
+
+int PLDocumentSplitViewController::sidebarWidthForCurrentSize() const
+{
+    const int width = m_splitView->width();
+    const int handle = m_splitView->handleWidth();
+    const int widest = qMin(int(width * 0.5) - handle, width - handle - comfortableEditorWidth);
+    return qMax(minimumSidebarWidth, qMin(m_preferredSidebarWidth, widest));
 }
 
 double PLDocumentSplitViewController::constrainSplitPosition(double proposedPosition)
 {
     const double raised = qMax(proposedPosition, double(minimumSidebarWidth));
+    m_preferredSidebarWidth = int(std::lround(qMin(raised, splitView()->width() * 0.5 - splitView()->handleWidth())));
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     defaults.setDouble(raised, PLDocumentSidebarWidth);
     defaults.synchronize();

@@ -77,11 +77,10 @@ void PLGoToLineWindowController::goToLine()
     if (!m_textView)
         return;
     const qsizetype location = PLStringLineCalculations::locationOfLineStart(m_textView->contentBuffer()->string(), lineNumber);
-    // The editor takes the focus back first, so the move counts as the user's own.
+    // The keys go back to the editor, whose history keeps the place left and the line reached.
     m_textView->activateWindow();
     m_textView->setFocus();
-    m_textView->setSelectedRange(PLRange{location, 0});
-    m_textView->scrollRangeToVisible(PLRange{location, 0});
+    m_textView->jumpToRange(PLRange{location, 0});
 }
 
 void PLGoToLineWindowController::close()

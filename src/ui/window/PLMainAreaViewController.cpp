@@ -123,8 +123,7 @@ void PLMainAreaViewController::errorsAndWarningsViewControllerDidSelectItem(cons
     pane->setFile(file);
     const PLRange start{PLStringLineCalculations::locationOfLineStart(file->contentBuffer()->string(), qMax(item->line(), 1)), 0};
     pane->makeKey();
-    pane->textContentView()->setSelectedRange(start);
-    pane->textContentView()->scrollRangeToVisible(start);
+    pane->textContentView()->jumpToRange(start);
 }
 
 void PLMainAreaViewController::showTypesettingStrip()

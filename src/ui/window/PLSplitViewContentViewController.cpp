@@ -251,6 +251,7 @@ void PLSplitViewContentViewController::replaceTextStorageInTextView()
     new PLLineNumbersRulerView(textView);
     // Every move of the caret may have added to the history.
     connect(textView, &PLTextView::selectionDidChange, this, &PLSplitViewContentViewController::updateHistoryButtons);
+    connect(textView, &PLTextView::selectionDidChange, this, &PLSplitViewContentViewController::selectionDidChange);
     const bool hadFocus = m_textContentView && m_textContentView->hasFocus();
     if (m_textContentView) {
         m_contentLayout->removeWidget(m_textContentView);
@@ -374,8 +375,9 @@ void PLSplitViewContentViewController::displayCloseButton(bool display)
 
 void PLSplitViewContentViewController::makeKey()
 {
+    // Until there is a PDF the placeholder covers the PDF view; the PDF side takes the keys then.
     if (m_isPdfToggled)
-        m_pdfView->setFocus();
+        (m_pdfView->isVisible() ? static_cast<QWidget *>(m_pdfView) : m_pdfViewEncapsulatorView)->setFocus();
     else if (m_textContentView)
         m_textContentView->setFocus();
 }
@@ -399,10 +401,8 @@ void PLSplitViewContentViewController::selectOutlineNode(const std::shared_ptr<P
         return;
     }
     setFile(file);
-    if (node != file->outlineRootNode()) {
-        m_textContentView->setSelectedRange(PLRange{location, 0});
-        m_textContentView->scrollRangeToVisible(PLRange{location, 0});
-    }
+    if (node != file->outlineRootNode())
+        m_textContentView->jumpToRange(PLRange{location, 0});
     makeKey();
 }
 

@@ -77,6 +77,10 @@ public:
 
     void removeObservations() override;
 
+signals:
+    // The caret or the selection of the shown text moved.
+    void selectionDidChange();
+
 protected:
     QWidget *loadView() override;
     void awakeFromNib() override;

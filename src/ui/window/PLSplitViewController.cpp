@@ -66,6 +66,18 @@ PLSplitViewController::PLSplitViewController(PLDocument *document, XSWindowContr
         PLAction::DisplayGoToLineWindow, [this](QAction *) { displayGoToLineWindow(); },
         [this](QAction *) { return m_selectedSplitViewController && !m_selectedSplitViewController->isPdfToggled(); });
     qApp->installEventFilter(this);
+    // However the focus moves into a pane (a click, Tab, a closed neighbour), that pane becomes
+    // the selected one, so typing and the selection never part.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) {
+        if (m_restoringLayout || !now)
+            return;
+        for (PLSplitViewContentViewController *pane : std::as_const(m_contentViewControllers)) {
+            if (pane != m_selectedSplitViewController && pane->isViewLoaded() && pane->view()->isAncestorOf(now)) {
+                focusOnSplitViewContentViewController(pane);
+                return;
+            }
+        }
+    });
 }
 
 PLSplitViewController::~PLSplitViewController()
@@ -93,6 +105,10 @@ PLSplitViewContentViewController *PLSplitViewController::makePane()
 {
     auto *pane = new PLSplitViewContentViewController(this, m_document, windowController());
     observe(pane);
+    connect(pane, &PLSplitViewContentViewController::selectionDidChange, this, [this, pane] {
+        if (pane == m_selectedSplitViewController)
+            emit selectedSplitViewSelectionDidChange();
+    });
     return pane;
 }
 
@@ -113,13 +129,15 @@ void PLSplitViewController::splitViewWithController(PLSplitViewContentViewContro
     QList<int> widths = m_splitView->sizes();
     const int width = widths.at(index);
     PLSplitViewContentViewController *newPane = makePane();
-    newPane->setFile(pane->file());
     m_contentViewControllers.insert(index + 1, newPane);
     m_splitView->insertWidget(index + 1, newPane->view());
     insertObjectInChildrenAtIndex(newPane, index + 1);
     widths[index] = width / 2;
     widths.insert(index + 1, width - width / 2);
     m_splitView->setSizes(widths);
+    // Shown before it gets its file: the file makes it the selected pane, and a pane that is not
+    // on screen yet could not take the keyboard focus that goes with that.
+    newPane->setFile(pane->file());
     PLNotificationCenter::defaultCenter().post(PLSplitViewControllerDidSplitView, this);
 }
 

@@ -71,6 +71,10 @@ public:
                                                      const std::shared_ptr<PLFile> &oldFile,
                                                      const std::shared_ptr<PLFile> &newFile);
 
+signals:
+    // The caret or the selection moved in the selected pane's text.
+    void selectedSplitViewSelectionDidChange();
+
 protected:
     QWidget *loadView() override;
     bool eventFilter(QObject *watched, QEvent *event) override;

@@ -2,6 +2,7 @@
 
 #include "PLResponderChain.h"
 #include "PLWelcomeWindowMainViewController.h"
+#include "PLWelcomeWindowRecentFilesTableView.h"
 
 #include <QAction>
 #include <QApplication>
@@ -69,5 +70,9 @@ bool PLWelcomeWindowController::eventFilter(QObject *watched, QEvent *event)
     // Opening choices hide the window; only the user's own close arrives as a close event.
     if (event->type() == QEvent::Close && isWindowLoaded() && watched == window())
         emit windowClosedByUser();
+    // The list of recent projects takes the keys each time the window appears, so Return opens
+    // the selected one at once; focus given while the window was being built does not last.
+    if (event->type() == QEvent::Show && isWindowLoaded() && watched == window() && m_mainViewController)
+        m_mainViewController->recentFilesTableView()->setFocus();
     return XSWindowController::eventFilter(watched, event);
 }

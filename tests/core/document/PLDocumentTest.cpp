@@ -578,7 +578,8 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
     write(QStringLiteral("main.pdf"), "%PDF");
     write(QStringLiteral("main.bib"), "@x");
     auto document = open(QStringLiteral("main.tex"));
-    document->removeTypesettingRelatedFiles();
+    EXPECT_EQ(document->removeTypesettingRelatedFiles(), byProducts.size());
+    EXPECT_EQ(document->removeTypesettingRelatedFiles(), 0);
     for (const QString &name : byProducts)
         EXPECT_FALSE(QFile::exists(path(name))) << name.toStdString();
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.pdf"))));

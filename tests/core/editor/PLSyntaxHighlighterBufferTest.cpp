@@ -107,12 +107,23 @@ TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
     EXPECT_EQ(comment, (PLRange{6, 3}));
 }
 
-TEST_F(PLSyntaxHighlighterBufferTest, ReloadingTheTextColoursItWhole)
+// Reloaded text took on the heading background of the old first line over its whole length.
+TEST_F(PLSyntaxHighlighterBufferTest, ReloadedTextHasTheColoursOfAFreshlyReadOne)
 {
-    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("old"));
-    buffer->setString(QStringLiteral("$a$\n$b$"));
-    EXPECT_EQ(buffer->attributesAtIndex(6).foregroundColor(), color(PLUserDefaultsEditorColorDollarSignAreas));
-    EXPECT_EQ(buffer->attributeRunCount(), 7);
+    const auto runs = [](PLTextContentBuffer *buffer) {
+        QList<std::pair<PLRange, PLTextAttributes>> found;
+        buffer->enumerateAttributes(PLRange{0, buffer->length()},
+                                    [&found](const PLTextAttributes &attributes, PLRange run) { found.append({run, attributes}); });
+        return found;
+    };
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("\\section{Old}\n$a$\n"));
+    ASSERT_TRUE(buffer->attributesAtIndex(0).backgroundColor().has_value());
+    const QString reloaded = QStringLiteral("plain text\n$b$\n\\chapter{New}\nend\n");
+    buffer->setString(reloaded);
+    EXPECT_EQ(buffer->attributesAtIndex(6).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_FALSE(buffer->attributesAtIndex(6).backgroundColor().has_value());
+    const auto reloadedRuns = runs(buffer);
+    EXPECT_EQ(reloadedRuns, runs(open(QStringLiteral("b.tex"), reloaded)));
 }
 
 }

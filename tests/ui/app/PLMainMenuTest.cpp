@@ -3,10 +3,12 @@
 #include "PLDocumentWindowController.h"
 #include "PLMainMenu.h"
 #include "PLUiTestSupport.h"
+#include "PLWelcomeWindowController.h"
 
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -76,10 +78,42 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
     EXPECT_TRUE(view.contains(QStringLiteral("Close Pane -")));
     EXPECT_TRUE(view.contains(QStringLiteral("Split Pane")));
 
+    // Plain X11 desktops have no standard keys for these two.
+    QMap<PLAction, QKeySequence> keys;
+    for (QMenu *menu : std::as_const(menus))
+        for (QAction *item : menu->actions())
+            keys.insert(PLMainMenu::actionOfItem(item), item->shortcut());
+    EXPECT_EQ(keys.value(PLAction::SaveDocumentAs), QKeySequence(QStringLiteral("Ctrl+Shift+S")));
+    EXPECT_EQ(keys.value(PLAction::ToggleFullScreen), QKeySequence(Qt::Key_F11));
+
     // Closed menus leave every shortcut live; a shortcut is checked when it is pressed.
     menus.at(2)->aboutToHide();
     for (QAction *item : menus.at(2)->actions())
         EXPECT_TRUE(item->isEnabled());
+}
+
+TEST_F(MainMenu, TheWelcomeWindowKeyWorksWhereShiftAndOneTypeAnExclamationMark)
+{
+    QWidget *window = controller->window();
+    window->show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    QTest::keyClick(window, Qt::Key_Exclam, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_TRUE(application.welcomeWindowController()->isWindowLoaded() && application.welcomeWindowController()->window()->isVisible());
+}
+
+TEST(MainMenuRecentItems, AddFoldersUntilFilesOfTheSameNameDiffer)
+{
+    const auto titles = [](std::initializer_list<const char *> paths) {
+        QList<QUrl> urls;
+        for (const char *path : paths)
+            urls << QUrl::fromLocalFile(QString::fromUtf8(path));
+        return PLMainMenu::recentItemTitles(urls);
+    };
+    EXPECT_EQ(titles({"/home/a/thesis/main.tex", "/home/a/book/main.tex", "/home/a/notes.tex"}),
+              (QStringList{QStringLiteral("main.tex — thesis"), QStringLiteral("main.tex — book"), QStringLiteral("notes.tex")}));
+    EXPECT_EQ(titles({"/x/one/ch/main.tex", "/y/one/ch/main.tex"}),
+              (QStringList{QStringLiteral("main.tex — x/one/ch"), QStringLiteral("main.tex — y/one/ch")}));
+    EXPECT_EQ(titles({"/p/main.tex", "/p/q/main.tex"}), (QStringList{QStringLiteral("main.tex — p"), QStringLiteral("main.tex — q")}));
 }
 
 }

@@ -8,6 +8,7 @@
 #include "PLWelcomeWindowMainViewController.h"
 #include "PLWelcomeWindowRecentFilesTableView.h"
 
+#include <QApplication>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -66,7 +67,10 @@ TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)
     application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(project.path(QStringLiteral("new.tex"))));
     EXPECT_EQ(welcome->numberOfRowsInTableView(), 2);
 
+    // The list has the keys as soon as the window appears.
     PLWelcomeWindowRecentFilesTableView *table = welcome->recentFilesTableView();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(application.welcomeWindowController()->window()));
+    EXPECT_EQ(QApplication::focusWidget(), table);
     table->clearSelection();
     QTest::keyClick(table, Qt::Key_Return);
     EXPECT_TRUE(application.documentController()->documents().isEmpty());

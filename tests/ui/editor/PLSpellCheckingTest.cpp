@@ -21,13 +21,62 @@ protected:
     }
 };
 
-TEST(SpellChecker, SplitsWordsAndLeavesNamesAlone)
+struct WordsCase
 {
-    const QString text = QStringLiteral("Don't \\sectoin{x2 l'été}, snake_case 3rd end");
+    const char *name;
+    QString text;
+    QStringList words;
+};
+
+class SpellCheckerWords : public ::testing::TestWithParam<WordsCase>
+{
+};
+
+TEST_P(SpellCheckerWords, AreLetterRunsAndNamesAreLeftAlone)
+{
+    const QString &text = GetParam().text;
     QStringList words;
     for (const PLRange &range : PLSpellChecker::wordRanges(text))
         words << text.mid(range.location, range.length);
-    EXPECT_EQ(words, (QStringList{QStringLiteral("Don't"), QStringLiteral("sectoin"), QStringLiteral("l'été"), QStringLiteral("end")}));
+    EXPECT_EQ(words, GetParam().words);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, SpellCheckerWords,
+    ::testing::Values(WordsCase{"namesAndApostrophes", QStringLiteral("Don't \\sectoin{x2 l'été}, snake_case 3rd end"),
+                                {QStringLiteral("Don't"), QStringLiteral("sectoin"), QStringLiteral("l'été"), QStringLiteral("end")}},
+                      WordsCase{"abbreviations", QStringLiteral("e.g. it's"), {QStringLiteral("e"), QStringLiteral("g"), QStringLiteral("it's")}},
+                      // Gothic letters lie outside the Basic Multilingual Plane, two UTF-16 units each.
+                      WordsCase{"lettersBeyondTheBasicPlane", QStringLiteral("a\U00010330\U00010331b c\U0001D7CE"),
+                                {QStringLiteral("a\U00010330\U00010331b")}}),
+    [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(Spelling, APreambleAndMathematicsAreNotProse)
+{
+    const QString text = QStringLiteral(
+        "\\documentclass[a4paper]{scrartcl}\n"
+        "\\usepackage[utf8]{inputenc}\n"
+        "\\usepackage{amsmth, graphicx}\n"
+        "\\bibliographystyle{alphadin}\n"
+        "\\begin{document}\n"
+        "\\label{sec:intrd} Teh text cites \\citep[chap.~3]{knuth84,lamprt} and \\eqref{eq:xyzzy}.\n"
+        "Math $\\alpha + qwxz$ and \\[ zzqx \\] and \\(vxq\\) and $$qqvv$$ stay.\n"
+        "\\begin{equation*}\n"
+        "fooq + barq\n"
+        "\\end{equation*}\n"
+        "\\includegraphics[width=5cm]{figs/pltt} \\input{chaptr}\n"
+        "\\href{http://exmple.org}{Wrld} \\url{http://exmple.org} 50\\$ is monney. % A commnt\n"
+        "\\end{document}\n");
+    PLTextView *view = makeView(open(text));
+    show({view}, QSize(900, 500));
+    EXPECT_EQ(markedWords(view), (QStringList{QStringLiteral("Teh"), QStringLiteral("Wrld"), QStringLiteral("monney"),
+                                              QStringLiteral("commnt")}));
+
+    // A dollar typed on one line opens mathematics through the lines after it in the paragraph.
+    view->setSelectedRange(PLRange{text.indexOf(QStringLiteral("\\includegraphics")), 0});
+    QTest::keyClicks(view, QStringLiteral("$"));
+    view->setSelectedRange(PLRange{0, 0});
+    EXPECT_EQ(markedWords(view), QStringList{QStringLiteral("Teh")});
 }
 
 TEST_F(Spelling, AMisspeltWordRightAfterABackslashIsNeverMarked)

@@ -121,6 +121,56 @@ INSTANTIATE_TEST_SUITE_P(
         CommentCase{"windowsLineEnds", QStringLiteral("a\r\n%b\r\nc"), PLRange{0, 8}, QStringLiteral("%a\r\nb\r\n%c")}),
     [](const auto &info) { return std::string(info.param.name); });
 
+struct IndentCase
+{
+    const char *name;
+    QString text;
+    PLRange selection;
+    Qt::Key key;
+    QString shifted;
+    PLRange shiftedSelection;
+};
+
+class TextViewIndent : public EditorTest, public ::testing::WithParamInterface<IndentCase>
+{
+};
+
+TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
+{
+    const IndentCase &shift = GetParam();
+    const auto file = open(shift.text);
+    PLTextView *view = makeView(file);
+    show({view});
+    view->setSelectedRange(shift.selection);
+
+    QTest::keyClick(view, shift.key, shift.key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+    EXPECT_EQ(file->contentBuffer()->string(), shift.shifted);
+    EXPECT_EQ(view->selectedRange(), shift.shiftedSelection);
+    // A key that changed nothing leaves no empty step to undo.
+    QUndoStack *history = file->contentBuffer()->undoManager();
+    EXPECT_EQ(history->count(), shift.shifted == shift.text ? 0 : 1);
+    history->undo();
+    EXPECT_EQ(file->contentBuffer()->string(), shift.text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Selections, TextViewIndent,
+    ::testing::Values(
+        IndentCase{"twoLines", QStringLiteral("a\nb\nc"), PLRange{0, 3}, Qt::Key_Tab, QStringLiteral("\ta\n\tb\nc"), PLRange{0, 5}},
+        IndentCase{"partOfTwoLines", QStringLiteral("ab\ncd"), PLRange{1, 3}, Qt::Key_Tab, QStringLiteral("\tab\n\tcd"), PLRange{2, 4}},
+        IndentCase{"endAtALineStartLeavesThatLine", QStringLiteral("a\nb\nc"), PLRange{0, 4}, Qt::Key_Tab,
+                   QStringLiteral("\ta\n\tb\nc"), PLRange{0, 6}},
+        IndentCase{"emptyLinesStayEmpty", QStringLiteral("a\n\nb"), PLRange{0, 4}, Qt::Key_Tab, QStringLiteral("\ta\n\n\tb"), PLRange{0, 6}},
+        IndentCase{"windowsLineEnds", QStringLiteral("a\r\nb\r\nc"), PLRange{0, 4}, Qt::Key_Tab, QStringLiteral("\ta\r\n\tb\r\nc"),
+                   PLRange{0, 6}},
+        IndentCase{"withinOneLineTypesATab", QStringLiteral("ab\nc"), PLRange{0, 1}, Qt::Key_Tab, QStringLiteral("\tb\nc"), PLRange{1, 0}},
+        IndentCase{"outdentATabOrFourSpaces", QStringLiteral("\t\ta\n      b\nc"), PLRange{2, 9}, Qt::Key_Backtab,
+                   QStringLiteral("\ta\n  b\nc"), PLRange{1, 5}},
+        IndentCase{"outdentTheCaretLine", QStringLiteral("x\n\ty"), PLRange{3, 0}, Qt::Key_Backtab, QStringLiteral("x\ny"), PLRange{2, 0}},
+        IndentCase{"outdentWithNothingToTake", QStringLiteral("a\nb"), PLRange{0, 3}, Qt::Key_Backtab, QStringLiteral("a\nb"),
+                   PLRange{0, 3}}),
+    [](const auto &info) { return std::string(info.param.name); });
+
 TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByTogglingAgain)
 {
     const auto file = open(QStringLiteral("one\ntwo\nthree"));

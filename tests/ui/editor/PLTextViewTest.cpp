@@ -85,9 +85,14 @@ TEST_F(TextView, TypingInOnePaneShowsInEveryPaneOfTheFile)
     EXPECT_EQ(right->selectedRange(), (PLRange{0, 0}));
 }
 
-TEST_F(TextView, TypingFiltersOfTheBufferReachTheTypingPaneToo)
+class TextViewLineEnds : public TextView, public ::testing::WithParamInterface<const char *>
 {
-    open("\t\tx");
+};
+
+TEST_P(TextViewLineEnds, ReturnIndentsAndTheOtherTypingFiltersReachTheTypingPaneToo)
+{
+    const QString lineEnd = QString::fromLatin1(GetParam());
+    open(QStringLiteral("\t\tx%1y").arg(lineEnd).toUtf8());
     auto *typing = new PLTextView(file);
     auto *other = new PLTextView(file);
     show({typing, other});
@@ -95,16 +100,21 @@ TEST_F(TextView, TypingFiltersOfTheBufferReachTheTypingPaneToo)
 
     QTest::keyClick(typing, Qt::Key_Return);
     QTest::keyClicks(typing, QStringLiteral("("));
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
+    const QString typed = QStringLiteral("\t\tx%1\t\t()%1y").arg(lineEnd);
+    EXPECT_EQ(file->contentBuffer()->string(), typed);
+    EXPECT_EQ(typing->selectedRange(), (PLRange{3 + lineEnd.size() + 4, 0}));
     expectInStep({typing, other});
 
     QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t"));
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx%1\t\t%1y").arg(lineEnd));
     expectInStep({typing, other});
     QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
+    EXPECT_EQ(file->contentBuffer()->string(), typed);
     expectInStep({typing, other});
 }
+
+INSTANTIATE_TEST_SUITE_P(Files, TextViewLineEnds, ::testing::Values("\n", "\r\n"),
+                         [](const auto &info) { return std::string(info.index == 0 ? "unix" : "windows"); });
 
 TEST_F(TextView, PasteCutAndInputMethodsEditTheBuffer)
 {

@@ -5,6 +5,9 @@
 #include "PLFile.h"
 #include "PLGoToLineWindowController.h"
 #include "PLMainAreaViewController.h"
+#include "PLDocumentOutlineView.h"
+#include "PLOutlineNode.h"
+#include "PLSideBarViewController.h"
 #include "PLResponderChain.h"
 #include "PLSplitViewContentViewController.h"
 #include "PLSplitViewController.h"
@@ -14,7 +17,10 @@
 #include "PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 
+#include <QApplication>
+#include <QLabel>
 #include <QLineEdit>
+#include <QStatusBar>
 #include <QMainWindow>
 #include <QTest>
 
@@ -31,7 +37,7 @@ protected:
         PLTest::resetSettings();
         for (int i = 1; i <= 40; ++i)
             text += QStringLiteral("line %1\n").arg(i);
-        mainPath = project.write(QStringLiteral("main.tex"), text + QStringLiteral("\\input{chapter}\n"));
+        mainPath = project.write(QStringLiteral("main.tex"), text + QStringLiteral("\\section{Later}\n\\input{chapter}\n"));
         project.write(QStringLiteral("chapter.tex"), QStringLiteral("Chapter text.\nMore.\n"));
         PLError error;
         document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
@@ -172,17 +178,115 @@ TEST_F(EditorPane, GoToLinePutsTheCaretAtTheLineStartInViewAndCloses)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
 }
 
-TEST_F(EditorPane, TheTextViewTakingTheFocusMakesItsPaneTheSelectedOne)
+TEST_F(EditorPane, OutlineAndGoToLineJumpsArePlacesToGoBackTo)
+{
+    select(PLRange{10, 0});
+    select(PLRange{20, 0});
+    std::shared_ptr<PLOutlineNode> section;
+    for (const auto &node : pane->file()->outlineRootNode()->children()) {
+        if (node->type() == 3)
+            section = node;
+    }
+    ASSERT_NE(section, nullptr);
+    const PLRange heading{text.size(), 0};
+    // The sidebar has the focus when its row is clicked; the jump is recorded all the same.
+    PLDocumentWindowController *windowController = documents.windowControllerForDocument(document);
+    windowController->splitViewController()->sideBarViewController()->sidebar()->setFocus();
+    windowController->splitViewController()->mainAreaViewController()->sideBarDidSelectItem(section);
+    EXPECT_EQ(textView()->selectedRange(), heading);
+    EXPECT_TRUE(textView()->hasFocus());
+    pane->navigateBackward();
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
+    pane->navigateForward();
+    EXPECT_EQ(textView()->selectedRange(), heading);
+
+    editor->displayGoToLineWindow();
+    editor->goToLineWindowController()->lineNumberTextField()->setText(QStringLiteral("35"));
+    editor->goToLineWindowController()->goToLine();
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{text.indexOf(QStringLiteral("line 35")), 0}));
+    pane->navigateBackward();
+    EXPECT_EQ(textView()->selectedRange(), heading);
+    EXPECT_TRUE(canGoForward());
+}
+
+// Steps on the panes, one letter and a pane index each: s splits, c closes, k clicks in the
+// text, t switches between text and PDF; n and p move to the next and previous pane.
+struct FocusCase
+{
+    const char *name;
+    const char *steps;
+};
+
+class PaneFocus : public EditorPane, public ::testing::WithParamInterface<FocusCase>
+{
+};
+
+TEST_P(PaneFocus, TheKeysGoToTheSelectedPaneAfterEveryStep)
+{
+    const QString steps = QString::fromLatin1(GetParam().steps);
+    for (qsizetype i = 0; i < steps.size(); ++i) {
+        const QChar step = steps.at(i);
+        PLSplitViewContentViewController *target = nullptr;
+        if (step != u'n' && step != u'p')
+            target = editor->splitViewContentControllerAtIndex(steps.at(++i).digitValue());
+        if (step == u's') {
+            target->splitView(Qt::NoModifier);
+        } else if (step == u'c') {
+            target->closeView();
+        } else if (step == u't') {
+            target->toggleDocumentPDF();
+        } else if (step == u'k') {
+            QTest::mouseClick(target->textContentView()->viewport(), Qt::LeftButton, Qt::NoModifier, QPoint(20, 10));
+        } else {
+            editor->changeSelectionSplitViewToSplitViewInDirection(step == u'n' ? 1 : 0);
+        }
+        QCoreApplication::processEvents();
+        PLSplitViewContentViewController *selected = editor->selectedSplitViewController();
+        ASSERT_NE(selected, nullptr) << i;
+        QWidget *focus = QApplication::focusWidget();
+        ASSERT_NE(focus, nullptr) << i;
+        EXPECT_TRUE(selected->view()->isAncestorOf(focus)) << "after step " << i << " of " << GetParam().steps;
+        if (!selected->isPdfToggled()) {
+            EXPECT_EQ(focus, selected->textContentView()) << i;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Sequences, PaneFocus,
+                         ::testing::Values(FocusCase{"splitFocusesTheNewPane", "s0"}, FocusCase{"splitTheLeftOfTwo", "s0k0s0"},
+                                           FocusCase{"clickThenClose", "s0s1k0c1k1c0"}, FocusCase{"closeTheLast", "s0s1c2"},
+                                           FocusCase{"keysAround", "s0s0nnpk1c1n"}, FocusCase{"pdfPane", "s0t1k0n"}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
+{
+    PLDocumentWindowController *windowController = documents.windowControllerForDocument(document);
+    QLabel *caret = windowController->caretPositionField();
+    EXPECT_EQ(window->statusBar()->height(), 22);
+    select(PLRange{16, 2});
+    EXPECT_EQ(caret->text(), QStringLiteral("Line 3, Column 3"));
+    QTest::keyClick(textView(), Qt::Key_Down);
+    EXPECT_EQ(caret->text(), QStringLiteral("Line 4, Column 5"));
+    pane->splitView(Qt::NoModifier);
+    editor->splitViewContentControllerAtIndex(1)->textContentView()->setSelectedRange(PLRange{0, 0});
+    QTest::keyClick(editor->splitViewContentControllerAtIndex(1)->textContentView(), Qt::Key_End);
+    EXPECT_EQ(caret->text(), QStringLiteral("Line 1, Column 7"));
+    editor->splitViewContentControllerAtIndex(1)->toggleDocumentPDF();
+    EXPECT_EQ(caret->text(), QString());
+
+    project.write(QStringLiteral("main.aux"), QStringLiteral("x"));
+    project.write(QStringLiteral("chapter.log"), QStringLiteral("x"));
+    ASSERT_TRUE(PLResponderChain::sendAction(window, PLAction::RemoveTypesettingRelatedFiles, nullptr));
+    EXPECT_EQ(window->statusBar()->currentMessage(), QStringLiteral("Removed 2 typesetting by-products"));
+}
+
+TEST_F(EditorPane, EachPaneWalksAHistoryOfItsOwn)
 {
     pane->splitView(Qt::NoModifier);
     PLSplitViewContentViewController *right = editor->splitViewContentControllerAtIndex(1);
-    editor->focusOnSplitViewContentViewController(pane);
-    ASSERT_EQ(editor->selectedSplitViewController(), pane);
-    right->textContentView()->setFocus();
-    EXPECT_EQ(editor->selectedSplitViewController(), right);
-    // Each pane walks a history of its own.
     select(PLRange{10, 0});
     select(PLRange{20, 0});
+    EXPECT_EQ(editor->selectedSplitViewController(), pane);
     EXPECT_TRUE(canGoBack());
     EXPECT_FALSE(right->historyNavigationBackwardsButton()->isEnabled());
 }

@@ -214,4 +214,21 @@ TEST_F(Sidebar, AClickShowsTheNodeInTheFocusedPane)
     EXPECT_EQ(focusedPane()->textContentView()->selectedRange(), (PLRange{10, 0}));
 }
 
+TEST_F(Sidebar, AfterSaveAsTheNewRootShowsAndItsArrowFoldsItWithTheMouse)
+{
+    project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{Local}\nText.\n"));
+    open(QStringLiteral("main.tex"));
+    PLError error;
+    ASSERT_TRUE(document->saveDocumentAs(project.path(QStringLiteral("renamed.tex")), &error)) << error.message.toStdString();
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("renamed.tex"), QStringLiteral("  Local")}));
+
+    PLDocumentOutlineView *view = sidebar->sidebar();
+    const QRect root = view->visualRect(find(QStringLiteral("renamed.tex")));
+    const QPoint arrow(view->indentation() / 2, root.center().y());
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, arrow);
+    EXPECT_EQ(rows().constFirst(), QStringLiteral("+renamed.tex"));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, arrow);
+    EXPECT_EQ(rows().constFirst(), QStringLiteral("renamed.tex"));
+}
+
 }

@@ -257,4 +257,21 @@ TEST_F(SplitPanes, SidebarDividerStaysBetween150PointsAndHalfTheWindow)
     others.closeAllDocuments();
 }
 
+TEST_F(SplitPanes, ANarrowingWindowTakesWidthFromTheSidebarFirstAndGivesItBack)
+{
+    open();
+    PLDocumentSplitViewController *split = windowController->splitViewController();
+    const auto sidebarWidth = [&](int windowWidth) {
+        window->resize(windowWidth, 700);
+        QCoreApplication::processEvents();
+        return split->splitView()->sizes().at(0);
+    };
+    const int chosen = PLDocumentSplitViewController::defaultSidebarWidth;
+    EXPECT_EQ(sidebarWidth(1200), chosen);
+    EXPECT_LT(sidebarWidth(chosen + PLDocumentSplitViewController::comfortableEditorWidth - 40), chosen);
+    EXPECT_GE(split->splitView()->sizes().at(1), PLDocumentSplitViewController::comfortableEditorWidth);
+    EXPECT_EQ(sidebarWidth(500), PLDocumentSplitViewController::minimumSidebarWidth);
+    EXPECT_EQ(sidebarWidth(1200), chosen);
+}
+
 }
