@@ -45,11 +45,20 @@ PLErrorReadingFileContentViewController::PLErrorReadingFileContentViewController
 
 PLErrorReadingFileContentViewController::~PLErrorReadingFileContentViewController()
 {
-    if (m_attachedWindow) {
-        m_attachedWindow->takeContent();
-        delete m_attachedWindow;
-    }
+    closeAttachedWindow();
     delete m_contentView;
+}
+
+void PLErrorReadingFileContentViewController::closeAttachedWindow()
+{
+    observeResizing(false);
+    // Forgotten before it goes: its own destruction sends events that must not reach it.
+    AttachedWindow *attachedWindow = m_attachedWindow;
+    m_attachedWindow = nullptr;
+    if (!attachedWindow)
+        return;
+    attachedWindow->takeContent();
+    delete attachedWindow;
 }
 
 QWidget *PLErrorReadingFileContentViewController::loadView()
@@ -165,10 +174,8 @@ void PLErrorReadingFileContentViewController::handleEncodingComboBoxSelectionCha
 void PLErrorReadingFileContentViewController::toggleMoreInfo()
 {
     if (m_attachedWindow) {
-        m_attachedWindow->takeContent();
-        delete m_attachedWindow;
+        closeAttachedWindow();
         m_moreInfoButton->setChecked(false);
-        observeResizing(false);
         return;
     }
     QWidget *window = view()->window();

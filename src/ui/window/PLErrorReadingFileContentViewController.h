@@ -56,6 +56,7 @@ protected:
 
 private:
     QWidget *loadAttachedWindowContentView();
+    void closeAttachedWindow();
     QPoint moreInfoButtonCentreInWindow() const;
     void observeResizing(bool observe);
     static QLabel *label(const QString &text, QWidget *parent);
@@ -67,7 +68,7 @@ private:
     QLabel *m_messageLabel = nullptr;
     QToolButton *m_moreInfoButton = nullptr;
     // Unparented while the popup is closed; owned by this controller.
-    QWidget *m_contentView = nullptr;
+    QPointer<QWidget> m_contentView;
     QLabel *m_explanationLabel = nullptr;
     QComboBox *m_encodingComboBox = nullptr;
     QPushButton *m_reOpenButton = nullptr;
