@@ -119,15 +119,12 @@ QLabel *PLErrorReadingFileContentViewController::label(const QString &text, QWid
     auto *label = new QLabel(text, parent);
     label->setWordWrap(true);
     label->setTextInteractionFlags(Qt::NoTextInteraction);
-    label->setAttribute(Qt::WA_TranslucentBackground);
     return label;
 }
 
 QPushButton *PLErrorReadingFileContentViewController::button(const QString &title, QWidget *parent)
 {
-    auto *button = new QPushButton(title, parent);
-    button->setAttribute(Qt::WA_MacSmallSize);
-    return button;
+    return new QPushButton(title, parent);
 }
 
 void PLErrorReadingFileContentViewController::awakeFromNib()
@@ -238,4 +235,11 @@ void PLErrorReadingFileContentViewController::close()
     QWidget *notice = view();
     notice->hide();
     notice->setParent(nullptr);
+}
+
+void PLErrorReadingFileContentViewController::removeObservations()
+{
+    if (m_attachedWindow)
+        toggleMoreInfo();
+    XSViewController::removeObservations();
 }

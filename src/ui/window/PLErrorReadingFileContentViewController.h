@@ -48,6 +48,8 @@ public:
     void reOpenFile();
     // Closes the popup, then takes the notice out of the pane.
     void close();
+    // The pane is going: its popup goes with it.
+    void removeObservations() override;
 
 protected:
     QWidget *loadView() override;
