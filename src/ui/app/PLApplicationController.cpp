@@ -1,9 +1,11 @@
 #include "PLApplicationController.h"
 
+#include "PLAboutPanel.h"
 #include "PLConstants.h"
 #include "PLDocument.h"
 #include "PLDocumentController.h"
 #include "PLDocumentWindowController.h"
+#include "PLPreferencesWindowController.h"
 #include "PLResponderChain.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -11,7 +13,6 @@
 
 #include <QApplication>
 #include <QFileInfo>
-#include <QMessageBox>
 #include <QUrl>
 
 PLApplicationController::PLApplicationController(QObject *parent)
@@ -33,10 +34,12 @@ PLApplicationController::PLApplicationController(QObject *parent)
     setActionHandler(PLAction::DisplayWelcomeWindow, [this](QAction *) { displayWelcomeWindow(); });
     setActionHandler(PLAction::Terminate, [this](QAction *) { terminate(); });
     setActionHandler(PLAction::OrderFrontAboutPanel, [this](QAction *) { orderFrontAboutPanel(); });
+    setActionHandler(PLAction::DisplayPreferences, [this](QAction *) { displayPreferences(); });
 }
 
 PLApplicationController::~PLApplicationController()
 {
+    delete m_aboutPanel;
     PLResponderChain::setApplicationResponders({});
 }
 
@@ -55,6 +58,13 @@ PLWelcomeWindowController *PLApplicationController::welcomeWindowController()
         });
     }
     return m_welcomeWindowController;
+}
+
+PLPreferencesWindowController *PLApplicationController::preferencesWindowController()
+{
+    if (!m_preferencesWindowController)
+        m_preferencesWindowController = new PLPreferencesWindowController(this);
+    return m_preferencesWindowController;
 }
 
 void PLApplicationController::applicationDidFinishLaunching(const QStringList &filesToOpen)
@@ -94,8 +104,16 @@ void PLApplicationController::displayWelcomeWindow()
     welcomeWindowController()->showWindow();
 }
 
+void PLApplicationController::displayPreferences()
+{
+    preferencesWindowController()->showWindow();
+}
+
 void PLApplicationController::terminate()
 {
+    // Closing saves what the preferences still hold, such as a TeX folder being typed.
+    if (m_preferencesWindowController)
+        m_preferencesWindowController->close();
     m_terminating = true;
     if (m_documentController->closeAllDocuments()) {
         QCoreApplication::quit();
@@ -106,6 +124,11 @@ void PLApplicationController::terminate()
 
 void PLApplicationController::orderFrontAboutPanel()
 {
-    QMessageBox::about(QApplication::activeWindow(), tr("About Plumeo"),
-                       tr("<h3>Plumeo %1</h3><p>An editor for LaTeX projects.</p>").arg(QApplication::applicationVersion()));
+    if (!m_aboutPanel) {
+        m_aboutPanel = new PLAboutPanel;
+        m_aboutPanel->setAttribute(Qt::WA_DeleteOnClose);
+    }
+    m_aboutPanel->show();
+    m_aboutPanel->raise();
+    m_aboutPanel->activateWindow();
 }

@@ -3,12 +3,15 @@
 #include "PLResponder.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QStringList>
 
 #include <memory>
 
+class PLAboutPanel;
 class PLConstants;
 class PLDocumentController;
+class PLPreferencesWindowController;
 class PLWelcomeWindowController;
 
 // The application's delegate: registers the defaults before any window exists, owns the shared
@@ -29,6 +32,7 @@ public:
     PLDocumentController *documentController() const { return m_documentController; }
     // Made on first use and kept.
     PLWelcomeWindowController *welcomeWindowController();
+    PLPreferencesWindowController *preferencesWindowController();
 
     // Opens the files given at launch; shows the welcome window when none became a document.
     void applicationDidFinishLaunching(const QStringList &filesToOpen);
@@ -37,14 +41,16 @@ public:
     // open already. With none, the newest project window (or the welcome window) comes forward.
     void openFilesHandedOver(const QStringList &paths);
     void displayWelcomeWindow();
+    void displayPreferences();
+    void orderFrontAboutPanel();
     // Asks about every project with unsaved changes, then quits unless the user cancelled.
     void terminate();
 
 private:
-    void orderFrontAboutPanel();
-
     std::unique_ptr<PLConstants> m_constants;
     PLDocumentController *m_documentController;
     PLWelcomeWindowController *m_welcomeWindowController = nullptr;
+    PLPreferencesWindowController *m_preferencesWindowController = nullptr;
+    QPointer<PLAboutPanel> m_aboutPanel;
     bool m_terminating = false;
 };

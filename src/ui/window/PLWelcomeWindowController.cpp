@@ -39,6 +39,12 @@ QWidget *PLWelcomeWindowController::loadWindow()
     quitAction->setShortcut(QKeySequence::Quit);
     connect(quitAction, &QAction::triggered, this, [window] { PLResponderChain::sendAction(window, PLAction::Terminate, nullptr); });
     window->addAction(quitAction);
+    // With no project open this is the only window from which to reach the preferences.
+    auto *preferencesAction = new QAction(window);
+    preferencesAction->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    connect(preferencesAction, &QAction::triggered, this,
+            [window] { PLResponderChain::sendAction(window, PLAction::DisplayPreferences, nullptr); });
+    window->addAction(preferencesAction);
 
     // Centred on the screen, as the window is meant to greet the user.
     if (const QScreen *screen = QGuiApplication::primaryScreen()) {

@@ -1,0 +1,297 @@
+#include "PLAboutPanel.h"
+#include "PLApplicationController.h"
+#include "PLDocumentController.h"
+#include "PLDocumentWindowController.h"
+#include "PLMainMenu.h"
+#include "PLPreferencesAdvancedViewController.h"
+#include "PLPreferencesEncodingComboBox.h"
+#include "PLPreferencesFilesViewController.h"
+#include "PLPreferencesTextColorsViewController.h"
+#include "PLPreferencesToolbarItemIdentifiers.h"
+#include "PLPreferencesWindowController.h"
+#include "PLTexCommandLine.h"
+#include "PLUiTestSupport.h"
+#include "PLUserDefaults.h"
+#include "PLUserDefaultsConstants.h"
+#include "PLWelcomeWindowController.h"
+
+#include <QAbstractButton>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
+#include <QSettings>
+#include <QTest>
+#include <QToolBar>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// What the settings file on disk holds for a key: only values written with synchronize show.
+QVariant onDisk(const QString &key)
+{
+    return QSettings(PLUserDefaults::standardUserDefaults().fileName(), QSettings::IniFormat).value(key);
+}
+
+class PreferencesWindow : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        preferences = std::make_unique<PLPreferencesWindowController>();
+    }
+
+    QWidget *open()
+    {
+        preferences->showWindow();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(preferences->window()));
+        return preferences->window();
+    }
+
+    // Chooses the toolbar item and waits for the window to reach its new height.
+    void choose(const QString &identifier)
+    {
+        preferences->toolbar()->findChild<QAction *>(identifier)->trigger();
+        QTRY_COMPARE(preferences->window()->height(), preferences->targetHeight());
+    }
+
+    PLPreferencesAdvancedViewController *advanced()
+    {
+        return qobject_cast<PLPreferencesAdvancedViewController *>(
+            preferences->viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierAdvanced));
+    }
+
+    std::unique_ptr<PLPreferencesWindowController> preferences;
+};
+
+TEST_F(PreferencesWindow, OffersSevenItemsOfWhichTheThreeWithPanesShowAndOpensOnTheTextColors)
+{
+    const QStringList selectable = {PLPrefencesToolbarItemIdentifierGeneral,    PLPrefencesToolbarItemIdentifierFiles,
+                                    PLPrefencesToolbarItemIdentifierTextColor,  PLPrefencesToolbarItemIdentifierEngine,
+                                    PLPrefencesToolbarItemIdentifierAutoUpdater, PLPrefencesToolbarItemIdentifierAdvanced,
+                                    PLPrefencesToolbarItemIdentifierPDFPreview};
+    EXPECT_EQ(PLPreferencesWindowController::toolbarSelectableItemIdentifiers(), selectable);
+    EXPECT_FALSE(selectable.contains(PLPrefencesToolbarItemIdentifierTypesetter));
+
+    open();
+    QStringList items;
+    QStringList shownItems;
+    for (QAction *item : preferences->toolbar()->actions()) {
+        items << item->objectName();
+        if (item->isVisible())
+            shownItems << item->objectName();
+    }
+    EXPECT_EQ(items, selectable);
+    EXPECT_EQ(shownItems, (QStringList{PLPrefencesToolbarItemIdentifierTextColor, PLPrefencesToolbarItemIdentifierAutoUpdater,
+                                       PLPrefencesToolbarItemIdentifierAdvanced}));
+
+    EXPECT_EQ(preferences->selectedItemIdentifier(), PLPrefencesToolbarItemIdentifierTextColor);
+    PLPreferencesPaneViewController *colors = preferences->shownViewController();
+    ASSERT_NE(qobject_cast<PLPreferencesTextColorsViewController *>(colors), nullptr);
+    // Sized to the pane: it fills the box, and nothing of it is squeezed.
+    EXPECT_TRUE(colors->view()->isVisible());
+    EXPECT_EQ(colors->view()->geometry(), preferences->contentBox()->rect());
+    EXPECT_GE(colors->view()->height(), colors->view()->minimumSizeHint().height());
+}
+
+TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndGivesEachPaneItsOwnHeight)
+{
+    QWidget *window = open();
+    const QRect first = window->frameGeometry();
+    QMap<QString, int> heights;
+    heights.insert(PLPrefencesToolbarItemIdentifierTextColor, window->height());
+    for (const QString &identifier : {PLPrefencesToolbarItemIdentifierAdvanced, PLPrefencesToolbarItemIdentifierAutoUpdater,
+                                      PLPrefencesToolbarItemIdentifierTextColor, PLPrefencesToolbarItemIdentifierAdvanced}) {
+        SCOPED_TRACE(identifier.toStdString());
+        preferences->toolbar()->findChild<QAction *>(identifier)->trigger();
+        EXPECT_EQ(window->frameGeometry().top(), first.top());
+        QTRY_COMPARE(window->height(), preferences->targetHeight());
+        EXPECT_EQ(window->frameGeometry().top(), first.top());
+        EXPECT_EQ(window->frameGeometry().left(), first.left());
+        EXPECT_EQ(window->frameGeometry().width(), first.width());
+        EXPECT_EQ(preferences->shownViewController(), preferences->viewControllerForIdentifier(identifier));
+        EXPECT_EQ(preferences->selectedItemIdentifier(), identifier);
+        QWidget *view = preferences->shownViewController()->view();
+        EXPECT_EQ(view->geometry(), preferences->contentBox()->rect());
+        EXPECT_GE(view->height(), view->minimumSizeHint().height());
+        if (heights.contains(identifier)) {
+            EXPECT_EQ(window->height(), heights.value(identifier));
+        }
+        heights.insert(identifier, window->height());
+    }
+    EXPECT_EQ(QSet<int>(heights.cbegin(), heights.cend()).size(), 3);
+}
+
+TEST_F(PreferencesWindow, AnItemWithoutAPaneLeavesTheShownPaneInPlace)
+{
+    QWidget *window = open();
+    choose(PLPrefencesToolbarItemIdentifierAdvanced);
+    const QRect frame = window->frameGeometry();
+    const int height = window->height();
+    for (const QString &identifier : {PLPrefencesToolbarItemIdentifierGeneral, PLPrefencesToolbarItemIdentifierFiles,
+                                      PLPrefencesToolbarItemIdentifierEngine, PLPrefencesToolbarItemIdentifierPDFPreview,
+                                      PLPrefencesToolbarItemIdentifierTypesetter, PLPrefencesToolbarItemIdentifierAdvanced}) {
+        SCOPED_TRACE(identifier.toStdString());
+        if (QAction *item = preferences->toolbar()->findChild<QAction *>(identifier))
+            item->trigger();
+        preferences->selectViewControllerWithIdentifier(identifier);
+        EXPECT_EQ(preferences->shownViewController(), advanced());
+        EXPECT_EQ(preferences->selectedItemIdentifier(), PLPrefencesToolbarItemIdentifierAdvanced);
+        EXPECT_EQ(preferences->targetHeight(), height);
+        EXPECT_EQ(window->frameGeometry(), frame);
+        EXPECT_TRUE(advanced()->view()->isVisible());
+    }
+}
+
+TEST_F(PreferencesWindow, TheEngineButtonsShowTheSetting)
+{
+    for (const auto &[setting, button] : {std::pair{"pdflatex", 0}, std::pair{"xelatex", 1}, std::pair{"lualatex", 1}}) {
+        PLUserDefaults::standardUserDefaults().setString(QLatin1String(setting), PLUserDefaultsTypesettingEngine);
+        PLPreferencesWindowController another;
+        another.window();
+        auto *pane = qobject_cast<PLPreferencesAdvancedViewController *>(
+            another.viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierAdvanced));
+        EXPECT_EQ(pane->defaultTypesettingEngineRadioButtons()->checkedId(), button) << setting;
+    }
+}
+
+TEST_F(PreferencesWindow, ATypedTexFolderTakesEffectOnlyWhenTheWindowCloses)
+{
+    QWidget *window = open();
+    choose(PLPrefencesToolbarItemIdentifierAdvanced);
+    QLineEdit *field = advanced()->texLocationTextField();
+    EXPECT_EQ(field->text(), QStringLiteral("/usr/texbin"));
+    field->selectAll();
+    QTest::keyClicks(field, QStringLiteral("/opt/texlive/bin/"));
+
+    // A job started now still finds the programs in the old folder.
+    EXPECT_EQ(PLTexCommandLine::texFolder(), QStringLiteral("/usr/texbin/"));
+    EXPECT_FALSE(onDisk(PLUserDefaultsTexLocation).isValid());
+
+    QTest::keyClick(window, Qt::Key_Escape);
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(onDisk(PLUserDefaultsTexLocation).toString(), QStringLiteral("/opt/texlive/bin/"));
+    EXPECT_EQ(PLTexCommandLine::texFolder(), QStringLiteral("/opt/texlive/bin//"));
+}
+
+TEST_F(PreferencesWindow, ChoicesAreStoredAtOnceAndUsedByTheNextJob)
+{
+    PLUserDefaults::standardUserDefaults().setInteger(9, PLUserDefaultsFileEncoding);
+    open();
+    choose(PLPrefencesToolbarItemIdentifierAdvanced);
+    QButtonGroup *engines = advanced()->defaultTypesettingEngineRadioButtons();
+    EXPECT_TRUE(engines->button(0)->isChecked());
+    for (const auto &[button, engine] : {std::pair{1, "xelatex"}, std::pair{0, "pdflatex"}, std::pair{1, "xelatex"}}) {
+        QTest::mouseClick(engines->button(button), Qt::LeftButton);
+        EXPECT_EQ(onDisk(PLUserDefaultsTypesettingEngine).toString(), QLatin1String(engine));
+        EXPECT_EQ(PLTexCommandLine::engineProgram(0), QLatin1String(engine));
+    }
+
+    QCheckBox *shellEscape = advanced()->shellEscapeCheckbox();
+    EXPECT_TRUE(shellEscape->isChecked());
+    for (bool enabled : {false, true}) {
+        QTest::mouseClick(shellEscape, Qt::LeftButton);
+        EXPECT_EQ(onDisk(PLUserDefaultsShellEscapeEnabled).toBool(), enabled);
+    }
+
+    // The files pane has no toolbar item; its combo box behaves as the advanced pane's.
+    auto *files = new PLPreferencesFilesViewController(preferences.get());
+    for (PLPreferencesEncodingComboBox *combo : {advanced()->encodingComboBox(), files->encodingComboBox()}) {
+        EXPECT_EQ(combo->currentText(), QStringLiteral("Latin 2"));
+        for (const auto &[name, encoding] : {std::pair{"Latin 1", 5}, std::pair{"MacOS Roman", 30}, std::pair{"Latin 2", 9}}) {
+            combo->setCurrentIndex(combo->findText(QLatin1String(name)));
+            EXPECT_EQ(onDisk(PLUserDefaultsFileEncoding).toInt(), encoding) << name;
+        }
+    }
+
+    // A stored encoding that is not in the list shows no choice, and choosing nothing stores nothing.
+    PLUserDefaults::standardUserDefaults().setInteger(12, PLUserDefaultsFileEncoding);
+    PLPreferencesEncodingComboBox unknown;
+    EXPECT_EQ(unknown.currentText(), QString());
+    unknown.encodingComboBoxDidChangeSelection(-1);
+    EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsFileEncoding), 12);
+}
+
+// The application's menu: preferences and the about panel from a project window.
+class ApplicationMenu : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
+        window = application.documentController()->windowControllers().constFirst();
+    }
+    void TearDown() override { PLTest::closeDiscardingChanges(*application.documentController()); }
+
+    QAction *item(const QString &title)
+    {
+        for (QAction *menu : window->documentWindow()->menuBar()->actions()) {
+            for (QAction *item : menu->menu()->actions()) {
+                if (item->text().remove(u'&') == title) {
+                    window->mainMenu()->validateMenu(menu->menu());
+                    return item;
+                }
+            }
+        }
+        return nullptr;
+    }
+
+    PLTest::Project project;
+    PLApplicationController application;
+    PLDocumentWindowController *window = nullptr;
+};
+
+TEST_F(ApplicationMenu, PreferencesOpensOneWindowOnTheTextColors)
+{
+    QAction *preferences = item(QStringLiteral("Preferences…"));
+    ASSERT_NE(preferences, nullptr);
+    EXPECT_TRUE(preferences->isEnabled());
+    EXPECT_EQ(preferences->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
+    preferences->trigger();
+    PLPreferencesWindowController *controller = application.preferencesWindowController();
+    EXPECT_TRUE(controller->window()->isVisible());
+    EXPECT_EQ(controller->selectedItemIdentifier(), PLPrefencesToolbarItemIdentifierTextColor);
+
+    controller->close();
+    preferences->trigger();
+    EXPECT_EQ(application.preferencesWindowController(), controller);
+    EXPECT_TRUE(controller->window()->isVisible());
+    controller->close();
+}
+
+TEST(PLPreferencesWindow, ReachedFromTheWelcomeWindowWhenNoProjectIsOpen)
+{
+    PLTest::resetSettings();
+    PLApplicationController application;
+    application.applicationDidFinishLaunching({});
+    QWidget *welcome = application.welcomeWindowController()->window();
+    welcome->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
+    QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_TRUE(application.preferencesWindowController()->window()->isVisible());
+    application.preferencesWindowController()->close();
+}
+
+TEST_F(ApplicationMenu, TheAboutPanelNamesVersionLicenceAndLibraries)
+{
+    item(QStringLiteral("About Plumeo"))->trigger();
+    PLAboutPanel *about = nullptr;
+    for (QWidget *shown : QApplication::topLevelWidgets())
+        about = about ? about : qobject_cast<PLAboutPanel *>(shown);
+    ASSERT_NE(about, nullptr);
+    EXPECT_TRUE(about->isVisible());
+    EXPECT_TRUE(about->findChild<QLabel *>(QStringLiteral("identity"))->text().contains(QStringLiteral(PLUMEO_VERSION)));
+    EXPECT_TRUE(about->findChild<QLabel *>(QStringLiteral("licence"))->text().contains(QStringLiteral("GNU General Public License")));
+    const QString libraries = about->findChild<QLabel *>(QStringLiteral("libraries"))->text();
+    for (const char *library : {">Qt<", ">Qt PDF<", ">ICU<", ">libsynctex<", ">Hunspell<", ">zlib<"})
+        EXPECT_TRUE(libraries.contains(QLatin1String(library))) << library;
+    about->close();
+}
+
+}
