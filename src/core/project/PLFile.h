@@ -50,6 +50,8 @@ public:
     QString name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
     PLStringEncoding encoding() const { return m_encoding; }
+    // The encoding the text was decoded with: Mac OS Roman when it did not decode in encoding().
+    PLStringEncoding decodedEncoding() const { return m_decodedEncoding; }
     QString content() const;
     PLTextContentBuffer *contentBuffer() const { return m_contentBuffer.get(); }
     const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }

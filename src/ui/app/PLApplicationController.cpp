@@ -4,6 +4,7 @@
 #include "PLConstants.h"
 #include "PLDocument.h"
 #include "PLDocumentController.h"
+#include "PLDocumentWindowController.h"
 #include "PLPreferencesWindowController.h"
 #include "PLResponderChain.h"
 #include "PLUserDefaults.h"
@@ -82,6 +83,20 @@ bool PLApplicationController::applicationOpenFile(const QString &path)
         return true;
     m_documentController->presentError(error, nullptr);
     return false;
+}
+
+void PLApplicationController::openFilesHandedOver(const QStringList &paths)
+{
+    bool opened = false;
+    for (const QString &path : paths)
+        opened = applicationOpenFile(path) || opened;
+    if (opened)
+        return;
+    const auto &windowControllers = m_documentController->windowControllers();
+    if (windowControllers.isEmpty())
+        displayWelcomeWindow();
+    else
+        windowControllers.last()->showWindow();
 }
 
 void PLApplicationController::displayWelcomeWindow()

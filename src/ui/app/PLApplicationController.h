@@ -37,6 +37,9 @@ public:
     // Opens the files given at launch; shows the welcome window when none became a document.
     void applicationDidFinishLaunching(const QStringList &filesToOpen);
     bool applicationOpenFile(const QString &path);
+    // Files a later launch handed over: each opens here, or brings its window forward when it is
+    // open already. With none, the newest project window (or the welcome window) comes forward.
+    void openFilesHandedOver(const QStringList &paths);
     void displayWelcomeWindow();
     void displayPreferences();
     void orderFrontAboutPanel();

@@ -2,6 +2,7 @@
 
 #include "PLDictionaryKeys.h"
 #include "PLDocument.h"
+#include "PLErrorReadingFileContentViewController.h"
 #include "PLFindIndicator.h"
 #include "PLFile.h"
 #include "PLLogging.h"
@@ -29,6 +30,8 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QStackedLayout>
 #include <QVBoxLayout>
 
@@ -44,9 +47,12 @@ PLSplitViewContentViewController::PLSplitViewContentViewController(PLSplitViewCo
                                                                    PLDocument *document, XSWindowController *windowController)
     : XSViewController(QStringLiteral("PLSplitViewContentView"), windowController, splitViewController),
       m_splitViewController(splitViewController), m_document(document),
-      m_historyHandler(std::make_unique<PLTextViewHistoryHandler>())
+      m_historyHandler(std::make_unique<PLTextViewHistoryHandler>()),
+      m_errorReadingFileContentViewController(new PLErrorReadingFileContentViewController(windowController, this))
 {
     m_historyHandler->switchToFile(m_document->mainFile());
+    m_errorReadingFileContentViewController->setDelegate(this);
+    addChild(m_errorReadingFileContentViewController);
     observeNotifications();
     setActionHandler(PLAction::SplitView, [this](QAction *) { splitView(Qt::NoModifier); });
     setActionHandler(PLAction::SplitViewAndDisplayPDF, [this](QAction *) { splitView(Qt::AltModifier | Qt::ShiftModifier); });
@@ -239,8 +245,57 @@ void PLSplitViewContentViewController::setFile(const std::shared_ptr<PLFile> &fi
         m_historyHandler->pushRangeToHistoryStack(m_textContentView->selectedRange());
     updateHistoryButtons();
 
+    checkIfFileWasReadProperlyAndPresentWarningIfNot();
+    PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    if (oldFile)
+        center.removeObserver(this, PLNotificationFileDidReloadContent, oldFile.get());
+    center.addObserver(this, PLNotificationFileDidReloadContent, m_file.get(),
+                       [this](const PLNotification &) { checkIfFileWasReadProperlyAndPresentWarningIfNot(); });
+
     m_textContentView->scrollRangeToVisible(m_textContentView->selectedRange());
-    PLNotificationCenter::defaultCenter().post(PLNotificationSplitViewDidBecomeKey, this);
+    center.post(PLNotificationSplitViewDidBecomeKey, this);
+}
+
+void PLSplitViewContentViewController::checkIfFileWasReadProperlyAndPresentWarningIfNot()
+{
+    if (!m_file)
+        return;
+    QWidget *notice = m_errorReadingFileContentViewController->view();
+    const bool shown = notice->parentWidget() == view();
+    if (!m_file->wasContentReadProperly()) {
+        m_errorReadingFileContentViewController->describeFile(*m_file);
+        if (!shown) {
+            // Between the title bar and the text, as wide as the pane; the text gives up its height.
+            static_cast<QVBoxLayout *>(view()->layout())->insertWidget(1, notice);
+            notice->show();
+        }
+    } else if (shown) {
+        m_errorReadingFileContentViewController->close();
+    }
+}
+
+void PLSplitViewContentViewController::errorReadingFileContentViewControllerDidRequestReopeningOfFileUsingEncoding(
+    PLErrorReadingFileContentViewController *, PLStringEncoding encoding)
+{
+    qCInfo(lcUi) << "re open";
+    if (!m_file)
+        return;
+    // Reading the file again replaces its text: what was typed since must not go unasked.
+    if (m_file->hasUnsavedChanges()) {
+        QMessageBox box(QMessageBox::Warning, tr("Re-open “%1”?").arg(m_file->name()),
+                        tr("“%1” has changes that are not saved.").arg(m_file->name()), QMessageBox::Cancel, view()->window());
+        box.setInformativeText(tr("Re-opening it in another encoding throws these changes away."));
+        const QAbstractButton *reOpen = box.addButton(tr("Re-open"), QMessageBox::DestructiveRole);
+        box.setDefaultButton(QMessageBox::Cancel);
+        box.exec();
+        if (box.clickedButton() != reOpen)
+            return;
+    }
+    const std::shared_ptr<PLFile> file = m_file;
+    PLError error;
+    if (!file->reloadContentUsingEncoding(encoding, &error))
+        qCWarning(lcUi) << "error while reloading content:" << error.message;
+    checkIfFileWasReadProperlyAndPresentWarningIfNot();
 }
 
 void PLSplitViewContentViewController::replaceTextStorageInTextView()

@@ -1,10 +1,12 @@
 #pragma once
 
+#include "PLErrorReadingFileContentViewControllerDelegate.h"
 #include "XSViewController.h"
 
 #include <memory>
 
 class PLDocument;
+class PLErrorReadingFileContentViewController;
 class PLFile;
 class PLNoPDFFoundView;
 class PLOutlineNode;
@@ -19,7 +21,7 @@ class QStackedLayout;
 
 // One editor pane: a title bar with its buttons above either the text of a project file or the
 // typeset PDF of the project.
-class PLSplitViewContentViewController : public XSViewController
+class PLSplitViewContentViewController : public XSViewController, public PLErrorReadingFileContentViewControllerDelegate
 {
     Q_OBJECT
 
@@ -74,6 +76,15 @@ public:
     PLTitleBarButton *titleBarButtonTypeset() const { return m_titleBarButtonTypeset; }
     PLNoPDFFoundView *noPDFFoundView() const { return m_noPDFFoundView; }
     PLPDFView *pdfView() const { return m_pdfView; }
+    PLErrorReadingFileContentViewController *errorReadingFileContentViewController() const
+    {
+        return m_errorReadingFileContentViewController;
+    }
+
+    // Shows the notice above a file whose text was not read properly, and takes it away once it is.
+    void checkIfFileWasReadProperlyAndPresentWarningIfNot();
+    void errorReadingFileContentViewControllerDidRequestReopeningOfFileUsingEncoding(
+        PLErrorReadingFileContentViewController *controller, PLStringEncoding encoding) override;
 
     void removeObservations() override;
 
@@ -104,6 +115,7 @@ private:
     bool m_isSwitchingFile = false;
     bool m_isNavigating = false;
     std::unique_ptr<PLTextViewHistoryHandler> m_historyHandler;
+    PLErrorReadingFileContentViewController *m_errorReadingFileContentViewController;
 
     PLTitleBarView *m_titleBarView = nullptr;
     QLabel *m_titleTextField = nullptr;

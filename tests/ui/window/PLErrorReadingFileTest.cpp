@@ -1,0 +1,151 @@
+#include "AttachedWindow.h"
+#include "PLDocumentSplitViewController.h"
+#include "PLDocumentWindowController.h"
+#include "PLErrorReadingFileContentViewController.h"
+#include "PLFile.h"
+#include "PLMainAreaViewController.h"
+#include "PLNotificationCenter.h"
+#include "PLNotificationNameConstants.h"
+#include "PLOutlineNode.h"
+#include "PLSplitViewContentViewController.h"
+#include "PLSplitViewController.h"
+#include "PLTextContentBuffer.h"
+#include "PLTextView.h"
+#include "PLUiTestSupport.h"
+
+#include <QComboBox>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPushButton>
+#include <QTest>
+#include <QToolButton>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+const QString latin1Text = QStringLiteral("\\section{Café}\nÀ bientôt, Jürgen.\n");
+
+QStringList outlineNames(const PLFile &file)
+{
+    QStringList names;
+    for (const auto &child : file.outlineRootNode()->children())
+        names << child->name();
+    return names;
+}
+
+// A project whose main file is Latin 1, opened with the settings' UTF-8 and shown in a window.
+class ErrorReadingFileNotice : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        PLTest::resetSettings();
+        mainPath = project.path(QStringLiteral("main.tex"));
+        PLTest::writeFile(mainPath, latin1Text.toLatin1());
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        window = documents.windowControllerForDocument(document)->documentWindow();
+        window->resize(900, 500);
+        window->show();
+        ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
+        editor = documents.windowControllerForDocument(document)->splitViewController()->mainAreaViewController()->editorSplitViewController();
+    }
+
+    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
+
+    PLSplitViewContentViewController *pane(int index) const { return editor->splitViewContentControllerAtIndex(index); }
+    PLErrorReadingFileContentViewController *notice(int index = 0) const
+    {
+        return pane(index)->errorReadingFileContentViewController();
+    }
+    bool noticeShown(int index = 0) const { return notice(index)->view()->isVisible(); }
+
+    void reOpenAs(const QString &encodingName, int index = 0)
+    {
+        PLErrorReadingFileContentViewController *shown = notice(index);
+        QTest::mouseClick(shown->moreInfoButton(), Qt::LeftButton);
+        ASSERT_TRUE(shown->attachedWindow() && shown->attachedWindow()->isVisible());
+        shown->encodingComboBox()->setCurrentIndex(shown->encodingComboBox()->findText(encodingName));
+        shown->reOpenButton()->click();
+    }
+
+    PLTest::Project project;
+    QString mainPath;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewController *editor = nullptr;
+};
+
+TEST_F(ErrorReadingFileNotice, ReOpeningAsLatin1FixesTheTextInEveryPaneAndRemovesTheNotice)
+{
+    ASSERT_TRUE(noticeShown());
+    const QString message = notice()->messageLabel()->text();
+    EXPECT_TRUE(message.contains(QStringLiteral("not valid UTF-8")) && message.contains(QStringLiteral("Mac OS Roman")))
+        << message.toStdString();
+    // The notice sits between the title bar and the text.
+    EXPECT_LT(notice()->view()->geometry().bottom(), pane(0)->textContentView()->mapTo(pane(0)->view(), QPoint()).y());
+    editor->splitViewContentControllerShouldSplit(pane(0));
+    ASSERT_EQ(editor->splitViewCount(), 2);
+    EXPECT_TRUE(noticeShown(1));
+    EXPECT_FALSE(outlineNames(*document->mainFile()).contains(QStringLiteral("Café")));
+
+    int reloads = 0;
+    PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationFileDidReloadContent, document->mainFile().get(),
+                                                      [&](const PLNotification &) { ++reloads; });
+    reOpenAs(QStringLiteral("Latin 1"));
+    PLNotificationCenter::defaultCenter().removeObserver(this);
+
+    EXPECT_EQ(reloads, 1);
+    EXPECT_EQ(document->mainFile()->encoding(), PLStringEncodings::ISOLatin1);
+    for (int index : {0, 1}) {
+        EXPECT_FALSE(noticeShown(index)) << "pane " << index;
+        EXPECT_EQ(pane(index)->textContentView()->toPlainText(), latin1Text) << "pane " << index;
+    }
+    EXPECT_EQ(notice()->attachedWindow(), nullptr);
+    EXPECT_TRUE(outlineNames(*document->mainFile()).contains(QStringLiteral("Café")));
+}
+
+TEST_F(ErrorReadingFileNotice, AFileThatStillFailsKeepsTheNoticeAndClosesThePopup)
+{
+    reOpenAs(QStringLiteral("UTF8"));
+    EXPECT_TRUE(noticeShown());
+    EXPECT_EQ(notice()->attachedWindow(), nullptr);
+    EXPECT_FALSE(notice()->moreInfoButton()->isChecked());
+    EXPECT_FALSE(document->mainFile()->wasContentReadProperly());
+}
+
+TEST_F(ErrorReadingFileNotice, ReOpeningAnEditedFileAsksFirstAndCancelKeepsTheEdits)
+{
+    pane(0)->textContentView()->insertText(QStringLiteral("typed "), PLRange{0, 0});
+    const QString edited = pane(0)->textContentView()->contentBuffer()->string();
+    PLTest::answerNextMessageBox(QMessageBox::Cancel);
+    reOpenAs(QStringLiteral("Latin 1"));
+    EXPECT_EQ(pane(0)->textContentView()->contentBuffer()->string(), edited);
+    EXPECT_TRUE(noticeShown());
+}
+
+TEST_F(ErrorReadingFileNotice, ThePopupPointsAtTheMoreInfoButtonWhileTheWindowResizes)
+{
+    PLErrorReadingFileContentViewController *shown = notice();
+    QTest::mouseClick(shown->moreInfoButton(), Qt::LeftButton);
+    ASSERT_NE(shown->attachedWindow(), nullptr);
+    const auto buttonCentre = [shown] {
+        return shown->moreInfoButton()->mapTo(shown->moreInfoButton()->window(), shown->moreInfoButton()->rect().center());
+    };
+    EXPECT_EQ(shown->attachedWindow()->point(), buttonCentre());
+    const QPoint before = buttonCentre();
+
+    window->resize(1200, 600);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return buttonCentre() != before; }));
+    EXPECT_EQ(shown->attachedWindow()->point(), buttonCentre());
+    // The box stays inside the window.
+    EXPECT_LE(shown->attachedWindow()->geometry().right(), window->width());
+
+    QTest::mouseClick(shown->moreInfoButton(), Qt::LeftButton);
+    EXPECT_EQ(shown->attachedWindow(), nullptr);
+}
+
+}
