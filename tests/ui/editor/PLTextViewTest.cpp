@@ -85,27 +85,6 @@ TEST_F(TextView, TypingInOnePaneShowsInEveryPaneOfTheFile)
     EXPECT_EQ(right->selectedRange(), (PLRange{0, 0}));
 }
 
-TEST_F(TextView, TypingFiltersOfTheBufferReachTheTypingPaneToo)
-{
-    open("\t\tx");
-    auto *typing = new PLTextView(file);
-    auto *other = new PLTextView(file);
-    show({typing, other});
-    typing->setSelectedRange(PLRange{3, 0});
-
-    QTest::keyClick(typing, Qt::Key_Return);
-    QTest::keyClicks(typing, QStringLiteral("("));
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
-    expectInStep({typing, other});
-
-    QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t"));
-    expectInStep({typing, other});
-    QTest::keyClick(typing, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("\t\tx\n\t\t()"));
-    expectInStep({typing, other});
-}
-
 TEST_F(TextView, PasteCutAndInputMethodsEditTheBuffer)
 {
     open("alpha beta");
