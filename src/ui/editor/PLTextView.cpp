@@ -702,7 +702,9 @@ void PLTextView::updateLineHighlightPosition()
     };
 
     QRectF frame(0, 0, width, bandHeight);
-    const qsizetype caret = selectedRange().location;
+    // Between a refused or filtered edit of the mirror and its correction, the caret can stand
+    // past the end of the buffer's text.
+    const qsizetype caret = qMin(selectedRange().location, text.size());
     if (caret < text.size()) {
         frame = rowOfCharacter(caret);
     } else if (caret > 0) {

@@ -31,8 +31,9 @@ public:
     bool addedQuoteOrParantheses() const { return m_addedQuoteOrParantheses; }
     const QString &lastStringInserted() const { return m_lastStringInserted; }
 
-    // Always allows the change; notes a typed double quote, "(", "[" or "{".
-    bool textViewShouldChangeTextInRange(PLTextView *textView, PLRange range, const QString &replacementString);
+    // Always allows the change; notes a typed double quote, "(", "[" or "{". A stricter policy
+    // (a read-only pane) refuses by overriding it.
+    virtual bool textViewShouldChangeTextInRange(PLTextView *textView, PLRange range, const QString &replacementString);
     // After a noted bracket or quote the caret goes one character back, inside the pair.
     PLRange textViewWillChangeSelection(PLTextView *textView, PLRange oldSelectedCharRange, PLRange newSelectedCharRange);
     // A word right after a backslash is a command name, never misspelt.

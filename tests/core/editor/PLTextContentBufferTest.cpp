@@ -2,7 +2,6 @@
 #include "PLOutlineTestSupport.h"
 #include "PLTextContentBuffer.h"
 
-#include <QLoggingCategory>
 #include <QSignalSpy>
 #include <QUndoStack>
 
@@ -122,18 +121,6 @@ TEST_F(PLTextContentBufferTest, undoAndRedoKeepTheOutlineInStep)
     EXPECT_NE(edited, before);
 }
 
-TEST_F(PLTextContentBufferTest, macroGroupsSeveralReplacementsIntoOneStep)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("aaa"));
-    buffer->undoManager()->beginMacro(QStringLiteral("replace all"));
-    for (qsizetype i = 0; i < 3; ++i)
-        buffer->replaceCharactersInRange(PLRange{i, 1}, QStringLiteral("b"));
-    buffer->undoManager()->endMacro();
-    EXPECT_EQ(buffer->undoManager()->count(), 1);
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("aaa"));
-}
-
 TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
 {
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abc"));
@@ -189,31 +176,6 @@ TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
     EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
     buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
     EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
-}
-
-QStringList g_outlineDumps;
-
-void recordOutlineDumps(QtMsgType, const QMessageLogContext &context, const QString &message)
-{
-    if (qstrcmp(context.category, "plumeo.outline.dump") == 0)
-        g_outlineDumps.append(message);
-}
-
-TEST_F(PLTextContentBufferTest, outlineDumpIsWrittenOnlyWhenItsCategoryIsOn)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abcdefghijklmn\\section{A}"));
-    g_outlineDumps.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(recordOutlineDumps);
-    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("x"));
-    EXPECT_TRUE(g_outlineDumps.isEmpty());
-    QLoggingCategory::setFilterRules(QStringLiteral("plumeo.outline.dump.debug=true"));
-    buffer->setUpdateOutlineWhenReplacingCharacters(false);
-    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("y"));
-    QLoggingCategory::setFilterRules(QString());
-    qInstallMessageHandler(previous);
-    ASSERT_EQ(g_outlineDumps.size(), 1);
-    EXPECT_TRUE(g_outlineDumps[0].contains(QStringLiteral("| text: xabcdefghi,")));
-    EXPECT_TRUE(g_outlineDumps[0].contains(QStringLiteral(" section node: \\section{A}")));
 }
 
 }

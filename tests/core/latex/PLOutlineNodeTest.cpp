@@ -164,16 +164,6 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
 
-TEST(PLOutlineNodeTest, descriptionsByKind)
-{
-    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("abcdefghijk"))->description().endsWith(QStringLiteral("| text: abcdefghij")));
-    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("abcdefghij"))->description().endsWith(QStringLiteral("| text: abcdefghij")));
-    EXPECT_TRUE(PLOutlineNode::createBibliographyNode(QStringLiteral("\\bibliography{r}"), nullptr)
-                    ->description().endsWith(QStringLiteral(" file include: \\bibliography{r}")));
-    EXPECT_TRUE(node(PLOutlineNode::Section, QStringLiteral("\\section{A}"))->description().endsWith(QStringLiteral(" section node: \\section{A}")));
-    EXPECT_TRUE(root()->description().startsWith(QStringLiteral("<PLOutlineNode: 0x")));
-}
-
 TEST(PLOutlineNodeTest, lastLineCommented)
 {
     EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("a\n% b"))->isLastLineCommented());

@@ -57,7 +57,7 @@ protected:
     void choose(const QString &identifier)
     {
         preferences->toolbar()->findChild<QAction *>(identifier)->trigger();
-        QTRY_COMPARE(preferences->window()->height(), preferences->targetHeight());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return preferences->window()->height() == preferences->targetHeight(); }));
     }
 
     PLPreferencesAdvancedViewController *advanced()
@@ -110,7 +110,7 @@ TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndGivesEachPaneItsOwnHei
         SCOPED_TRACE(identifier.toStdString());
         preferences->toolbar()->findChild<QAction *>(identifier)->trigger();
         EXPECT_EQ(window->frameGeometry().top(), first.top());
-        QTRY_COMPARE(window->height(), preferences->targetHeight());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return window->height() == preferences->targetHeight(); }));
         EXPECT_EQ(window->frameGeometry().top(), first.top());
         EXPECT_EQ(window->frameGeometry().left(), first.left());
         EXPECT_EQ(window->frameGeometry().width(), first.width());
