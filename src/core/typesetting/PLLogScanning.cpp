@@ -11,11 +11,36 @@ bool isExpressionLineEnd(QChar c)
 }
 
 namespace {
-qsizetype expressionLineEnd(const QString &text, qsizetype from, qsizetype limit)
+qsizetype expressionLineEnd(QStringView text, qsizetype from, qsizetype limit)
 {
     while (from < limit && !isExpressionLineEnd(text[from]))
         ++from;
     return from;
+}
+
+// What "(.)*\n" takes from the position: the rest of the line, which must end in LF before the
+// limit. Answers the position after that LF.
+std::optional<qsizetype> afterLineEndingInLineFeed(QStringView text, qsizetype from, qsizetype limit)
+{
+    const qsizetype end = expressionLineEnd(text, from, limit);
+    if (end >= limit || text[end] != u'\n')
+        return std::nullopt;
+    return end + 1;
+}
+
+bool isDigit(QChar c)
+{
+    return c >= u'0' && c <= u'9';
+}
+
+// Whether ":[0-9]*: " matches at the colon that ends the digits before the ": " at the position:
+// answers that colon, or -1.
+qsizetype lineNumberColonBefore(QStringView text, qsizetype colonSpace, qsizetype from)
+{
+    qsizetype i = colonSpace - 1;
+    while (i >= from && isDigit(text[i]))
+        --i;
+    return i >= from && text[i] == u':' ? i : -1;
 }
 }
 
@@ -55,6 +80,104 @@ void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, L
         } else {
             position = candidate + 1;
         }
+    }
+}
+
+void enumerateMatchesAfterLiteral(Matcher matcher, QStringView literal, LiteralFollower follower, const QString &text,
+                                  PLRange range, const std::function<bool(PLRange)> &callback)
+{
+    const qsizetype limit = range.end();
+    qsizetype position = range.location;
+    while (position + literal.size() <= limit) {
+        const qsizetype found = QStringView(text).sliced(position, limit - position).indexOf(literal);
+        if (found < 0)
+            return;
+        const qsizetype candidate = position + found;
+        if (const std::optional<qsizetype> end = matcher(text, candidate, limit)) {
+            if (!callback(PLRange{candidate, *end - candidate}))
+                return;
+            position = std::max(*end, candidate + 1);
+        } else if (follower == LiteralFollower::AnyRunInLine) {
+            position = expressionLineEnd(text, candidate, limit) + 1;
+        } else {
+            position = candidate + 1;
+        }
+    }
+}
+
+std::optional<qsizetype> warningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit)
+{
+    const std::optional<qsizetype> second =
+        afterLineEndingInLineFeed(text, candidate + qsizetype(sizeof("LaTeX Warning: ") - 1), limit);
+    return second ? afterLineEndingInLineFeed(text, *second, limit) : std::nullopt;
+}
+
+std::optional<qsizetype> undefinedControlSequenceMatchEnd(QStringView text, qsizetype candidate, qsizetype limit)
+{
+    // The "." of "sequence." takes any one character but a line end: a surrogate pair is one.
+    qsizetype i = candidate + qsizetype(sizeof("! Undefined control sequence") - 1);
+    if (i >= limit || isExpressionLineEnd(text[i]))
+        return std::nullopt;
+    i += text[i].isHighSurrogate() && i + 1 < limit && text[i + 1].isLowSurrogate() ? 2 : 1;
+    if (i >= limit || text[i] != u'\n')
+        return std::nullopt;
+    std::optional<qsizetype> end = afterLineEndingInLineFeed(text, i + 1, limit);
+    if (end)
+        end = afterLineEndingInLineFeed(text, *end, limit);
+    if (!end || *end >= limit || text[*end] != u'?')
+        return std::nullopt;
+    return *end + 1;
+}
+
+std::optional<LocatedError> locatedErrorAt(QStringView text, qsizetype candidate, qsizetype limit)
+{
+    if (candidate >= limit || text[candidate] != u'.')
+        return std::nullopt;
+    const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
+    const qsizetype nameStart = candidate + (candidate + 1 < lineEnd && text[candidate + 1] == u'/' ? 2 : 1);
+    // The greedy run before the line number gives it up from the end of the line: the last ": "
+    // with a line number before it wins.
+    for (qsizetype colonSpace = text.sliced(nameStart, lineEnd - nameStart).lastIndexOf(u": "); colonSpace >= 0;) {
+        colonSpace += nameStart;
+        if (const qsizetype colon = lineNumberColonBefore(text, colonSpace, nameStart); colon >= 0) {
+            qsizetype messageStart = colonSpace + 2;
+            const QStringView error = u"LaTeX Error:";
+            if (text.sliced(messageStart, lineEnd - messageStart).startsWith(error))
+                messageStart += error.size();
+            return LocatedError{PLRange{candidate, lineEnd - candidate}, PLRange{nameStart, colon - nameStart},
+                                PLRange{colon + 1, colonSpace - colon - 1}, PLRange{messageStart, lineEnd - messageStart}};
+        }
+        colonSpace = text.sliced(nameStart, colonSpace - nameStart).lastIndexOf(u": ");
+    }
+    return std::nullopt;
+}
+
+void enumerateLocatedErrors(QStringView text, PLRange range, const std::function<void(const LocatedError &)> &callback)
+{
+    // Only a line with a line number ": " can hold a match: those are found first, and each such
+    // line is then read once, from its start.
+    const qsizetype limit = range.end();
+    qsizetype position = range.location;
+    while (position < limit) {
+        const qsizetype found = text.sliced(position, limit - position).indexOf(u": ");
+        if (found < 0)
+            return;
+        const qsizetype colonSpace = position + found;
+        const qsizetype colon = lineNumberColonBefore(text, colonSpace, range.location);
+        if (colon < 0) {
+            position = colonSpace + 1;
+            continue;
+        }
+        qsizetype lineStart = colon;
+        while (lineStart > range.location && !isExpressionLineEnd(text[lineStart - 1]))
+            --lineStart;
+        const qsizetype lineEnd = expressionLineEnd(text, colonSpace, limit);
+        const qsizetype dot = text.sliced(lineStart, lineEnd - lineStart).indexOf(u'.');
+        if (dot >= 0) {
+            if (const std::optional<LocatedError> error = locatedErrorAt(text, lineStart + dot, limit))
+                callback(*error);
+        }
+        position = lineEnd + 1;
     }
 }
 
