@@ -4,6 +4,7 @@
 
 #include "PLLogging.h"
 #include "PLStreamDecoder.h"
+#include "PLSyncTexSearch.h"
 #include "PLTexCommandLine.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
@@ -22,7 +23,10 @@ bool PLCapturedOutput::append(const QString &chunk)
     return true;
 }
 
-PLTypesettingOperation::PLTypesettingOperation() : m_runner(PLTexCommandLine::texFolder()) {}
+PLTypesettingOperation::PLTypesettingOperation()
+    : m_ownerThread(QThread::currentThread()), m_runner(PLTexCommandLine::texFolder())
+{
+}
 
 PLTypesettingOperation::~PLTypesettingOperation() = default;
 
@@ -56,8 +60,21 @@ PLTypesettingOperation::PdfState PLTypesettingOperation::PdfState::of(const QStr
     return info.exists() ? PdfState{true, info.lastModified(), info.size()} : PdfState{};
 }
 
+void PLTypesettingOperation::assertOnOwnerThread() const
+{
+    Q_ASSERT_X(QThread::currentThread() == m_ownerThread, "PLTypesettingOperation",
+               "used off the thread that owns the job");
+}
+
+void PLTypesettingOperation::assertOnJobThread() const
+{
+    Q_ASSERT_X(QThread::currentThread() == m_jobThread.load(), "PLTypesettingOperation",
+               "job work done off the job's thread");
+}
+
 void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
 {
+    assertOnOwnerThread();
     if (m_started.exchange(true))
         return;
     m_source = source;
@@ -66,15 +83,18 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
     m_running = true;
     // The thread holds the operation until the job is over, as a queue holds its operations.
     QThread *thread = QThread::create([self = shared_from_this()] {
+        self->assertOnJobThread();
         self->main();
         if (!self->m_source.filePath.isEmpty()) {
             const PdfState after = PdfState::of(self->m_source.pdfPath());
             self->m_pdfWritten = after.exists && !(after == self->m_pdfBefore);
+            PLSyncTexSearch::readAgainAfterJob(self->m_source.pdfPath());
         }
         self->m_running = false;
         self->announceEnd();
     });
     thread->setObjectName(QStringLiteral("typesetting"));
+    m_jobThread = thread;
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     // No TeX program outlives the application.
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, thread,
@@ -91,6 +111,7 @@ void PLTypesettingOperation::runProgram(PLTypesettingRun::Program program, const
                                         const std::function<void(const QString &)> &chunkHandler,
                                         const std::function<void(const QString &)> &outputHandler)
 {
+    assertOnJobThread();
     // Each stream is decoded on its own, so that a character split between two reads is whole.
     PLStreamDecoder outputDecoder(encoding);
     PLStreamDecoder errorDecoder(encoding);
@@ -151,5 +172,7 @@ PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
                                file.nameWithOutFileExtension(),
                                file.encoding(),
                                file.engine(),
-                               PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled)};
+                               PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled),
+                               PLTexCommandLine::texFolder(),
+                               PLTexCommandLine::engineProgram(file.engine())};
 }
