@@ -1,5 +1,7 @@
 #include "PLLogScanning.h"
 
+#include <unicode/uchar.h>
+
 #include <limits>
 
 namespace PLLogScanning {
@@ -129,6 +131,69 @@ std::optional<qsizetype> undefinedControlSequenceMatchEnd(QStringView text, qsiz
     return *end + 1;
 }
 
+std::optional<qsizetype> fileOpeningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit)
+{
+    // The shortest name: the first ".tex" on the line that a ")", a line feed or white space follows.
+    const qsizetype nameStart = candidate + 3;
+    const qsizetype lineEnd = expressionLineEnd(text, nameStart, limit);
+    for (qsizetype dot = text.sliced(nameStart, lineEnd - nameStart).indexOf(u".tex"); dot >= 0;) {
+        const qsizetype after = nameStart + dot + 4;
+        if (after < limit && (text[after] == u')' || u_isUWhiteSpace(text[after].unicode())))
+            return after + 1;
+        dot = text.sliced(nameStart, lineEnd - nameStart).indexOf(u".tex", dot + 1);
+    }
+    return std::nullopt;
+}
+
+namespace {
+std::optional<PLRegexMatch> generalErrorLineAt(QStringView text, qsizetype candidate, qsizetype limit)
+{
+    // The message runs to the end of the next line, so this line must end in a line feed.
+    const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
+    if (lineEnd >= limit || text[lineEnd] != u'\n')
+        return std::nullopt;
+    const qsizetype nextLineEnd = expressionLineEnd(text, lineEnd + 1, limit);
+    // The greedy run before ".tex:" gives up from the end of the line: the last ".tex:", digits
+    // and ": " on it wins.
+    const qsizetype from = candidate + 2;
+    for (qsizetype colonSpace = text.sliced(from, lineEnd - from).lastIndexOf(u": "); colonSpace >= 0;) {
+        colonSpace += from;
+        const qsizetype colon = lineNumberColonBefore(text, colonSpace, from);
+        if (colon - 4 >= from && text.sliced(colon - 4, 4) == u".tex") {
+            const PLRange whole{candidate, nextLineEnd - candidate};
+            qsizetype messageStart = colonSpace + 2;
+            PLRange latexError = PLNotFoundRange;
+            const QStringView marker = u"LaTeX Error: ";
+            if (text.sliced(messageStart, lineEnd - messageStart).startsWith(marker)) {
+                latexError = PLRange{messageStart, marker.size()};
+                messageStart += marker.size();
+            }
+            return PLRegexMatch({whole, whole, PLRange{candidate, colon - candidate},
+                                 PLRange{colon + 1, colonSpace - colon - 1}, latexError,
+                                 PLRange{messageStart, nextLineEnd - messageStart}});
+        }
+        colonSpace = text.sliced(from, colonSpace - from).lastIndexOf(u": ");
+    }
+    return std::nullopt;
+}
+}
+
+std::optional<PLRegexMatch> firstGeneralErrorLine(QStringView text, PLRange range)
+{
+    const qsizetype limit = range.end();
+    qsizetype position = range.location;
+    while (position + 2 <= limit) {
+        const qsizetype found = text.sliced(position, limit - position).indexOf(u"./");
+        if (found < 0)
+            return std::nullopt;
+        const qsizetype candidate = position + found;
+        if (std::optional<PLRegexMatch> match = generalErrorLineAt(text, candidate, limit))
+            return match;
+        position = expressionLineEnd(text, candidate, limit) + 1;
+    }
+    return std::nullopt;
+}
+
 std::optional<LocatedError> locatedErrorAt(QStringView text, qsizetype candidate, qsizetype limit)
 {
     if (candidate >= limit || text[candidate] != u'.')
@@ -206,16 +271,21 @@ std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStri
 
 std::optional<PLRange> nextFileOpening(const QString &text, qsizetype from)
 {
-    const std::optional<PLRegexMatch> opening =
-        firstMatchAfterLiteral(QStringLiteral("\\(\\./(.*?)\\.tex(\\)|\\n|\\s)"), u"(./",
-                               LiteralFollower::AnyRunInLine, text, PLRange{from, text.size() - from});
-    if (!opening)
-        return std::nullopt;
-    return opening->range();
+    std::optional<PLRange> opening;
+    enumerateMatchesAfterLiteral(fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine, text,
+                                 PLRange{from, text.size() - from}, [&](PLRange match) {
+                                     opening = match;
+                                     return false;
+                                 });
+    return opening;
 }
 
 QString nameOfOpenedFile(const QString &text, PLRange opening)
 {
+    // An opening found above holds its name between "(./" and its last character.
+    if (opening.length > 0 && QStringView(text).sliced(opening.location).startsWith(u"(./")
+        && fileOpeningMatchEnd(text, opening.location, opening.end()) == opening.end())
+        return text.sliced(opening.location + 3, opening.length - 4);
     const PLRange name = PLRegularExpressionHelper::firstMatchInRange(
         QStringLiteral("\\(\\./((.*?)\\.tex)(\\)|\\n|\\s)"), text, opening, PLRegularExpressionHelper::NoOptions, 1);
     return name.isFound() ? text.sliced(name.location, name.length) : QString();

@@ -57,6 +57,13 @@ std::optional<qsizetype> warningMatchEnd(QStringView text, qsizetype candidate, 
 // "! Undefined control sequence.\n(.)*\n(.)*\n\?" at a "! Undefined control sequence".
 std::optional<qsizetype> undefinedControlSequenceMatchEnd(QStringView text, qsizetype candidate, qsizetype limit);
 
+// "\(\./(.*?)\.tex(\)|\n|\s)" at a "(./": a file opening.
+std::optional<qsizetype> fileOpeningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit);
+
+// The first match in the range of the strategies' error line
+// "((\./.*\.tex):([0-9]*): (LaTeX Error: )?(.*\n.*))", with its five groups.
+std::optional<PLRegexMatch> firstGeneralErrorLine(QStringView text, PLRange range);
+
 // A match of "((\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)": the whole of it, the file name after
 // the leading "." or "./" (group 3), the line number (group 5) and the message (group 7).
 struct LocatedError

@@ -183,7 +183,41 @@ INSTANTIATE_TEST_SUITE_P(
         HandWrittenMatcher{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", u"! Undefined control sequence",
                            LiteralFollower::Fixed, PLLogScanning::undefinedControlSequenceMatchEnd,
                            pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                                   "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})}));
+                                   "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})},
+        HandWrittenMatcher{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", u"(./", LiteralFollower::AnyRunInLine,
+                           PLLogScanning::fileOpeningMatchEnd,
+                           pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
+                                   "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"})}));
+
+TEST(GeneralErrorLineScanning, AgreesWithItsExpressionOnRandomLogs)
+{
+    const QString pattern = QStringLiteral("((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))");
+    const QStringList errorLine = pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
+                                          "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"});
+    QRandomGenerator random(20261126);
+    for (int round = 0; round < 6000; ++round) {
+        const QString text = randomLog(random, errorLine);
+        const qsizetype from = random.bounded(int(text.size() + 1));
+        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
+        const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
+        QList<PLRange> expected = plainSearch(pattern, text, range, {0, 1, 2, 3, 4, 5}).mid(0, 6);
+        QList<PLRange> found;
+        for (int group = 0; scanned && group <= 5; ++group)
+            found.append(scanned->range(group));
+        ASSERT_EQ(found, expected) << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
+    }
+}
+
+TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
+{
+    const QString text = QStringLiteral("(./a.tex.tex) (./b c.tex\n(./d.texx.tex\u00a0(./e.tex");
+    QStringList names;
+    for (std::optional<PLRange> opening = PLLogScanning::nextFileOpening(text, 0); opening;
+         opening = PLLogScanning::nextFileOpening(text, opening->end()))
+        names.append(PLLogScanning::nameOfOpenedFile(text, *opening));
+    EXPECT_EQ(names, (QStringList{QStringLiteral("a.tex.tex"), QStringLiteral("b c.tex"), QStringLiteral("d.texx.tex")}));
+    EXPECT_EQ(PLLogScanning::nameOfOpenedFile(text, PLRange{text.size(), 0}), QString());
+}
 
 TEST(LocatedErrorScanning, AgreesWithItsExpressionOnRandomLogs)
 {
