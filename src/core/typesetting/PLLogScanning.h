@@ -27,7 +27,16 @@ enum class LiteralFollower {
 
 // Whether '.' of a regular expression stops at the character (the expression's own notion of a
 // line end: LF, VT, FF, CR, NEL, LS, PS).
-bool isExpressionLineEnd(QChar c);
+inline bool isExpressionLineEnd(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x0a && u <= 0x0d) || u == 0x85 || u == 0x2028 || u == 0x2029;
+}
+
+// Where the literal next occurs at or after the position, or -1. The literal's first character is
+// looked for with the vectorised search of a single character, which is several times faster than
+// a search of the whole literal on engine output.
+qsizetype indexOfLiteral(QStringView text, QStringView literal, qsizetype from = 0);
 
 // A cheap test of the text from a candidate to the end of its line, which must hold wherever the
 // pattern matches there, so that the expression is not even tried where it cannot match.

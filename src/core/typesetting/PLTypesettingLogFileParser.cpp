@@ -62,14 +62,14 @@ void PLTypesettingLogFileParser::parseLogContent(const QString &content)
         qsizetype nearest = -1;
         for (size_t i = 0; i < std::size(kLiterals); ++i) {
             if (next[i] >= 0 && next[i] < from)
-                next[i] = QStringView(content).indexOf(kLiterals[i], from);
+                next[i] = PLLogScanning::indexOfLiteral(content, kLiterals[i], from);
             if (next[i] >= 0 && (nearest < 0 || next[i] < nearest))
                 nearest = next[i];
         }
         return nearest;
     };
     for (size_t i = 0; i < std::size(kLiterals); ++i)
-        next[i] = QStringView(content).indexOf(kLiterals[i]);
+        next[i] = PLLogScanning::indexOfLiteral(content, kLiterals[i]);
 
     qsizetype lineStart = 0;
     qsizetype lineEnd = 0;
