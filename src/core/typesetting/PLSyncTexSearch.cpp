@@ -6,7 +6,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QThreadPool>
 
 #include <synctex/synctex_parser.h>
 
@@ -78,8 +77,9 @@ class ScannerCache
 public:
     static ScannerCache &shared()
     {
-        static ScannerCache cache;
-        return cache;
+        // Never destroyed: a job's thread may still be reading data when the application exits.
+        static auto *cache = new ScannerCache;
+        return *cache;
     }
 
     template<typename Query>
@@ -142,11 +142,14 @@ private:
 
 PLSyncTexSearch::PLSyncTexSearch(QString pdfPath) : m_pdfPath(std::move(pdfPath)) {}
 
-void PLSyncTexSearch::readAgainAfterJob(const QString &pdfPath)
+void PLSyncTexSearch::forget(const QString &pdfPath)
 {
     ScannerCache::shared().forget(pdfPath);
-    QThreadPool::globalInstance()->start(
-        [pdfPath] { ScannerCache::shared().query(pdfPath, [](synctex_scanner_p) { return 0; }); });
+}
+
+void PLSyncTexSearch::read(const QString &pdfPath)
+{
+    ScannerCache::shared().query(pdfPath, [](synctex_scanner_p) { return 0; });
 }
 
 bool PLSyncTexSearch::isRead(const QString &pdfPath)

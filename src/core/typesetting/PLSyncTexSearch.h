@@ -41,10 +41,11 @@ public:
 
     const QString &pdfPath() const { return m_pdfPath; }
 
-    // A job has just rewritten the PDF's SyncTeX data: what was kept of it is dropped now, and the
-    // new data is read on a worker thread, so that the first search after the job is answered at
-    // once instead of reading the whole file first.
-    static void readAgainAfterJob(const QString &pdfPath);
+    // A job has just rewritten the PDF's SyncTeX data: what was kept of it is dropped.
+    static void forget(const QString &pdfPath);
+    // Reads and keeps the PDF's SyncTeX data now, so that the next search is answered at once; a
+    // job's thread does this after the job.
+    static void read(const QString &pdfPath);
     // Whether the PDF's SyncTeX data is read and kept, as it is now on disk.
     static bool isRead(const QString &pdfPath);
 

@@ -10,8 +10,60 @@
 #include "PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QFileInfo>
 #include <QThread>
+
+#include <deque>
+#include <mutex>
+
+namespace {
+
+// Carries calls from job threads to the main thread. The calls go through a queue under a mutex of
+// our own, and the event that wakes the main thread carries nothing: every result a job made is
+// handed over by that mutex, which ThreadSanitizer sees, not by the library's event queue alone.
+class MainThreadRelay : public QObject
+{
+public:
+    static MainThreadRelay &instance()
+    {
+        // Made on the main thread by the first job's start; never destroyed, as jobs may end late.
+        static auto *relay = new MainThreadRelay;
+        return *relay;
+    }
+
+    void post(std::function<void()> call)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_calls.push_back(std::move(call));
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    }
+
+protected:
+    bool event(QEvent *event) override
+    {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        std::deque<std::function<void()>> calls;
+        {
+            const std::lock_guard lock(m_mutex);
+            calls.swap(m_calls);
+        }
+        for (std::function<void()> &call : calls) {
+            call();
+            call = nullptr;
+        }
+        return true;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::deque<std::function<void()>> m_calls;
+};
+
+}
 
 bool PLCapturedOutput::append(const QString &chunk)
 {
@@ -77,6 +129,7 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
     assertOnOwnerThread();
     if (m_started.exchange(true))
         return;
+    MainThreadRelay::instance();
     m_source = source;
     if (!m_source.filePath.isEmpty())
         m_pdfBefore = PdfState::of(m_source.pdfPath());
@@ -88,7 +141,10 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
         if (!self->m_source.filePath.isEmpty()) {
             const PdfState after = PdfState::of(self->m_source.pdfPath());
             self->m_pdfWritten = after.exists && !(after == self->m_pdfBefore);
-            PLSyncTexSearch::readAgainAfterJob(self->m_source.pdfPath());
+            // The new SyncTeX data is read here, on the job's thread, before the end is told: the
+            // first search after the job is answered at once instead of reading the file first.
+            PLSyncTexSearch::forget(self->m_source.pdfPath());
+            PLSyncTexSearch::read(self->m_source.pdfPath());
         }
         self->m_running = false;
         self->announceEnd();
@@ -160,9 +216,7 @@ QString PLTypesettingOperation::droppedOutputNote(const QString &launchPath, qin
 
 void PLTypesettingOperation::onMainThread(std::function<void()> call)
 {
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [self = shared_from_this(), call = std::move(call)] { call(); },
-        Qt::QueuedConnection);
+    MainThreadRelay::instance().post([self = shared_from_this(), call = std::move(call)] { call(); });
 }
 
 PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
