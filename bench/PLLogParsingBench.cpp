@@ -1,8 +1,11 @@
 #include "PLFile.h"
 #include "PLFilePool.h"
 #include "PLLogStringParser.h"
+#include "PLNotificationCenter.h"
 #include "PLTypesettingLogFileParser.h"
 
+#include <QDirIterator>
+#include <QFile>
 #include <QRandomGenerator>
 
 #include <benchmark/benchmark.h>
@@ -62,6 +65,43 @@ QString pathologicalOutput(const char *kind, qsizetype size)
     return text;
 }
 
+// Real engine output repeated to about the given size: every captured output of the test
+// documents, and the file named by PLUMEO_BENCH_LOG (a book's first run, say) when it is set.
+QString realOutput(qsizetype size)
+{
+    QString logs;
+    QDirIterator it(QStringLiteral(PLUMEO_BENCH_REAL_LOGS), {QStringLiteral("output.txt")}, QDir::Files,
+                    QDirIterator::Subdirectories);
+    QStringList paths;
+    while (it.hasNext())
+        paths.append(it.next());
+    if (const QString extra = qEnvironmentVariable("PLUMEO_BENCH_LOG"); !extra.isEmpty())
+        paths = {extra};
+    paths.sort();
+    for (const QString &path : paths) {
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly))
+            logs += QString::fromUtf8(file.readAll());
+    }
+    QString text;
+    while (!logs.isEmpty() && text.size() < size)
+        text += logs;
+    return text;
+}
+
+// A log that opens the given number of files, each with a warning and a located error, as a
+// project of that many chapters gives: the time must grow linearly with the number.
+QString manyOpenings(int files)
+{
+    QString text = QStringLiteral("This is pdfTeX\n(./main.tex\n");
+    for (int n = 0; n < files; ++n) {
+        text += QStringLiteral("(./chapters/c%1.tex\nLaTeX Warning: Reference `r%1' on page 1 undefined on input line 3.\n\n"
+                               "./chapters/c%1.tex:4: Undefined control sequence.\nl.4 \\foo\n\n)\n")
+                    .arg(n);
+    }
+    return text + QStringLiteral(")\n");
+}
+
 void BM_LogStringParser(benchmark::State &state)
 {
     PLFilePool pool;
@@ -89,6 +129,70 @@ void BM_TypesettingLogFileParser(benchmark::State &state)
     state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
 }
 BENCHMARK(BM_TypesettingLogFileParser)->Unit(benchmark::kMillisecond);
+
+void BM_LogStringParserOnRealOutput(benchmark::State &state)
+{
+    PLFilePool pool;
+    const QString text = realOutput(10 * 1024 * 1024);
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/main.tex"), nullptr);
+    for (auto _ : state) {
+        PLLogStringParser parser(root);
+        parser.parseLogString(text);
+        benchmark::DoNotOptimize(parser.warningsFound().size());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+BENCHMARK(BM_LogStringParserOnRealOutput)->Unit(benchmark::kMillisecond);
+
+void BM_TypesettingLogFileParserOnRealOutput(benchmark::State &state)
+{
+    PLFilePool pool;
+    const QString text = realOutput(10 * 1024 * 1024);
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/main.tex"), nullptr);
+    for (auto _ : state) {
+        PLTypesettingLogFileParser parser(root);
+        parser.parseLogString(text);
+        benchmark::DoNotOptimize(parser.itemCount());
+    }
+    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+BENCHMARK(BM_TypesettingLogFileParserOnRealOutput)->Unit(benchmark::kMillisecond);
+
+// Compare the times of 8,000 and 32,000 openings: linear is 4 times, quadratic 16.
+void BM_BothParsersOnFileOpenings(benchmark::State &state)
+{
+    PLFilePool pool;
+    const QString text = manyOpenings(int(state.range(0)));
+    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/main.tex"), nullptr);
+    for (auto _ : state) {
+        PLLogStringParser parser(root);
+        parser.parseLogString(text);
+        PLTypesettingLogFileParser strategies(root);
+        strategies.parseLogString(text);
+        benchmark::DoNotOptimize(parser.errorsFound().size() + strategies.itemCount());
+    }
+    state.counters["openings"] = double(state.range(0));
+}
+BENCHMARK(BM_BothParsersOnFileOpenings)->Arg(8000)->Arg(32000)->Unit(benchmark::kMillisecond);
+
+// Registering and then removing one observer per file, as the files of a large project do when
+// it opens and closes: linear is 4 times from 8,000 to 32,000.
+void BM_NotificationCenterObserversComeAndGo(benchmark::State &state)
+{
+    const int count = int(state.range(0));
+    std::vector<int> observers(count);
+    const QString name = QStringLiteral("PLBenchNotification");
+    for (auto _ : state) {
+        PLNotificationCenter center;
+        for (int &observer : observers)
+            center.addObserver(&observer, name, &observer, [](const PLNotification &) {});
+        for (int &observer : observers)
+            center.post(name, &observer);
+        for (int &observer : observers)
+            center.removeObserver(&observer);
+    }
+}
+BENCHMARK(BM_NotificationCenterObserversComeAndGo)->Arg(8000)->Arg(32000)->Unit(benchmark::kMillisecond);
 
 // Both parsers on 10 MB of each hostile shape; the time must stay of the order of a real log's.
 void BM_BothParsersOnHostileOutput(benchmark::State &state, const char *kind)

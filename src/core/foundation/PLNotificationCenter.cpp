@@ -13,10 +13,11 @@ PLNotificationCenter &PLNotificationCenter::defaultCenter()
 
 void PLNotificationCenter::addObserver(const void *observer, const QString &name, const void *sender, Handler handler)
 {
-    auto registration = std::make_shared<Registration>(
-        Registration{observer, name, sender, std::move(handler), std::make_shared<bool>(true)});
     std::lock_guard lock(m_mutex);
-    m_registrations.push_back(std::move(registration));
+    auto registration = std::make_shared<Registration>(Registration{m_nextOrder++, observer, name, sender, std::move(handler)});
+    m_byNameAndSender[Key(name, sender)].emplace(registration->order, registration);
+    m_byObserver[observer].push_back(std::move(registration));
+    ++m_count;
 }
 
 void PLNotificationCenter::removeObserver(const void *observer)
@@ -27,15 +28,29 @@ void PLNotificationCenter::removeObserver(const void *observer)
 void PLNotificationCenter::removeObserver(const void *observer, const QString &name, const void *sender)
 {
     std::lock_guard lock(m_mutex);
-    auto matches = [&](const std::shared_ptr<Registration> &r) {
-        const bool hit = r->observer == observer && (name.isEmpty() || r->name == name)
-            && (!sender || r->sender == sender);
-        if (hit)
-            *r->alive = false;
-        return hit;
-    };
-    m_registrations.erase(std::remove_if(m_registrations.begin(), m_registrations.end(), matches),
-                          m_registrations.end());
+    const auto found = m_byObserver.find(observer);
+    if (found == m_byObserver.end())
+        return;
+    std::vector<std::shared_ptr<Registration>> &registrations = found->second;
+    const auto removed = std::remove_if(registrations.begin(), registrations.end(), [&](const std::shared_ptr<Registration> &r) {
+        if ((!name.isEmpty() && r->name != name) || (sender && r->sender != sender))
+            return false;
+        r->alive = false;
+        unindex(*r);
+        return true;
+    });
+    m_count -= int(registrations.end() - removed);
+    registrations.erase(removed, registrations.end());
+    if (registrations.empty())
+        m_byObserver.erase(found);
+}
+
+void PLNotificationCenter::unindex(const Registration &registration)
+{
+    const auto list = m_byNameAndSender.find(Key(registration.name, registration.sender));
+    list->erase(registration.order);
+    if (list->empty())
+        m_byNameAndSender.erase(list);
 }
 
 void PLNotificationCenter::post(const PLNotification &notification)
@@ -45,18 +60,30 @@ void PLNotificationCenter::post(const PLNotification &notification)
     std::vector<std::shared_ptr<Registration>> targets;
     {
         std::lock_guard lock(m_mutex);
-        for (const auto &r : m_registrations) {
-            if ((r->name.isEmpty() || r->name == notification.name())
-                && (!r->sender || r->sender == notification.object()))
-                targets.push_back(r);
+        // The observers of this name or of every name, of this sender or of every sender; an
+        // empty name or a null sender makes two of these keys one.
+        const QString &name = notification.name();
+        const void *object = notification.object();
+        std::vector<Key> keys{Key(name, object)};
+        for (const Key &key : {Key(name, nullptr), Key(QString(), object), Key(QString(), nullptr)}) {
+            if (std::find(keys.begin(), keys.end(), key) == keys.end())
+                keys.push_back(key);
+        }
+        for (const Key &key : keys) {
+            const auto list = m_byNameAndSender.constFind(key);
+            if (list == m_byNameAndSender.cend())
+                continue;
+            for (const auto &entry : *list)
+                targets.push_back(entry.second);
         }
     }
+    std::sort(targets.begin(), targets.end(), [](const auto &a, const auto &b) { return a->order < b->order; });
     qCDebug(lcNotifications) << "post" << notification.name() << "to" << targets.size() << "observers";
     for (const auto &r : targets) {
         bool alive;
         {
             std::lock_guard lock(m_mutex);
-            alive = *r->alive;
+            alive = r->alive;
         }
         if (alive)
             r->handler(notification);
@@ -66,5 +93,5 @@ void PLNotificationCenter::post(const PLNotification &notification)
 int PLNotificationCenter::observerCount() const
 {
     std::lock_guard lock(m_mutex);
-    return int(m_registrations.size());
+    return m_count;
 }

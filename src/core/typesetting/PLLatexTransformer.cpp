@@ -29,21 +29,13 @@ void PLLatexTransformer::transformLatexFile(std::shared_ptr<PLFile> file)
 
 PLLatexTransformerDelegate *PLLatexTransformer::delegate() const
 {
-    std::lock_guard lock(m_delegateMutex);
-    return m_delegate;
+    return m_delegate.get();
 }
 
 void PLLatexTransformer::setDelegate(PLLatexTransformerDelegate *delegate)
 {
-    std::lock_guard lock(m_delegateMutex);
-    m_delegate = delegate;
-}
-
-void PLLatexTransformer::tellDelegate(const std::function<void(PLLatexTransformerDelegate *)> &message) const
-{
-    std::lock_guard lock(m_delegateMutex);
-    if (m_delegate)
-        message(m_delegate);
+    assertOnOwnerThread();
+    m_delegate.set(delegate);
 }
 
 void PLLatexTransformer::runTaskWithLaunchPath(const QString &launchPath, const QString &workingDirectoryPath,
@@ -53,7 +45,7 @@ void PLLatexTransformer::runTaskWithLaunchPath(const QString &launchPath, const 
 {
     runProgram(program, launchPath, workingDirectoryPath, arguments, source().encoding, lineParserBLOCK,
                [this](const QString &output) {
-                   tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(output); });
+                   m_delegate.tellFromJob([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(output); });
                });
 }
 
@@ -63,11 +55,10 @@ void PLLatexTransformer::main()
     if (file.filePath.isEmpty())
         return;
     const QStringList arguments = PLTexCommandLine::engineArguments(file.baseName, file.shellEscape);
-    const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(file.engine);
-    tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(file.engine); });
+    const QString enginePath = file.enginePath();
+    m_delegate.tellFromJob([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidChooseEngine(file.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
-        tellDelegate([&](PLLatexTransformerDelegate *delegate) {
+        m_delegate.tellFromJob([&](PLLatexTransformerDelegate *delegate) {
             delegate->latexTransformerCouldNotFindEngine(file.engine, enginePath);
         });
         return;
@@ -80,7 +71,7 @@ void PLLatexTransformer::main()
             return;
         for (const QString &name : PLLogStringParser::fileNamesInLine(chunk)) {
             onMainThread([this, name] {
-                tellDelegate([&](PLLatexTransformerDelegate *delegate) {
+                m_delegate.tell([&](PLLatexTransformerDelegate *delegate) {
                     delegate->latexTransformerDidStartWorkingOnFileWithName(name);
                 });
             });
@@ -88,9 +79,9 @@ void PLLatexTransformer::main()
     });
     if (capture.dropped() > 0) {
         const QString note = droppedOutputNote(enginePath, capture.dropped());
-        tellDelegate([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(note); });
+        m_delegate.tellFromJob([&](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidOutputString(note); });
     }
-    const QString bibtexPath = texFolder + QStringLiteral("bibtex");
+    const QString bibtexPath = file.bibtexPath();
     if (isEnginePresentInFileSystem(bibtexPath)) {
         runTaskWithLaunchPath(bibtexPath, file.folder, PLTexCommandLine::bibtexArguments(file.baseName), nullptr,
                               PLTypesettingRun::BibTeX);
@@ -103,5 +94,5 @@ void PLLatexTransformer::main()
 
 void PLLatexTransformer::announceEnd()
 {
-    onMainThread([this] { tellDelegate([this](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidFinish(this); }); });
+    onMainThread([this] { m_delegate.tell([this](PLLatexTransformerDelegate *delegate) { delegate->latexTransformerDidFinish(this); }); });
 }

@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 
 class PLFile;
 class PLLatexTransformerDelegate;
@@ -32,7 +31,7 @@ public:
     void transformLatexFile(std::shared_ptr<PLFile> file);
     bool isTransforming() const { return isRunningJob(); }
 
-    // May be changed while a job runs, from the main thread; a delegate that goes away sets null.
+    // May be changed while a job runs, on the main thread; a delegate that goes away sets null.
     PLLatexTransformerDelegate *delegate() const;
     void setDelegate(PLLatexTransformerDelegate *delegate);
 
@@ -51,12 +50,8 @@ private:
     explicit PLLatexTransformer(std::shared_ptr<PLLogStringParser> logStringParser);
     void main() override;
     void announceEnd() override;
-    // Calls the delegate, if there is one, while it cannot be taken away.
-    void tellDelegate(const std::function<void(PLLatexTransformerDelegate *)> &message) const;
 
     std::shared_ptr<PLLogStringParser> m_logStringParser;
     std::shared_ptr<PLFile> m_documentFile;
-
-    mutable std::recursive_mutex m_delegateMutex;
-    PLLatexTransformerDelegate *m_delegate = nullptr;
+    PLJobDelegate<PLLatexTransformerDelegate> m_delegate;
 };

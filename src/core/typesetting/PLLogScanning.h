@@ -27,7 +27,16 @@ enum class LiteralFollower {
 
 // Whether '.' of a regular expression stops at the character (the expression's own notion of a
 // line end: LF, VT, FF, CR, NEL, LS, PS).
-bool isExpressionLineEnd(QChar c);
+inline bool isExpressionLineEnd(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= 0x0a && u <= 0x0d) || u == 0x85 || u == 0x2028 || u == 0x2029;
+}
+
+// Where the literal next occurs at or after the position, or -1. The literal's first character is
+// looked for with the vectorised search of a single character, which is several times faster than
+// a search of the whole literal on engine output.
+qsizetype indexOfLiteral(QStringView text, QStringView literal, qsizetype from = 0);
 
 // A cheap test of the text from a candidate to the end of its line, which must hold wherever the
 // pattern matches there, so that the expression is not even tried where it cannot match.
@@ -42,6 +51,43 @@ void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, L
 
 // Whether the text holds ":", digits (maybe none), ": " somewhere: the heart of a located line.
 bool containsLineNumberColon(QStringView text);
+
+// The same with a hand-written matcher in place of an expression: given a candidate (where the
+// literal starts) and the end of the range, it answers where the match that starts there ends. The
+// callback gets each match's whole range.
+using Matcher = std::optional<qsizetype> (*)(QStringView text, qsizetype candidate, qsizetype limit);
+void enumerateMatchesAfterLiteral(Matcher matcher, QStringView literal, LiteralFollower follower, const QString &text,
+                                  PLRange range, const std::function<bool(PLRange)> &callback);
+
+// Hand-written matchers of the log string parser's expressions. ICU takes its slowest path for a
+// captured run such as "(.)*"; plain line scanning finds exactly the same matches many times faster.
+// "LaTeX Warning: (.)*\n(.)*\n" at a "LaTeX Warning: ".
+std::optional<qsizetype> warningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit);
+// "! Undefined control sequence.\n(.)*\n(.)*\n\?" at a "! Undefined control sequence".
+std::optional<qsizetype> undefinedControlSequenceMatchEnd(QStringView text, qsizetype candidate, qsizetype limit);
+
+// "\(\./(.*?)\.tex(\)|\n|\s)" at a "(./": a file opening.
+std::optional<qsizetype> fileOpeningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit);
+
+// The first match in the range of the strategies' error line
+// "((\./.*\.tex):([0-9]*): (LaTeX Error: )?(.*\n.*))", with its five groups.
+std::optional<PLRegexMatch> firstGeneralErrorLine(QStringView text, PLRange range);
+
+// A match of "((\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)": the whole of it, the file name after
+// the leading "." or "./" (group 3), the line number (group 5) and the message (group 7).
+struct LocatedError
+{
+    PLRange match;
+    PLRange fileName;
+    PLRange lineNumber;
+    PLRange message;
+};
+// The match that starts at the candidate, which must be a ".", and ends before the limit.
+std::optional<LocatedError> locatedErrorAt(QStringView text, qsizetype candidate, qsizetype limit);
+// Every match inside the range, as a search that tries each "." in turn and goes on after each
+// match finds them: at most one per line, from the line's first "." on. Each line is read a bounded
+// number of times whatever it holds.
+void enumerateLocatedErrors(QStringView text, PLRange range, const std::function<void(const LocatedError &)> &callback);
 
 std::optional<PLRegexMatch> firstMatchAfterLiteral(const QString &pattern, QStringView literal,
                                                    LiteralFollower follower, const QString &text, PLRange range);

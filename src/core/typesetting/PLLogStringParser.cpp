@@ -10,9 +10,6 @@
 using PLLogScanning::LiteralFollower;
 
 namespace {
-const QString kWarningPattern = QStringLiteral("LaTeX Warning: (.)*\\n(.)*\\n");
-const QString kUndefinedControlSequencePattern = QStringLiteral("! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?");
-const QString kLocatedErrorPattern = QStringLiteral("((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)");
 const QString kWarningPrefix = QStringLiteral("LaTeX Warning: ");
 const QString kUndefinedControlSequencePrefix = QStringLiteral("! Undefined control sequence.");
 
@@ -22,14 +19,12 @@ QString slice(const QString &text, PLRange range)
 }
 }
 
-PLLogStringParser::PLLogStringParser(std::shared_ptr<PLFile> documentRoot) : m_documentRoot(std::move(documentRoot)) {}
+PLLogStringParser::PLLogStringParser(std::shared_ptr<PLFile> documentRoot)
+    : m_documentRoot(std::move(documentRoot)), m_documentFolder(m_documentRoot ? m_documentRoot->directoryOfFile() : QString())
+{
+}
 
 PLLogStringParser::~PLLogStringParser() = default;
-
-QString PLLogStringParser::folderOfDocument() const
-{
-    return m_documentRoot ? m_documentRoot->directoryOfFile() : QString();
-}
 
 void PLLogStringParser::parseLogString(const QString &text)
 {
@@ -60,7 +55,7 @@ void PLLogStringParser::parseLogString(const QString &text)
             m_stackWithFilePaths.removeLast();
         const QString name = PLLogScanning::nameOfOpenedFile(content, boundary);
         if (!name.isEmpty())
-            m_currentFilePath = folderOfDocument() + name;
+            m_currentFilePath = m_documentFolder + name;
         if (!last)
             opening = PLLogScanning::nextFileOpening(content, boundary.end());
         previous = boundary;
@@ -71,9 +66,9 @@ void PLLogStringParser::parseLogString(const QString &text)
 void PLLogStringParser::findWarnings(PLRange segment)
 {
     PLLogScanning::enumerateMatchesAfterLiteral(
-        kWarningPattern, kWarningPrefix, LiteralFollower::AnyRunInLine, m_contentToParse, segment,
-        [&](const PLRegexMatch &match) {
-            const std::shared_ptr<PLLogItem> warning = warningInLine(slice(m_contentToParse, match.range()));
+        PLLogScanning::warningMatchEnd, kWarningPrefix, LiteralFollower::AnyRunInLine, m_contentToParse, segment,
+        [&](PLRange match) {
+            const std::shared_ptr<PLLogItem> warning = warningInLine(slice(m_contentToParse, match));
             addWarning(warning, m_currentFilePath);
             if (m_delegate)
                 m_delegate->logStringParserDidFindWarning(this, warning, m_currentFilePath);
@@ -84,23 +79,19 @@ void PLLogStringParser::findWarnings(PLRange segment)
 void PLLogStringParser::findErrors(PLRange segment)
 {
     PLLogScanning::enumerateMatchesAfterLiteral(
-        kUndefinedControlSequencePattern, u"! Undefined control sequence", LiteralFollower::Fixed, m_contentToParse,
-        segment, [&](const PLRegexMatch &match) {
-            const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match.range()));
+        PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence", LiteralFollower::Fixed,
+        m_contentToParse, segment, [&](PLRange match) {
+            const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match));
             addError(error, m_currentFilePath);
             if (m_delegate)
                 m_delegate->logStringParserDidFindError(this, error, m_currentFilePath);
             return true;
         });
-    PLLogScanning::enumerateMatchesAfterLiteral(
-        kLocatedErrorPattern, u".", LiteralFollower::AnyRunInLine, m_contentToParse, segment,
-        [&](const PLRegexMatch &match) {
-            const std::shared_ptr<PLLogItem> error = errorInLine(slice(m_contentToParse, match.range()));
-            if (error && !error->filePath().isEmpty())
-                addError(error, error->filePath());
-            return true;
-        },
-        PLLogScanning::containsLineNumberColon);
+    PLLogScanning::enumerateLocatedErrors(m_contentToParse, segment, [&](const PLLogScanning::LocatedError &located) {
+        const std::shared_ptr<PLLogItem> error = locatedError(m_contentToParse, located);
+        if (!error->filePath().isEmpty())
+            addError(error, error->filePath());
+    });
 }
 
 QStringList PLLogStringParser::fileNamesInLine(const QString &line)
@@ -127,19 +118,15 @@ std::shared_ptr<PLLogItem> PLLogStringParser::errorInLine(const QString &line)
     // Which undefined control sequence, and where, is not read from the context lines.
     if (line.startsWith(kUndefinedControlSequencePrefix))
         return std::make_shared<PLLogItem>(PLLogItem::Error, QStringLiteral("error"), 8, m_currentFilePath);
-    std::optional<PLRegexMatch> located;
-    PLRegularExpressionHelper::enumerateMatches(
-        kLocatedErrorPattern, line, PLRange{0, line.size()},
-        [&](const PLRegexMatch &match) {
-            located = match;
-            return false;
-        },
-        PLRegularExpressionHelper::Anchored);
-    if (!located)
-        return nullptr;
-    return std::make_shared<PLLogItem>(PLLogItem::Error, slice(line, located->range(7)),
-                                       PLLogScanning::integerValue(slice(line, located->range(5))),
-                                       folderOfDocument() + slice(line, located->range(3)));
+    const std::optional<PLLogScanning::LocatedError> located = PLLogScanning::locatedErrorAt(line, 0, line.size());
+    return located ? locatedError(line, *located) : nullptr;
+}
+
+std::shared_ptr<PLLogItem> PLLogStringParser::locatedError(const QString &text, const PLLogScanning::LocatedError &located) const
+{
+    return std::make_shared<PLLogItem>(PLLogItem::Error, slice(text, located.message),
+                                       PLLogScanning::integerValue(QStringView(text).sliced(located.lineNumber.location, located.lineNumber.length)),
+                                       m_documentFolder + slice(text, located.fileName));
 }
 
 void PLLogStringParser::addWarning(const std::shared_ptr<PLLogItem> &warning, const QString &filePath)

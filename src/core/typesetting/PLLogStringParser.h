@@ -1,5 +1,6 @@
 #pragma once
 
+#include "PLLogScanning.h"
 #include "PLRange.h"
 
 #include <QHash>
@@ -17,7 +18,8 @@ class PLLogStringParserDelegate;
 // ("(./name.tex"), files the warnings and errors of each piece under the file opened where the
 // piece begins, keeps them per file across jobs and in two lists of the latest job, and posts
 // "PLNotificationLogStringParserDidFinishParsing" when it is done, on the thread that parsed.
-// Files are named by path; parsing reads nothing from disk.
+// Files are named by path; parsing reads nothing from disk, and nothing of the file objects: the
+// root's folder is taken when the parser is made, so a job's thread parses plain data only.
 class PLLogStringParser
 {
 public:
@@ -69,9 +71,10 @@ public:
 private:
     void findWarnings(PLRange segment);
     void findErrors(PLRange segment);
-    QString folderOfDocument() const;
+    std::shared_ptr<PLLogItem> locatedError(const QString &text, const PLLogScanning::LocatedError &located) const;
 
     std::shared_ptr<PLFile> m_documentRoot;
+    QString m_documentFolder;
     QHash<QString, Items> m_warnings;
     QHash<QString, Items> m_errors;
     Items m_warningsFound;

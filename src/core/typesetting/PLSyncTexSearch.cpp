@@ -77,27 +77,56 @@ class ScannerCache
 public:
     static ScannerCache &shared()
     {
-        static ScannerCache cache;
-        return cache;
+        // Never destroyed: a job's thread may still be reading data when the application exits.
+        static auto *cache = new ScannerCache;
+        return *cache;
     }
 
     template<typename Query>
     auto query(const QString &pdfPath, Query &&run)
     {
-        const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
-        const std::array<QString, 2> dataPaths{base + QStringLiteral(".synctex.gz"), base + QStringLiteral(".synctex")};
-        const std::array<DataStamp, 2> stamps{stampOf(dataPaths[0]), stampOf(dataPaths[1])};
+        const std::array<QString, 2> paths = dataPaths(pdfPath);
+        const std::array<DataStamp, 2> stamps{stampOf(paths[0]), stampOf(paths[1])};
         const std::lock_guard lock(m_mutex);
         Entry &entry = m_entries[pdfPath];
         if (!entry.read || entry.stamps != stamps) {
-            entry.scanner = openScanner(pdfPath, dataPaths);
+            entry.scanner = openScanner(pdfPath, paths);
             entry.stamps = stamps;
             entry.read = true;
         }
         return run(entry.scanner.get());
     }
 
+    void forget(const QString &pdfPath)
+    {
+        // Dropped outside the lock: freeing a large scanner takes a while.
+        Scanner dropped;
+        {
+            const std::lock_guard lock(m_mutex);
+            const auto found = m_entries.find(pdfPath);
+            if (found == m_entries.end())
+                return;
+            dropped = std::move(found->second.scanner);
+            m_entries.erase(found);
+        }
+    }
+
+    bool isRead(const QString &pdfPath)
+    {
+        const std::array<QString, 2> paths = dataPaths(pdfPath);
+        const std::array<DataStamp, 2> stamps{stampOf(paths[0]), stampOf(paths[1])};
+        const std::lock_guard lock(m_mutex);
+        const auto found = m_entries.find(pdfPath);
+        return found != m_entries.end() && found->second.read && found->second.stamps == stamps;
+    }
+
 private:
+    static std::array<QString, 2> dataPaths(const QString &pdfPath)
+    {
+        const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
+        return {base + QStringLiteral(".synctex.gz"), base + QStringLiteral(".synctex")};
+    }
+
     struct Entry
     {
         Scanner scanner;
@@ -112,6 +141,21 @@ private:
 }
 
 PLSyncTexSearch::PLSyncTexSearch(QString pdfPath) : m_pdfPath(std::move(pdfPath)) {}
+
+void PLSyncTexSearch::forget(const QString &pdfPath)
+{
+    ScannerCache::shared().forget(pdfPath);
+}
+
+void PLSyncTexSearch::read(const QString &pdfPath)
+{
+    ScannerCache::shared().query(pdfPath, [](synctex_scanner_p) { return 0; });
+}
+
+bool PLSyncTexSearch::isRead(const QString &pdfPath)
+{
+    return ScannerCache::shared().isRead(pdfPath);
+}
 
 QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sourceFilePath, int line, int column) const
 {

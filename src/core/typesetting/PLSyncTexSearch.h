@@ -41,6 +41,14 @@ public:
 
     const QString &pdfPath() const { return m_pdfPath; }
 
+    // A job has just rewritten the PDF's SyncTeX data: what was kept of it is dropped.
+    static void forget(const QString &pdfPath);
+    // Reads and keeps the PDF's SyncTeX data now, so that the next search is answered at once; a
+    // job's thread does this after the job.
+    static void read(const QString &pdfPath);
+    // Whether the PDF's SyncTeX data is read and kept, as it is now on disk.
+    static bool isRead(const QString &pdfPath);
+
     // Where the line of the source file went. The library is asked by the file's path from the
     // PDF's folder first (chapters/intro.tex and intro.tex are two files), then by its name alone,
     // then by its full path.

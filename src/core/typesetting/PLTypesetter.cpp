@@ -26,21 +26,13 @@ void PLTypesetter::typesetDocument(std::shared_ptr<PLFile> mainFile)
 
 PLTypesetterDelegate *PLTypesetter::delegate() const
 {
-    std::lock_guard lock(m_delegateMutex);
-    return m_delegate;
+    return m_delegate.get();
 }
 
 void PLTypesetter::setDelegate(PLTypesetterDelegate *delegate)
 {
-    std::lock_guard lock(m_delegateMutex);
-    m_delegate = delegate;
-}
-
-void PLTypesetter::tellDelegate(const std::function<void(PLTypesetterDelegate *)> &message) const
-{
-    std::lock_guard lock(m_delegateMutex);
-    if (m_delegate)
-        message(m_delegate);
+    assertOnOwnerThread();
+    m_delegate.set(delegate);
 }
 
 QStringList PLTypesetter::fileNamesInLine(const QString &line)
@@ -52,7 +44,7 @@ void PLTypesetter::runTask(PLTypesettingRun::Program program, const QString &lau
                            const std::function<void(const QString &)> &chunkHandler)
 {
     runProgram(program, launchPath, source().folder, arguments, source().encoding, chunkHandler, [this](const QString &output) {
-        tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, output); });
+        m_delegate.tellFromJob([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, output); });
     });
 }
 
@@ -62,11 +54,10 @@ void PLTypesetter::main()
     if (file.filePath.isEmpty())
         return;
     const QStringList arguments = PLTexCommandLine::engineArguments(file.baseName, file.shellEscape);
-    const QString texFolder = PLTexCommandLine::texFolder();
-    const QString enginePath = texFolder + PLTexCommandLine::engineProgram(file.engine);
-    tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, file.engine); });
+    const QString enginePath = file.enginePath();
+    m_delegate.tellFromJob([&](PLTypesetterDelegate *delegate) { delegate->typesetterWillStartTypesettingUsingEngine(this, file.engine); });
     if (!isEnginePresentInFileSystem(enginePath)) {
-        tellDelegate([&](PLTypesetterDelegate *delegate) {
+        m_delegate.tellFromJob([&](PLTypesetterDelegate *delegate) {
             delegate->typesetterWasUnableToLocateEngine(this, file.engine, enginePath);
         });
         return;
@@ -79,7 +70,7 @@ void PLTypesetter::main()
             return;
         for (const QString &name : fileNamesInLine(chunk)) {
             onMainThread([this, name] {
-                tellDelegate([&](PLTypesetterDelegate *delegate) {
+                m_delegate.tell([&](PLTypesetterDelegate *delegate) {
                     delegate->typesetterDidReachFileInclusionForFileWithName(this, name);
                 });
             });
@@ -87,10 +78,10 @@ void PLTypesetter::main()
     });
     if (capture.dropped() > 0) {
         const QString note = droppedOutputNote(enginePath, capture.dropped());
-        tellDelegate([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, note); });
+        m_delegate.tellFromJob([&](PLTypesetterDelegate *delegate) { delegate->typesetterDidOutputString(this, note); });
     }
     m_parser->parseLogString(capture.text());
-    const QString bibtexPath = texFolder + QStringLiteral("bibtex");
+    const QString bibtexPath = file.bibtexPath();
     if (isEnginePresentInFileSystem(bibtexPath)) {
         runTask(PLTypesettingRun::BibTeX, bibtexPath, PLTexCommandLine::bibtexArguments(file.baseName), nullptr);
         runTask(PLTypesettingRun::Engine, enginePath, arguments, nullptr);
@@ -101,6 +92,6 @@ void PLTypesetter::main()
 void PLTypesetter::announceEnd()
 {
     onMainThread([this] {
-        tellDelegate([this](PLTypesetterDelegate *delegate) { delegate->typesetterDidFinish(this, m_parser); });
+        m_delegate.tell([this](PLTypesetterDelegate *delegate) { delegate->typesetterDidFinish(this, m_parser); });
     });
 }

@@ -8,7 +8,6 @@
 
 #include <functional>
 #include <memory>
-#include <mutex>
 
 class PLFile;
 class PLTypesetterDelegate;
@@ -41,11 +40,8 @@ private:
     void announceEnd() override;
     void runTask(PLTypesettingRun::Program program, const QString &launchPath, const QStringList &arguments,
                  const std::function<void(const QString &)> &chunkHandler);
-    void tellDelegate(const std::function<void(PLTypesetterDelegate *)> &message) const;
 
     std::shared_ptr<PLFile> m_mainFile;
     std::shared_ptr<PLTypesettingLogFileParser> m_parser;
-
-    mutable std::recursive_mutex m_delegateMutex;
-    PLTypesetterDelegate *m_delegate = nullptr;
+    PLJobDelegate<PLTypesetterDelegate> m_delegate;
 };

@@ -10,7 +10,7 @@
 #include "PLTypesettingLogFileParserUndefinedEnvironmentStrategy.h"
 
 PLTypesettingLogFileParser::PLTypesettingLogFileParser(std::shared_ptr<PLFile> mainFile)
-    : m_mainFile(std::move(mainFile))
+    : m_mainFile(std::move(mainFile)), m_mainFolder(m_mainFile ? m_mainFile->directoryOfFile() : QString())
 {
     m_parsingStrategies.push_back(std::make_unique<PLTypesettingLogFileParserNoFileFoundStrategy>());
     m_parsingStrategies.push_back(std::make_unique<PLTypesettingLogFileParserIlligalParametreStrategy>());
@@ -25,7 +25,6 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
 {
     if (text.isEmpty())
         return;
-    const QString folder = m_mainFile ? m_mainFile->directoryOfFile() : QString();
     PLRange previous{0, 0};
     std::optional<PLRange> opening = PLLogScanning::nextFileOpening(text, 0);
     for (bool last = false; !last;) {
@@ -43,7 +42,7 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
             m_stackWithFilePaths.removeLast();
         const QString name = PLLogScanning::nameOfOpenedFile(text, boundary);
         if (!name.isEmpty()) {
-            m_currentFilePath = folder + name;
+            m_currentFilePath = m_mainFolder + name;
             qCInfo(lcTypesetting).noquote() << "current file is now:" << m_currentFilePath;
         }
         if (!last)
@@ -54,10 +53,36 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
 
 void PLTypesettingLogFileParser::parseLogContent(const QString &content)
 {
+    // Every strategy starts from one of two literals in the line and declines, without moving the
+    // positions, on a line that holds neither: the segment is searched once for them, and only the
+    // lines that hold one are shown to the strategies.
+    constexpr QStringView kLiterals[] = {u"./", u"! LaTeX Error: File `"};
+    qsizetype next[std::size(kLiterals)] = {};
+    const auto nextCandidate = [&](qsizetype from) {
+        qsizetype nearest = -1;
+        for (size_t i = 0; i < std::size(kLiterals); ++i) {
+            if (next[i] >= 0 && next[i] < from)
+                next[i] = PLLogScanning::indexOfLiteral(content, kLiterals[i], from);
+            if (next[i] >= 0 && (nearest < 0 || next[i] < nearest))
+                nearest = next[i];
+        }
+        return nearest;
+    };
+    for (size_t i = 0; i < std::size(kLiterals); ++i)
+        next[i] = PLLogScanning::indexOfLiteral(content, kLiterals[i]);
+
     qsizetype lineStart = 0;
     qsizetype lineEnd = 0;
     PLTypesettingLogFileParserStrategy::moveToLineContaining(content, 0, &lineStart, &lineEnd);
     while (lineEnd < content.size()) {
+        const qsizetype candidate = nextCandidate(lineStart);
+        if (candidate < 0)
+            return;
+        if (candidate >= lineEnd) {
+            PLTypesettingLogFileParserStrategy::moveToLineContaining(content, candidate, &lineStart, &lineEnd);
+            if (lineEnd >= content.size())
+                return;
+        }
         if (std::optional<PLTypesettingLogFileParserItem> item = makeItemFromContent(content, &lineStart, &lineEnd))
             m_items.append(std::move(*item));
         PLTypesettingLogFileParserStrategy::moveToNextLine(content, &lineStart, &lineEnd);

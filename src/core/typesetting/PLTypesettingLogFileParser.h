@@ -44,6 +44,8 @@ public:
 
 private:
     std::shared_ptr<PLFile> m_mainFile;
+    // Taken when the parser is made, so that a job's thread parses plain data only.
+    QString m_mainFolder;
     QList<PLTypesettingLogFileParserItem> m_items;
     std::vector<std::unique_ptr<PLTypesettingLogFileParserStrategy>> m_parsingStrategies;
     QStringList m_stackWithFilePaths;

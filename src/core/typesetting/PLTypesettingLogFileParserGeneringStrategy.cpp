@@ -3,12 +3,9 @@
 #include "PLLogScanning.h"
 
 namespace {
-const QString kErrorLinePattern = QStringLiteral("((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))");
-
 std::optional<PLRegexMatch> errorLineMatch(const QString &text, PLRange range)
 {
-    return PLLogScanning::firstMatchAfterLiteral(kErrorLinePattern, u"./", PLLogScanning::LiteralFollower::AnyRunInLine,
-                                                 text, range);
+    return PLLogScanning::firstGeneralErrorLine(text, range);
 }
 }
 

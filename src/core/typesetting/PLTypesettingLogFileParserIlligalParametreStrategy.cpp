@@ -8,6 +8,11 @@ std::optional<PLTypesettingLogFileParserItem>
 PLTypesettingLogFileParserIlligalParametreStrategy::makeItemFromContent(const QString &content, qsizetype *lineStart,
                                                                         qsizetype *lineEnd) const
 {
+    // The expression is only tried on a line that holds its fixed middle part.
+    if (!QStringView(content)
+             .sliced(*lineStart, *lineEnd - *lineStart)
+             .contains(u": Illegal parameter number in definition of \\"))
+        return std::nullopt;
     const std::optional<PLRegexMatch> match = PLLogScanning::firstMatchAfterLiteral(
         QStringLiteral("((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))"), u"./",
         LiteralFollower::AnyRunInLine, content, PLRange{*lineStart, *lineEnd - *lineStart});

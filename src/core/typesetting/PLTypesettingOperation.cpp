@@ -4,13 +4,66 @@
 
 #include "PLLogging.h"
 #include "PLStreamDecoder.h"
+#include "PLSyncTexSearch.h"
 #include "PLTexCommandLine.h"
 #include "PLUserDefaults.h"
 #include "PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
+#include <QEvent>
 #include <QFileInfo>
 #include <QThread>
+
+#include <deque>
+#include <mutex>
+
+namespace {
+
+// Carries calls from job threads to the main thread. The calls go through a queue under a mutex of
+// our own, and the event that wakes the main thread carries nothing: every result a job made is
+// handed over by that mutex, which ThreadSanitizer sees, not by the library's event queue alone.
+class MainThreadRelay : public QObject
+{
+public:
+    static MainThreadRelay &instance()
+    {
+        // Made on the main thread by the first job's start; never destroyed, as jobs may end late.
+        static auto *relay = new MainThreadRelay;
+        return *relay;
+    }
+
+    void post(std::function<void()> call)
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_calls.push_back(std::move(call));
+        }
+        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
+    }
+
+protected:
+    bool event(QEvent *event) override
+    {
+        if (event->type() != QEvent::User)
+            return QObject::event(event);
+        std::deque<std::function<void()>> calls;
+        {
+            const std::lock_guard lock(m_mutex);
+            calls.swap(m_calls);
+        }
+        for (std::function<void()> &call : calls) {
+            call();
+            call = nullptr;
+        }
+        return true;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::deque<std::function<void()>> m_calls;
+};
+
+}
 
 bool PLCapturedOutput::append(const QString &chunk)
 {
@@ -22,7 +75,10 @@ bool PLCapturedOutput::append(const QString &chunk)
     return true;
 }
 
-PLTypesettingOperation::PLTypesettingOperation() : m_runner(PLTexCommandLine::texFolder()) {}
+PLTypesettingOperation::PLTypesettingOperation()
+    : m_ownerThread(QThread::currentThread()), m_runner(PLTexCommandLine::texFolder())
+{
+}
 
 PLTypesettingOperation::~PLTypesettingOperation() = default;
 
@@ -56,25 +112,45 @@ PLTypesettingOperation::PdfState PLTypesettingOperation::PdfState::of(const QStr
     return info.exists() ? PdfState{true, info.lastModified(), info.size()} : PdfState{};
 }
 
+void PLTypesettingOperation::assertOnOwnerThread() const
+{
+    Q_ASSERT_X(QThread::currentThread() == m_ownerThread, "PLTypesettingOperation",
+               "used off the thread that owns the job");
+}
+
+void PLTypesettingOperation::assertOnJobThread() const
+{
+    Q_ASSERT_X(QThread::currentThread() == m_jobThread.load(), "PLTypesettingOperation",
+               "job work done off the job's thread");
+}
+
 void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
 {
+    assertOnOwnerThread();
     if (m_started.exchange(true))
         return;
+    MainThreadRelay::instance();
     m_source = source;
     if (!m_source.filePath.isEmpty())
         m_pdfBefore = PdfState::of(m_source.pdfPath());
     m_running = true;
     // The thread holds the operation until the job is over, as a queue holds its operations.
     QThread *thread = QThread::create([self = shared_from_this()] {
+        self->assertOnJobThread();
         self->main();
         if (!self->m_source.filePath.isEmpty()) {
             const PdfState after = PdfState::of(self->m_source.pdfPath());
             self->m_pdfWritten = after.exists && !(after == self->m_pdfBefore);
+            // The new SyncTeX data is read here, on the job's thread, before the end is told: the
+            // first search after the job is answered at once instead of reading the file first.
+            PLSyncTexSearch::forget(self->m_source.pdfPath());
+            PLSyncTexSearch::read(self->m_source.pdfPath());
         }
         self->m_running = false;
         self->announceEnd();
     });
     thread->setObjectName(QStringLiteral("typesetting"));
+    m_jobThread = thread;
     QObject::connect(thread, &QThread::finished, thread, &QObject::deleteLater);
     // No TeX program outlives the application.
     QObject::connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, thread,
@@ -91,6 +167,7 @@ void PLTypesettingOperation::runProgram(PLTypesettingRun::Program program, const
                                         const std::function<void(const QString &)> &chunkHandler,
                                         const std::function<void(const QString &)> &outputHandler)
 {
+    assertOnJobThread();
     // Each stream is decoded on its own, so that a character split between two reads is whole.
     PLStreamDecoder outputDecoder(encoding);
     PLStreamDecoder errorDecoder(encoding);
@@ -139,9 +216,7 @@ QString PLTypesettingOperation::droppedOutputNote(const QString &launchPath, qin
 
 void PLTypesettingOperation::onMainThread(std::function<void()> call)
 {
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [self = shared_from_this(), call = std::move(call)] { call(); },
-        Qt::QueuedConnection);
+    MainThreadRelay::instance().post([self = shared_from_this(), call = std::move(call)] { call(); });
 }
 
 PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
@@ -151,5 +226,7 @@ PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)
                                file.nameWithOutFileExtension(),
                                file.encoding(),
                                file.engine(),
-                               PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled)};
+                               PLUserDefaults::standardUserDefaults().boolForKey(PLUserDefaultsShellEscapeEnabled),
+                               PLTexCommandLine::texFolder(),
+                               PLTexCommandLine::engineProgram(file.engine())};
 }

@@ -13,9 +13,10 @@
 #include <memory>
 
 class PLFile;
+class QThread;
 
-// What a job needs of its file and of the settings, taken on the caller's thread when the job is
-// accepted, so the job's thread never touches the file object.
+// What a job needs of its file and of the settings, taken on the owner's thread when the job is
+// accepted: the job's thread reads neither file objects nor the settings store.
 struct PLTypesettingSource
 {
     static PLTypesettingSource fromFile(const PLFile &file);
@@ -27,8 +28,51 @@ struct PLTypesettingSource
     int engine = 0;
     // The setting "PLUserDefaultsShellEscapeEnabled" when the job starts.
     bool shellEscape = true;
+    // The TeX folder and the engine's program, from their settings when the job starts.
+    QString texFolder;
+    QString engineProgram;
 
     QString pdfPath() const { return folder + baseName + QStringLiteral(".pdf"); }
+    QString enginePath() const { return texFolder + engineProgram; }
+    QString bibtexPath() const { return texFolder + QStringLiteral("bibtex"); }
+};
+
+// The delegate of a job. It belongs to the thread that owns the job, which alone sets it and
+// calls it directly; the job's thread calls it too, with no lock held. Setting it waits until no
+// call from the job's thread is under way, so a delegate taken away is never called afterwards:
+// a delegate must therefore never wait for the owner's thread in a call from the job's thread.
+template<class Delegate>
+class PLJobDelegate
+{
+public:
+    Delegate *get() const { return m_delegate.load(); }
+    void set(Delegate *delegate)
+    {
+        m_delegate.store(delegate);
+        for (int calls = m_callsFromJob.load(); calls != 0; calls = m_callsFromJob.load())
+            m_callsFromJob.wait(calls);
+    }
+    // On the owner's thread.
+    template<class Message>
+    void tell(const Message &message) const
+    {
+        if (Delegate *delegate = m_delegate.load())
+            message(delegate);
+    }
+    // On the job's thread.
+    template<class Message>
+    void tellFromJob(const Message &message) const
+    {
+        m_callsFromJob.fetch_add(1);
+        if (Delegate *delegate = m_delegate.load())
+            message(delegate);
+        if (m_callsFromJob.fetch_sub(1) == 1)
+            m_callsFromJob.notify_all();
+    }
+
+private:
+    std::atomic<Delegate *> m_delegate{nullptr};
+    mutable std::atomic<int> m_callsFromJob{0};
 };
 
 // One program run of a job and how it ended.
@@ -60,6 +104,10 @@ private:
 // while the object keeps itself alive; the TeX programs run one after another through a
 // PLTexTaskRunner; their output is decoded as a stream in the file's encoding; how each run ended
 // is kept and told in the output; and messages for the main thread are queued to it.
+//
+// Thread rules, checked in debug builds: the object is made, started and given its delegate on
+// its owner's thread (the main thread); main() and the program runs are on the job's thread, which
+// reads only the source taken at the start; results go back as calls queued to the main thread.
 class PLTypesettingOperation : public std::enable_shared_from_this<PLTypesettingOperation>
 {
 public:
@@ -113,6 +161,9 @@ protected:
     // Queues the call to the main thread; this object lives at least until it has run.
     void onMainThread(std::function<void()> call);
 
+    void assertOnOwnerThread() const;
+    void assertOnJobThread() const;
+
 private:
     struct PdfState
     {
@@ -123,6 +174,8 @@ private:
         bool operator==(const PdfState &) const = default;
     };
 
+    QThread *const m_ownerThread;
+    std::atomic<QThread *> m_jobThread{nullptr};
     std::atomic<bool> m_started{false};
     std::atomic<bool> m_running{false};
     PLTexTaskRunner m_runner;

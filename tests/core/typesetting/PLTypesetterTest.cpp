@@ -5,8 +5,6 @@
 #include "PLTypesetterDelegate.h"
 #include "PLTypesettingLogFileParser.h"
 #include "PLTypesettingTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>
@@ -133,19 +131,6 @@ TEST_F(TypesetterTest, ReadsTheFirstRunWithItsOwnParserBeforeBibTeXRuns)
     ASSERT_EQ(recorder.finishedParser->itemCount(), 1);
     EXPECT_EQ(recorder.finishedParser->itemAtIndex(0)->line(), 3);
     EXPECT_FALSE(typesetter->isTypesetting());
-}
-
-TEST_F(TypesetterTest, AMissingEngineEndsWithAnEmptyParser)
-{
-    QTemporaryDir empty;
-    PLUserDefaults::standardUserDefaults().setString(empty.path() + u'/', PLUserDefaultsTexLocation);
-    typeset(QStringLiteral("clean"));
-    ASSERT_TRUE(recorder.waitForFinish());
-    const std::vector<Recorder::Event> events = recorder.events();
-    ASSERT_EQ(events.size(), 3u);
-    EXPECT_EQ(events[1].kind, QStringLiteral("missing"));
-    EXPECT_EQ(events[1].text, empty.path() + QStringLiteral("//pdflatex"));
-    EXPECT_EQ(recorder.finishedParser->itemCount(), 0);
 }
 
 }

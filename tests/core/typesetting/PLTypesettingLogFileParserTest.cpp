@@ -1,7 +1,10 @@
 #include "PLFile.h"
 #include "PLFilePool.h"
 #include "PLTypesettingLogFileParser.h"
+#include "PLTypesettingLogFileParserStrategy.h"
 #include "PLTypesettingTestSupport.h"
+
+#include <QRandomGenerator>
 
 #include <gtest/gtest.h>
 
@@ -187,6 +190,41 @@ TEST_F(TypesettingLogFileParserTest, ItemsAreCountedAndReachedByIndex)
     EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"()"), 1);
     EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"("), 0);
     EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u")))x"), -3);
+}
+
+
+// Lines that hold no strategy's literal are passed over without asking the strategies: the items
+// must be those of asking them about every line, on logs where strategies move the positions
+// across empty lines, CR LF pairs and the segment's end.
+TEST(TypesettingLogFileParserLines, SkippingLinesGivesTheItemsOfReadingEveryLine)
+{
+    const QStringList pieces{QStringLiteral("\n"), QStringLiteral("\n"), QStringLiteral("\r\n"), QStringLiteral("\r"),
+                             QStringLiteral("x"), QStringLiteral("./a.tex:12: "), QStringLiteral("LaTeX Error: "),
+                             QStringLiteral("Environment foo undefined."), QStringLiteral("Can be used only in preamble."),
+                             QStringLiteral("./b.tex:123: Illegal parameter number in definition of \\c."),
+                             QStringLiteral("[2]"), QStringLiteral("{pkg}"), QStringLiteral("l.7 x:7: y"),
+                             QStringLiteral("! LaTeX Error: File `m.sty' not found."), QStringLiteral("./")};
+    QRandomGenerator random(20261125);
+    for (int round = 0; round < 1000; ++round) {
+        QString content;
+        for (int i = random.bounded(1, 60); i > 0; --i)
+            content += pieces[random.bounded(int(pieces.size()))];
+        PLTypesettingLogFileParser skipping(nullptr);
+        skipping.parseLogContent(content);
+
+        PLTypesettingLogFileParser reading(nullptr);
+        std::vector<ExpectedItem> expected;
+        qsizetype lineStart = 0;
+        qsizetype lineEnd = 0;
+        PLTypesettingLogFileParserStrategy::moveToLineContaining(content, 0, &lineStart, &lineEnd);
+        while (lineEnd < content.size()) {
+            if (const auto item = reading.makeItemFromContent(content, &lineStart, &lineEnd))
+                expected.push_back({item->filename().toStdString(), item->line(), item->message().toStdString(),
+                                    item->advice().toStdString()});
+            PLTypesettingLogFileParserStrategy::moveToNextLine(content, &lineStart, &lineEnd);
+        }
+        ASSERT_EQ(described(skipping), expected) << content.toStdString();
+    }
 }
 
 }
