@@ -575,10 +575,13 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
     // A file reached through several include nodes is renested once per pass.
     if (m_type == FileRoot && !fixedRoots.insert(this).second)
         return;
-    if (m_type != FileRoot) {
-        m_needsFix = false;
+    // A root has no step of its own.
+    m_needsFix = false;
+    if (m_type != FileRoot)
         fixStep();
-    }
+    // Every child is visited, so none stays listed unless a step lists it again.
+    for (PLOutlineNode *listed : std::exchange(m_childrenToFix, {}))
+        listed->m_listedForFix = false;
     // A pass only removes nodes that follow the one it works on, never that node or its ancestors,
     // so the child stays alive while it is renested.
     for (qsizetype i = childCount() - 1; i >= 0; --i) {
@@ -593,10 +596,8 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
 
 void PLOutlineNode::fixPending()
 {
-    if (m_type != FileRoot && m_needsFix) {
-        m_needsFix = false;
+    if (std::exchange(m_needsFix, false) && m_type != FileRoot)
         fixStep();
-    }
     // The children a whole pass would visit, from the last to the first, skipping those that have
     // nothing waiting: nodes in front of the one being renested keep their places meanwhile.
     for (qsizetype limit = childCount() - 1; limit >= 0;) {
