@@ -44,6 +44,9 @@ INSTANTIATE_TEST_SUITE_P(
         DecodeCase{4, QByteArray("Gr\xfc\xdf"), nullptr},                // Latin-1 bytes are not UTF-8
         DecodeCase{4, QByteArray("\xc3"), nullptr},                      // truncated sequence
         DecodeCase{4, QByteArray("\xed\xa0\x80"), nullptr},              // encoded surrogate
+        DecodeCase{4, QByteArray("\xc0\xaf"), nullptr},                  // overlong form
+        DecodeCase{4, QByteArray("\xf4\x90\x80\x80"), nullptr},          // past U+10FFFF
+        DecodeCase{4, QByteArray("\xef\xbb\xbfAB"), u"\ufeffAB"},           // a byte order mark stays
         DecodeCase{4, QByteArray(), u""},
         DecodeCase{5, QByteArray("Gr\xfc\xdf \xa9"), u"Grüß ©"},
         DecodeCase{9, QByteArray("\xa3\xf3" "d\xbc"), u"Łódź"},
