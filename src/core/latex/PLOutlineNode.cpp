@@ -390,6 +390,44 @@ void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsiz
     childInserted(index);
 }
 
+void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, const std::shared_ptr<PLOutlineNode> &replacement)
+{
+    if (!node || !replacement || node->m_parent != this || node->m_type == FileRoot || replacement->m_type == FileRoot
+        || replacement.get() == this || hasChild(replacement.get())) {
+        insertChild(replacement, node ? node->indexInParent() : childCount());
+        removeChild(node);
+        return;
+    }
+    replacement->detachFromParent();
+    // The place the two share, as a removal and an insertion there would leave it, without moving
+    // the siblings after it.
+    const qsizetype index = node->m_indexInParent;
+    if (PLOutlineNode *after = node->nextNodeAfterSubtree())
+        after->recordCommentRuleChange();
+    node->unlistFromParent();
+    const auto kept = std::exchange(m_children[size_t(index)], replacement);
+    node->m_parent = nullptr;
+    node->m_indexInParent = -1;
+    replacement->m_parent = this;
+    replacement->m_indexInParent = index;
+    const qsizetype delta = replacement->m_subtreeLength - kept->m_subtreeLength;
+    if (m_childLengthSumsValid) {
+        for (size_t i = size_t(index) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
+            m_childLengthSums[i] += delta;
+    }
+    addToSubtreeLengths(delta);
+    if (index > 0)
+        m_children[size_t(index - 1)]->markLastDescendantsForFix();
+    else
+        markForFix();
+    replacement->markLastDescendantsForFix();
+    for (const auto &grandchild : replacement->m_children) {
+        if (grandchild->m_type != FileRoot)
+            grandchild->markForFix();
+    }
+    replacement->recordCommentRuleChange();
+}
+
 void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
 {
     if (!node || !hasChild(node.get()))

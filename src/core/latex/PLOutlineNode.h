@@ -74,6 +74,9 @@ public:
     void addChild(const std::shared_ptr<PLOutlineNode> &node);
     void insertChild(const std::shared_ptr<PLOutlineNode> &node, qsizetype index);
     void removeChild(const std::shared_ptr<PLOutlineNode> &node);
+    // Puts the replacement in the node's place, as inserting it there and removing the node would,
+    // without moving the siblings after it.
+    void replaceChild(const std::shared_ptr<PLOutlineNode> &node, const std::shared_ptr<PLOutlineNode> &replacement);
 
     std::shared_ptr<PLOutlineNode> leftSibling() const;
     std::shared_ptr<PLOutlineNode> rightSibling() const;

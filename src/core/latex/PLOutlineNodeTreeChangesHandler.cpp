@@ -94,9 +94,14 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             else
                 replacement->insertChild(child, moved++);
         }
-        parent->insertChild(replacement, index);
+        // The node and its replacement trade places in one step; the announcements follow in order.
+        parent->replaceChild(node, replacement);
         postNodeAdded(replacement);
-        removeReplacedNode();
+        if (owner) {
+            for (const auto &includedFile : released)
+                owner->releaseFileContainedInDocument(includedFile);
+        }
+        postNodeRemoved(node);
         return;
     }
 
