@@ -68,7 +68,7 @@ std::optional<QString> decode(const QByteArray &bytes, PLStringEncoding encoding
     if (encoding == UTF8) {
         // Qt's decoder is several times faster than a converter; it keeps a byte order mark as ICU
         // does. Text it finds wrong is left to ICU, whose strict answer and message stay the rule.
-        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+        QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom | QStringDecoder::Flag::Stateless);
         QString text = utf8(bytes);
         if (!utf8.hasError())
             return text;
