@@ -16,7 +16,8 @@ namespace {
 class KeystrokeFixture
 {
 public:
-    explicit KeystrokeFixture(int lines)
+    // With dense, every other line of the file is an include of one of the twenty files.
+    explicit KeystrokeFixture(int lines, bool dense = false)
     {
         PLProjectModelBench::useTemporarySettings(m_folder);
         QStringList includes;
@@ -26,7 +27,14 @@ public:
                                            PLProjectModelBench::structuredText(40, {}, i));
         }
         const QString path = QDir(m_folder.path()).filePath(QStringLiteral("main.tex"));
-        PLProjectModelBench::writeText(path, PLProjectModelBench::structuredText(lines, includes));
+        QString text;
+        if (dense) {
+            for (int i = 0; i < lines / 2; ++i)
+                text += QStringLiteral("Words of line %1\n\\input{%2}\n").arg(i).arg(includes[i % includes.size()]);
+        } else {
+            text = PLProjectModelBench::structuredText(lines, includes);
+        }
+        PLProjectModelBench::writeText(path, text);
         m_file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
     }
 
@@ -72,7 +80,7 @@ void BM_KeystrokeInSectionTitle(benchmark::State &state)
     const qsizetype at = text.indexOf(QStringLiteral("\\section{Section "), text.size() / 2) + 12;
     typeAndDelete(state, fixture, at);
 }
-BENCHMARK(BM_KeystrokeInSectionTitle)->Unit(benchmark::kMicrosecond)->Arg(5000)->Arg(20000)->Arg(80000);
+BENCHMARK(BM_KeystrokeInSectionTitle)->Unit(benchmark::kMicrosecond)->Arg(2000)->Arg(20000)->Arg(80000)->Arg(200000);
 
 void BM_KeystrokeInPlainText(benchmark::State &state)
 {
@@ -81,7 +89,16 @@ void BM_KeystrokeInPlainText(benchmark::State &state)
     const qsizetype at = text.indexOf(QStringLiteral("plain words"), text.size() / 2) + 3;
     typeAndDelete(state, fixture, at);
 }
-BENCHMARK(BM_KeystrokeInPlainText)->Unit(benchmark::kMicrosecond)->Arg(5000)->Arg(20000)->Arg(80000);
+BENCHMARK(BM_KeystrokeInPlainText)->Unit(benchmark::kMicrosecond)->Arg(2000)->Arg(20000)->Arg(80000)->Arg(200000);
+
+void BM_KeystrokeInInputDenseFile(benchmark::State &state)
+{
+    const KeystrokeFixture fixture(int(state.range(0)), true);
+    const QString &text = fixture.buffer()->string();
+    const qsizetype at = text.indexOf(QStringLiteral("Words"), text.size() / 2) + 2;
+    typeAndDelete(state, fixture, at);
+}
+BENCHMARK(BM_KeystrokeInInputDenseFile)->Unit(benchmark::kMicrosecond)->Arg(20000);
 
 }
 

@@ -43,6 +43,19 @@ void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHigh
     syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
 }
 
+std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> PLLatexSyntaxHighlighterDelegate::colours(
+    const QString &backgroundKey, const QString &foregroundKey)
+{
+    // The background goes on first, as each token has always been painted.
+    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> colours;
+    if (const std::optional<PLColor> background = defaults.colorForKey(backgroundKey))
+        colours.emplace_back(PLTextAttributeName::BackgroundColor, *background);
+    if (const std::optional<PLColor> foreground = defaults.colorForKey(foregroundKey))
+        colours.emplace_back(PLTextAttributeName::ForegroundColor, *foreground);
+    return colours;
+}
+
 PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString &string, qsizetype location,
                                                                   qsizetype length)
 {
@@ -78,20 +91,12 @@ void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighligh
                                              const QString &foregroundKey, const QString &regEx,
                                              const QString &string, qsizetype lineStart)
 {
-    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
-    if (const std::optional<PLColor> background = defaults.colorForKey(backgroundKey))
-        syntaxHighlighter->setAttribute(PLTextAttributeName::BackgroundColor, *background, regEx, string, lineStart);
-    if (const std::optional<PLColor> foreground = defaults.colorForKey(foregroundKey))
-        syntaxHighlighter->setAttribute(PLTextAttributeName::ForegroundColor, *foreground, regEx, string, lineStart);
+    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), regEx, string, lineStart);
 }
 
 void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,
                                              const QString &foregroundKey, const PLSyntaxHighlighterLocator &locator,
                                              const QString &string, qsizetype lineStart)
 {
-    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
-    if (const std::optional<PLColor> background = defaults.colorForKey(backgroundKey))
-        syntaxHighlighter->setAttribute(PLTextAttributeName::BackgroundColor, *background, string, lineStart, locator);
-    if (const std::optional<PLColor> foreground = defaults.colorForKey(foregroundKey))
-        syntaxHighlighter->setAttribute(PLTextAttributeName::ForegroundColor, *foreground, string, lineStart, locator);
+    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), string, lineStart, locator);
 }

@@ -78,9 +78,25 @@ void PLSyntaxHighlighter::highlightTextInRange(PLRange range)
 void PLSyntaxHighlighter::setAttribute(PLTextAttributeName name, const PLTextAttributeValue &value,
                                        const QString &regEx, const QString &contentString, qsizetype currentLineStart)
 {
+    setAttributes({{name, value}}, regEx, contentString, currentLineStart);
+}
+
+void PLSyntaxHighlighter::setAttribute(PLTextAttributeName name, const PLTextAttributeValue &value,
+                                       const QString &contentString, qsizetype currentLineStart,
+                                       const PLSyntaxHighlighterLocator &locator)
+{
+    setAttributes({{name, value}}, contentString, currentLineStart, locator);
+}
+
+void PLSyntaxHighlighter::setAttributes(const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes,
+                                        const QString &regEx, const QString &contentString, qsizetype currentLineStart)
+{
+    if (attributes.empty())
+        return;
     PLRange match = PLRegularExpressionHelper::rangeOfFirstMatch(regEx, contentString);
     while (match.isFound()) {
-        m_textStorage->addAttribute(name, value, PLRange{currentLineStart + match.location, match.length});
+        for (const auto &[name, value] : attributes)
+            m_textStorage->addAttribute(name, value, PLRange{currentLineStart + match.location, match.length});
         // An empty match would be found again at the same place.
         const qsizetype next = match.end() + (match.length == 0 ? 1 : 0);
         if (next > contentString.size())
@@ -90,13 +106,16 @@ void PLSyntaxHighlighter::setAttribute(PLTextAttributeName name, const PLTextAtt
     }
 }
 
-void PLSyntaxHighlighter::setAttribute(PLTextAttributeName name, const PLTextAttributeValue &value,
-                                       const QString &contentString, qsizetype currentLineStart,
-                                       const PLSyntaxHighlighterLocator &locator)
+void PLSyntaxHighlighter::setAttributes(const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes,
+                                        const QString &contentString, qsizetype currentLineStart,
+                                        const PLSyntaxHighlighterLocator &locator)
 {
+    if (attributes.empty())
+        return;
     PLRange found = locator(contentString, 0, contentString.size());
     while (found.isFound()) {
-        m_textStorage->addAttribute(name, value, PLRange{currentLineStart + found.location, found.length});
+        for (const auto &[name, value] : attributes)
+            m_textStorage->addAttribute(name, value, PLRange{currentLineStart + found.location, found.length});
         const qsizetype next = found.end() + (found.length == 0 ? 1 : 0);
         if (next > contentString.size())
             break;

@@ -8,6 +8,8 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
+#include <vector>
 
 class PLSyntaxHighlighterDelegate;
 class PLTextStorage;
@@ -38,6 +40,12 @@ public:
     // Paints every match of the expression in the line (the whole match) with the attribute.
     void setAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, const QString &regEx,
                       const QString &contentString, qsizetype currentLineStart);
+    // Paints every match of the expression in the line with each of the attributes, finding the
+    // matches once.
+    void setAttributes(const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes,
+                       const QString &regEx, const QString &contentString, qsizetype currentLineStart);
+    void setAttributes(const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes,
+                       const QString &contentString, qsizetype currentLineStart, const PLSyntaxHighlighterLocator &locator);
     // Paints every range the locator finds in the line with the attribute.
     void setAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, const QString &contentString,
                       qsizetype currentLineStart, const PLSyntaxHighlighterLocator &locator);

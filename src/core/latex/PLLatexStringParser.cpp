@@ -370,11 +370,9 @@ std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeFileIncludeNodeFromInput
     path = QDir::cleanPath(path);
     if (includeIsTooDeep(path))
         return node;
-    for (const auto &known : owner->filesInDocument()) {
-        if (known->stringPath() == path) {
-            node->addChild(known->outlineRootNode());
-            return node;
-        }
+    if (const auto known = owner->fileInDocumentWithPath(path)) {
+        node->addChild(known->outlineRootNode());
+        return node;
     }
     if (openingPathWouldFormCycle(path))
         return node;

@@ -5,9 +5,25 @@
 #include "PLTitleMarkup.h"
 
 #include <algorithm>
+#include <bit>
+
+namespace {
+
+// The roots of files whose trees hold nodes still waiting for a renesting step.
+std::unordered_set<const PLOutlineNode *> &rootsWaitingForFix()
+{
+    static std::unordered_set<const PLOutlineNode *> roots;
+    return roots;
+}
+
+}
 
 PLOutlineNode::PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file)
-    : m_type(type), m_name(std::move(name)), m_content(std::move(content)), m_file(file)
+    : m_type(type),
+      m_name(std::move(name)),
+      m_content(std::move(content)),
+      m_file(file),
+      m_subtreeLength(type == FileRoot ? 0 : m_content.size())
 {
 }
 
@@ -34,8 +50,218 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::createBibliographyNode(const QStri
 PLOutlineNode::~PLOutlineNode()
 {
     for (const auto &child : m_children) {
-        if (child->m_parent == this)
+        if (child->m_parent == this) {
             child->m_parent = nullptr;
+            child->m_listedForFix = false;
+        }
+    }
+    if (m_type == FileRoot)
+        rootsWaitingForFix().erase(this);
+}
+
+void PLOutlineNode::setType(quint32 type)
+{
+    if (type == m_type)
+        return;
+    m_type = type;
+    markNeighboursForFix();
+    recordCommentRuleChange();
+}
+
+void PLOutlineNode::setTextNodeSubType(quint32 subType)
+{
+    if (subType == m_textNodeSubType)
+        return;
+    m_textNodeSubType = subType;
+    markNeighboursForFix();
+    recordCommentRuleChange();
+}
+
+void PLOutlineNode::replaceContent(qsizetype location, qsizetype length, const QString &string)
+{
+    const qsizetype before = m_content.size();
+    m_content.replace(location, length, string);
+    contentChanged();
+    if (m_type != FileRoot)
+        addToSubtreeLengths(m_content.size() - before);
+    markForFix();
+    recordCommentRuleChange();
+}
+
+void PLOutlineNode::addToSubtreeLengths(qsizetype delta)
+{
+    if (delta == 0)
+        return;
+    for (PLOutlineNode *node = this;;) {
+        node->m_subtreeLength += delta;
+        PLOutlineNode *parent = node->m_parent;
+        if (node->m_type == FileRoot || !parent)
+            return;
+        if (parent->m_childLengthSumsValid) {
+            auto &sums = parent->m_childLengthSums;
+            for (size_t i = size_t(node->m_indexInParent) + 1; i < sums.size(); i += i & (~i + 1))
+                sums[i] += delta;
+        }
+        node = parent;
+    }
+}
+
+void PLOutlineNode::childListChanged()
+{
+    m_childLengthSumsValid = false;
+}
+
+const std::vector<qsizetype> &PLOutlineNode::childLengthSums() const
+{
+    if (m_childLengthSumsValid)
+        return m_childLengthSums;
+    const size_t count = m_children.size();
+    m_childLengthSums.assign(count + 1, 0);
+    for (size_t i = 1; i <= count; ++i) {
+        const PLOutlineNode *child = m_children[i - 1].get();
+        if (child->m_type != FileRoot)
+            m_childLengthSums[i] += child->m_subtreeLength;
+        if (const size_t up = i + (i & (~i + 1)); up <= count)
+            m_childLengthSums[up] += m_childLengthSums[i];
+    }
+    m_childLengthSumsValid = true;
+    return m_childLengthSums;
+}
+
+PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *start) const
+{
+    if (m_children.empty())
+        return nullptr;
+    const PLOutlineNode *node = this;
+    qsizetype nodeStart = 0;
+    if (location > m_subtreeLength) {
+        // Past the end: the last node of the file's walk.
+        node = m_children.back().get();
+        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
+            node = node->m_children.back().get();
+        *start = m_subtreeLength - node->contentLength();
+        return const_cast<PLOutlineNode *>(node);
+    }
+    for (;;) {
+        const qsizetype ownLength = node == this ? 0 : node->contentLength();
+        if (node != this && nodeStart + ownLength >= location)
+            break;
+        // The first child whose part of the text ends at or after the location.
+        const qsizetype wanted = location - nodeStart - ownLength;
+        const auto &sums = node->childLengthSums();
+        const size_t count = node->m_children.size();
+        size_t before = 0;
+        qsizetype below = 0;
+        if (wanted > 0) {
+            for (size_t step = std::bit_floor(count); step > 0; step >>= 1) {
+                if (before + step <= count && below + sums[before + step] < wanted) {
+                    before += step;
+                    below += sums[before];
+                }
+            }
+        }
+        if (before >= count)
+            break;
+        nodeStart += ownLength + below;
+        node = node->m_children[before].get();
+    }
+    *start = nodeStart;
+    return const_cast<PLOutlineNode *>(node);
+}
+
+PLOutlineNode *PLOutlineNode::fileRootNode() const
+{
+    const PLOutlineNode *node = this;
+    while (node->m_type != FileRoot && node->m_parent)
+        node = node->m_parent;
+    return node->m_type == FileRoot ? const_cast<PLOutlineNode *>(node) : nullptr;
+}
+
+void PLOutlineNode::recordCommentRuleChange()
+{
+    PLOutlineNode *root = fileRootNode();
+    if (!root || root == this || root->m_commentRuleNeedsEverything)
+        return;
+    if (auto self = weak_from_this(); !self.expired())
+        root->m_commentRuleChanges.push_back(std::move(self));
+}
+
+std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::takeCommentRuleChanges(bool *everything)
+{
+    *everything = std::exchange(m_commentRuleNeedsEverything, false);
+    std::vector<std::shared_ptr<PLOutlineNode>> changed;
+    for (const auto &weak : std::exchange(m_commentRuleChanges, {})) {
+        if (auto node = weak.lock())
+            changed.push_back(std::move(node));
+    }
+    return changed;
+}
+
+PLOutlineNode *PLOutlineNode::traversePredecessor() const
+{
+    if (PLOutlineNode *node = m_parent && m_indexInParent > 0 ? m_parent->m_children[size_t(m_indexInParent - 1)].get() : nullptr) {
+        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
+            node = node->m_children.back().get();
+        return node;
+    }
+    return m_parent && m_parent->m_type != FileRoot ? m_parent : nullptr;
+}
+
+void PLOutlineNode::listForFix()
+{
+    for (PLOutlineNode *node = this; !node->m_listedForFix;) {
+        PLOutlineNode *parent = node->m_parent;
+        if (node->m_type == FileRoot || !parent) {
+            if (node->m_type == FileRoot)
+                rootsWaitingForFix().insert(node);
+            return;
+        }
+        parent->m_childrenToFix.push_back(node);
+        node->m_listedForFix = true;
+        node = parent;
+    }
+}
+
+void PLOutlineNode::markForFix()
+{
+    m_needsFix = true;
+    listForFix();
+}
+
+void PLOutlineNode::markLastDescendantsForFix()
+{
+    // Their walk goes on past this node's subtree, to whatever follows it now.
+    for (PLOutlineNode *node = this;;) {
+        node->markForFix();
+        if (node->m_children.empty() || node->m_children.back()->m_type == FileRoot)
+            return;
+        node = node->m_children.back().get();
+    }
+}
+
+void PLOutlineNode::markNeighboursForFix()
+{
+    // Whoever reads this node's kind: itself, the node whose next step lands here, the left
+    // sibling, and the children that compare their level with it.
+    markForFix();
+    if (m_parent && m_indexInParent > 0)
+        m_parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+    else if (m_parent)
+        m_parent->markForFix();
+    for (const auto &child : m_children) {
+        if (child->m_type != FileRoot)
+            child->markForFix();
+    }
+}
+
+void PLOutlineNode::unlistFromParent()
+{
+    if (!m_listedForFix)
+        return;
+    m_listedForFix = false;
+    if (m_parent) {
+        auto &listed = m_parent->m_childrenToFix;
+        listed.erase(std::find(listed.begin(), listed.end(), this));
     }
 }
 
@@ -46,8 +272,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::share() const
 
 void PLOutlineNode::setContent(const QString &content)
 {
-    m_content = content;
-    contentChanged();
+    replaceContent(0, m_content.size(), content);
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) const
@@ -92,6 +317,15 @@ void PLOutlineNode::detachFromParent()
         return;
     // The parent's list may hold the last share of this node.
     const auto self = share();
+    if (m_type != FileRoot) {
+        if (PLOutlineNode *after = nextNodeAfterSubtree())
+            after->recordCommentRuleChange();
+        if (m_indexInParent > 0 && m_indexInParent < parent->childCount())
+            parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+        else
+            parent->markForFix();
+    }
+    unlistFromParent();
     auto &siblings = parent->m_children;
     qsizetype index = m_indexInParent;
     if (index < 0 || index >= parent->childCount() || siblings[size_t(index)].get() != this)
@@ -102,6 +336,31 @@ void PLOutlineNode::detachFromParent()
     }
     m_parent = nullptr;
     m_indexInParent = -1;
+    parent->childListChanged();
+    if (m_type != FileRoot)
+        parent->addToSubtreeLengths(-m_subtreeLength);
+}
+
+void PLOutlineNode::childInserted(qsizetype index)
+{
+    childListChanged();
+    PLOutlineNode *child = m_children[size_t(index)].get();
+    if (child->m_type == FileRoot) {
+        // An include node's next step is its first child.
+        markForFix();
+        return;
+    }
+    addToSubtreeLengths(child->m_subtreeLength);
+    if (index > 0)
+        m_children[size_t(index - 1)]->markLastDescendantsForFix();
+    else
+        markForFix();
+    child->markLastDescendantsForFix();
+    for (const auto &grandchild : child->m_children) {
+        if (grandchild->m_type != FileRoot)
+            grandchild->markForFix();
+    }
+    child->recordCommentRuleChange();
 }
 
 void PLOutlineNode::addChild(const std::shared_ptr<PLOutlineNode> &node)
@@ -110,12 +369,14 @@ void PLOutlineNode::addChild(const std::shared_ptr<PLOutlineNode> &node)
         return;
     if (node->m_type == FileRoot) {
         m_children.push_back(node);
+        childInserted(childCount() - 1);
         return;
     }
     node->detachFromParent();
     m_children.push_back(node);
     node->m_parent = this;
     node->m_indexInParent = childCount() - 1;
+    childInserted(childCount() - 1);
 }
 
 void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsizetype index)
@@ -127,6 +388,45 @@ void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsiz
     m_children.insert(m_children.begin() + index, node);
     node->m_parent = this;
     renumberChildrenFrom(index);
+    childInserted(index);
+}
+
+void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, const std::shared_ptr<PLOutlineNode> &replacement)
+{
+    if (!node || !replacement || node->m_parent != this || node->m_type == FileRoot || replacement->m_type == FileRoot
+        || replacement.get() == this || hasChild(replacement.get())) {
+        insertChild(replacement, node ? node->indexInParent() : childCount());
+        removeChild(node);
+        return;
+    }
+    replacement->detachFromParent();
+    // The place the two share, as a removal and an insertion there would leave it, without moving
+    // the siblings after it.
+    const qsizetype index = node->m_indexInParent;
+    if (PLOutlineNode *after = node->nextNodeAfterSubtree())
+        after->recordCommentRuleChange();
+    node->unlistFromParent();
+    const auto kept = std::exchange(m_children[size_t(index)], replacement);
+    node->m_parent = nullptr;
+    node->m_indexInParent = -1;
+    replacement->m_parent = this;
+    replacement->m_indexInParent = index;
+    const qsizetype delta = replacement->m_subtreeLength - kept->m_subtreeLength;
+    if (m_childLengthSumsValid) {
+        for (size_t i = size_t(index) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
+            m_childLengthSums[i] += delta;
+    }
+    addToSubtreeLengths(delta);
+    if (index > 0)
+        m_children[size_t(index - 1)]->markLastDescendantsForFix();
+    else
+        markForFix();
+    replacement->markLastDescendantsForFix();
+    for (const auto &grandchild : replacement->m_children) {
+        if (grandchild->m_type != FileRoot)
+            grandchild->markForFix();
+    }
+    replacement->recordCommentRuleChange();
 }
 
 void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
@@ -141,6 +441,8 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
     const qsizetype index = it - m_children.begin();
     m_children.erase(it);
     renumberChildrenFrom(index);
+    childListChanged();
+    markForFix();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::leftSibling() const
@@ -167,8 +469,7 @@ bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, 
 {
     if (location < 0 || length < 0 || location + length > m_content.size())
         return false;
-    m_content.replace(location, length, string);
-    contentChanged();
+    replaceContent(location, length, string);
     figureOutPropertiesForNode();
     return true;
 }
@@ -273,7 +574,7 @@ void PLOutlineNode::figureOutPropertiesForNode()
 {
     if (m_type == FileRoot)
         return;
-    m_type = Text;
+    setType(Text);
     m_name = QStringLiteral("text");
     if (m_content.size() < 6)
         return;
@@ -289,7 +590,7 @@ void PLOutlineNode::figureOutPropertiesForNode()
         const qsizetype close = m_content.lastIndexOf(u'}');
         if (close < 0)
             return;
-        m_type = type;
+        setType(type);
         m_name = m_content.mid(prefix.size(), close - prefix.size());
         return;
     }
@@ -313,52 +614,120 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
     // A file reached through several include nodes is renested once per pass.
     if (m_type == FileRoot && !fixedRoots.insert(this).second)
         return;
-    if (m_type != FileRoot) {
-        PLOutlineNode *next = nextNodeInTree();
-        if (next && next->m_type != FileRoot && isLastLineCommented()) {
-            // Every named file goes, so the text node left behind holds no other file's root.
-            if (next->isFileReference()) {
-                for (const auto &included : next->includedRoots()) {
-                    next->removeChild(included);
-                    if (const auto includer = next->file())
-                        includer->releaseFileContainedInDocument(included->file());
-                }
-            }
-            next->m_type = Text;
-            next->m_textNodeSubType = PlainText;
-        }
-        if (next && m_type == Text && next->m_type == Text && !isFileReference() && !next->isFileReference()) {
-            const auto merged = next->share();
-            m_content += merged->m_content;
-            contentChanged();
-            if (merged->m_parent)
-                merged->m_parent->removeChild(merged);
-            // Whatever still hangs below the merged node follows its text, so it stays in order here.
-            qsizetype at = 0;
-            for (const auto &child : std::vector(merged->m_children)) {
-                if (child->m_type != FileRoot)
-                    insertChild(child, at++);
-            }
-            next = nullptr;
-        }
-        if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next))
-            addChild(next->share());
-        // A heading takes in the deeper nodes that follow it at every level it climbs through, so
-        // the nodes after it never end up in front of it.
-        for (;;) {
-            for (PLOutlineNode *sibling = rightSiblingNode(); sibling && sibling->m_type > m_type; sibling = rightSiblingNode())
-                addChild(sibling->share());
-            PLOutlineNode *up = m_parent;
-            PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
-            if (!grandparent || m_type > up->m_type)
-                break;
-            grandparent->insertChild(share(), up->m_indexInParent + 1);
-        }
-    }
+    // A root has no step of its own.
+    m_needsFix = false;
+    if (m_type != FileRoot)
+        fixStep();
+    // Every child is visited, so none stays listed unless a step lists it again.
+    for (PLOutlineNode *listed : std::exchange(m_childrenToFix, {}))
+        listed->m_listedForFix = false;
     // A pass only removes nodes that follow the one it works on, never that node or its ancestors,
     // so the child stays alive while it is renested.
     for (qsizetype i = childCount() - 1; i >= 0; --i) {
-        if (i < childCount())
-            m_children[size_t(i)]->fixTree(fixedRoots);
+        if (i < childCount()) {
+            PLOutlineNode *child = m_children[size_t(i)].get();
+            child->unlistFromParent();
+            child->fixTree(fixedRoots);
+        }
+    }
+    fixDone();
+}
+
+void PLOutlineNode::fixPending()
+{
+    if (std::exchange(m_needsFix, false) && m_type != FileRoot)
+        fixStep();
+    // The children a whole pass would visit, from the last to the first, skipping those that have
+    // nothing waiting: nodes in front of the one being renested keep their places meanwhile.
+    for (qsizetype limit = childCount() - 1; limit >= 0;) {
+        PLOutlineNode *next = nullptr;
+        for (PLOutlineNode *listed : m_childrenToFix) {
+            if (listed->m_indexInParent <= limit && (!next || listed->m_indexInParent > next->m_indexInParent))
+                next = listed;
+        }
+        if (!next)
+            break;
+        limit = next->m_indexInParent - 1;
+        next->unlistFromParent();
+        next->fixPending();
+    }
+    fixDone();
+}
+
+void PLOutlineNode::fixDone()
+{
+    // What a step changed behind the pass waits for the next one, as a whole pass would find it.
+    if (m_needsFix || !m_childrenToFix.empty())
+        listForFix();
+    else if (m_type == FileRoot)
+        rootsWaitingForFix().erase(this);
+}
+
+void PLOutlineNode::fixChangedParts()
+{
+    // A whole pass would go on into the included files; one with steps waiting needs it.
+    auto &waiting = rootsWaitingForFix();
+    if (waiting.size() > size_t(waiting.count(this))) {
+        std::unordered_set<const PLFile *> seen;
+        std::vector<std::shared_ptr<PLFile>> pending;
+        if (const auto owner = file())
+            pending.push_back(owner);
+        while (!pending.empty()) {
+            const auto current = std::move(pending.back());
+            pending.pop_back();
+            if (!current || !seen.insert(current.get()).second)
+                continue;
+            const auto &root = current->outlineRootNode();
+            if (root && root.get() != this && waiting.count(root.get())) {
+                fixTree();
+                return;
+            }
+            for (const auto &included : current->filesInDocument())
+                pending.push_back(included);
+        }
+    }
+    fixPending();
+}
+
+void PLOutlineNode::fixStep()
+{
+    PLOutlineNode *next = nextNodeInTree();
+    if (next && next->m_type != FileRoot && isLastLineCommented()) {
+        // Every named file goes, so the text node left behind holds no other file's root.
+        if (next->isFileReference()) {
+            for (const auto &included : next->includedRoots()) {
+                next->removeChild(included);
+                if (const auto includer = next->file())
+                    includer->releaseFileContainedInDocument(included->file());
+            }
+        }
+        next->setType(Text);
+        next->setTextNodeSubType(PlainText);
+    }
+    if (next && m_type == Text && next->m_type == Text && !isFileReference() && !next->isFileReference()) {
+        const auto merged = next->share();
+        replaceContent(m_content.size(), 0, merged->m_content);
+        if (merged->m_parent)
+            merged->m_parent->removeChild(merged);
+        // Whatever still hangs below the merged node follows its text, so it stays in order here.
+        qsizetype at = 0;
+        for (const auto &child : std::vector(merged->m_children)) {
+            if (child->m_type != FileRoot)
+                insertChild(child, at++);
+        }
+        next = nullptr;
+    }
+    if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next))
+        addChild(next->share());
+    // A heading takes in the deeper nodes that follow it at every level it climbs through, so
+    // the nodes after it never end up in front of it.
+    for (;;) {
+        for (PLOutlineNode *sibling = rightSiblingNode(); sibling && sibling->m_type > m_type; sibling = rightSiblingNode())
+            addChild(sibling->share());
+        PLOutlineNode *up = m_parent;
+        PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
+        if (!grandparent || m_type > up->m_type)
+            break;
+        grandparent->insertChild(share(), up->m_indexInParent + 1);
     }
 }

@@ -43,9 +43,9 @@ public:
     static std::shared_ptr<PLOutlineNode> createBibliographyNode(const QString &content, const std::shared_ptr<PLFile> &file);
 
     quint32 type() const { return m_type; }
-    void setType(quint32 type) { m_type = type; }
+    void setType(quint32 type);
     quint32 textNodeSubType() const { return m_textNodeSubType; }
-    void setTextNodeSubType(quint32 subType) { m_textNodeSubType = subType; }
+    void setTextNodeSubType(quint32 subType);
     const QString &name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
     QString content() const { return m_content; }
@@ -74,6 +74,9 @@ public:
     void addChild(const std::shared_ptr<PLOutlineNode> &node);
     void insertChild(const std::shared_ptr<PLOutlineNode> &node, qsizetype index);
     void removeChild(const std::shared_ptr<PLOutlineNode> &node);
+    // Puts the replacement in the node's place, as inserting it there and removing the node would,
+    // without moving the siblings after it.
+    void replaceChild(const std::shared_ptr<PLOutlineNode> &node, const std::shared_ptr<PLOutlineNode> &replacement);
 
     std::shared_ptr<PLOutlineNode> leftSibling() const;
     std::shared_ptr<PLOutlineNode> rightSibling() const;
@@ -98,16 +101,50 @@ public:
     bool isLastLineCommented() const;
     // Renests the subtree after nodes were added flat or replaced.
     void fixTree();
+    // On a file's root: the same as fixTree, visiting only the nodes whose renesting may change
+    // something since the last pass. Whole passes are kept when an included file waits for one.
+    void fixChangedParts();
+
+    // How much of the file's text this node and the nodes below it hold (included files left out;
+    // a root counts only the nodes below it).
+    qsizetype subtreeLength() const { return m_subtreeLength; }
+    // On a file's root: the first node in text order whose content ends at or after the location
+    // (the last node for a location past the end), with where its content begins; nothing for a
+    // root without children. Steps down by subtree lengths instead of walking the file.
+    PLOutlineNode *nodeAtLocation(qsizetype location, qsizetype *start) const;
+
+    // On a file's root: the nodes whose content, kind or place changed since the last call, whose
+    // own and following nodes' comment state must be looked at again; everything when the outline
+    // was built afresh since.
+    std::vector<std::shared_ptr<PLOutlineNode>> takeCommentRuleChanges(bool *everything);
+    // The node whose traverseRight step lands here, or nothing at the start of a file.
+    PLOutlineNode *traversePredecessor() const;
+    PLOutlineNode *fileRootNode() const;
 
     // The same walks without taking shares, for the passes that visit every node of a file.
     PLOutlineNode *rightSiblingNode() const;
     PLOutlineNode *nextNodeInTree() const;
     PLOutlineNode *traverseRightNode() const;
+    // The node after this one's subtree in document order, within its file.
+    PLOutlineNode *nextNodeAfterSubtree() const;
 
 private:
     using RootSet = std::unordered_set<const PLOutlineNode *>;
     void fixTree(RootSet &fixedRoots);
-    PLOutlineNode *nextNodeAfterSubtree() const;
+    void fixStep();
+    void fixPending();
+    void fixDone();
+    void listForFix();
+    void markForFix();
+    void markNeighboursForFix();
+    void markLastDescendantsForFix();
+    void unlistFromParent();
+    void recordCommentRuleChange();
+    void replaceContent(qsizetype location, qsizetype length, const QString &string);
+    void addToSubtreeLengths(qsizetype delta);
+    void childListChanged();
+    void childInserted(qsizetype index);
+    const std::vector<qsizetype> &childLengthSums() const;
     std::shared_ptr<PLOutlineNode> share() const;
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
@@ -125,6 +162,20 @@ private:
     qsizetype m_indexInParent = -1;
     // The answer of isLastLineCommented for the current content; -1 until asked.
     mutable qint8 m_lastLineCommented = -1;
+
+    qsizetype m_subtreeLength;
+    // A Fenwick tree over the children's subtree lengths, rebuilt when the list of children changed.
+    mutable std::vector<qsizetype> m_childLengthSums;
+    mutable bool m_childLengthSumsValid = false;
+
+    // This node's renesting step may act; its listed children hold such nodes below them.
+    bool m_needsFix = false;
+    bool m_listedForFix = false;
+    std::vector<PLOutlineNode *> m_childrenToFix;
+
+    // On a root: nodes changed since the comment rule last looked.
+    std::vector<std::weak_ptr<PLOutlineNode>> m_commentRuleChanges;
+    bool m_commentRuleNeedsEverything = true;
 };
 
 Q_DECLARE_METATYPE(std::shared_ptr<PLOutlineNode>)

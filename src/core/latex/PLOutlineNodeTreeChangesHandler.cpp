@@ -9,6 +9,7 @@
 #include "PLOutlineNode.h"
 #include "PLOutlineTreeHelper.h"
 
+#include <algorithm>
 #include <unordered_set>
 
 PLOutlineNodeTreeChangesHandler::PLOutlineNodeTreeChangesHandler(const std::shared_ptr<PLFile> &file)
@@ -56,7 +57,7 @@ void PLOutlineNodeTreeChangesHandler::replaceContentInOutlineNode(const std::sha
             replaceAcrossNodes(*records, location, length, string);
     }
     applyCommentRule(rootNode);
-    rootNode->fixTree();
+    rootNode->fixChangedParts();
     PLNotificationCenter::defaultCenter().post(PLNotificationNameNodeDidChangeChildren, rootNode.get());
 }
 
@@ -93,9 +94,14 @@ void PLOutlineNodeTreeChangesHandler::replaceInOneNode(const PLLatexFileContentP
             else
                 replacement->insertChild(child, moved++);
         }
-        parent->insertChild(replacement, index);
+        // The node and its replacement trade places in one step; the announcements follow in order.
+        parent->replaceChild(node, replacement);
         postNodeAdded(replacement);
-        removeReplacedNode();
+        if (owner) {
+            for (const auto &includedFile : released)
+                owner->releaseFileContainedInDocument(includedFile);
+        }
+        postNodeRemoved(node);
         return;
     }
 
@@ -205,15 +211,57 @@ void PLOutlineNodeTreeChangesHandler::releaseIncludedRoots(const std::shared_ptr
 
 void PLOutlineNodeTreeChangesHandler::applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode)
 {
-    bool previousLineCommented = rootNode->isLastLineCommented();
-    for (PLOutlineNode *node = rootNode->traverseRightNode(); node; node = node->traverseRightNode()) {
-        if (previousLineCommented) {
-            // Every file a bibliography names goes, so the text node holds no other file's root.
-            if (node->isFileReference())
-                releaseIncludedRoots(node->shared_from_this());
-            node->setType(PLOutlineNode::Text);
-            node->setTextNodeSubType(PLOutlineNode::PlainText);
+    bool everything = false;
+    const auto changed = rootNode->takeCommentRuleChanges(&everything);
+    if (everything) {
+        bool previousLineCommented = rootNode->isLastLineCommented();
+        for (PLOutlineNode *node = rootNode->traverseRightNode(); node; node = node->traverseRightNode()) {
+            if (previousLineCommented)
+                makePlainText(node);
+            previousLineCommented = node->isLastLineCommented();
         }
-        previousLineCommented = node->isLastLineCommented();
+        return;
     }
+    // Since the rule last held everywhere, only a changed node, the node after it in the walk and
+    // the node after its subtree can have a commented line in front of them that they ignore.
+    std::vector<std::pair<std::vector<qsizetype>, PLOutlineNode *>> candidates;
+    const auto consider = [&](PLOutlineNode *node) {
+        std::vector<qsizetype> place;
+        for (const PLOutlineNode *step = node; step != rootNode.get(); step = step->parent().get()) {
+            // Nodes of another file, detached ones, and those hidden below an include node are not walked.
+            if (!step || step->type() == PLOutlineNode::FileRoot)
+                return;
+            if (step != node && step->isFileReference())
+                return;
+            place.push_back(step->indexInParent());
+        }
+        std::reverse(place.begin(), place.end());
+        candidates.emplace_back(std::move(place), node);
+    };
+    if (PLOutlineNode *first = rootNode->traverseRightNode())
+        consider(first);
+    for (const auto &node : changed) {
+        consider(node.get());
+        if (PLOutlineNode *next = node->traverseRightNode())
+            consider(next);
+        if (PLOutlineNode *after = node->nextNodeAfterSubtree())
+            consider(after);
+    }
+    std::sort(candidates.begin(), candidates.end());
+    candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+    // In text order, as a walk of the whole file would announce them.
+    for (const auto &[place, node] : candidates) {
+        const PLOutlineNode *previous = node->traversePredecessor();
+        if (previous ? previous->isLastLineCommented() : rootNode->isLastLineCommented())
+            makePlainText(node);
+    }
+}
+
+void PLOutlineNodeTreeChangesHandler::makePlainText(PLOutlineNode *node)
+{
+    // Every file a bibliography names goes, so the text node holds no other file's root.
+    if (node->isFileReference())
+        releaseIncludedRoots(node->shared_from_this());
+    node->setType(PLOutlineNode::Text);
+    node->setTextNodeSubType(PLOutlineNode::PlainText);
 }

@@ -39,6 +39,7 @@ private:
     void replaceAcrossNodes(const PLLatexFileContentRangeSearchResult &records, qsizetype location, qsizetype length,
                             const QString &string);
     void applyCommentRule(const std::shared_ptr<PLOutlineNode> &rootNode);
+    void makePlainText(PLOutlineNode *node);
     // Takes the included roots off the node, announcing each, and releases their files.
     void releaseIncludedRoots(const std::shared_ptr<PLOutlineNode> &node);
     void postNodeAdded(const std::shared_ptr<PLOutlineNode> &node) const;

@@ -8,16 +8,17 @@ std::optional<PLLatexFileContentRangeSearchResult> PLOutlineTreeHelper::locateNo
     if (!m_rootNode)
         return std::nullopt;
     PLOutlineNode *node = m_rootNode.get();
-    if (node->type() == PLOutlineNode::FileRoot) {
-        if (node->childCount() == 0)
-            return std::nullopt;
-        node = node->children().front().get();
-    }
     qsizetype offset = 0;
-    for (PLOutlineNode *next = node->traverseRightNode(); next && node->contentLength() + offset < location;
-         next = node->traverseRightNode()) {
-        offset += node->contentLength();
-        node = next;
+    if (node->type() == PLOutlineNode::FileRoot) {
+        node = node->nodeAtLocation(location, &offset);
+        if (!node)
+            return std::nullopt;
+    } else {
+        for (PLOutlineNode *next = node->traverseRightNode(); next && node->contentLength() + offset < location;
+             next = node->traverseRightNode()) {
+            offset += node->contentLength();
+            node = next;
+        }
     }
     PLLatexFileContentRangeSearchResult result;
     result.addSearchResult(PLLatexFileContentParserNodeSearchResult(node->shared_from_this(), offset));

@@ -200,6 +200,13 @@ QString PLFile::content() const
     return m_contentBuffer ? m_contentBuffer->string() : QString();
 }
 
+std::shared_ptr<PLFile> PLFile::fileInDocumentWithPath(const QString &path) const
+{
+    const auto found = std::find_if(m_filesInDocument.begin(), m_filesInDocument.end(),
+                                    [&](const auto &file) { return file->stringPath() == path; });
+    return found == m_filesInDocument.end() ? nullptr : *found;
+}
+
 QList<std::shared_ptr<PLFile>> PLFile::filesInDocument() const
 {
     return QList<std::shared_ptr<PLFile>>(m_filesInDocument.begin(), m_filesInDocument.end());

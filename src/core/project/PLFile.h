@@ -58,6 +58,8 @@ public:
     const std::shared_ptr<PLOutlineNode> &outlineRootNode() const { return m_outlineRootNode; }
     // The files this file includes directly, in the order they were first included.
     QList<std::shared_ptr<PLFile>> filesInDocument() const;
+    // The file among those this one includes directly whose path is exactly the given one.
+    std::shared_ptr<PLFile> fileInDocumentWithPath(const QString &path) const;
     // This file and every file it includes, directly or not, each once, depth first in include order.
     QList<std::shared_ptr<PLFile>> allFilesInDocument();
     quint32 openCount() const { return m_openCount; }

@@ -1,5 +1,7 @@
 #include "PLLineNumbersRulerView.h"
 
+#include "PLStringLineCalculations.h"
+
 #include "PLTextContentBuffer.h"
 #include "PLTextView.h"
 
@@ -11,6 +13,7 @@
 #include <QTextBlock>
 #include <QTimer>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -60,7 +63,13 @@ void PLLineNumbersRulerView::setClientView(PLTextView *view)
 void PLLineNumbersRulerView::textDidChange(PLRange editedRange, qsizetype changeInLength)
 {
     m_lines.noteReplacement(editedRange, changeInLength);
-    update();
+    // Typing within a line moves no line number; the text view's own repaint covers that line.
+    const bool removed = editedRange.length != changeInLength;
+    const QString &text = m_clientView->contentBuffer()->string();
+    const bool newLines = std::any_of(text.begin() + editedRange.location, text.begin() + editedRange.end(),
+                                      [](QChar c) { return PLStringLineCalculations::isLineTerminator(c); });
+    if (removed || newLines)
+        update();
 }
 
 const std::vector<qsizetype> &PLLineNumbersRulerView::lineIndices()

@@ -400,8 +400,10 @@ void PLTextView::applyAttributes(PLRange range)
     const qsizetype end = qBound<qsizetype>(start, range.end(), textLength);
     const qsizetype mirrorEnd = m_lineEndings.toMirror(end);
     m_updatingMirror = true;
-    for (QTextBlock block = document()->findBlock(int(m_lineEndings.toMirror(start))); block.isValid() && block.position() <= mirrorEnd;
-         block = block.next()) {
+    // The blocks the range overlaps: a range that ends with a line's break does not reach into the
+    // next line, which would then be laid out and painted again for nothing.
+    const QTextBlock first = document()->findBlock(int(m_lineEndings.toMirror(start)));
+    for (QTextBlock block = first; block.isValid() && (block == first || block.position() < mirrorEnd); block = block.next()) {
         // A block holds no line break of its own, so its characters run one for one in the text.
         const qsizetype blockStart = m_lineEndings.toText(block.position());
         QList<QTextLayout::FormatRange> formats;

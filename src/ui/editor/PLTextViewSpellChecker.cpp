@@ -184,6 +184,7 @@ void PLTextViewSpellChecker::showMarks()
     const bool typing = !caret.hasSelection() && caret.position() == m_lastEditEnd;
 
     QList<QTextEdit::ExtraSelection> selections;
+    QList<std::pair<int, int>> shown;
     const VisibleBlocks visible = visibleBlocks(m_view);
     for (QTextBlock block = visible.first; block.isValid(); block = block.next()) {
         if (const PLSpellingBlockData *data = spellingData(block)) {
@@ -192,14 +193,23 @@ void PLTextViewSpellChecker::showMarks()
                 const int end = start + int(mark.length);
                 if (typing && caret.position() >= start && caret.position() <= end)
                     continue;
-                QTextCursor cursor(m_view->document());
-                cursor.setPosition(start);
-                cursor.setPosition(end, QTextCursor::KeepAnchor);
-                selections.append(QTextEdit::ExtraSelection{cursor, format});
+                shown.append({start, end});
             }
         }
         if (block == visible.last)
             break;
+    }
+    // The view's marks move with its text; handing over the same set again repaints every mark.
+    QList<std::pair<int, int>> current;
+    for (const QTextEdit::ExtraSelection &selection : m_view->extraSelections())
+        current.append({selection.cursor.selectionStart(), selection.cursor.selectionEnd()});
+    if (current == shown)
+        return;
+    for (const auto &[start, end] : std::as_const(shown)) {
+        QTextCursor cursor(m_view->document());
+        cursor.setPosition(start);
+        cursor.setPosition(end, QTextCursor::KeepAnchor);
+        selections.append(QTextEdit::ExtraSelection{cursor, format});
     }
     m_view->setExtraSelections(selections);
 }

@@ -54,9 +54,23 @@ void PLDocumentOutlineItemModel::build(Item *item) const
         auto child = std::make_unique<Item>();
         child->node = std::move(node);
         child->parent = item;
+        refreshShown(child.get());
         build(child.get());
         item->children.push_back(std::move(child));
     }
+}
+
+bool PLDocumentOutlineItemModel::refreshShown(Item *item) const
+{
+    QString shown = m_dataSource.objectValueForItem(item->node.get());
+    QString icon = m_dataSource.iconResourceNameForItem(item->node.get());
+    const bool group = m_dataSource.isGroupItem(item->node.get());
+    if (shown == item->shown && icon == item->icon && group == item->group)
+        return false;
+    item->shown = std::move(shown);
+    item->icon = std::move(icon);
+    item->group = group;
+    return true;
 }
 
 void PLDocumentOutlineItemModel::reloadData()
@@ -95,8 +109,11 @@ void PLDocumentOutlineItemModel::synchronise(Item *item, QModelIndexList &insert
         const std::shared_ptr<PLOutlineNode> &node = wanted[next];
         if (row < item->children.size() && item->children[row]->node == node) {
             synchronise(item->children[row].get(), inserted);
-            const QModelIndex kept = index(int(row), 0, parentIndex);
-            emit dataChanged(kept, kept);
+            // Typing in the text under a heading changes nothing the row shows.
+            if (refreshShown(item->children[row].get())) {
+                const QModelIndex kept = index(int(row), 0, parentIndex);
+                emit dataChanged(kept, kept);
+            }
             ++row;
             ++next;
             continue;
@@ -114,6 +131,7 @@ void PLDocumentOutlineItemModel::synchronise(Item *item, QModelIndexList &insert
         auto child = std::make_unique<Item>();
         child->node = node;
         child->parent = item;
+        refreshShown(child.get());
         build(child.get());
         beginInsertRows(parentIndex, int(row), int(row));
         item->children.insert(item->children.begin() + std::ptrdiff_t(row), std::move(child));

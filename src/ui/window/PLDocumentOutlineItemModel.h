@@ -51,10 +51,16 @@ private:
         std::shared_ptr<PLOutlineNode> node;
         Item *parent = nullptr;
         std::vector<std::unique_ptr<Item>> children;
+        // What the row shows, so a row is repainted only when that changes.
+        QString shown;
+        QString icon;
+        bool group = false;
     };
 
     std::vector<std::shared_ptr<PLOutlineNode>> visibleChildren(const Item *item) const;
     void build(Item *item) const;
+    // Takes what the item's node now shows; true when that differs from what the row shows.
+    bool refreshShown(Item *item) const;
     void synchronise(Item *item, QModelIndexList &inserted);
     QModelIndex indexOfItem(const Item *item) const;
     int rowOfItem(const Item *item) const;

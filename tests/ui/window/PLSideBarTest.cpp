@@ -15,6 +15,7 @@
 
 #include <QAbstractItemModelTester>
 #include <QMainWindow>
+#include <QSignalSpy>
 #include <QTest>
 #include <QUndoStack>
 
@@ -166,6 +167,12 @@ TEST_F(Sidebar, EditsUpdateTheirFileAndLeaveCollapsedRowsElsewhereAlone)
     EXPECT_EQ(rows(), (QStringList{QStringLiteral("+main.tex"), QStringLiteral("  +Local"), QStringLiteral("    Deep"),
                                    QStringLiteral("      +intro.tex"), QStringLiteral("        Motivation"),
                                    QStringLiteral("        Added")}));
+
+    // Typing in the text under a heading leaves every row as it was, so no row is repainted.
+    QSignalSpy changed(model(), &QAbstractItemModel::dataChanged);
+    QSignalSpy inserted(model(), &QAbstractItemModel::rowsInserted);
+    buffer->replaceCharactersInRange(PLRange{buffer->string().indexOf(QStringLiteral("Why")), 0}, QStringLiteral("So "));
+    EXPECT_EQ(changed.count() + inserted.count(), 0);
 
     buffer->replaceCharactersInRange(PLRange{9, 10}, QStringLiteral("Aims"));
     EXPECT_TRUE(find(QStringLiteral("Aims")).isValid());
