@@ -1,6 +1,6 @@
 #include "PLBenchSupport.h"
-#include "PLLineIndices.h"
-#include "PLStringLineCalculations.h"
+#include "core/editor/PLLineIndices.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <benchmark/benchmark.h>
 

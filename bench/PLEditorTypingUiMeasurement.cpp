@@ -8,19 +8,19 @@
 //
 // PLEditorTypingUiMeasurement [lines] [keys] [wheel steps]
 
-#include "PLDocument.h"
-#include "PLDocumentController.h"
-#include "PLDocumentSplitViewController.h"
-#include "PLDocumentWindowController.h"
-#include "PLMainAreaViewController.h"
-#include "PLSpellChecker.h"
-#include "PLSplitViewContentViewController.h"
-#include "PLSplitViewController.h"
-#include "PLStringLineCalculations.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/window/PLDocumentSplitViewController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "ui/window/PLMainAreaViewController.h"
+#include "ui/editor/PLSpellChecker.h"
+#include "ui/window/PLSplitViewContentViewController.h"
+#include "ui/window/PLSplitViewController.h"
+#include "core/foundation/PLStringLineCalculations.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

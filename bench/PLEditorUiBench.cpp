@@ -1,11 +1,11 @@
 // Typing into editor panes and opening project windows, on the offscreen platform.
 #include "PLBenchSupport.h"
-#include "PLDocumentController.h"
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLTextView.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "ui/app/PLDocumentController.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "ui/editor/PLTextView.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

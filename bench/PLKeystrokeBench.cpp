@@ -1,9 +1,9 @@
 #include "PLProjectModelBenchSupport.h"
 
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLOutlineNode.h"
-#include "PLTextContentBuffer.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QUndoStack>
 

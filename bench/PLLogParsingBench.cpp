@@ -1,8 +1,8 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLLogStringParser.h"
-#include "PLNotificationCenter.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
 #include <QDirIterator>
 #include <QFile>

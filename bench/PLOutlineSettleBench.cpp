@@ -1,11 +1,11 @@
 #include "PLProjectModelBenchSupport.h"
 
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLLatexStringParser.h"
-#include "PLOutlineNode.h"
-#include "PLOutlineSettler.h"
-#include "PLTextContentBuffer.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLOutlineSettler.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QUndoStack>
 

@@ -1,8 +1,8 @@
 // The PDF pane's view on a typeset 500-page book, on the offscreen platform: from new PDF bytes
 // to the visible page drawn, one page's rendering, and scrolling at a steady frame rate.
-#include "PLPDFView.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "ui/typesetting/PLPDFView.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

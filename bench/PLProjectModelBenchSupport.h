@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFile>

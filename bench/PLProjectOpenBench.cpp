@@ -1,8 +1,8 @@
 #include "PLProjectModelBenchSupport.h"
 
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLTextContentBuffer.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QFileInfo>
 

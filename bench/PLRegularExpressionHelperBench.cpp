@@ -1,5 +1,5 @@
 #include "PLBenchSupport.h"
-#include "PLRegularExpressionHelper.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,4 +1,4 @@
-#include "PLSyncTexSearch.h"
+#include "core/typesetting/PLSyncTexSearch.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "PLFuzzSupport.h"
 #include "PLHighlighterFuzzing.h"
-#include "PLBIBSyntaxHightlighterDelegate.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {

@@ -1,8 +1,8 @@
 #include "PLHighlighterFuzzing.h"
 
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "PLSyntaxHighlighterTestSupport.h"
-#include "PLTextStorage.h"
+#include "core/editor/PLTextStorage.h"
 
 #include <cstdlib>
 

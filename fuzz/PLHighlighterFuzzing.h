@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLSyntaxHighlighterDelegate.h"
+#include "core/editor/PLSyntaxHighlighterDelegate.h"
 
 #include <QString>
 

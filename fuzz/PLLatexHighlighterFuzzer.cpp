@@ -1,6 +1,6 @@
 #include "PLFuzzSupport.h"
 #include "PLHighlighterFuzzing.h"
-#include "PLLatexSyntaxHighlighterDelegate.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
 {

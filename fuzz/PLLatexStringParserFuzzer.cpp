@@ -1,7 +1,7 @@
-#include "PLFilePool.h"
+#include "core/project/PLFilePool.h"
 #include "PLFuzzSupport.h"
-#include "PLLatexStringParser.h"
-#include "PLOutlineNode.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <cstdlib>
 

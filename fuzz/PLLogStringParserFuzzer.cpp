@@ -1,8 +1,8 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
 #include "PLFuzzSupport.h"
-#include "PLLogItem.h"
-#include "PLLogStringParser.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogStringParser.h"
 
 #include <QDir>
 

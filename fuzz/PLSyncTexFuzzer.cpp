@@ -1,6 +1,6 @@
 #include "PLFuzzSupport.h"
-#include "PLSyncTexDataCheck.h"
-#include "PLSyncTexSearch.h"
+#include "core/typesetting/PLSyncTexDataCheck.h"
+#include "core/typesetting/PLSyncTexSearch.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,7 +1,7 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
 #include "PLFuzzSupport.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
 #include <QDir>
 

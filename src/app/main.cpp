@@ -1,7 +1,7 @@
-#include "PLApplication.h"
-#include "PLApplicationController.h"
-#include "PLInstanceClient.h"
-#include "PLInstanceServer.h"
+#include "ui/app/PLApplication.h"
+#include "ui/app/PLApplicationController.h"
+#include "ui/app/PLInstanceClient.h"
+#include "ui/app/PLInstanceServer.h"
 
 #include <QCommandLineParser>
 #include <QIcon>

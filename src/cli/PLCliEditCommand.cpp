@@ -1,10 +1,10 @@
-#include "PLCliCommands.h"
-#include "PLCliProject.h"
+#include "cli/PLCliCommands.h"
+#include "cli/PLCliProject.h"
 
-#include "PLDocument.h"
-#include "PLFile.h"
-#include "PLNotificationCenter.h"
-#include "PLTextContentBuffer.h"
+#include "core/document/PLDocument.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

@@ -1,8 +1,8 @@
-#include "PLCliCommands.h"
-#include "PLCliProject.h"
+#include "cli/PLCliCommands.h"
+#include "cli/PLCliProject.h"
 
-#include "PLDocument.h"
-#include "PLFile.h"
+#include "core/document/PLDocument.h"
+#include "core/project/PLFile.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

@@ -1,10 +1,10 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
-#include "PLBIBSyntaxHightlighterDelegate.h"
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLSyntaxHighlighter.h"
-#include "PLTextContentBuffer.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/editor/PLSyntaxHighlighter.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

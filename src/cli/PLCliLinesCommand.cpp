@@ -1,7 +1,7 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
-#include "PLStringEncoding.h"
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <QFile>
 #include <QJsonArray>

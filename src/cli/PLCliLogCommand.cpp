@@ -1,12 +1,12 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
-#include "PLFile.h"
-#include "PLLogItem.h"
-#include "PLLogStringParser.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLStringEncoding.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,11 +1,11 @@
-#include "PLCliProject.h"
+#include "cli/PLCliProject.h"
 
-#include "PLCliCommands.h"
-#include "PLDocument.h"
-#include "PLDocumentOutlineViewDataSource.h"
-#include "PLFile.h"
-#include "PLNotificationCenter.h"
-#include "PLOutlineNode.h"
+#include "cli/PLCliCommands.h"
+#include "core/document/PLDocument.h"
+#include "core/latex/PLDocumentOutlineViewDataSource.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <QFileInfo>
 #include <QJsonArray>

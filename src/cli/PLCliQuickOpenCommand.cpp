@@ -1,10 +1,10 @@
-#include "PLCliCommands.h"
-#include "PLCliProject.h"
+#include "cli/PLCliCommands.h"
+#include "cli/PLCliProject.h"
 
-#include "PLDocument.h"
-#include "PLFile.h"
-#include "PLOutlineNode.h"
-#include "PLQuickOpenManager.h"
+#include "core/document/PLDocument.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLQuickOpenManager.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

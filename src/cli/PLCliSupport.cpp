@@ -1,4 +1,4 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
 #include <cmath>
 #include <cstdio>

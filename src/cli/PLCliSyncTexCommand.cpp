@@ -1,7 +1,7 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
-#include "PLFile.h"
-#include "PLSyncTexSearch.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLSyncTexSearch.h"
 
 #include <QDir>
 #include <QFileInfo>

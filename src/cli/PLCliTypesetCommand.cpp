@@ -1,13 +1,13 @@
-#include "PLCliCommands.h"
+#include "cli/PLCliCommands.h"
 
-#include "PLFile.h"
-#include "PLFileFactory.h"
-#include "PLLatexTransformer.h"
-#include "PLLatexTransformerDelegate.h"
-#include "PLLogItem.h"
-#include "PLLogStringParser.h"
-#include "PLTexCommandLine.h"
-#include "PLTypesettingSummary.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFileFactory.h"
+#include "core/typesetting/PLLatexTransformer.h"
+#include "core/typesetting/PLLatexTransformerDelegate.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/typesetting/PLTexCommandLine.h"
+#include "core/typesetting/PLTypesettingSummary.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
-#include "PLCliCommands.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "cli/PLCliCommands.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 

@@ -1,7 +1,7 @@
 #include "PLCliRunner.h"
-#include "PLColor.h"
+#include "core/foundation/PLColor.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QJsonArray>

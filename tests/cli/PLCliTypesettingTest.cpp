@@ -1,6 +1,6 @@
 #include "../core/typesetting/PLTypesettingTestSupport.h"
 #include "PLCliRunner.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QJsonArray>
 #include <QJsonObject>

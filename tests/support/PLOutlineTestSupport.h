@@ -1,11 +1,11 @@
 #pragma once
 
-#include "PLDictionaryKeys.h"
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineNode.h"
+#include "core/project/PLDictionaryKeys.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
 #include "PLTestSupport.h"
 
 #include <QDir>

@@ -1,10 +1,10 @@
 // Saves a file through the project model again and again, alternating between two texts, until
 // it is killed. Tests kill it at random moments and check that the file on disk is always whole.
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLTextContentBuffer.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "PLApplication.h"
+#include "ui/app/PLApplication.h"
 #include "PLTestSupport.h"
 
 #include <QTemporaryDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLRange.h"
+#include "core/foundation/PLRange.h"
 
 #include <ostream>
 

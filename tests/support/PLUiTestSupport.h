@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLDocument.h"
-#include "PLDocumentController.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentController.h"
 #include "PLTestSupport.h"
 
 #include <QAbstractButton>

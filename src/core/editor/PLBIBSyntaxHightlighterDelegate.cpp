@@ -1,6 +1,6 @@
-#include "PLBIBSyntaxHightlighterDelegate.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
 
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 namespace {
 // The at sign and the word after it.

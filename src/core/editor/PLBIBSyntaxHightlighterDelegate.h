@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLLatexSyntaxHighlighterDelegate.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 // The rules of bibliography files: entry types and "key = {value}" fields, then every LaTeX rule,
 // so the LaTeX rules win where they overlap.

@@ -1,8 +1,8 @@
-#include "PLLatexSyntaxHighlighterDelegate.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
-#include "PLRegularExpressionHelper.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 // Every pattern here runs on each line after each keystroke, so each one reads a line in one pass:
 // quantifiers are possessive or bounded by characters their follower cannot match, and a token

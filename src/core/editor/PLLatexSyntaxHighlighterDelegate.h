@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLSyntaxHighlighter.h"
-#include "PLSyntaxHighlighterDelegate.h"
+#include "core/foundation/PLRange.h"
+#include "core/editor/PLSyntaxHighlighter.h"
+#include "core/editor/PLSyntaxHighlighterDelegate.h"
 
 // The LaTeX rules, applied to each line in this order, later ones winning where they paint the same
 // attribute: commands, sectioning headings, brackets, dollar signs, comments, then a link over the

@@ -1,6 +1,6 @@
-#include "PLLineIndices.h"
+#include "core/editor/PLLineIndices.h"
 
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <algorithm>
 

@@ -1,14 +1,14 @@
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 
-#include "PLLogging.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLRegularExpressionHelper.h"
-#include "PLStringLineCalculations.h"
-#include "PLSyntaxHighlighterDelegate.h"
-#include "PLTextStorage.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLStringLineCalculations.h"
+#include "core/editor/PLSyntaxHighlighterDelegate.h"
+#include "core/editor/PLTextStorage.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 PLSyntaxHighlighter::PLSyntaxHighlighter(PLTextStorage *textStorage,
                                          std::unique_ptr<PLSyntaxHighlighterDelegate> delegate)

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLTextAttributes.h"
+#include "core/foundation/PLRange.h"
+#include "core/editor/PLTextAttributes.h"
 
 #include <QObject>
 #include <QString>

@@ -1,10 +1,10 @@
-#include "PLSyntaxHighlightingColorReset.h"
+#include "core/editor/PLSyntaxHighlightingColorReset.h"
 
-#include "PLColor.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLColor.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <utility>
 

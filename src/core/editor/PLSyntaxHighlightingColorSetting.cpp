@@ -1,4 +1,4 @@
-#include "PLSyntaxHighlightingColorSetting.h"
+#include "core/editor/PLSyntaxHighlightingColorSetting.h"
 
 PLSyntaxHighlightingColorSetting::PLSyntaxHighlightingColorSetting(QString title, QString userDefaultsBackgroundKey,
                                                                    QString backgroundNotification,

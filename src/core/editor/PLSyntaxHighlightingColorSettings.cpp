@@ -1,7 +1,7 @@
-#include "PLSyntaxHighlightingColorSettings.h"
+#include "core/editor/PLSyntaxHighlightingColorSettings.h"
 
-#include "PLNotificationNameConstants.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 QList<PLSyntaxHighlightingColorSettings> PLSyntaxHighlightingColorSettings::editorColorGroups()
 {

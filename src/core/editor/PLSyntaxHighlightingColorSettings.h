@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLSyntaxHighlightingColorSetting.h"
+#include "core/editor/PLSyntaxHighlightingColorSetting.h"
 
 #include <QList>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "PLTextAttributeRuns.h"
+#include "core/editor/PLTextAttributeRuns.h"
 
 #include <algorithm>
 

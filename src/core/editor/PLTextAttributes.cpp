@@ -1,4 +1,4 @@
-#include "PLTextAttributes.h"
+#include "core/editor/PLTextAttributes.h"
 
 #include <array>
 

@@ -1,13 +1,13 @@
-#include "PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBuffer.h"
 
-#include "PLBIBSyntaxHightlighterDelegate.h"
-#include "PLFile.h"
-#include "PLLogging.h"
-#include "PLOutlineNode.h"
-#include "PLOutlineNodeTreeChangesHandler.h"
-#include "PLRegularExpressionHelper.h"
-#include "PLStringLineCalculations.h"
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLLogging.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLOutlineNodeTreeChangesHandler.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLStringLineCalculations.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 
 #include <QUndoCommand>
 #include <QUndoStack>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLTextStorage.h"
+#include "core/foundation/PLRange.h"
+#include "core/editor/PLTextStorage.h"
 
 #include <QObject>
 #include <QString>

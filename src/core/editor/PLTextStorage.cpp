@@ -1,4 +1,4 @@
-#include "PLTextStorage.h"
+#include "core/editor/PLTextStorage.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLTextAttributeRuns.h"
+#include "core/foundation/PLRange.h"
+#include "core/editor/PLTextAttributeRuns.h"
 
 #include <QObject>
 #include <QString>

@@ -1,6 +1,6 @@
-#include "PLTextViewHistoryHandler.h"
+#include "core/editor/PLTextViewHistoryHandler.h"
 
-#include "PLFile.h"
+#include "core/project/PLFile.h"
 
 PLTextViewHistoryHandler::PLTextViewHistoryHandler()
     : m_backwardsRangeStack(std::make_shared<RangeStack>()), m_forwardsRangeStack(std::make_shared<RangeStack>())

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLStack.h"
+#include "core/foundation/PLRange.h"
+#include "core/editor/PLStack.h"
 
 #include <QHash>
 #include <QString>

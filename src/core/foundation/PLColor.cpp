@@ -1,4 +1,4 @@
-#include "PLColor.h"
+#include "core/foundation/PLColor.h"
 
 #include <QHash>
 #include <QStringList>

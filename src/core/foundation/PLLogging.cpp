@@ -1,4 +1,4 @@
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 Q_LOGGING_CATEGORY(lcSettings, "plumeo.settings", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcNotifications, "plumeo.notifications", QtInfoMsg)

@@ -1,6 +1,6 @@
-#include "PLNotificationCenter.h"
+#include "core/foundation/PLNotificationCenter.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <algorithm>
 

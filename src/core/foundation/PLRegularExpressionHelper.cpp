@@ -1,6 +1,6 @@
-#include "PLRegularExpressionHelper.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <unicode/uregex.h>
 

@@ -1,6 +1,6 @@
-#include "PLStringEncoding.h"
+#include "core/foundation/PLStringEncoding.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>

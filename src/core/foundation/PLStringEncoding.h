@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLError.h"
+#include "core/foundation/PLError.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <algorithm>
 

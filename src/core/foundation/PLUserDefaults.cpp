@@ -1,6 +1,6 @@
-#include "PLUserDefaults.h"
+#include "core/foundation/PLUserDefaults.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <QDir>
 #include <QSettings>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLColor.h"
+#include "core/foundation/PLColor.h"
 
 #include <QString>
 #include <QVariant>

@@ -1,8 +1,8 @@
-#include "PLDocumentOutlineViewDataSource.h"
+#include "core/latex/PLDocumentOutlineViewDataSource.h"
 
-#include "PLError.h"
-#include "PLFile.h"
-#include "PLOutlineNode.h"
+#include "core/foundation/PLError.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLFileContentOutlineParser.h"
+#include "core/latex/PLFileContentOutlineParser.h"
 
 // A parser that leaves a file's outline untouched.
 class PLLatexFileContentElementsParser : public PLFileContentOutlineParser

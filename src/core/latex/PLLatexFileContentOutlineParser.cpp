@@ -1,12 +1,12 @@
-#include "PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 
-#include "PLDictionaryKeys.h"
-#include "PLFile.h"
-#include "PLLatexStringParser.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineNode.h"
-#include "PLTextContentBuffer.h"
+#include "core/project/PLDictionaryKeys.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 PLLatexFileContentOutlineParser::PLLatexFileContentOutlineParser(PLQuickOpenManager *quickOpenManager)
     : m_quickOpenManager(quickOpenManager)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLFileContentOutlineParser.h"
+#include "core/latex/PLFileContentOutlineParser.h"
 
 class PLLatexStringParser;
 class PLQuickOpenManager;

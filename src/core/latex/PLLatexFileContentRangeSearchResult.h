@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLLatexFileContentParserNodeSearchResult.h"
+#include "core/latex/PLLatexFileContentParserNodeSearchResult.h"
 
 #include <QList>
 

@@ -1,11 +1,11 @@
-#include "PLLatexStringParser.h"
+#include "core/latex/PLLatexStringParser.h"
 
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLLogging.h"
-#include "PLOutlineNode.h"
-#include "PLRegularExpressionHelper.h"
-#include "PLStringLineCalculations.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/foundation/PLLogging.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <QDir>
 

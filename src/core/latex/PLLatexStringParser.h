@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLStringParser.h"
+#include "core/foundation/PLRange.h"
+#include "core/latex/PLStringParser.h"
 
 #include <QStringList>
 

@@ -1,8 +1,8 @@
-#include "PLOutlineNode.h"
+#include "core/latex/PLOutlineNode.h"
 
-#include "PLFile.h"
-#include "PLLatexStringParser.h"
-#include "PLTitleMarkup.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/latex/PLTitleMarkup.h"
 
 #include <algorithm>
 #include <bit>

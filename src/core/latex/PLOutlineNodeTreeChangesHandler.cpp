@@ -1,13 +1,13 @@
-#include "PLOutlineNodeTreeChangesHandler.h"
+#include "core/latex/PLOutlineNodeTreeChangesHandler.h"
 
-#include "PLDictionaryKeys.h"
-#include "PLFile.h"
-#include "PLLatexStringParser.h"
-#include "PLLogging.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineNode.h"
-#include "PLOutlineTreeHelper.h"
+#include "core/project/PLDictionaryKeys.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLOutlineTreeHelper.h"
 
 #include <algorithm>
 #include <unordered_set>

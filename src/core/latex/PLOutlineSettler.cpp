@@ -1,11 +1,11 @@
-#include "PLOutlineSettler.h"
+#include "core/latex/PLOutlineSettler.h"
 
-#include "PLDictionaryKeys.h"
-#include "PLFile.h"
-#include "PLLatexStringParser.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineNode.h"
+#include "core/project/PLDictionaryKeys.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexStringParser.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <QHash>
 

@@ -1,6 +1,6 @@
-#include "PLOutlineTreeHelper.h"
+#include "core/latex/PLOutlineTreeHelper.h"
 
-#include "PLOutlineNode.h"
+#include "core/latex/PLOutlineNode.h"
 
 std::optional<PLLatexFileContentRangeSearchResult> PLOutlineTreeHelper::locateNodesInRange(qsizetype location,
                                                                                           qsizetype length) const

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLLatexFileContentRangeSearchResult.h"
+#include "core/latex/PLLatexFileContentRangeSearchResult.h"
 
 #include <memory>
 #include <optional>

@@ -1,7 +1,7 @@
-#include "PLQuickOpenManager.h"
+#include "core/latex/PLQuickOpenManager.h"
 
-#include "PLFile.h"
-#include "PLOutlineNode.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <QSet>
 

@@ -1,4 +1,4 @@
-#include "PLTitleMarkup.h"
+#include "core/latex/PLTitleMarkup.h"
 
 #include <QSet>
 

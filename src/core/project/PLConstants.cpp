@@ -1,6 +1,6 @@
-#include "PLConstants.h"
+#include "core/project/PLConstants.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <memory>
 

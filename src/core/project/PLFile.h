@@ -1,11 +1,11 @@
 #pragma once
 
-#include "PLError.h"
-#include "PLFileDiskState.h"
-#include "PLFileSearchResult.h"
-#include "PLRange.h"
-#include "PLSearchableFile.h"
-#include "PLStringEncoding.h"
+#include "core/foundation/PLError.h"
+#include "core/project/PLFileDiskState.h"
+#include "core/project/PLFileSearchResult.h"
+#include "core/foundation/PLRange.h"
+#include "core/project/PLSearchableFile.h"
+#include "core/foundation/PLStringEncoding.h"
 
 #include <QDateTime>
 #include <QHash>

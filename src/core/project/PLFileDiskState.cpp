@@ -1,6 +1,6 @@
-#include "PLFileDiskState.h"
+#include "core/project/PLFileDiskState.h"
 
-#include "PLRegularFileReader.h"
+#include "core/project/PLRegularFileReader.h"
 
 #include <QCryptographicHash>
 #include <QFile>

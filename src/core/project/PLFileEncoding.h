@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLStringEncoding.h"
+#include "core/foundation/PLStringEncoding.h"
 
 #include <QString>
 

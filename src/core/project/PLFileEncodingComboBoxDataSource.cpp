@@ -1,7 +1,7 @@
-#include "PLFileEncodingComboBoxDataSource.h"
+#include "core/project/PLFileEncodingComboBoxDataSource.h"
 
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 PLFileEncodingComboBoxDataSource::PLFileEncodingComboBoxDataSource(QObject *parent)
     : QAbstractListModel(parent)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLFileEncoding.h"
+#include "core/project/PLFileEncoding.h"
 
 #include <QAbstractListModel>
 #include <QList>

@@ -1,9 +1,9 @@
-#include "PLFileFactory.h"
+#include "core/project/PLFileFactory.h"
 
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 PLFileFactory::PLFileFactory() : PLFileFactory(std::make_shared<PLLatexFileContentOutlineParser>())
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLError.h"
-#include "PLStringEncoding.h"
+#include "core/foundation/PLError.h"
+#include "core/foundation/PLStringEncoding.h"
 
 #include <QString>
 #include <QUrl>

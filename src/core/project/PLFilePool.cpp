@@ -1,6 +1,6 @@
-#include "PLFilePool.h"
+#include "core/project/PLFilePool.h"
 
-#include "PLFile.h"
+#include "core/project/PLFile.h"
 
 namespace {
 PLFilePool *s_sharedFilePool = nullptr;

@@ -1,4 +1,4 @@
-#include "PLRegularFileReader.h"
+#include "core/project/PLRegularFileReader.h"
 
 #include <QFile>
 #include <QFileInfo>

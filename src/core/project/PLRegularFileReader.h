@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLFileDiskState.h"
+#include "core/project/PLFileDiskState.h"
 
 #include <QByteArray>
 #include <QString>

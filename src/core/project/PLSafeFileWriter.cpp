@@ -1,6 +1,6 @@
-#include "PLSafeFileWriter.h"
+#include "core/project/PLSafeFileWriter.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <QDir>
 #include <QFile>

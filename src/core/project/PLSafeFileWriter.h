@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLError.h"
-#include "PLFileDiskState.h"
+#include "core/foundation/PLError.h"
+#include "core/project/PLFileDiskState.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,6 +1,6 @@
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
-#include "PLColor.h"
+#include "core/foundation/PLColor.h"
 
 QVariantMap PLRegisteredUserDefaults()
 {

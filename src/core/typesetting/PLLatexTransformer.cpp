@@ -1,10 +1,10 @@
-#include "PLLatexTransformer.h"
+#include "core/typesetting/PLLatexTransformer.h"
 
-#include "PLFile.h"
-#include "PLLatexTransformerDelegate.h"
-#include "PLLogStringParser.h"
-#include "PLLogging.h"
-#include "PLTexCommandLine.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLatexTransformerDelegate.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/foundation/PLLogging.h"
+#include "core/typesetting/PLTexCommandLine.h"
 
 std::shared_ptr<PLLatexTransformer> PLLatexTransformer::create(std::shared_ptr<PLLogStringParser> logStringParser)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLStringEncoding.h"
-#include "PLTypesettingOperation.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "core/typesetting/PLTypesettingOperation.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,4 +1,4 @@
-#include "PLLogScanning.h"
+#include "core/typesetting/PLLogScanning.h"
 
 #include <unicode/uchar.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLRange.h"
-#include "PLRegularExpressionHelper.h"
+#include "core/foundation/PLRange.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
 
 #include <QString>
 #include <QStringList>

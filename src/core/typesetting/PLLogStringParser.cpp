@@ -1,11 +1,11 @@
-#include "PLLogStringParser.h"
+#include "core/typesetting/PLLogStringParser.h"
 
-#include "PLFile.h"
-#include "PLLogItem.h"
-#include "PLLogScanning.h"
-#include "PLLogStringParserDelegate.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogScanning.h"
+#include "core/typesetting/PLLogStringParserDelegate.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
 
 using PLLogScanning::LiteralFollower;
 

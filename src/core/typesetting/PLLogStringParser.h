@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLLogScanning.h"
-#include "PLRange.h"
+#include "core/typesetting/PLLogScanning.h"
+#include "core/foundation/PLRange.h"
 
 #include <QHash>
 #include <QList>

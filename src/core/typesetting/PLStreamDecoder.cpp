@@ -1,4 +1,4 @@
-#include "PLStreamDecoder.h"
+#include "core/typesetting/PLStreamDecoder.h"
 
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>

@@ -1,6 +1,6 @@
-#include "PLSyncTexCalculationUtil.h"
+#include "core/typesetting/PLSyncTexCalculationUtil.h"
 
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 void PLSyncTexCalculationUtil::convertRange(PLRange range, const QString &text, int *lineNumber, int *column) const
 {

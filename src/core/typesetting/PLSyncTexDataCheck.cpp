@@ -1,4 +1,4 @@
-#include "PLSyncTexDataCheck.h"
+#include "core/typesetting/PLSyncTexDataCheck.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLSyncTexRecordCheck.h"
+#include "core/typesetting/PLSyncTexRecordCheck.h"
 
 #include <QByteArray>
 #include <QByteArrayView>

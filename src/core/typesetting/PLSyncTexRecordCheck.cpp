@@ -1,4 +1,4 @@
-#include "PLSyncTexRecordCheck.h"
+#include "core/typesetting/PLSyncTexRecordCheck.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
-#include "PLSyncTexSearch.h"
+#include "core/typesetting/PLSyncTexSearch.h"
 
-#include "PLLogging.h"
-#include "PLSyncTexDataCheck.h"
+#include "core/foundation/PLLogging.h"
+#include "core/typesetting/PLSyncTexDataCheck.h"
 
 #include <QDir>
 #include <QFile>

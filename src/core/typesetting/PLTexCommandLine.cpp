@@ -1,8 +1,8 @@
-#include "PLTexCommandLine.h"
+#include "core/typesetting/PLTexCommandLine.h"
 
-#include "PLFile.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 namespace PLTexCommandLine {
 

@@ -1,6 +1,6 @@
-#include "PLTexTaskRunner.h"
+#include "core/typesetting/PLTexTaskRunner.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

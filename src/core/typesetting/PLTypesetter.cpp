@@ -1,11 +1,11 @@
-#include "PLTypesetter.h"
+#include "core/typesetting/PLTypesetter.h"
 
-#include "PLFile.h"
-#include "PLLogScanning.h"
-#include "PLLogging.h"
-#include "PLTexCommandLine.h"
-#include "PLTypesetterDelegate.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLogScanning.h"
+#include "core/foundation/PLLogging.h"
+#include "core/typesetting/PLTexCommandLine.h"
+#include "core/typesetting/PLTypesetterDelegate.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
 std::shared_ptr<PLTypesetter> PLTypesetter::create()
 {

@@ -1,13 +1,13 @@
-#include "PLTypesettingLogFileParser.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
-#include "PLFile.h"
-#include "PLLogScanning.h"
-#include "PLLogging.h"
-#include "PLTypesettingLogFileParserCanBeUsedOnlyInPreambleStrategy.h"
-#include "PLTypesettingLogFileParserGeneringStrategy.h"
-#include "PLTypesettingLogFileParserIlligalParametreStrategy.h"
-#include "PLTypesettingLogFileParserNoFileFoundStrategy.h"
-#include "PLTypesettingLogFileParserUndefinedEnvironmentStrategy.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLogScanning.h"
+#include "core/foundation/PLLogging.h"
+#include "core/typesetting/PLTypesettingLogFileParserCanBeUsedOnlyInPreambleStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserGeneringStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserIlligalParametreStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserNoFileFoundStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserUndefinedEnvironmentStrategy.h"
 
 PLTypesettingLogFileParser::PLTypesettingLogFileParser(std::shared_ptr<PLFile> mainFile)
     : m_mainFile(std::move(mainFile)), m_mainFolder(m_mainFile ? m_mainFile->directoryOfFile() : QString())

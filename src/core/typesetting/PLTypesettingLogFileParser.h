@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserItem.h"
+#include "core/typesetting/PLTypesettingLogFileParserItem.h"
 
 #include <QList>
 #include <QString>

@@ -1,7 +1,7 @@
-#include "PLTypesettingLogFileParserCanBeUsedOnlyInPreambleStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserCanBeUsedOnlyInPreambleStrategy.h"
 
-#include "PLLogScanning.h"
-#include "PLTypesettingLogFileParserGeneringStrategy.h"
+#include "core/typesetting/PLLogScanning.h"
+#include "core/typesetting/PLTypesettingLogFileParserGeneringStrategy.h"
 
 std::optional<PLTypesettingLogFileParserItem>
 PLTypesettingLogFileParserCanBeUsedOnlyInPreambleStrategy::makeItemFromContent(const QString &content,

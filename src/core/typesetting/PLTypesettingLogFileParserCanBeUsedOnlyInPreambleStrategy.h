@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 
 // A preamble-only command (usually \usepackage) inside the document body; the package name comes
 // from the context lines below the error.

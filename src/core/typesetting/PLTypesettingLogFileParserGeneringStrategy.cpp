@@ -1,6 +1,6 @@
-#include "PLTypesettingLogFileParserGeneringStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserGeneringStrategy.h"
 
-#include "PLLogScanning.h"
+#include "core/typesetting/PLLogScanning.h"
 
 namespace {
 std::optional<PLRegexMatch> errorLineMatch(const QString &text, PLRange range)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 
 // The general strategy: any located error line ("./file.tex:12: message"), with the line that
 // follows it joined to the message.

@@ -1,6 +1,6 @@
-#include "PLTypesettingLogFileParserIlligalParametreStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserIlligalParametreStrategy.h"
 
-#include "PLLogScanning.h"
+#include "core/typesetting/PLLogScanning.h"
 
 using PLLogScanning::LiteralFollower;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 
 // A macro definition that uses a parameter number it does not declare. The line number keeps
 // only its last digit, and the advice names the parameter used and the number declared, read

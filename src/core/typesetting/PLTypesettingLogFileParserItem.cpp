@@ -1,4 +1,4 @@
-#include "PLTypesettingLogFileParserItem.h"
+#include "core/typesetting/PLTypesettingLogFileParserItem.h"
 
 PLTypesettingLogFileParserItem::PLTypesettingLogFileParserItem(qint32 type, QString filename, QString message,
                                                                QString advice, int line, int column)

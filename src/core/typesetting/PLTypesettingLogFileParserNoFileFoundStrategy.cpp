@@ -1,6 +1,6 @@
-#include "PLTypesettingLogFileParserNoFileFoundStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserNoFileFoundStrategy.h"
 
-#include "PLLogScanning.h"
+#include "core/typesetting/PLLogScanning.h"
 
 using PLLogScanning::LiteralFollower;
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 
 // A file or package that the engine could not find; the line number comes from the located line
 // four lines further down.

@@ -1,6 +1,6 @@
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 void PLTypesettingLogFileParserStrategy::moveToLineContaining(const QString &content, qsizetype index,
                                                               qsizetype *lineStart, qsizetype *lineEnd)

@@ -1,6 +1,6 @@
-#include "PLTypesettingLogFileParserUndefinedEnvironmentStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserUndefinedEnvironmentStrategy.h"
 
-#include "PLLogScanning.h"
+#include "core/typesetting/PLLogScanning.h"
 
 std::optional<PLTypesettingLogFileParserItem>
 PLTypesettingLogFileParserUndefinedEnvironmentStrategy::makeItemFromContent(const QString &content,

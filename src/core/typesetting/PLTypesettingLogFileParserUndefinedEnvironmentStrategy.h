@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserGeneringStrategy.h"
+#include "core/typesetting/PLTypesettingLogFileParserGeneringStrategy.h"
 
 // A located error about an unknown environment, with advice that names it.
 class PLTypesettingLogFileParserUndefinedEnvironmentStrategy : public PLTypesettingLogFileParserGeneringStrategy

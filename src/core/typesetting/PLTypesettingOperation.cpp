@@ -1,13 +1,13 @@
-#include "PLTypesettingOperation.h"
+#include "core/typesetting/PLTypesettingOperation.h"
 
-#include "PLFile.h"
+#include "core/project/PLFile.h"
 
-#include "PLLogging.h"
-#include "PLStreamDecoder.h"
-#include "PLSyncTexSearch.h"
-#include "PLTexCommandLine.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLLogging.h"
+#include "core/typesetting/PLStreamDecoder.h"
+#include "core/typesetting/PLSyncTexSearch.h"
+#include "core/typesetting/PLTexCommandLine.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QEvent>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLStringEncoding.h"
-#include "PLTexTaskRunner.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "core/typesetting/PLTexTaskRunner.h"
 
 #include <QDateTime>
 #include <QList>

@@ -1,6 +1,6 @@
-#include "PLApplication.h"
+#include "ui/app/PLApplication.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <exception>
 

@@ -1,15 +1,15 @@
-#include "PLApplicationController.h"
+#include "ui/app/PLApplicationController.h"
 
-#include "PLAboutPanel.h"
-#include "PLConstants.h"
-#include "PLDocument.h"
-#include "PLDocumentController.h"
-#include "PLDocumentWindowController.h"
-#include "PLPreferencesWindowController.h"
-#include "PLResponderChain.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
-#include "PLWelcomeWindowController.h"
+#include "ui/preferences/PLAboutPanel.h"
+#include "core/project/PLConstants.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
+#include "ui/window/PLResponderChain.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
+#include "ui/window/PLWelcomeWindowController.h"
 
 #include <QApplication>
 #include <QFileInfo>

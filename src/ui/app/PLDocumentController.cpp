@@ -1,11 +1,11 @@
-#include "PLDocumentController.h"
+#include "ui/app/PLDocumentController.h"
 
-#include "PLDocument.h"
-#include "PLDocumentWindowController.h"
-#include "PLFile.h"
-#include "PLLogging.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLError.h"
-#include "PLResponder.h"
+#include "core/foundation/PLError.h"
+#include "ui/window/PLResponder.h"
 
 #include <QList>
 #include <QObject>
@@ -17,7 +17,7 @@ class QWidget;
 class PLDocumentController : public QObject, public PLResponder
 {
     Q_OBJECT
-    Q_MOC_INCLUDE("PLDocument.h")
+    Q_MOC_INCLUDE("core/document/PLDocument.h")
 
 public:
     explicit PLDocumentController(QObject *parent = nullptr);

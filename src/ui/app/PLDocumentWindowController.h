@@ -1,9 +1,9 @@
 #pragma once
 
-#include "PLDocument.h"
-#include "PLDocumentWindowDelegate.h"
-#include "PLError.h"
-#include "XSWindowController.h"
+#include "core/document/PLDocument.h"
+#include "core/document/PLDocumentWindowDelegate.h"
+#include "core/foundation/PLError.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QPointer>
 

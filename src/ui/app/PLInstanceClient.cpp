@@ -1,4 +1,4 @@
-#include "PLInstanceClient.h"
+#include "ui/app/PLInstanceClient.h"
 
 #include <QEventLoop>
 #include <QFileInfo>

@@ -1,6 +1,6 @@
-#include "PLInstanceServer.h"
+#include "ui/app/PLInstanceServer.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <QDir>
 #include <QJsonArray>

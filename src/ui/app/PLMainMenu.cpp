@@ -1,9 +1,9 @@
-#include "PLMainMenu.h"
+#include "ui/app/PLMainMenu.h"
 
-#include "PLDocumentController.h"
-#include "PLDocumentWindowController.h"
-#include "PLFindAndReplaceViewController.h"
-#include "PLResponderChain.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "ui/editor/PLFindAndReplaceViewController.h"
+#include "ui/window/PLResponderChain.h"
 
 #include <QAction>
 #include <QActionGroup>

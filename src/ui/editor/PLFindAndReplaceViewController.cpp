@@ -1,9 +1,9 @@
-#include "PLFindAndReplaceViewController.h"
+#include "ui/editor/PLFindAndReplaceViewController.h"
 
-#include "PLFindAndReplaceViews.h"
-#include "PLMainMenu.h"
-#include "PLResourceImage.h"
-#include "PLTextSearch.h"
+#include "ui/editor/PLFindAndReplaceViews.h"
+#include "ui/app/PLMainMenu.h"
+#include "ui/window/PLResourceImage.h"
+#include "core/editor/PLTextSearch.h"
 
 #include <QApplication>
 #include <QFontInfo>

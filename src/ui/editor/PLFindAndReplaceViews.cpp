@@ -1,6 +1,6 @@
-#include "PLFindAndReplaceViews.h"
+#include "ui/editor/PLFindAndReplaceViews.h"
 
-#include "PLResourceImage.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QPainter>
 

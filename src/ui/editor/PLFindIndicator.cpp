@@ -1,6 +1,6 @@
-#include "PLFindIndicator.h"
+#include "ui/editor/PLFindIndicator.h"
 
-#include "PLTextView.h"
+#include "ui/editor/PLTextView.h"
 
 #include <QGraphicsOpacityEffect>
 #include <QPainter>

@@ -1,9 +1,9 @@
-#include "PLLineNumbersRulerView.h"
+#include "ui/editor/PLLineNumbersRulerView.h"
 
-#include "PLStringLineCalculations.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
 
 #include <QApplication>
 #include <QEvent>

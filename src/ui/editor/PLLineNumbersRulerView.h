@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLLineIndices.h"
-#include "PLRange.h"
+#include "core/editor/PLLineIndices.h"
+#include "core/foundation/PLRange.h"
 
 #include <QColor>
 #include <QHash>

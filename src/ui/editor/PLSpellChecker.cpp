@@ -1,6 +1,6 @@
-#include "PLSpellChecker.h"
+#include "ui/editor/PLSpellChecker.h"
 
-#include "PLLogging.h"
+#include "core/foundation/PLLogging.h"
 
 #include <QFileInfo>
 #include <QTextBoundaryFinder>

@@ -1,16 +1,16 @@
-#include "PLTextView.h"
+#include "ui/editor/PLTextView.h"
 
-#include "PLFile.h"
-#include "PLLogging.h"
-#include "PLStringLineCalculations.h"
-#include "PLTextAttributes.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextViewDelegate.h"
-#include "PLTextViewHistoryHandler.h"
-#include "PLTextViewLineOverlayView.h"
-#include "PLTextViewSpellChecker.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLStringLineCalculations.h"
+#include "core/editor/PLTextAttributes.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextViewDelegate.h"
+#include "core/editor/PLTextViewHistoryHandler.h"
+#include "ui/editor/PLTextViewLineOverlayView.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QContextMenuEvent>
 #include <QFontDatabase>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PLLineEndingMap.h"
-#include "PLRange.h"
-#include "PLResponder.h"
+#include "ui/editor/PLLineEndingMap.h"
+#include "core/foundation/PLRange.h"
+#include "ui/window/PLResponder.h"
 
 #include <QHash>
 #include <QPlainTextEdit>

@@ -1,15 +1,15 @@
-#include "PLTextViewDelegate.h"
+#include "ui/editor/PLTextViewDelegate.h"
 
-#include "PLFile.h"
-#include "PLLogging.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineTreeHelper.h"
-#include "PLSplitViewContentViewController.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
-#include "PLTextViewHistoryHandler.h"
-#include "PLTextViewSpellChecker.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineTreeHelper.h"
+#include "ui/window/PLSplitViewContentViewController.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
+#include "core/editor/PLTextViewHistoryHandler.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
 
 PLTextViewDelegate::PLTextViewDelegate(const std::shared_ptr<PLFile> &file, PLSplitViewContentViewController *splitViewContentViewController,
                                        PLTextViewHistoryHandler *historyHandler, QObject *parent)

@@ -1,9 +1,9 @@
-#include "PLTextViewLineOverlayView.h"
+#include "ui/editor/PLTextViewLineOverlayView.h"
 
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QPainter>
 

@@ -1,8 +1,8 @@
-#include "PLTextViewSpellChecker.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
 
-#include "PLSpellChecker.h"
-#include "PLTextView.h"
-#include "PLTextViewDelegate.h"
+#include "ui/editor/PLSpellChecker.h"
+#include "ui/editor/PLTextView.h"
+#include "ui/editor/PLTextViewDelegate.h"
 
 #include <QEvent>
 #include <QHash>

@@ -1,4 +1,4 @@
-#include "PLAboutPanel.h"
+#include "ui/preferences/PLAboutPanel.h"
 
 #include <QDialogButtonBox>
 #include <QHBoxLayout>

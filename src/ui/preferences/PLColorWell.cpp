@@ -1,7 +1,7 @@
-#include "PLColorWell.h"
+#include "ui/preferences/PLColorWell.h"
 
-#include "PLColorWellDelegate.h"
-#include "PLUserDefaults.h"
+#include "ui/preferences/PLColorWellDelegate.h"
+#include "core/foundation/PLUserDefaults.h"
 
 #include <QColorDialog>
 #include <QPainter>

@@ -1,6 +1,6 @@
-#include "PLColorWellCell.h"
+#include "ui/preferences/PLColorWellCell.h"
 
-#include "PLColorWell.h"
+#include "ui/preferences/PLColorWell.h"
 
 #include <algorithm>
 

@@ -1,9 +1,9 @@
-#include "PLPreferencesAdvancedViewController.h"
+#include "ui/preferences/PLPreferencesAdvancedViewController.h"
 
-#include "PLPreferencesEncodingComboBox.h"
-#include "PLPreferencesWindowController.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "ui/preferences/PLPreferencesEncodingComboBox.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

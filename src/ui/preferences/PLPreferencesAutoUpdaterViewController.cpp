@@ -1,6 +1,6 @@
-#include "PLPreferencesAutoUpdaterViewController.h"
+#include "ui/preferences/PLPreferencesAutoUpdaterViewController.h"
 
-#include "PLPreferencesWindowController.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
 
 #include <QLabel>
 #include <QVBoxLayout>

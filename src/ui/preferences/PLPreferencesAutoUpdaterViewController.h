@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLPreferencesPaneViewController.h"
+#include "ui/preferences/PLPreferencesPaneViewController.h"
 
 // Where updates come from. Plumeo does not update itself on Linux: the distribution's package
 // manager does, as for the rest of the system, and the pane says so.

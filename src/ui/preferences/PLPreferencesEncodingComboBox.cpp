@@ -1,8 +1,8 @@
-#include "PLPreferencesEncodingComboBox.h"
+#include "ui/preferences/PLPreferencesEncodingComboBox.h"
 
-#include "PLFileEncodingComboBoxDataSource.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/project/PLFileEncodingComboBoxDataSource.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 PLPreferencesEncodingComboBox::PLPreferencesEncodingComboBox(QWidget *parent)
     : QComboBox(parent), m_dataSource(new PLFileEncodingComboBoxDataSource(this))

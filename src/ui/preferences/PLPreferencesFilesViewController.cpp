@@ -1,7 +1,7 @@
-#include "PLPreferencesFilesViewController.h"
+#include "ui/preferences/PLPreferencesFilesViewController.h"
 
-#include "PLPreferencesEncodingComboBox.h"
-#include "PLPreferencesWindowController.h"
+#include "ui/preferences/PLPreferencesEncodingComboBox.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
 
 #include <QFormLayout>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLPreferencesPaneViewController.h"
+#include "ui/preferences/PLPreferencesPaneViewController.h"
 
 class PLPreferencesEncodingComboBox;
 

@@ -1,6 +1,6 @@
-#include "PLPreferencesPaneViewController.h"
+#include "ui/preferences/PLPreferencesPaneViewController.h"
 
-#include "PLPreferencesWindowController.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
 
 PLPreferencesPaneViewController::PLPreferencesPaneViewController(const QString &nibName,
                                                                  PLPreferencesWindowController *windowController)

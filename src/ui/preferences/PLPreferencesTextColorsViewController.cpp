@@ -1,12 +1,12 @@
-#include "PLPreferencesTextColorsViewController.h"
+#include "ui/preferences/PLPreferencesTextColorsViewController.h"
 
-#include "PLColorWell.h"
-#include "PLColorWellCell.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLPreferencesWindowController.h"
-#include "PLSyntaxHighlightingColorReset.h"
-#include "PLUserDefaultsConstants.h"
+#include "ui/preferences/PLColorWell.h"
+#include "ui/preferences/PLColorWellCell.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
+#include "core/editor/PLSyntaxHighlightingColorReset.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QCheckBox>
 #include <QGridLayout>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "PLColorWellDelegate.h"
-#include "PLPreferencesPaneViewController.h"
-#include "PLSyntaxHighlightingColorSettings.h"
+#include "ui/preferences/PLColorWellDelegate.h"
+#include "ui/preferences/PLPreferencesPaneViewController.h"
+#include "core/editor/PLSyntaxHighlightingColorSettings.h"
 
 #include <QList>
 

@@ -1,10 +1,10 @@
-#include "PLPreferencesWindowController.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
 
-#include "PLPreferencesAdvancedViewController.h"
-#include "PLPreferencesAutoUpdaterViewController.h"
-#include "PLPreferencesPaneViewController.h"
-#include "PLPreferencesTextColorsViewController.h"
-#include "PLPreferencesToolbarItemIdentifiers.h"
+#include "ui/preferences/PLPreferencesAdvancedViewController.h"
+#include "ui/preferences/PLPreferencesAutoUpdaterViewController.h"
+#include "ui/preferences/PLPreferencesPaneViewController.h"
+#include "ui/preferences/PLPreferencesTextColorsViewController.h"
+#include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 
 #include <QAction>
 #include <QActionGroup>

@@ -1,4 +1,4 @@
-#include "PLNoPDFFoundView.h"
+#include "ui/typesetting/PLNoPDFFoundView.h"
 
 #include <QFontDatabase>
 #include <QPainter>

@@ -1,8 +1,8 @@
-#include "PLPDFView.h"
+#include "ui/typesetting/PLPDFView.h"
 
-#include "PLLogging.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QBuffer>

@@ -1,4 +1,4 @@
-#include "PLPdfPrinter.h"
+#include "ui/typesetting/PLPdfPrinter.h"
 
 #include <QImage>
 #include <QPainter>

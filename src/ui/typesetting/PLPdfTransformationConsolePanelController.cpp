@@ -1,4 +1,4 @@
-#include "PLPdfTransformationConsolePanelController.h"
+#include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
 
 #include <QFontDatabase>
 #include <QLabel>

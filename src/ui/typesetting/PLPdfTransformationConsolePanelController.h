@@ -1,6 +1,6 @@
 #pragma once
 
-#include "XSWindowController.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QString>
 #include <QTimer>

@@ -1,16 +1,16 @@
-#include "PLTypesetterProgressViewController.h"
+#include "ui/typesetting/PLTypesetterProgressViewController.h"
 
-#include "PLDictionaryKeys.h"
-#include "PLDocument.h"
-#include "PLFile.h"
-#include "PLLatexTransformer.h"
-#include "PLLogStringParser.h"
-#include "PLLogging.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLPdfTransformationConsolePanelController.h"
-#include "PLTypesettingSummary.h"
-#include "XSWindowController.h"
+#include "core/project/PLDictionaryKeys.h"
+#include "core/document/PLDocument.h"
+#include "core/project/PLFile.h"
+#include "core/typesetting/PLLatexTransformer.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/foundation/PLLogging.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
+#include "core/typesetting/PLTypesettingSummary.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QApplication>
 #include <QHBoxLayout>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLLatexTransformerDelegate.h"
-#include "XSViewController.h"
+#include "core/typesetting/PLLatexTransformerDelegate.h"
+#include "ui/window/XSViewController.h"
 
 #include <QPointer>
 

@@ -1,4 +1,4 @@
-#include "AttachedWindow.h"
+#include "ui/window/AttachedWindow.h"
 
 #include <QPainter>
 #include <QPainterPath>

@@ -1,10 +1,10 @@
-#include "PLDocumentOutlineItemModel.h"
+#include "ui/window/PLDocumentOutlineItemModel.h"
 
-#include "PLError.h"
-#include "PLFile.h"
-#include "PLLogging.h"
-#include "PLOutlineNode.h"
-#include "PLResourceImage.h"
+#include "core/foundation/PLError.h"
+#include "core/project/PLFile.h"
+#include "core/foundation/PLLogging.h"
+#include "core/latex/PLOutlineNode.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QFont>
 #include <QGuiApplication>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLDocumentOutlineViewDataSource.h"
+#include "core/latex/PLDocumentOutlineViewDataSource.h"
 
 #include <QAbstractItemModel>
 #include <QHash>

@@ -1,8 +1,8 @@
-#include "PLDocumentOutlineView.h"
+#include "ui/window/PLDocumentOutlineView.h"
 
-#include "PLDocumentOutlineItemModel.h"
-#include "PLOutlineViewCell.h"
-#include "PLSideBarViewController.h"
+#include "ui/window/PLDocumentOutlineItemModel.h"
+#include "ui/window/PLOutlineViewCell.h"
+#include "ui/window/PLSideBarViewController.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>

@@ -1,10 +1,10 @@
-#include "PLDocumentSplitViewController.h"
+#include "ui/window/PLDocumentSplitViewController.h"
 
-#include "PLMainAreaViewController.h"
-#include "PLSideBarViewController.h"
-#include "PLSplitView.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "ui/window/PLMainAreaViewController.h"
+#include "ui/window/PLSideBarViewController.h"
+#include "ui/window/PLSplitView.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <cmath>
 

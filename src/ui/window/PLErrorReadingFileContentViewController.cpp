@@ -1,9 +1,9 @@
-#include "PLErrorReadingFileContentViewController.h"
+#include "ui/window/PLErrorReadingFileContentViewController.h"
 
-#include "AttachedWindow.h"
-#include "PLErrorReadingFileContentViewControllerDelegate.h"
-#include "PLFile.h"
-#include "PLFileEncodingComboBoxDataSource.h"
+#include "ui/window/AttachedWindow.h"
+#include "ui/window/PLErrorReadingFileContentViewControllerDelegate.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFileEncodingComboBoxDataSource.h"
 
 #include <QComboBox>
 #include <QEvent>

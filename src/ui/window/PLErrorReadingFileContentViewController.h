@@ -1,8 +1,8 @@
 #pragma once
 
-#include "AttachedWindow.h"
-#include "PLStringEncoding.h"
-#include "XSViewController.h"
+#include "ui/window/AttachedWindow.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "ui/window/XSViewController.h"
 
 #include <QPointer>
 

@@ -1,8 +1,8 @@
-#include "PLGoToLineWindowController.h"
+#include "ui/window/PLGoToLineWindowController.h"
 
-#include "PLStringLineCalculations.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
+#include "core/foundation/PLStringLineCalculations.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
 
 #include <QDialog>
 #include <QDialogButtonBox>

@@ -1,4 +1,4 @@
-#include "PLItemDelegate.h"
+#include "ui/window/PLItemDelegate.h"
 
 #include <QApplication>
 #include <QIcon>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLFindAndReplaceViewController.h"
-#include "XSViewController.h"
+#include "ui/editor/PLFindAndReplaceViewController.h"
+#include "ui/window/XSViewController.h"
 
 #include <memory>
 

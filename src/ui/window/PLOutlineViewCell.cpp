@@ -1,6 +1,6 @@
-#include "PLOutlineViewCell.h"
+#include "ui/window/PLOutlineViewCell.h"
 
-#include "PLDocumentOutlineItemModel.h"
+#include "ui/window/PLDocumentOutlineItemModel.h"
 
 #include <QApplication>
 #include <QPainter>

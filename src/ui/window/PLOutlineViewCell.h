@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLItemDelegate.h"
+#include "ui/window/PLItemDelegate.h"
 
 // Draws a sidebar row: the icon of the node's kind before its title, in the small system font,
 // 25 points high. The main file's root is a group row: a heading rather than an entry.

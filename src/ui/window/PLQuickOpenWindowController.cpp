@@ -1,9 +1,9 @@
-#include "PLQuickOpenWindowController.h"
+#include "ui/window/PLQuickOpenWindowController.h"
 
-#include "PLDocumentOutlineViewDataSource.h"
-#include "PLOutlineNode.h"
-#include "PLQuickOpenManager.h"
-#include "PLResourceImage.h"
+#include "core/latex/PLDocumentOutlineViewDataSource.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLQuickOpenManager.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QEvent>
 #include <QHeaderView>

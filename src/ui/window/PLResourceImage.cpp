@@ -1,7 +1,7 @@
-#include "PLResourceImage.h"
+#include "ui/window/PLResourceImage.h"
 
-#include "PLConstants.h"
-#include "PLLogging.h"
+#include "core/project/PLConstants.h"
+#include "core/foundation/PLLogging.h"
 
 static void initUiResources()
 {

@@ -1,4 +1,4 @@
-#include "PLResponder.h"
+#include "ui/window/PLResponder.h"
 
 #include <QSet>
 

@@ -1,6 +1,6 @@
-#include "PLResponderChain.h"
+#include "ui/window/PLResponderChain.h"
 
-#include "XSWindowController.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QWidget>
 

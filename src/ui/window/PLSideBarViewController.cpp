@@ -1,12 +1,12 @@
-#include "PLSideBarViewController.h"
+#include "ui/window/PLSideBarViewController.h"
 
-#include "PLDocument.h"
-#include "PLDocumentOutlineItemModel.h"
-#include "PLDocumentOutlineView.h"
-#include "PLMainAreaViewController.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLOutlineNode.h"
+#include "core/document/PLDocument.h"
+#include "ui/window/PLDocumentOutlineItemModel.h"
+#include "ui/window/PLDocumentOutlineView.h"
+#include "ui/window/PLMainAreaViewController.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
 
 #include <QVBoxLayout>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "XSViewController.h"
+#include "ui/window/XSViewController.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "PLSplitView.h"
+#include "ui/window/PLSplitView.h"
 
 #include <QMouseEvent>
 #include <QPainter>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLErrorReadingFileContentViewControllerDelegate.h"
-#include "XSViewController.h"
+#include "ui/window/PLErrorReadingFileContentViewControllerDelegate.h"
+#include "ui/window/XSViewController.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
-#include "PLTitleBarButton.h"
+#include "ui/window/PLTitleBarButton.h"
 
-#include "PLResourceImage.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QPainter>
 

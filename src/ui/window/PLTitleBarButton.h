@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLTitleBarButtonCell.h"
+#include "ui/window/PLTitleBarButtonCell.h"
 
 #include <QAbstractButton>
 

@@ -1,6 +1,6 @@
-#include "PLTitleBarButtonCell.h"
+#include "ui/window/PLTitleBarButtonCell.h"
 
-#include "PLResourceImage.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QPainter>
 

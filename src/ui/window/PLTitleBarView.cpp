@@ -1,6 +1,6 @@
-#include "PLTitleBarView.h"
+#include "ui/window/PLTitleBarView.h"
 
-#include "PLResourceImage.h"
+#include "ui/window/PLResourceImage.h"
 
 #include <QPainter>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLTypesettingLogFileParserItem.h"
-#include "XSViewController.h"
+#include "core/typesetting/PLTypesettingLogFileParserItem.h"
+#include "ui/window/XSViewController.h"
 
 #include <QList>
 

@@ -1,8 +1,8 @@
-#include "PLWelcomeWindowController.h"
+#include "ui/window/PLWelcomeWindowController.h"
 
-#include "PLResponderChain.h"
-#include "PLWelcomeWindowMainViewController.h"
-#include "PLWelcomeWindowRecentFilesTableView.h"
+#include "ui/window/PLResponderChain.h"
+#include "ui/window/PLWelcomeWindowMainViewController.h"
+#include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,10 +1,10 @@
-#include "PLWelcomeWindowMainViewController.h"
+#include "ui/window/PLWelcomeWindowMainViewController.h"
 
-#include "PLDocumentController.h"
-#include "PLItemDelegate.h"
-#include "PLLogging.h"
-#include "PLWelcomeWindowController.h"
-#include "PLWelcomeWindowRecentFilesTableView.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/window/PLItemDelegate.h"
+#include "core/foundation/PLLogging.h"
+#include "ui/window/PLWelcomeWindowController.h"
+#include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
 #include <QAction>
 #include <QApplication>

@@ -1,6 +1,6 @@
-#include "PLWelcomeWindowRecentFilesTableView.h"
+#include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
-#include "PLWelcomeWindowMainViewController.h"
+#include "ui/window/PLWelcomeWindowMainViewController.h"
 
 #include <QHeaderView>
 #include <QKeyEvent>

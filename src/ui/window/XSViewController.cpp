@@ -1,7 +1,7 @@
-#include "XSViewController.h"
+#include "ui/window/XSViewController.h"
 
-#include "PLError.h"
-#include "XSWindowController.h"
+#include "core/foundation/PLError.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QWidget>
 

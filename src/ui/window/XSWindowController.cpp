@@ -1,6 +1,6 @@
-#include "XSWindowController.h"
+#include "ui/window/XSWindowController.h"
 
-#include "XSViewController.h"
+#include "ui/window/XSViewController.h"
 
 #include <QHash>
 #include <QWidget>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "PLResponder.h"
+#include "ui/window/PLResponder.h"
 
 #include <QList>
 #include <QObject>

@@ -1,4 +1,4 @@
-#include "PLLineIndices.h"
+#include "core/editor/PLLineIndices.h"
 #include "PLTestSupport.h"
 
 #include <QRandomGenerator>

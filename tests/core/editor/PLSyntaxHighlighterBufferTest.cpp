@@ -1,9 +1,9 @@
-#include "PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLOutlineTestSupport.h"
-#include "PLSyntaxHighlighter.h"
-#include "PLTextContentBuffer.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/editor/PLSyntaxHighlighter.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QSignalSpy>
 #include <QUndoStack>

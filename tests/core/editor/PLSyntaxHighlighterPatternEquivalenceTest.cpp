@@ -1,11 +1,11 @@
-#include "PLBIBSyntaxHightlighterDelegate.h"
-#include "PLLatexSyntaxHighlighterDelegate.h"
-#include "PLRegularExpressionHelper.h"
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QDirIterator>

@@ -1,10 +1,10 @@
-#include "PLBIBSyntaxHightlighterDelegate.h"
-#include "PLLatexSyntaxHighlighterDelegate.h"
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

@@ -1,11 +1,11 @@
-#include "PLLatexSyntaxHighlighterDelegate.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLSyntaxHighlighter.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "PLSyntaxHighlighterDelegate.h"
-#include "PLTextStorage.h"
+#include "core/editor/PLSyntaxHighlighterDelegate.h"
+#include "core/editor/PLTextStorage.h"
 
 #include <QString>
 #include <QStringList>

@@ -1,10 +1,10 @@
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
-#include "PLSyntaxHighlightingColorReset.h"
-#include "PLSyntaxHighlightingColorSettings.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/editor/PLSyntaxHighlightingColorReset.h"
+#include "core/editor/PLSyntaxHighlightingColorSettings.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QSettings>
 

@@ -1,5 +1,5 @@
 #include "PLTestSupport.h"
-#include "PLTextAttributeRuns.h"
+#include "core/editor/PLTextAttributeRuns.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLOutlineTestSupport.h"
-#include "PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QSignalSpy>
 #include <QUndoStack>

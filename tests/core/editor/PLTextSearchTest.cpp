@@ -1,4 +1,4 @@
-#include "PLTextSearch.h"
+#include "core/editor/PLTextSearch.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
-#include "PLFile.h"
+#include "core/project/PLFile.h"
 #include "PLTestSupport.h"
-#include "PLTextViewHistoryHandler.h"
+#include "core/editor/PLTextViewHistoryHandler.h"
 
 #include <QTemporaryDir>
 

@@ -1,4 +1,4 @@
-#include "PLNotificationCenter.h"
+#include "core/foundation/PLNotificationCenter.h"
 
 #include <QStringList>
 

@@ -1,4 +1,4 @@
-#include "PLRegularExpressionHelper.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
 #include "PLTestSupport.h"
 
 #include <QStringList>

@@ -1,8 +1,8 @@
-#include "PLFileEncodingComboBoxDataSource.h"
-#include "PLStringEncoding.h"
+#include "core/project/PLFileEncodingComboBoxDataSource.h"
+#include "core/foundation/PLStringEncoding.h"
 #include "PLTestSupport.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 #include "PLTestSupport.h"
 
 #include <QFile>

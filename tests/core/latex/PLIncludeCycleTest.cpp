@@ -1,7 +1,7 @@
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLLatexStringParser.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLLatexStringParser.h"
 #include "PLOutlineTestSupport.h"
-#include "PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QUndoStack>
 

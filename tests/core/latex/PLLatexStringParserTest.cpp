@@ -1,5 +1,5 @@
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLLatexStringParser.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLLatexStringParser.h"
 #include "PLOutlineTestSupport.h"
 
 #include <QFile>

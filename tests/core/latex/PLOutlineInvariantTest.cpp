@@ -1,7 +1,7 @@
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLOutlineTreeHelper.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLOutlineTreeHelper.h"
 #include "PLOutlineTestSupport.h"
-#include "PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QCryptographicHash>
 #include <QUndoStack>

@@ -1,8 +1,8 @@
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLOutlineNodeTreeChangesHandler.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLOutlineNodeTreeChangesHandler.h"
 #include "PLOutlineTestSupport.h"
-#include "PLOutlineTreeHelper.h"
-#include "PLTextContentBuffer.h"
+#include "core/latex/PLOutlineTreeHelper.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 using namespace PLTest;
 

@@ -1,9 +1,9 @@
-#include "PLDocument.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLOutlineSettler.h"
+#include "core/document/PLDocument.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLOutlineSettler.h"
 #include "PLOutlineTestSupport.h"
-#include "PLQuickOpenManager.h"
-#include "PLTextContentBuffer.h"
+#include "core/latex/PLQuickOpenManager.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <QFile>
 #include <QTest>

@@ -1,11 +1,11 @@
-#include "PLFileFactory.h"
-#include "PLLatexFileContentOutlineParser.h"
+#include "core/project/PLFileFactory.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLOutlineTestSupport.h"
-#include "PLTextContentBuffer.h"
-#include "PLUserDefaults.h"
-#include "PLUserDefaultsConstants.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 
-#include "PLRegularFileReader.h"
+#include "core/project/PLRegularFileReader.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -1,8 +1,8 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLLogItem.h"
-#include "PLLogStringParser.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QRandomGenerator>

@@ -1,10 +1,10 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLLogItem.h"
-#include "PLLogStringParser.h"
-#include "PLLogStringParserDelegate.h"
-#include "PLNotificationCenter.h"
-#include "PLNotificationNameConstants.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/typesetting/PLLogStringParserDelegate.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLNotificationNameConstants.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
-#include "PLSyncTexCalculationUtil.h"
-#include "PLSyncTexDataCheck.h"
-#include "PLSyncTexSearch.h"
+#include "core/typesetting/PLSyncTexCalculationUtil.h"
+#include "core/typesetting/PLSyncTexDataCheck.h"
+#include "core/typesetting/PLSyncTexSearch.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QRandomGenerator>

@@ -1,4 +1,4 @@
-#include "PLTexTaskRunner.h"
+#include "core/typesetting/PLTexTaskRunner.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QElapsedTimer>

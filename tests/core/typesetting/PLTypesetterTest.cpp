@@ -1,9 +1,9 @@
-#include "PLFile.h"
-#include "PLFileFactory.h"
-#include "PLFilePool.h"
-#include "PLTypesetter.h"
-#include "PLTypesetterDelegate.h"
-#include "PLTypesettingLogFileParser.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFileFactory.h"
+#include "core/project/PLFilePool.h"
+#include "core/typesetting/PLTypesetter.h"
+#include "core/typesetting/PLTypesetterDelegate.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
-#include "PLFile.h"
-#include "PLFilePool.h"
-#include "PLTypesettingLogFileParser.h"
-#include "PLTypesettingLogFileParserStrategy.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFilePool.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
+#include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QRandomGenerator>

@@ -1,5 +1,5 @@
-#include "PLApplication.h"
-#include "PLError.h"
+#include "ui/app/PLApplication.h"
+#include "core/foundation/PLError.h"
 
 #include <QEvent>
 

@@ -1,12 +1,12 @@
-#include "PLApplicationController.h"
-#include "PLDocument.h"
-#include "PLDocumentController.h"
-#include "PLDocumentWindowController.h"
-#include "PLFile.h"
-#include "PLInstanceClient.h"
-#include "PLInstanceServer.h"
+#include "ui/app/PLApplicationController.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "core/project/PLFile.h"
+#include "ui/app/PLInstanceClient.h"
+#include "ui/app/PLInstanceServer.h"
 #include "PLUiTestSupport.h"
-#include "PLWelcomeWindowController.h"
+#include "ui/window/PLWelcomeWindowController.h"
 
 #include <QDir>
 #include <QLocalSocket>

@@ -1,9 +1,9 @@
-#include "PLApplicationController.h"
-#include "PLDocumentController.h"
-#include "PLDocumentWindowController.h"
-#include "PLMainMenu.h"
+#include "ui/app/PLApplicationController.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "ui/app/PLMainMenu.h"
 #include "PLUiTestSupport.h"
-#include "PLWelcomeWindowController.h"
+#include "ui/window/PLWelcomeWindowController.h"
 
 #include <QMainWindow>
 #include <QMenu>

@@ -1,12 +1,12 @@
-#include "PLApplicationController.h"
-#include "PLDocument.h"
-#include "PLDocumentController.h"
-#include "PLDocumentWindowController.h"
-#include "PLFile.h"
+#include "ui/app/PLApplicationController.h"
+#include "core/document/PLDocument.h"
+#include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "core/project/PLFile.h"
 #include "PLUiTestSupport.h"
-#include "PLWelcomeWindowController.h"
-#include "PLWelcomeWindowMainViewController.h"
-#include "PLWelcomeWindowRecentFilesTableView.h"
+#include "ui/window/PLWelcomeWindowController.h"
+#include "ui/window/PLWelcomeWindowMainViewController.h"
+#include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
 #include <QApplication>
 #include <QTest>

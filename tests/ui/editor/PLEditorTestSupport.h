@@ -1,12 +1,12 @@
 #pragma once
 
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLTestSupport.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
-#include "PLTextViewDelegate.h"
-#include "PLTextViewHistoryHandler.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
+#include "ui/editor/PLTextViewDelegate.h"
+#include "core/editor/PLTextViewHistoryHandler.h"
 
 #include <QApplication>
 #include <QDir>

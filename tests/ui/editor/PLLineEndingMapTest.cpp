@@ -1,4 +1,4 @@
-#include "PLLineEndingMap.h"
+#include "ui/editor/PLLineEndingMap.h"
 
 #include <gtest/gtest.h>
 

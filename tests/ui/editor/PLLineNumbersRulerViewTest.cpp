@@ -1,5 +1,5 @@
 #include "PLEditorTestSupport.h"
-#include "PLLineNumbersRulerView.h"
+#include "ui/editor/PLLineNumbersRulerView.h"
 
 #include <QScrollBar>
 

@@ -1,6 +1,6 @@
 #include "PLEditorTestSupport.h"
-#include "PLSpellChecker.h"
-#include "PLTextViewSpellChecker.h"
+#include "ui/editor/PLSpellChecker.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
 
 #include <QScrollBar>
 

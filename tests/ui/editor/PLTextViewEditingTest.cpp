@@ -1,5 +1,5 @@
 #include "PLEditorTestSupport.h"
-#include "PLResponderChain.h"
+#include "ui/window/PLResponderChain.h"
 
 #include <QToolTip>
 #include <QUndoStack>

@@ -1,5 +1,5 @@
 #include "PLEditorTestSupport.h"
-#include "PLLineEndingMap.h"
+#include "ui/editor/PLLineEndingMap.h"
 
 #include <QClipboard>
 #include <QInputMethodEvent>

@@ -1,9 +1,9 @@
-#include "PLFile.h"
-#include "PLLatexFileContentOutlineParser.h"
-#include "PLTextAttributes.h"
+#include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/editor/PLTextAttributes.h"
 #include "PLTestSupport.h"
-#include "PLTextContentBuffer.h"
-#include "PLTextView.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLTextView.h"
 
 #include <QApplication>
 #include <QClipboard>

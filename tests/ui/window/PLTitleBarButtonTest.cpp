@@ -1,4 +1,4 @@
-#include "PLTitleBarButton.h"
+#include "ui/window/PLTitleBarButton.h"
 
 #include <gtest/gtest.h>
 

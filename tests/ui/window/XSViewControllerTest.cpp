@@ -1,7 +1,7 @@
-#include "PLError.h"
-#include "PLResponderChain.h"
-#include "XSViewController.h"
-#include "XSWindowController.h"
+#include "core/foundation/PLError.h"
+#include "ui/window/PLResponderChain.h"
+#include "ui/window/XSViewController.h"
+#include "ui/window/XSWindowController.h"
 
 #include <QAction>
 #include <QLineEdit>
