@@ -8,7 +8,7 @@
 #include <QProcess>
 #include <QString>
 #include <QStringList>
-#include <QThread>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -126,13 +126,12 @@ inline bool processHasEnded(qint64 pid)
 // The id a helper wrote to sleeper.pid in its working folder, waiting for it to appear.
 inline qint64 sleeperPid(const QString &folder)
 {
-    for (int i = 0; i < 500; ++i) {
-        const QByteArray text = PLTest::readFile(folder + QStringLiteral("/sleeper.pid")).trimmed();
-        if (!text.isEmpty())
-            return text.toLongLong();
-        QThread::msleep(10);
-    }
-    return 0;
+    QByteArray text;
+    const bool written = QTest::qWaitFor([&] {
+        text = PLTest::readFile(folder + QStringLiteral("/sleeper.pid")).trimmed();
+        return !text.isEmpty();
+    });
+    return written ? text.toLongLong() : 0;
 }
 
 }
