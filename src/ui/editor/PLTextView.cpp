@@ -439,8 +439,14 @@ QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attribut
 
 void PLTextView::selectionDidMove()
 {
-    if (m_updatingMirror || m_pendingCorrection || m_movingSelection || !hasFocus())
+    if (m_updatingMirror || m_pendingCorrection || m_movingSelection)
         return;
+    if (!hasFocus()) {
+        // Moved from elsewhere, by the find bar for one: no delegate to ask, but the caret's
+        // place in the status area and the history buttons follow it.
+        emit selectionDidChange();
+        return;
+    }
     if (m_delegate) {
         // The delegate may move the caret, after a typed bracket for instance.
         const PLRange proposed = selectedRange();

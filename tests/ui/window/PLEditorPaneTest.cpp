@@ -267,6 +267,11 @@ TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
     EXPECT_EQ(caret->text(), QStringLiteral("Line 3, Column 3"));
     QTest::keyClick(textView(), Qt::Key_Down);
     EXPECT_EQ(caret->text(), QStringLiteral("Line 4, Column 5"));
+    // A find from the bar moves the caret while the focus stays in the bar's field.
+    textView()->clearFocus();
+    pane->findAndHighlightString(QStringLiteral("line 12"), 1);
+    EXPECT_EQ(caret->text(), QStringLiteral("Line 12, Column 1"));
+    textView()->setFocus();
     pane->splitView(Qt::NoModifier);
     editor->splitViewContentControllerAtIndex(1)->textContentView()->setSelectedRange(PLRange{0, 0});
     QTest::keyClick(editor->splitViewContentControllerAtIndex(1)->textContentView(), Qt::Key_End);
