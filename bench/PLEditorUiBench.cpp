@@ -72,16 +72,3 @@ void openingAProjectWindow(benchmark::State &state)
 BENCHMARK(openingAProjectWindow)->Arg(10)->Arg(60)->Unit(benchmark::kMillisecond);
 
 }
-
-int main(int argc, char **argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QTemporaryDir settings;
-    PLUserDefaults::resetStandardUserDefaults(QDir(settings.path()).filePath(QStringLiteral("plumeo.ini")));
-    PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

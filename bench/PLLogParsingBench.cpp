@@ -102,59 +102,41 @@ QString manyOpenings(int files)
     return text + QStringLiteral(")\n");
 }
 
-void BM_LogStringParser(benchmark::State &state)
+// One parser over the same text again and again; the benchmarks below differ in parser and text.
+template <typename Parser>
+void parseRepeatedly(benchmark::State &state, const QString &text, const QString &rootPath)
 {
     PLFilePool pool;
-    const QString text = engineOutput(10 * 1024 * 1024);
-    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/thesis.tex"), nullptr);
+    const auto root = PLFile::fileWithPath(rootPath, nullptr);
     for (auto _ : state) {
-        PLLogStringParser parser(root);
+        Parser parser(root);
         parser.parseLogString(text);
-        benchmark::DoNotOptimize(parser.errorsFound().size());
+        benchmark::DoNotOptimize(parser);
     }
     state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+}
+
+void BM_LogStringParser(benchmark::State &state)
+{
+    parseRepeatedly<PLLogStringParser>(state, engineOutput(10 * 1024 * 1024), QStringLiteral("/bench/thesis.tex"));
 }
 BENCHMARK(BM_LogStringParser)->Unit(benchmark::kMillisecond);
 
 void BM_TypesettingLogFileParser(benchmark::State &state)
 {
-    PLFilePool pool;
-    const QString text = engineOutput(10 * 1024 * 1024);
-    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/thesis.tex"), nullptr);
-    for (auto _ : state) {
-        PLTypesettingLogFileParser parser(root);
-        parser.parseLogString(text);
-        benchmark::DoNotOptimize(parser.itemCount());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+    parseRepeatedly<PLTypesettingLogFileParser>(state, engineOutput(10 * 1024 * 1024), QStringLiteral("/bench/thesis.tex"));
 }
 BENCHMARK(BM_TypesettingLogFileParser)->Unit(benchmark::kMillisecond);
 
 void BM_LogStringParserOnRealOutput(benchmark::State &state)
 {
-    PLFilePool pool;
-    const QString text = realOutput(10 * 1024 * 1024);
-    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/main.tex"), nullptr);
-    for (auto _ : state) {
-        PLLogStringParser parser(root);
-        parser.parseLogString(text);
-        benchmark::DoNotOptimize(parser.warningsFound().size());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+    parseRepeatedly<PLLogStringParser>(state, realOutput(10 * 1024 * 1024), QStringLiteral("/bench/main.tex"));
 }
 BENCHMARK(BM_LogStringParserOnRealOutput)->Unit(benchmark::kMillisecond);
 
 void BM_TypesettingLogFileParserOnRealOutput(benchmark::State &state)
 {
-    PLFilePool pool;
-    const QString text = realOutput(10 * 1024 * 1024);
-    const auto root = PLFile::fileWithPath(QStringLiteral("/bench/main.tex"), nullptr);
-    for (auto _ : state) {
-        PLTypesettingLogFileParser parser(root);
-        parser.parseLogString(text);
-        benchmark::DoNotOptimize(parser.itemCount());
-    }
-    state.SetBytesProcessed(int64_t(state.iterations()) * text.size());
+    parseRepeatedly<PLTypesettingLogFileParser>(state, realOutput(10 * 1024 * 1024), QStringLiteral("/bench/main.tex"));
 }
 BENCHMARK(BM_TypesettingLogFileParserOnRealOutput)->Unit(benchmark::kMillisecond);
 

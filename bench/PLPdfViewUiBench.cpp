@@ -174,16 +174,3 @@ void scrollingAt60Fps(benchmark::State &state)
 BENCHMARK(scrollingAt60Fps)->Arg(20)->Arg(60)->Arg(150)->Iterations(600)->Unit(benchmark::kMillisecond)->UseRealTime();
 
 }
-
-int main(int argc, char **argv)
-{
-    qputenv("QT_QPA_PLATFORM", "offscreen");
-    QTemporaryDir settings;
-    PLUserDefaults::resetStandardUserDefaults(QDir(settings.path()).filePath(QStringLiteral("plumeo.ini")));
-    PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());
-    QApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}

@@ -133,9 +133,7 @@ QWidget *PLSplitViewContentViewController::loadView()
     layout->setSpacing(0);
 
     m_titleBarView = new PLTitleBarView(view);
-    auto *bar = new QHBoxLayout(m_titleBarView);
-    bar->setContentsMargins(2, 0, 2, 0);
-    bar->setSpacing(0);
+    auto *bar = m_titleBarView->makeRowLayout(2);
     m_historyNavigationBackwardsButton = new PLTitleBarButton(PLTitleBarButtonCell::NavigateLeft, m_titleBarView);
     m_historyNavigationForwardsButton = new PLTitleBarButton(PLTitleBarButtonCell::NavigateRight, m_titleBarView);
     m_historyNavigationBackwardsButton->setToolTip(tr("Back"));

@@ -2,6 +2,7 @@
 
 #include "ui/window/PLResourceImage.h"
 
+#include <QHBoxLayout>
 #include <QPainter>
 
 PLTitleBarView::PLTitleBarView(QWidget *parent)
@@ -16,4 +17,12 @@ void PLTitleBarView::paintEvent(QPaintEvent *)
     QPainter painter(this);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
     painter.drawPixmap(rect(), m_background);
+}
+
+QHBoxLayout *PLTitleBarView::makeRowLayout(int leftMargin)
+{
+    auto *row = new QHBoxLayout(this);
+    row->setContentsMargins(leftMargin, 0, 2, 0);
+    row->setSpacing(0);
+    return row;
 }

@@ -67,9 +67,7 @@ QWidget *PLTypesettingLogParserResultsTableViewController::loadView()
     layout->setSpacing(0);
 
     m_titleBarView = new PLTitleBarView(view);
-    auto *bar = new QHBoxLayout(m_titleBarView);
-    bar->setContentsMargins(8, 0, 2, 0);
-    bar->setSpacing(0);
+    auto *bar = m_titleBarView->makeRowLayout(8);
     auto *title = new QLabel(tr("Errors and Warnings"), m_titleBarView);
     bar->addWidget(title, 1);
     m_closeButton = new PLTitleBarButton(PLTitleBarButtonCell::CloseSplit, m_titleBarView);

@@ -1,0 +1,23 @@
+// The entry point of every ...UiBench program: views on the offscreen platform, with settings in a
+// folder of their own so a run never touches the user's.
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+int main(int argc, char **argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QTemporaryDir settings;
+    PLUserDefaults::resetStandardUserDefaults(QDir(settings.path()).filePath(QStringLiteral("plumeo.ini")));
+    PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());
+    QApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
