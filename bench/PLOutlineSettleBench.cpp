@@ -20,12 +20,7 @@ public:
     explicit SettleFixture(int lines)
     {
         PLProjectModelBench::useTemporarySettings(m_folder);
-        QStringList includes;
-        for (int i = 0; i < 20; ++i) {
-            includes.append(QStringLiteral("part%1").arg(i));
-            PLProjectModelBench::writeText(QDir(m_folder.path()).filePath(includes.last() + QStringLiteral(".tex")),
-                                           PLProjectModelBench::structuredText(40, {}, i));
-        }
+        const QStringList includes = PLProjectModelBench::writeTwentyParts(m_folder);
         const QString path = QDir(m_folder.path()).filePath(QStringLiteral("main.tex"));
         PLProjectModelBench::writeText(path, PLProjectModelBench::structuredText(lines, includes));
         m_file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());

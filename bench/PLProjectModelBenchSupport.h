@@ -79,4 +79,16 @@ inline QString structuredText(int lineCount, const QStringList &includes = {}, i
     return text;
 }
 
+// Twenty small included files, part0.tex to part19.tex, in the folder; answers their names for
+// \input commands.
+inline QStringList writeTwentyParts(const QTemporaryDir &folder)
+{
+    QStringList includes;
+    for (int i = 0; i < 20; ++i) {
+        includes.append(QStringLiteral("part%1").arg(i));
+        writeText(QDir(folder.path()).filePath(includes.last() + QStringLiteral(".tex")), structuredText(40, {}, i));
+    }
+    return includes;
+}
+
 }
