@@ -202,22 +202,6 @@ INSTANTIATE_TEST_SUITE_P(Edits, EditedIncludedFile, ::testing::Values(
     DetachCase{"IncludeCommentedOut", 6, 0, u"%"},
     DetachCase{"IncludeRetyped", 13, 4, u"other"}), byLabel);
 
-TEST_F(Document, ReadsInTheConfiguredEncodingAndFallsBackToUtf8WhenUnset)
-{
-    write(QStringLiteral("latin.tex"), "Gr\xfc\xdf\n");
-    PLUserDefaults::standardUserDefaults().setInteger(5, PLUserDefaultsFileEncoding);
-    auto latin = open(QStringLiteral("latin.tex"));
-    EXPECT_EQ(latin->mainFile()->encoding(), 5u);
-    EXPECT_TRUE(latin->mainFile()->wasContentReadProperly());
-    EXPECT_EQ(latin->mainFile()->content(), QString::fromUtf16(u"Grüß\n"));
-    latin->close();
-
-    PLUserDefaults::standardUserDefaults().removeObjectForKey(PLUserDefaultsFileEncoding);
-    auto fallback = open(QStringLiteral("latin.tex"));
-    EXPECT_EQ(fallback->mainFile()->encoding(), 4u);
-    EXPECT_FALSE(fallback->mainFile()->wasContentReadProperly());
-}
-
 struct RoundTripCase
 {
     PLStringEncoding encoding;
