@@ -143,6 +143,14 @@ TEST_F(Document, FilesSharedWithAnotherProjectStayOneObjectWhenItCloses)
     EXPECT_EQ(second->mainFile()->openCount(), 1u);
 }
 
+// A table-driven Document test; each case names itself with its label.
+template <class Case>
+class DocumentCase : public Document, public ::testing::WithParamInterface<Case>
+{
+};
+
+const auto byLabel = [](const auto &info) { return std::string(info.param.label); };
+
 struct DetachCase
 {
     const char *label;
@@ -150,15 +158,7 @@ struct DetachCase
     qsizetype length;
     const char16_t *replacement;
 };
-
-void PrintTo(const DetachCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-class EditedIncludedFile : public Document, public ::testing::WithParamInterface<DetachCase>
-{
-};
+using EditedIncludedFile = DocumentCase<DetachCase>;
 
 // Taking away the include of a file with unsaved edits closed it, so its edits were gone and undo
 // read it again from disk.
@@ -198,40 +198,9 @@ TEST_P(EditedIncludedFile, OutlivesItsIncludeWithItsEdits)
 }
 
 INSTANTIATE_TEST_SUITE_P(Edits, EditedIncludedFile, ::testing::Values(
-    DetachCase{"include deleted", 6, 12, u""},
-    DetachCase{"include commented out", 6, 0, u"%"},
-    DetachCase{"include retyped", 13, 4, u"other"}));
-
-TEST_F(Document, ReadsInTheConfiguredEncodingAndFallsBackToUtf8WhenUnset)
-{
-    write(QStringLiteral("latin.tex"), "Gr\xfc\xdf\n");
-    PLUserDefaults::standardUserDefaults().setInteger(5, PLUserDefaultsFileEncoding);
-    auto latin = open(QStringLiteral("latin.tex"));
-    EXPECT_EQ(latin->mainFile()->encoding(), 5u);
-    EXPECT_TRUE(latin->mainFile()->wasContentReadProperly());
-    EXPECT_EQ(latin->mainFile()->content(), QString::fromUtf16(u"Grüß\n"));
-    latin->close();
-
-    PLUserDefaults::standardUserDefaults().removeObjectForKey(PLUserDefaultsFileEncoding);
-    auto fallback = open(QStringLiteral("latin.tex"));
-    EXPECT_EQ(fallback->mainFile()->encoding(), 4u);
-    EXPECT_FALSE(fallback->mainFile()->wasContentReadProperly());
-}
-
-TEST_F(Document, FilesInDocumentListsEveryFileOnceEvenWithCycles)
-{
-    write(QStringLiteral("a.tex"), "\\input{b}\n\\input{c}\n\\bibliography{refs,refs}\n");
-    write(QStringLiteral("b.tex"), "\\input{c}\n\\input{a}\n");
-    write(QStringLiteral("c.tex"), "\\section{C}\n\\input{b}\n");
-    write(QStringLiteral("refs.bib"), "@book{k, title={T}}\n");
-    auto document = open(QStringLiteral("a.tex"));
-    QStringList names;
-    for (const auto &file : document->filesInDocument())
-        names << file->name();
-    names.sort();
-    EXPECT_EQ(names, (QStringList{QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("c.tex"),
-                                  QStringLiteral("refs.bib")}));
-}
+    DetachCase{"IncludeDeleted", 6, 12, u""},
+    DetachCase{"IncludeCommentedOut", 6, 0, u"%"},
+    DetachCase{"IncludeRetyped", 13, 4, u"other"}), byLabel);
 
 struct RoundTripCase
 {
@@ -239,9 +208,7 @@ struct RoundTripCase
     QByteArray bytes;
 };
 
-class SaveRoundTrip : public Document, public ::testing::WithParamInterface<RoundTripCase>
-{
-};
+using SaveRoundTrip = DocumentCase<RoundTripCase>;
 
 TEST_P(SaveRoundTrip, WritesEveryFileBackByteForByteInItsEncoding)
 {
@@ -369,7 +336,7 @@ TEST_F(Document, FilesChangedOnDiskAreReloadedOnlyWhenUnedited)
 
 struct ChangedOnDiskCase
 {
-    const char *name;
+    const char *label;
     // What another program leaves in chap.tex, which the project read as "old\n".
     QByteArray theirs;
     std::optional<PLDocumentWindowDelegate::ChangedFileAction> answer;
@@ -379,14 +346,7 @@ struct ChangedOnDiskCase
     const char *text;
 };
 
-void PrintTo(const ChangedOnDiskCase &c, std::ostream *os)
-{
-    *os << c.name;
-}
-
-class ChangedOnDisk : public Document, public ::testing::WithParamInterface<ChangedOnDiskCase>
-{
-};
+using ChangedOnDisk = DocumentCase<ChangedOnDiskCase>;
 
 // Saving wrote over what another editor had saved meanwhile. The window is asked first; without
 // a window the save stops. A file only touched, its bytes the same, is not a change.
@@ -427,7 +387,7 @@ INSTANTIATE_TEST_SUITE_P(
                       ChangedOnDiskCase{"SameSizeCancel", "new\n", Action::Cancel, true, false, "new\n", "mine old\n"},
                       ChangedOnDiskCase{"NoWindow", "theirs\n", std::nullopt, false, false, "theirs\n", "mine old\n"},
                       ChangedOnDiskCase{"OnlyTouched", "old\n", Action::Cancel, false, true, "mine old\n", "mine old\n"}),
-    [](const auto &info) { return std::string(info.param.name); });
+    byLabel);
 
 // Saving made a private main file readable by everyone and replaced a symbolic link by a copy,
 // so the link's target drifted away from what the user saved.

@@ -128,19 +128,4 @@ TEST_F(PLTextViewHistoryHandlerTest, aFileWithNeitherPathNorNameIsNotTracked)
     EXPECT_EQ(history.switchToFile(nullptr), PLNotFoundRange);
 }
 
-TEST_F(PLTextViewHistoryHandlerTest, unknownDirectionsFindNothing)
-{
-    const auto first = open(QStringLiteral("a.tex"));
-    history.switchToFile(first);
-    history.switchToFile(open(QStringLiteral("b.tex")));
-    history.pushRangeToHistoryStack(a);
-    history.pushRangeToHistoryStack(b);
-    EXPECT_EQ(history.getRangeInDirection(2), PLNotFoundRange);
-    EXPECT_EQ(history.getFileInDirection(-1), nullptr);
-    EXPECT_EQ(history.currentRangeItem(), b);
-    // Asking whether there is more looks backwards for anything but forwards.
-    EXPECT_TRUE(history.hasMoreRangesInDirection(2));
-    EXPECT_TRUE(history.hasMoreFilesInDirection(7));
-}
-
 }

@@ -39,32 +39,6 @@ TEST_F(UserDefaults, FreshAccountSeesTheRegisteredDefaults)
     EXPECT_FALSE(defaults().objectForKey(PLUserDefaultsLastDirectorySaved).isValid());
 }
 
-TEST_F(UserDefaults, RegisteredColoursHaveTheirExactComponents)
-{
-    struct Expected
-    {
-        QString key;
-        PLColor color;
-    };
-    const Expected table[] = {
-        {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},
-        {PLUserDefaultsEditorColorText, PLColor::white(0.0, 1.0)},
-        {PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
-        {PLUserDefaultsEditorColorFunctions, PLColor::rgb(0.254, 0.306, 0.81, 1.0)},
-        {PLUserDefaultsEditorColorStructureDividers, PLColor::rgb(0.665, 0.052, 0.569, 1.0)},
-        {PLUserDefaultsEditorColorStructureDividersBackground, PLColor::rgb(0.77, 0.102, 0.086, 0.1)},
-        {PLUserDefaultsEditorColorBIBKey, PLColor::rgb(0.81, 0.254, 0.331, 1.0)},
-        {PLUserDefaultsEditorColorDollarSignAreasBackground, PLColor::rgb(1.0, 1.0, 1.0, 0.0)},
-        {PLUserDefaultsEditorColorLineHighlighter, PLColor::rgb(0.286, 0.121, 0.808, 1.0)},
-        {PLUserDefaultsEditorColorLineHighlighterBorders, PLColor::white(0.0, 1.0)},
-    };
-    for (const auto &entry : table) {
-        const auto color = defaults().colorForKey(entry.key);
-        ASSERT_TRUE(color) << entry.key.toStdString();
-        EXPECT_EQ(*color, entry.color) << entry.key.toStdString();
-    }
-}
-
 TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
 {
     defaults().setInteger(5, PLUserDefaultsFileEncoding);

@@ -30,10 +30,8 @@ protected:
     int nodesReachable(const std::shared_ptr<PLOutlineNode> &root)
     {
         int count = 0;
-        for (const auto &child : root->children()) {
-            ++count;
-            count += child->type() == PLOutlineNode::FileRoot ? nodesReachable(child) : nodesReachable(child);
-        }
+        for (const auto &child : root->children())
+            count += 1 + nodesReachable(child);
         return count;
     }
 };

@@ -110,18 +110,6 @@ INSTANTIATE_TEST_SUITE_P(SeveralNodes, PLOutlineEditScriptTest, ::testing::Value
              {"removed text |y|", "removed input |\\\\input{a}|", "changed"},
              {"text |z|"}}));
 
-TEST_F(PLOutlineNodeTreeChangesHandlerTest, commentingAnIncludeDropsItsFileFromTheProject)
-{
-    const auto file = open(QStringLiteral("\\input{a}\n"));
-    ASSERT_NE(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
-    file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("%"));
-    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
-    EXPECT_TRUE(file->filesInDocument().isEmpty());
-    file->replaceContentStringInRange(PLRange{0, 1}, QString());
-    EXPECT_EQ(file->filesInDocument().size(), 1);
-    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex")))->openCount(), 1u);
-}
-
 TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
 {
     const auto file = open(QStringLiteral("\\input{a}"));

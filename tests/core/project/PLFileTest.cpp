@@ -335,18 +335,6 @@ TEST_F(PLFileTest, changesOnDiskAreFoundForTheFileAndItsDirectIncludes)
     EXPECT_TRUE(file->hasDocumentBeenEdited());
 }
 
-TEST_F(PLFileTest, includeSetsKeepEachFileOnceInOrder)
-{
-    const auto file = open(write(QStringLiteral("main.tex"), QString()));
-    const auto a = file->addFileWithPathToFilesContainedInDocument(path(QStringLiteral("a.tex")));
-    const auto b = file->addUntitledFileWithNameToFilesContainedInDocument(QStringLiteral("b"));
-    EXPECT_EQ(file->addFileWithPathToFilesContainedInDocument(path(QStringLiteral("a.tex"))), a);
-    EXPECT_EQ(a->openCount(), 2u);
-    EXPECT_EQ(file->filesInDocument(), (QList<std::shared_ptr<PLFile>>{a, b}));
-    file->removeFileFromFilesContaindInDocument(a);
-    EXPECT_EQ(file->filesInDocument(), (QList<std::shared_ptr<PLFile>>{b}));
-}
-
 TEST_F(PLFileTest, preferredEncodingFollowsTheSetting)
 {
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
