@@ -155,26 +155,6 @@ TEST(CliTypesetting, SyncTexAnswersAgreeWithTheSyncTexTool)
     EXPECT_EQ(item(sources[0]).value(QStringLiteral("line")).toInt(), 4);
 }
 
-TEST(CliTypesetting, UsageAndInputErrors)
-{
-    const QList<std::pair<QStringList, int>> cases{
-        {{QStringLiteral("log"), QStringLiteral("out.txt")}, 2},
-        {{QStringLiteral("log"), QStringLiteral("--root")}, 2},
-        {{QStringLiteral("log"), QStringLiteral("/nonexistent/out.txt"), QStringLiteral("--root"), QStringLiteral("/p/main.tex")}, 1},
-        {{QStringLiteral("typeset")}, 2},
-        {{QStringLiteral("typeset"), QStringLiteral("/nonexistent/main.tex")}, 1},
-        {{QStringLiteral("typeset"), QStringLiteral("x.tex"), QStringLiteral("--stop-after"), QStringLiteral("soon")}, 2},
-        {{QStringLiteral("synctex"), QStringLiteral("sideways"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}, 2},
-        {{QStringLiteral("synctex"), QStringLiteral("forward"), documentPath(QStringLiteral("clean/main.tex")),
-          QStringLiteral("main.tex"), QStringLiteral("three"), QStringLiteral("0")},
-         2}};
-    for (const auto &[arguments, status] : cases) {
-        const PLCliRun run = runCli(arguments);
-        EXPECT_EQ(run.exitCode, status) << arguments.join(u' ').toStdString();
-        EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
-    }
-}
-
 // A settings store of its own for the commands run while it lives, with a TeX folder of
 // stand-in programs.
 class CliWithStandIns : public ::testing::Test
