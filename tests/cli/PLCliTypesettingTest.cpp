@@ -166,12 +166,7 @@ protected:
         QSettings(dir.filePath(QStringLiteral("config/plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
     }
     QString texFolder() const { return dir.filePath(QStringLiteral("texbin")); }
-    void writeEngine(const QByteArray &script, QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)
-    {
-        const QString engine = texFolder() + QStringLiteral("/pdflatex");
-        PLTest::writeFile(engine, script);
-        QFile::setPermissions(engine, permissions);
-    }
+    void writeEngine(const QByteArray &script) { writeProgram(texFolder() + QStringLiteral("/pdflatex"), script); }
     QString mainPath() const { return dir.filePath(QStringLiteral("main.tex")); }
 
     QTemporaryDir dir;
@@ -197,7 +192,6 @@ struct FailingEngineCase
 {
     const char *what;
     QByteArray script; // empty: the engine is a folder
-    QFile::Permissions permissions;
     const char *failure;
 };
 
@@ -218,7 +212,7 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
     if (c.script.isEmpty())
         QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
     else
-        writeEngine(c.script, c.permissions);
+        writeEngine(c.script);
     const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
     EXPECT_EQ(run.exitCode, 1);
     const QJsonObject result = run.json().object();
@@ -230,14 +224,12 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
     EXPECT_EQ(firstRun.value(QStringLiteral("description")).toString(), failure);
 }
 
-constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
 INSTANTIATE_TEST_SUITE_P(
     Table, CliFailingEngine,
     // How each ending is worded is the runner's; here one that ran and one that could not.
     ::testing::Values(FailingEngineCase{"file-size limit half way", "#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n",
-                                        kExecutable, "pdflatex was ended by signal 25"},
-                      FailingEngineCase{"a folder", QByteArray(), {}, "could not run "}));
+                                        "pdflatex was ended by signal 25"},
+                      FailingEngineCase{"a folder", QByteArray(), "could not run "}));
 
 // Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
 TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)

@@ -108,16 +108,14 @@ protected:
     {
         LatexTransformerTest::SetUp();
         texFolder = dir.filePath(QStringLiteral("texbin"));
-        PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
-                          "#!/bin/sh\n"
-                          "echo \"engine $0 $*\" >> runs.txt\n"
-                          "n=$(/usr/bin/wc -l < runs.txt)\n"
-                          "echo \"(./main.tex\"\n"
-                          "echo \"LaTeX Warning: run $n\"\n"
-                          "echo\n");
-        PLTest::writeFile(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
-        for (const char *program : {"/pdflatex", "/bibtex"})
-            QFile::setPermissions(texFolder + QString::fromLatin1(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        writeProgram(texFolder + QStringLiteral("/pdflatex"),
+                     "#!/bin/sh\n"
+                     "echo \"engine $0 $*\" >> runs.txt\n"
+                     "n=$(/usr/bin/wc -l < runs.txt)\n"
+                     "echo \"(./main.tex\"\n"
+                     "echo \"LaTeX Warning: run $n\"\n"
+                     "echo\n");
+        writeProgram(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
     }
 
     QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }

@@ -125,6 +125,15 @@ inline QList<QMap<QString, QString>> syncTexToolRecords(const QStringList &argum
 
 namespace PLTypesettingTest {
 
+constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+// Writes a stand-in program, executable unless told otherwise.
+inline void writeProgram(const QString &path, const QByteArray &script, QFile::Permissions permissions = kExecutable)
+{
+    PLTest::writeFile(path, script);
+    QFile::setPermissions(path, permissions);
+}
+
 // The stand-ins for a misbehaving engine, in tests/data/typesetting/helpers.
 inline QString helperPath(const QString &name)
 {
