@@ -98,12 +98,4 @@ TEST(CliHighlight, BibliographyRulesForABibFileAndTheUsersColours)
     EXPECT_EQ(type.value(QStringLiteral("foreground")).toObject().value(QStringLiteral("blue")).toDouble(), 0.3);
 }
 
-TEST(CliHighlight, FailsOnAMissingFileAndOnWrongArguments)
-{
-    QTemporaryDir dir;
-    EXPECT_EQ(runCli({QStringLiteral("highlight"), dir.filePath(QStringLiteral("missing.tex"))}).exitCode, 1);
-    EXPECT_EQ(runCli({QStringLiteral("highlight")}).exitCode, 2);
-    EXPECT_EQ(runCli({QStringLiteral("highlight"), QStringLiteral("a.tex"), QStringLiteral("b.tex")}).exitCode, 2);
-}
-
 }

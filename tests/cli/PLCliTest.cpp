@@ -19,20 +19,38 @@ TEST(Cli, HelpAndVersion)
     EXPECT_TRUE(version.standardOutput.startsWith("plumeo-cli "));
 }
 
-TEST(Cli, UsageErrorsExitWithTwoAndOneLineOnStandardError)
+// Bad arguments exit with 2, input that cannot be read with 1; either way with one line that says why.
+TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
 {
-    const QList<QStringList> wrong{{},
-                                   {QStringLiteral("frobnicate")},
-                                   {QStringLiteral("lines")},
-                                   {QStringLiteral("lines"), QStringLiteral("x.tex"), QStringLiteral("--line-of")},
-                                   {QStringLiteral("lines"), QStringLiteral("x.tex"), QStringLiteral("--start-of"), QStringLiteral("two")}};
-    for (const QStringList &arguments : wrong) {
+    QTemporaryDir dir;
+    const QString latin1 = dir.filePath(QStringLiteral("latin1.tex"));
+    PLTest::writeFile(latin1, QByteArray("Gr\xfc\xdf"));
+    const QString missing = dir.filePath(QStringLiteral("missing.tex"));
+    const QString clean = PLTest::dataPath(QStringLiteral("typesetting/documents/clean/main.tex"));
+    const QList<std::pair<QStringList, int>> cases{
+        {{QStringLiteral("frobnicate")}, 2},
+        {{QStringLiteral("lines")}, 2},
+        {{QStringLiteral("lines"), QStringLiteral("x.tex"), QStringLiteral("--line-of")}, 2},
+        {{QStringLiteral("lines"), QStringLiteral("x.tex"), QStringLiteral("--start-of"), QStringLiteral("two")}, 2},
+        {{QStringLiteral("lines"), latin1}, 1},
+        {{QStringLiteral("lines"), missing}, 1},
+        {{QStringLiteral("highlight")}, 2},
+        {{QStringLiteral("highlight"), QStringLiteral("a.tex"), QStringLiteral("b.tex")}, 2},
+        {{QStringLiteral("highlight"), missing}, 1},
+        {{QStringLiteral("log"), QStringLiteral("out.txt")}, 2},
+        {{QStringLiteral("log"), QStringLiteral("--root")}, 2},
+        {{QStringLiteral("log"), QStringLiteral("/nonexistent/out.txt"), QStringLiteral("--root"), QStringLiteral("/p/main.tex")}, 1},
+        {{QStringLiteral("typeset")}, 2},
+        {{QStringLiteral("typeset"), QStringLiteral("/nonexistent/main.tex")}, 1},
+        {{QStringLiteral("typeset"), QStringLiteral("x.tex"), QStringLiteral("--stop-after"), QStringLiteral("soon")}, 2},
+        {{QStringLiteral("synctex"), QStringLiteral("sideways"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}, 2},
+        {{QStringLiteral("synctex"), QStringLiteral("forward"), clean, QStringLiteral("main.tex"), QStringLiteral("three"), QStringLiteral("0")}, 2}};
+    for (const auto &[arguments, status] : cases) {
         const PLCliRun run = runCli(arguments);
-        EXPECT_EQ(run.exitCode, 2) << arguments.join(u' ').toStdString();
-        if (!arguments.isEmpty()) {
-            EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
-        }
+        EXPECT_EQ(run.exitCode, status) << arguments.join(u' ').toStdString();
+        EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
     }
+    EXPECT_EQ(runCli({}).exitCode, 2);
 }
 
 TEST(Cli, LinesAnswersLineNumbersAndLineStarts)
@@ -52,15 +70,6 @@ TEST(Cli, LinesAnswersLineNumbersAndLineStarts)
     EXPECT_EQ(answers[1].toObject().value(QStringLiteral("location")).toInt(), 5);
     EXPECT_EQ(answers[2].toObject().value(QStringLiteral("line")).toInt(), -1);
     EXPECT_EQ(answers[3].toObject().value(QStringLiteral("location")).toInt(), 0);
-}
-
-TEST(Cli, UnreadableInputExitsWithOne)
-{
-    QTemporaryDir dir;
-    const QString latin1 = dir.filePath(QStringLiteral("latin1.tex"));
-    PLTest::writeFile(latin1, QByteArray("Gr\xfc\xdf"));
-    EXPECT_EQ(runCli({QStringLiteral("lines"), latin1}).exitCode, 1);
-    EXPECT_EQ(runCli({QStringLiteral("lines"), dir.filePath(QStringLiteral("missing.tex"))}).exitCode, 1);
 }
 
 struct NumberCase

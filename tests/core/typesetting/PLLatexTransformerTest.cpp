@@ -1,25 +1,10 @@
-#include "core/project/PLFile.h"
-#include "core/project/PLFileFactory.h"
-#include "core/project/PLFilePool.h"
-#include "core/typesetting/PLLatexTransformer.h"
-#include "core/typesetting/PLLatexTransformerDelegate.h"
 #include "core/typesetting/PLLogItem.h"
-#include "core/typesetting/PLLogStringParser.h"
-#include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
 #include "core/typesetting/PLStreamDecoder.h"
 #include "PLTypesettingTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
-#include <QCoreApplication>
-#include <QTemporaryDir>
-#include <QTest>
-
 #include <gtest/gtest.h>
-
-#include <functional>
-#include <mutex>
 
 #include <sys/stat.h>
 
@@ -27,179 +12,41 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-bool onMainThread()
-{
-    return QThread::currentThread() == QCoreApplication::instance()->thread();
-}
-
-// Everything the transformer and its parser tell, in order, with the thread it came on.
-class Recorder : public PLLatexTransformerDelegate
-{
-public:
-    struct Event
-    {
-        QString kind;
-        QString text;
-        int number = 0;
-        bool onMainThread = false;
-    };
-
-    explicit Recorder(PLLogStringParser *parser)
-    {
-        PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, parser,
-                                                          [this](const PLNotification &) { record(QStringLiteral("parsed")); });
-    }
-    ~Recorder() override { PLNotificationCenter::defaultCenter().removeObserver(this); }
-
-    void latexTransformerDidChooseEngine(int engine) override { record(QStringLiteral("engine"), QString(), engine); }
-    void latexTransformerDidStartWorkingOnFileWithName(const QString &name) override
-    {
-        record(QStringLiteral("file"), name);
-    }
-    void latexTransformerDidOutputString(const QString &output) override
-    {
-        record(QStringLiteral("output"), output);
-        if (onOutput)
-            onOutput(output);
-    }
-    void latexTransformerCouldNotFindEngine(int engine, const QString &path) override
-    {
-        record(QStringLiteral("missing"), path, engine);
-    }
-    void latexTransformerDidFinish(PLLatexTransformer *transformer) override
-    {
-        transformingAtFinish = transformer->isTransforming();
-        record(QStringLiteral("finish"));
-    }
-
-    void record(const QString &kind, const QString &text = QString(), int number = 0)
-    {
-        std::lock_guard lock(m_mutex);
-        m_events.push_back(Event{kind, text, number, onMainThread()});
-    }
-    std::vector<Event> events()
-    {
-        std::lock_guard lock(m_mutex);
-        return m_events;
-    }
-    QStringList kinds()
-    {
-        QStringList kinds;
-        for (const Event &event : events()) {
-            if (kinds.isEmpty() || kinds.last() != event.kind)
-                kinds.append(event.kind);
-        }
-        return kinds;
-    }
-    QStringList texts(const QString &kind)
-    {
-        QStringList texts;
-        for (const Event &event : events()) {
-            if (event.kind == kind)
-                texts.append(event.text);
-        }
-        return texts;
-    }
-    bool waitForFinish(int milliseconds = 60000)
-    {
-        return QTest::qWaitFor([this] { return !texts(QStringLiteral("finish")).isEmpty(); }, milliseconds);
-    }
-
-    bool transformingAtFinish = true;
-    // Called on the job's thread with each piece of output, after it was recorded.
-    std::function<void(const QString &)> onOutput;
-
-private:
-    std::mutex m_mutex;
-    std::vector<Event> m_events;
-};
-
-// One job on a temporary copy of a fixture document, opened as a document opens its main file.
-class LatexTransformerTest : public ::testing::Test
+// The driver's common behaviour is in the typed driver suite; these are the transformer's own.
+class LatexTransformerTest : public DriverTest<TransformerJob>
 {
 protected:
-    void SetUp() override { PLTest::resetSettings(); }
-
-    void open(const QString &document, const QString &mainText = QString())
-    {
-        folder = copyDocument(document, dir.path());
-        if (!mainText.isNull())
-            PLTest::writeFile(folder + QStringLiteral("main.tex"), mainText.toUtf8());
-        mainFile = PLFileFactory().fileWithPath(folder + QStringLiteral("main.tex"));
-        start(mainFile);
-    }
-
-    void start(const std::shared_ptr<PLFile> &file)
-    {
-        if (transformer)
-            transformer->setDelegate(nullptr);
-        parser = std::make_shared<PLLogStringParser>(file);
-        recorder = std::make_unique<Recorder>(parser.get());
-        recorder->onOutput = onOutput;
-        transformer = PLLatexTransformer::create(parser);
-        transformer->setDelegate(recorder.get());
-        transformer->transformLatexFile(file);
-    }
-
-    void TearDown() override
-    {
-        if (transformer)
-            transformer->setDelegate(nullptr);
-    }
-
-    QTemporaryDir dir;
-    PLFilePool pool;
-    QString folder;
-    std::shared_ptr<PLFile> mainFile;
-    std::shared_ptr<PLLogStringParser> parser;
-    std::unique_ptr<Recorder> recorder;
-    // Handed to each new recorder: called on the job's thread with every piece of output.
-    std::function<void(const QString &)> onOutput;
-    std::shared_ptr<PLLatexTransformer> transformer;
+    PLLogStringParser &parser() { return job->parser(); }
 };
 
 TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngineRun)
 {
     open(QStringLiteral("citations"));
-    EXPECT_TRUE(transformer->isTransforming());
-    ASSERT_TRUE(recorder->waitForFinish());
-
-    // On the job's thread: the engine, the output, the parsed log; on the main thread the files
-    // reached, and last of all the end.
-    QStringList jobThread;
-    QStringList mainThread;
-    for (const Recorder::Event &event : recorder->events()) {
-        QStringList &kinds = event.onMainThread ? mainThread : jobThread;
-        if (kinds.isEmpty() || kinds.last() != event.kind)
-            kinds.append(event.kind);
-    }
-    EXPECT_EQ(jobThread, (QStringList{QStringLiteral("engine"), QStringLiteral("output"), QStringLiteral("parsed")}));
-    EXPECT_EQ(mainThread, (QStringList{QStringLiteral("file"), QStringLiteral("finish")}));
-    EXPECT_EQ(recorder->events().back().kind, QStringLiteral("finish"));
-    EXPECT_EQ(recorder->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
-    EXPECT_FALSE(recorder->transformingAtFinish);
-    EXPECT_FALSE(transformer->isTransforming());
+    EXPECT_TRUE(job->isRunning());
+    ASSERT_TRUE(waitForFinish());
+    // The log is parsed on the job's thread, before the end is told.
+    EXPECT_EQ(events->kinds(false), TransformerJob::jobThreadKinds);
+    EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
 
     // BibTeX ran and its output was shown; the runs after it resolved the citations.
-    const QString output = recorder->texts(QStringLiteral("output")).join(QString());
+    const QString output = events->texts(QStringLiteral("output")).join(QString());
     EXPECT_TRUE(output.contains(QStringLiteral("This is BibTeX")));
     EXPECT_EQ(output.count(QStringLiteral("This is pdfTeX")), 3);
     EXPECT_TRUE(QFile::exists(folder + QStringLiteral("main.bbl")));
     EXPECT_FALSE(PLTest::readFile(folder + QStringLiteral("main.log")).contains("Citation `knuth1984'"));
     // The parsed log is the first run's, which did not know the citations yet.
-    ASSERT_EQ(parser->warningsFound().size(), 4);
-    EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
-    EXPECT_EQ(parser->warningsFound().first()->filePath(), mainFile->stringPath());
+    ASSERT_EQ(parser().warningsFound().size(), 4);
+    EXPECT_EQ(parser().warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
+    EXPECT_EQ(parser().warningsFound().first()->filePath(), mainFile->stringPath());
 }
 
 TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
 {
     open(QStringLiteral("subfolder"));
-    ASSERT_TRUE(recorder->waitForFinish());
-    ASSERT_EQ(parser->errorsFound().size(), 1);
-    EXPECT_EQ(parser->errorsFound().first()->filePath(), folder + QStringLiteral("chapters/one.tex"));
-    EXPECT_EQ(parser->errorsFound().first()->line(), 4);
-    EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
+    ASSERT_TRUE(waitForFinish());
+    ASSERT_EQ(parser().errorsFound().size(), 1);
+    EXPECT_EQ(parser().errorsFound().first()->filePath(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(parser().errorsFound().first()->line(), 4);
 }
 
 struct EngineChoiceCase
@@ -224,11 +71,11 @@ TEST_P(LatexTransformerEngineChoice, FollowsTheMagicCommentThenTheSetting)
     const EngineChoiceCase &c = GetParam();
     PLUserDefaults::standardUserDefaults().setString(QString::fromUtf8(c.engineSetting), PLUserDefaultsTypesettingEngine);
     open(QString::fromUtf8(c.document));
-    ASSERT_TRUE(recorder->waitForFinish());
-    ASSERT_FALSE(recorder->events().empty());
-    EXPECT_EQ(recorder->events().front().kind, QStringLiteral("engine"));
-    EXPECT_EQ(recorder->events().front().number, c.engine);
-    EXPECT_TRUE(recorder->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(c.banner)));
+    ASSERT_TRUE(waitForFinish());
+    ASSERT_FALSE(events->all().empty());
+    EXPECT_EQ(events->all().front().kind, QStringLiteral("engine"));
+    EXPECT_EQ(events->all().front().number, c.engine);
+    EXPECT_TRUE(events->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(c.banner)));
     EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
 }
 
@@ -246,9 +93,9 @@ TEST_F(LatexTransformerTest, ShellEscapeFollowsItsSetting)
         PLUserDefaults::standardUserDefaults().setBool(enabled, PLUserDefaultsShellEscapeEnabled);
         open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\immediate\\write18{touch escaped}"
                                                      "\\begin{document}x\\end{document}\n"));
-        ASSERT_TRUE(recorder->waitForFinish());
+        ASSERT_TRUE(waitForFinish());
         EXPECT_EQ(QFile::exists(folder + QStringLiteral("escaped")), enabled);
-        EXPECT_TRUE(transformer->wasPdfWritten());
+        EXPECT_TRUE(job->driver().wasPdfWritten());
         QFile::remove(folder + QStringLiteral("escaped"));
     }
 }
@@ -261,16 +108,14 @@ protected:
     {
         LatexTransformerTest::SetUp();
         texFolder = dir.filePath(QStringLiteral("texbin"));
-        PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
-                          "#!/bin/sh\n"
-                          "echo \"engine $0 $*\" >> runs.txt\n"
-                          "n=$(/usr/bin/wc -l < runs.txt)\n"
-                          "echo \"(./main.tex\"\n"
-                          "echo \"LaTeX Warning: run $n\"\n"
-                          "echo\n");
-        PLTest::writeFile(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
-        for (const char *program : {"/pdflatex", "/bibtex"})
-            QFile::setPermissions(texFolder + QString::fromLatin1(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        writeProgram(texFolder + QStringLiteral("/pdflatex"),
+                     "#!/bin/sh\n"
+                     "echo \"engine $0 $*\" >> runs.txt\n"
+                     "n=$(/usr/bin/wc -l < runs.txt)\n"
+                     "echo \"(./main.tex\"\n"
+                     "echo \"LaTeX Warning: run $n\"\n"
+                     "echo\n");
+        writeProgram(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
     }
 
     QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }
@@ -285,15 +130,15 @@ TEST_F(LatexTransformerWithStandIns, TheTexFolderRuleLooksAtTheSecondToLastChara
         PLUserDefaults::standardUserDefaults().setString(setting, PLUserDefaultsTexLocation);
         QFile::remove(dir.filePath(QStringLiteral("runs.txt")));
         open(QStringLiteral("clean"));
-        ASSERT_TRUE(recorder->waitForFinish());
+        ASSERT_TRUE(waitForFinish());
         const QString engine = setting + QStringLiteral("/pdflatex");
         const QString arguments = QStringLiteral(" -file-line-error -synctex=1 --interaction nonstopmode --shell-escape main\n");
         EXPECT_EQ(runs(), QStringLiteral("engine ") + engine + arguments + QStringLiteral("bibtex ") + setting +
                               QStringLiteral("/bibtex main\nengine ") + engine + arguments + QStringLiteral("engine ") +
                               engine + arguments);
         // Only the first run's output is parsed.
-        ASSERT_EQ(parser->warningsFound().size(), 1);
-        EXPECT_EQ(parser->warningsFound().first()->message(), QStringLiteral("run 1\n\n"));
+        ASSERT_EQ(parser().warningsFound().size(), 1);
+        EXPECT_EQ(parser().warningsFound().first()->message(), QStringLiteral("run 1\n\n"));
     }
 }
 
@@ -303,8 +148,8 @@ TEST_F(LatexTransformerWithStandIns, ShortFolderSettingsAreUsedAsTheyAre)
                                         std::pair{QString(), QStringLiteral("pdflatex")}}) {
         PLUserDefaults::standardUserDefaults().setString(setting, PLUserDefaultsTexLocation);
         open(QStringLiteral("clean"));
-        ASSERT_TRUE(recorder->waitForFinish());
-        EXPECT_EQ(recorder->texts(QStringLiteral("missing")), QStringList{path});
+        ASSERT_TRUE(waitForFinish());
+        EXPECT_EQ(events->texts(QStringLiteral("missing")), QStringList{path});
     }
 }
 
@@ -332,10 +177,10 @@ TEST_F(LatexTransformerWithStandIns, ACharacterSplitBetweenTwoReadsIsKept)
             release.write("\n");
     };
     open(QStringLiteral("clean"));
-    ASSERT_TRUE(recorder->waitForFinish());
-    EXPECT_EQ(recorder->texts(QStringLiteral("output")).join(QString()), QStringLiteral("(./first.tex\ncaf\u00e9\n(./last.tex\n"));
-    EXPECT_EQ(recorder->texts(QStringLiteral("file")), (QStringList{QStringLiteral("first.tex"), QStringLiteral("last.tex")}));
-    EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("last.tex"));
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_EQ(events->texts(QStringLiteral("output")).join(QString()), QStringLiteral("(./first.tex\ncaf\u00e9\n(./last.tex\n"));
+    EXPECT_EQ(events->texts(QStringLiteral("file")), (QStringList{QStringLiteral("first.tex"), QStringLiteral("last.tex")}));
+    EXPECT_EQ(parser().currentFilePath(), folder + QStringLiteral("last.tex"));
 }
 
 // Regression: a flooding engine's output was kept whole for the parser, until memory ran out; the
@@ -347,14 +192,14 @@ TEST_F(LatexTransformerWithStandIns, AFloodingEnginesOutputIsKeptOnlyUpToABound)
     QFile::remove(texFolder + QStringLiteral("/bibtex"));
     PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
     open(QStringLiteral("clean"));
-    ASSERT_TRUE(recorder->waitForFinish());
-    const QStringList output = recorder->texts(QStringLiteral("output"));
+    ASSERT_TRUE(waitForFinish());
+    const QStringList output = events->texts(QStringLiteral("output"));
     EXPECT_TRUE(output.join(QString()).contains(QStringLiteral("x\n(./late.tex\n")));
     ASSERT_FALSE(output.isEmpty());
     EXPECT_TRUE(output.last().startsWith(QStringLiteral("\nPlumeo: only the first 16777216 characters of the output of pdflatex")))
         << output.last().toStdString();
-    EXPECT_EQ(recorder->texts(QStringLiteral("file")), QStringList{QStringLiteral("first.tex")});
-    EXPECT_EQ(parser->currentFilePath(), folder + QStringLiteral("first.tex"));
+    EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("first.tex")});
+    EXPECT_EQ(parser().currentFilePath(), folder + QStringLiteral("first.tex"));
 }
 
 TEST(StreamDecoder, KeepsACharacterSplitAnywhereAndDropsOnlyPiecesThatDoNotDecode)

@@ -196,8 +196,7 @@ TEST_P(TexTaskRunnerEndings, AreToldApart)
     QString program = folder.path();
     if (!c.script.isEmpty()) {
         program = folder.filePath(QStringLiteral("engine"));
-        PLTest::writeFile(program, c.script);
-        QFile::setPermissions(program, c.permissions);
+        writeProgram(program, c.script, c.permissions);
     }
     BackgroundRun run(runner, program, folder.path());
     ASSERT_TRUE(run.finishesWithin(10s));
@@ -213,8 +212,6 @@ TEST_P(TexTaskRunnerEndings, AreToldApart)
     }
 }
 
-constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-
 INSTANTIATE_TEST_SUITE_P(
     Table, TexTaskRunnerEndings,
     ::testing::Values(EndingCase{"success", "#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
@@ -229,8 +226,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(TexTaskRunner, AFloodOnStandardErrorKeepsOnlyItsLastPart)
 {
     const QString program = folder.filePath(QStringLiteral("engine"));
-    PLTest::writeFile(program, "#!/bin/sh\n/usr/bin/yes 'a line of errors' | /usr/bin/head -n 1000000 >&2\necho last line >&2\necho out\n");
-    QFile::setPermissions(program, kExecutable);
+    writeProgram(program, "#!/bin/sh\n/usr/bin/yes 'a line of errors' | /usr/bin/head -n 1000000 >&2\necho last line >&2\necho out\n");
     BackgroundRun run(runner, program, folder.path());
     ASSERT_TRUE(run.finishesWithin(60s));
     const PLTexRunResult result = run.result();

@@ -1,16 +1,35 @@
 #pragma once
 
 #include "PLTestSupport.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLFileFactory.h"
+#include "core/project/PLFilePool.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/typesetting/PLLatexTransformer.h"
+#include "core/typesetting/PLLatexTransformerDelegate.h"
+#include "core/typesetting/PLLogStringParser.h"
+#include "core/typesetting/PLTypesetter.h"
+#include "core/typesetting/PLTypesetterDelegate.h"
+#include "core/typesetting/PLTypesettingLogFileParser.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+#include <QTemporaryDir>
 #include <QTest>
+#include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
 
 // Helpers of the typesetting tests: fixture documents are always typeset in a temporary copy, so
 // nothing is ever written into tests/data.
@@ -106,6 +125,15 @@ inline QList<QMap<QString, QString>> syncTexToolRecords(const QStringList &argum
 
 namespace PLTypesettingTest {
 
+constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+
+// Writes a stand-in program, executable unless told otherwise.
+inline void writeProgram(const QString &path, const QByteArray &script, QFile::Permissions permissions = kExecutable)
+{
+    PLTest::writeFile(path, script);
+    QFile::setPermissions(path, permissions);
+}
+
 // The stand-ins for a misbehaving engine, in tests/data/typesetting/helpers.
 inline QString helperPath(const QString &name)
 {
@@ -133,5 +161,209 @@ inline qint64 sleeperPid(const QString &folder)
     });
     return written ? text.toLongLong() : 0;
 }
+
+}
+
+namespace PLTypesettingTest {
+
+// What a driver told its delegate, in order, with the thread it came on. `number` is the parser's
+// item count for output, the engine for "engine", and whether the job still ran for "finish".
+class Events
+{
+public:
+    struct Event
+    {
+        QString kind;
+        QString text;
+        qsizetype number = 0;
+        bool onMainThread = false;
+    };
+
+    void record(const QString &kind, const QString &text = QString(), qsizetype number = 0)
+    {
+        const bool main = QThread::currentThread() == QCoreApplication::instance()->thread();
+        {
+            std::lock_guard lock(m_mutex);
+            m_events.push_back(Event{kind, text, number, main});
+        }
+        if (kind == u"output" && onOutput)
+            onOutput(text);
+    }
+    std::vector<Event> all()
+    {
+        std::lock_guard lock(m_mutex);
+        return m_events;
+    }
+    // The kinds in order, repeats folded; only those on the main thread or only those off it
+    // when asked.
+    QStringList kinds(std::optional<bool> onMainThread = std::nullopt)
+    {
+        QStringList kinds;
+        for (const Event &event : all()) {
+            if (onMainThread && event.onMainThread != *onMainThread)
+                continue;
+            if (kinds.isEmpty() || kinds.last() != event.kind)
+                kinds.append(event.kind);
+        }
+        return kinds;
+    }
+    QStringList texts(const QString &kind)
+    {
+        QStringList texts;
+        for (const Event &event : all()) {
+            if (event.kind == kind)
+                texts.append(event.text);
+        }
+        return texts;
+    }
+    bool waitFor(const QString &kind, const QString &containing = QString())
+    {
+        return QTest::qWaitFor([&] { return !texts(kind).isEmpty() && texts(kind).join(QString()).contains(containing); },
+                               60000);
+    }
+
+    // Called on the job's thread with each piece of output, after it was recorded.
+    std::function<void(const QString &)> onOutput;
+
+private:
+    std::mutex m_mutex;
+    std::vector<Event> m_events;
+};
+
+// The two drivers behind one face: the editor's PLLatexTransformer and the document-level
+// PLTypesetter share their job, so the same cases hold for both.
+class TransformerJob : public PLLatexTransformerDelegate
+{
+public:
+    // Besides the driver's own calls, the parser's end is told as "parsed".
+    static inline const QStringList jobThreadKinds{QStringLiteral("engine"), QStringLiteral("output"), QStringLiteral("parsed")};
+
+    explicit TransformerJob(Events &events) : m_events(events) {}
+    ~TransformerJob() override
+    {
+        if (m_driver)
+            m_driver->setDelegate(nullptr);
+        PLNotificationCenter::defaultCenter().removeObserver(this);
+    }
+    void start(const std::shared_ptr<PLFile> &file)
+    {
+        if (!m_driver) {
+            m_parser = std::make_shared<PLLogStringParser>(file);
+            PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, m_parser.get(),
+                                                              [this](const PLNotification &) { m_events.record(QStringLiteral("parsed")); });
+            m_driver = PLLatexTransformer::create(m_parser);
+            m_driver->setDelegate(this);
+        }
+        m_driver->transformLatexFile(file);
+    }
+    PLLatexTransformer &driver() { return *m_driver; }
+    PLLogStringParser &parser() { return *m_parser; }
+    const std::shared_ptr<PLFile> &file() const { return m_driver->documentFile(); }
+    bool isRunning() const { return m_driver->isTransforming(); }
+
+    void latexTransformerDidChooseEngine(int engine) override { m_events.record(QStringLiteral("engine"), QString(), engine); }
+    void latexTransformerDidStartWorkingOnFileWithName(const QString &name) override { m_events.record(QStringLiteral("file"), name); }
+    void latexTransformerDidOutputString(const QString &output) override { m_events.record(QStringLiteral("output"), output); }
+    void latexTransformerCouldNotFindEngine(int, const QString &path) override { m_events.record(QStringLiteral("missing"), path); }
+    void latexTransformerDidFinish(PLLatexTransformer *driver) override
+    {
+        m_events.record(QStringLiteral("finish"), QString(), driver->isTransforming());
+    }
+
+private:
+    Events &m_events;
+    std::shared_ptr<PLLogStringParser> m_parser;
+    std::shared_ptr<PLLatexTransformer> m_driver;
+};
+
+class TypesetterJob : public PLTypesetterDelegate
+{
+public:
+    static inline const QStringList jobThreadKinds{QStringLiteral("engine"), QStringLiteral("output")};
+
+    explicit TypesetterJob(Events &events) : m_events(events) {}
+    ~TypesetterJob() override
+    {
+        if (m_driver)
+            m_driver->setDelegate(nullptr);
+    }
+    void start(const std::shared_ptr<PLFile> &file)
+    {
+        if (!m_driver) {
+            m_driver = PLTypesetter::create();
+            m_driver->setDelegate(this);
+        }
+        m_driver->typesetDocument(file);
+    }
+    PLTypesetter &driver() { return *m_driver; }
+    const std::shared_ptr<PLFile> &file() const { return m_driver->mainFile(); }
+    bool isRunning() const { return m_driver->isTypesetting(); }
+
+    void typesetterWillStartTypesettingUsingEngine(PLTypesetter *, int engine) override
+    {
+        m_events.record(QStringLiteral("engine"), QString(), engine);
+    }
+    void typesetterDidReachFileInclusionForFileWithName(PLTypesetter *, const QString &name) override
+    {
+        m_events.record(QStringLiteral("file"), name);
+    }
+    // The parser is only read here on the job's thread, where it is written.
+    void typesetterDidOutputString(PLTypesetter *driver, const QString &output) override
+    {
+        m_events.record(QStringLiteral("output"), output, driver->parser()->itemCount());
+    }
+    void typesetterWasUnableToLocateEngine(PLTypesetter *, int, const QString &path) override
+    {
+        m_events.record(QStringLiteral("missing"), path);
+    }
+    void typesetterDidFinish(PLTypesetter *driver, std::shared_ptr<PLTypesettingLogFileParser> parser) override
+    {
+        finishedParser = std::move(parser);
+        m_events.record(QStringLiteral("finish"), QString(), driver->isTypesetting());
+    }
+
+    std::shared_ptr<PLTypesettingLogFileParser> finishedParser;
+
+private:
+    Events &m_events;
+    std::shared_ptr<PLTypesetter> m_driver;
+};
+
+// One job of a driver on a temporary copy of a fixture document, opened as a document opens its
+// main file.
+template<class Job>
+class DriverTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+
+    // A new job with no events yet; the last one is let go first.
+    Job &freshJob()
+    {
+        job.reset();
+        events = std::make_unique<Events>();
+        events->onOutput = onOutput;
+        job = std::make_unique<Job>(*events);
+        return *job;
+    }
+    void open(const QString &document, const QString &mainText = QString())
+    {
+        folder = copyDocument(document, dir.path());
+        if (!mainText.isNull())
+            PLTest::writeFile(folder + QStringLiteral("main.tex"), mainText.toUtf8());
+        mainFile = PLFileFactory().fileWithPath(folder + QStringLiteral("main.tex"));
+        freshJob().start(mainFile);
+    }
+    bool waitForFinish() { return events->waitFor(QStringLiteral("finish")); }
+
+    QTemporaryDir dir;
+    PLFilePool pool;
+    QString folder;
+    std::shared_ptr<PLFile> mainFile;
+    // Handed to each new job's events.
+    std::function<void(const QString &)> onOutput;
+    std::unique_ptr<Events> events;
+    std::unique_ptr<Job> job;
+};
 
 }
