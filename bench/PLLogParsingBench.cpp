@@ -176,7 +176,8 @@ void BM_NotificationCenterObserversComeAndGo(benchmark::State &state)
 }
 BENCHMARK(BM_NotificationCenterObserversComeAndGo)->Arg(8000)->Arg(32000)->Unit(benchmark::kMillisecond);
 
-// Both parsers on 10 MB of each hostile shape; the time must stay of the order of a real log's.
+// Both parsers on 10 MB of each hostile shape; the time must stay of the order of a real log's
+// (a search that tried the expressions at every position of a line once made long lines quadratic).
 void BM_BothParsersOnHostileOutput(benchmark::State &state, const char *kind)
 {
     PLFilePool pool;
@@ -197,6 +198,12 @@ BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, paths, "line:./")->Unit(benchma
 BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, openings, "line:(./")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, located, "line:./a.tex:1: ")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, warnings, "line:LaTeX Warning: ")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, located_unspaced, "line:./a.tex:1:")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, missing_file, "line:! LaTeX Error: File `a.sty")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, undefined, "line:! Undefined control sequence.")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, opening_brackets, "line:((((")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, closing_brackets, "line:))))")->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_BothParsersOnHostileOutput, carriage_returns, "line:\r")->Unit(benchmark::kMillisecond);
 
 }
 
