@@ -81,8 +81,15 @@ protected:
 
     void openAt(const QString &mainPath)
     {
-        openWindow(mainPath, QSize(900, 500), false);
+        // Not openWindow(): running events before the window shows kept Ctrl+C from the PDF view.
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
+        window->resize(900, 500);
         window->show();
+        editor = mainArea()->editorSplitViewController();
         shownPane = editor->selectedSplitViewController();
         shownPane->toggleDocumentPDF();
     }
