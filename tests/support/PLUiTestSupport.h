@@ -1,15 +1,33 @@
 #pragma once
 
 #include "core/document/PLDocument.h"
+#include "core/foundation/PLError.h"
+#include "ui/app/PLApplicationController.h"
 #include "ui/app/PLDocumentController.h"
+#include "ui/app/PLDocumentWindowController.h"
+#include "ui/app/PLMainMenu.h"
+#include "ui/editor/PLTextView.h"
+#include "ui/window/PLDocumentSplitViewController.h"
+#include "ui/window/PLMainAreaViewController.h"
+#include "ui/window/PLSplitViewContentViewController.h"
+#include "ui/window/PLSplitViewController.h"
 #include "PLTestSupport.h"
+
+#include <gtest/gtest.h>
 
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
+#include <QMainWindow>
+#include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QTemporaryDir>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextLayout>
 #include <QTimer>
+#include <QUrl>
 
 
 // Helpers of the widget tests.
@@ -49,6 +67,33 @@ inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *te
     timer->start();
 }
 
+// The window's menu item for the action (and the tag, when one is given).
+inline QAction *menuItem(QMainWindow *window, PLAction action, int tag = -1)
+{
+    for (QAction *menu : window->menuBar()->actions()) {
+        for (QAction *item : menu->menu()->actions()) {
+            if (!item->isSeparator() && !item->menu() && PLMainMenu::actionOfItem(item) == action
+                && (tag < 0 || PLMainMenu::tagOfItem(item) == tag))
+                return item;
+        }
+    }
+    return nullptr;
+}
+
+// The colour a text view shows at a position of its file's text.
+inline QColor shownColour(const PLTextView &view, qsizetype location)
+{
+    const int position = int(view.mirrorPosition(location));
+    const QTextBlock block = view.document()->findBlock(position);
+    QColor colour;
+    for (const QTextLayout::FormatRange &range : block.layout()->formats()) {
+        if (position - block.position() >= range.start && position - block.position() < range.start + range.length
+            && range.format.hasProperty(QTextFormat::ForegroundBrush))
+            colour = range.format.foreground().color();
+    }
+    return colour;
+}
+
 // Closes every project, throwing away what a test left unsaved.
 inline void closeDiscardingChanges(PLDocumentController &documents)
 {
@@ -58,5 +103,60 @@ inline void closeDiscardingChanges(PLDocumentController &documents)
     }
     documents.closeAllDocuments();
 }
+
+// A project in a temporary folder, opened in its window with fresh settings; closed again,
+// unsaved changes thrown away, after the test.
+class ProjectWindowTest : public ::testing::Test
+{
+protected:
+    void SetUp() override { resetSettings(); }
+    void TearDown() override { closeDiscardingChanges(documents); }
+
+    // Opens the project of the file in a window of the size; shown and active when asked.
+    void openWindow(const QString &path, QSize size = QSize(900, 500), bool show = true)
+    {
+        PLError error;
+        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
+        ASSERT_NE(document, nullptr) << error.message.toStdString();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
+        window->resize(size);
+        editor = mainArea()->editorSplitViewController();
+        if (show) {
+            window->show();
+            window->activateWindow();
+            ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+            pane(0)->makeKey();
+        }
+        QCoreApplication::processEvents();
+    }
+
+    PLMainAreaViewController *mainArea() const { return windowController->splitViewController()->mainAreaViewController(); }
+    PLSplitViewContentViewController *pane(int index = 0) const { return editor->splitViewContentControllerAtIndex(index); }
+
+    Project project;
+    PLDocumentController documents;
+    PLDocument *document = nullptr;
+    PLDocumentWindowController *windowController = nullptr;
+    QMainWindow *window = nullptr;
+    PLSplitViewController *editor = nullptr;
+};
+
+// The application launched on a project of one file, whose window controller it gives.
+class LaunchedApplicationTest : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        resetSettings();
+        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
+        controller = application.documentController()->windowControllers().constFirst();
+    }
+    void TearDown() override { closeDiscardingChanges(*application.documentController()); }
+
+    Project project;
+    PLApplicationController application;
+    PLDocumentWindowController *controller = nullptr;
+};
 
 }

@@ -1,19 +1,13 @@
 #include "ui/app/PLApplicationController.h"
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
 #include "ui/app/PLInstanceClient.h"
 #include "ui/app/PLInstanceServer.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
-#include <QDir>
 #include <QLocalSocket>
 #include <QSignalSpy>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,32 +1,20 @@
-#include "ui/app/PLApplicationController.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/app/PLDocumentWindowController.h"
-#include "ui/app/PLMainMenu.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
-#include <QMainWindow>
-#include <QMenu>
-#include <QMenuBar>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 
-class MainMenu : public ::testing::Test
+class MainMenu : public PLTest::LaunchedApplicationTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
-        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
-        controller = application.documentController()->windowControllers().constFirst();
+        LaunchedApplicationTest::SetUp();
         controller->window()->activateWindow();
         for (QAction *menuItem : controller->documentWindow()->menuBar()->actions())
             menus << menuItem->menu();
     }
-    void TearDown() override { PLTest::closeDiscardingChanges(*application.documentController()); }
 
     // The items of a menu as they show once the menu opens: title, then "-" when disabled.
     QStringList shown(int menu)
@@ -40,9 +28,6 @@ protected:
         return items;
     }
 
-    PLTest::Project project;
-    PLApplicationController application;
-    PLDocumentWindowController *controller = nullptr;
     QList<QMenu *> menus;
 };
 

@@ -1,17 +1,11 @@
 #include "ui/app/PLApplicationController.h"
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLWelcomeWindowController.h"
 #include "ui/window/PLWelcomeWindowMainViewController.h"
 #include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
-#include <QApplication>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBlock>
 
 #include <gtest/gtest.h>
 
@@ -58,6 +59,15 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
         (*views.begin())->setFocus();
         QCoreApplication::processEvents();
+    }
+
+    // The view's own text, its blocks joined by paragraph separators.
+    static QString mirrorOf(const PLTextView &view)
+    {
+        QString text;
+        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next())
+            text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
+        return text;
     }
 
     void TearDown() override

@@ -208,21 +208,6 @@ TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
     EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("abcdef"));
 }
 
-TEST_F(EditorTest, EverySelectionChangeRecordsThePreviousSelection)
-{
-    const auto file = open(QStringLiteral("0123456789"));
-    history.switchToFile(file);
-    PLTextView *view = makeView(file);
-    show({view});
-    view->setSelectedRange(PLRange{2, 0});
-    view->setSelectedRange(PLRange{5, 3});
-    QTest::keyClick(view, Qt::Key_End);
-    EXPECT_EQ(file->selectedRange(), (PLRange{10, 0}));
-    EXPECT_EQ(history.currentRangeItem(), (PLRange{5, 3}));
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), (PLRange{2, 0}));
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), (PLRange{0, 0}));
-}
-
 TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
 {
     write(QStringLiteral("intro.tex"), QStringLiteral("Hello."));

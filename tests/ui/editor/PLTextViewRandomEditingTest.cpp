@@ -50,14 +50,6 @@ std::string visible(const QString &text)
 class TextViewRandomEditing : public PLTest::EditorTest, public ::testing::WithParamInterface<RandomCase>
 {
 protected:
-    static QString mirrorOf(const PLTextView &view)
-    {
-        QString text;
-        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next())
-            text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
-        return text;
-    }
-
     // Both panes show the buffer, the line ends stay the file's own, and the file saves as the
     // buffer holds it.
     ::testing::AssertionResult inStep()

@@ -1,53 +1,19 @@
-#include "core/project/PLFile.h"
-#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "PLEditorTestSupport.h"
+#include "PLUiTestSupport.h"
 #include "core/editor/PLTextAttributes.h"
-#include "PLTestSupport.h"
-#include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
+#include "ui/editor/PLLineEndingMap.h"
 
-#include <QApplication>
 #include <QClipboard>
-#include <QHBoxLayout>
 #include <QInputMethodEvent>
 #include <QMimeData>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QTextBlock>
 #include <QUndoStack>
-
-#include <gtest/gtest.h>
 
 namespace {
 
-class TextView : public ::testing::Test
+class TextView : public PLTest::EditorTest
 {
 protected:
-    std::shared_ptr<PLFile> open(const QByteArray &bytes)
-    {
-        path = folder.filePath(QStringLiteral("chapter.tex"));
-        PLTest::writeFile(path, bytes);
-        file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
-        return file;
-    }
-
-    // Shows the views side by side in one window, the first one focused.
-    void show(std::initializer_list<PLTextView *> views)
-    {
-        window.resize(800, 400);
-        auto *layout = new QHBoxLayout(&window);
-        for (PLTextView *view : views)
-            layout->addWidget(view);
-        window.show();
-        (*views.begin())->setFocus();
-    }
-
-    static QString mirrorOf(const PLTextView &view)
-    {
-        QString text;
-        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next())
-            text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
-        return text;
-    }
+    void open(const QByteArray &bytes) { file = EditorTest::open(QString::fromUtf8(bytes)); }
 
     void expectInStep(std::initializer_list<const PLTextView *> views)
     {
@@ -56,16 +22,7 @@ protected:
             EXPECT_EQ(mirrorOf(*view), expected);
     }
 
-    void TearDown() override
-    {
-        if (file)
-            file->close();
-    }
-
-    QTemporaryDir folder;
-    QString path;
     std::shared_ptr<PLFile> file;
-    QWidget window;
 };
 
 TEST_F(TextView, TypingInOnePaneShowsInEveryPaneOfTheFile)
@@ -157,30 +114,6 @@ TEST_F(TextView, PasteCutAndInputMethodsEditTheBuffer)
     EXPECT_EQ(view->document()->isUndoAvailable(), false);
 }
 
-TEST_F(TextView, WindowsLineEndsSurviveEditingAndSavingByteForByte)
-{
-    open("\\section{A}\r\nfirst line\r\nsecond line\r\n");
-    auto *view = new PLTextView(file);
-    auto *other = new PLTextView(file);
-    show({view, other});
-    EXPECT_EQ(view->document()->blockCount(), 4);
-
-    // Type at the start of the third line: after two CR LF pairs.
-    view->setSelectedRange(PLRange{25, 0});
-    QTest::keyClicks(view, QStringLiteral("the "));
-    // Join the second and third lines: one Backspace takes the whole CR LF.
-    view->setSelectedRange(PLRange{25, 0});
-    QTest::keyClick(view, Qt::Key_Backspace);
-    // A new line in a Windows file gets a Windows line end.
-    view->setSelectedRange(PLRange{13, 0});
-    QTest::keyClick(view, Qt::Key_Return);
-    expectInStep({view, other});
-    EXPECT_EQ(view->selectedRange(), (PLRange{15, 0}));
-
-    ASSERT_TRUE(file->save());
-    EXPECT_EQ(PLTest::readFile(path), QByteArray("\\section{A}\r\n\r\nfirst linethe second line\r\n"));
-}
-
 TEST_F(TextView, AnEditInAnotherPaneNextToAPairKeepsTheMirrorWhole)
 {
     open("a\r\nb");
@@ -194,19 +127,6 @@ TEST_F(TextView, AnEditInAnotherPaneNextToAPairKeepsTheMirrorWhole)
     file->contentBuffer()->replaceCharactersInRange(PLRange{1, 1}, QString());
     expectInStep({view});
     EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("a\nb"));
-}
-
-// The colour the view shows at a position of the file's text, against the buffer's own.
-QColor shownColour(const PLTextView &view, qsizetype location)
-{
-    const QTextBlock block = view.document()->findBlock(int(view.mirrorPosition(location)));
-    const int offset = int(view.mirrorPosition(location)) - block.position();
-    QColor colour;
-    for (const QTextLayout::FormatRange &range : block.layout()->formats()) {
-        if (offset >= range.start && offset < range.start + range.length && range.format.hasProperty(QTextFormat::ForegroundBrush))
-            colour = range.format.foreground().color();
-    }
-    return colour;
 }
 
 QColor bufferColour(const PLFile &file, qsizetype location)
@@ -223,7 +143,7 @@ TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
     show({view, other});
     for (qsizetype location : {0, 5, 6, 10, 12}) {
         EXPECT_TRUE(bufferColour(*file, location).isValid());
-        EXPECT_EQ(shownColour(*view, location), bufferColour(*file, location)) << "at " << location;
+        EXPECT_EQ(PLTest::shownColour(*view, location), bufferColour(*file, location)) << "at " << location;
     }
     EXPECT_NE(bufferColour(*file, 0), bufferColour(*file, 5));
 
@@ -231,7 +151,7 @@ TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
     QTest::keyClicks(view, QStringLiteral("$y$ "));
     for (const PLTextView *shown : {view, other}) {
         for (qsizetype location : {0, 1, 4, 10, 16})
-            EXPECT_EQ(shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
+            EXPECT_EQ(PLTest::shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
     }
 }
 

@@ -1,20 +1,12 @@
 #include "core/project/PLDictionaryKeys.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
-#include "ui/window/PLMainAreaViewController.h"
-#include "ui/app/PLMainMenu.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"
 #include "ui/window/PLResponderChain.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
 #include "PLUiTestSupport.h"
@@ -22,16 +14,12 @@
 #include <QDirIterator>
 #include <QClipboard>
 #include <QLabel>
-#include <QMainWindow>
-#include <QMenuBar>
 #include <QPainter>
 #include <QPdfDocument>
 #include <QProcess>
 #include <QScrollBar>
 #include <QSignalSpy>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 // Waits on the event loop until the condition holds, failing the test if it never does (the
 // QTRY_ macros report to QTest, which GoogleTest does not hear).
@@ -40,7 +28,7 @@
 namespace {
 
 // The four-page fixture and the one-page clean document, typeset once for the whole suite.
-class PDFPane : public ::testing::Test
+class PDFPane : public PLTest::ProjectWindowTest
 {
 protected:
     static void SetUpTestSuite()
@@ -74,9 +62,6 @@ protected:
         return PLTest::readFile(typesetFolder->filePath(fixture + QLatin1Char('/') + file));
     }
 
-    void SetUp() override { PLTest::resetSettings(); }
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
     // A window on the four-page project, its PDF written beside it or not, its first pane
     // switched to the PDF.
     void open(bool withPdf)
@@ -96,21 +81,20 @@ protected:
 
     void openAt(const QString &mainPath)
     {
+        // Not openWindow(): running events before the window shows kept Ctrl+C from the PDF view.
         PLError error;
         document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
         ASSERT_NE(document, nullptr) << error.message.toStdString();
-        window = documents.windowControllerForDocument(document)->documentWindow();
+        windowController = documents.windowControllerForDocument(document);
+        window = windowController->documentWindow();
         window->resize(900, 500);
         window->show();
-        splitView = documents.windowControllerForDocument(document)
-                        ->splitViewController()
-                        ->mainAreaViewController()
-                        ->editorSplitViewController();
-        pane = splitView->selectedSplitViewController();
-        pane->toggleDocumentPDF();
+        editor = mainArea()->editorSplitViewController();
+        shownPane = editor->selectedSplitViewController();
+        shownPane->toggleDocumentPDF();
     }
 
-    PLPDFView *pdfView() const { return pane->pdfView(); }
+    PLPDFView *pdfView() const { return shownPane->pdfView(); }
 
     // True when the PDF view shows some dark pixel: text drawn, not blank pages.
     bool showsInk() const
@@ -133,12 +117,7 @@ protected:
     }
 
     static inline QTemporaryDir *typesetFolder = nullptr;
-    PLTest::Project project;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewController *splitView = nullptr;
-    PLSplitViewContentViewController *pane = nullptr;
+    PLSplitViewContentViewController *shownPane = nullptr;
 };
 
 TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
@@ -146,9 +125,9 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
     open(true);
     ASSERT_NE(pdfView()->document(), nullptr);
     EXPECT_EQ(pdfView()->pageCount(), 4);
-    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
-    EXPECT_EQ(pane->titleTextField()->text(), QStringLiteral("main.pdf"));
+    EXPECT_EQ(shownPane->titleTextField()->text(), QStringLiteral("main.pdf"));
     WAIT_UNTIL(pdfView()->isPageRendered(0));
     // Pages far below the viewport are not rendered before they are scrolled near.
     EXPECT_FALSE(pdfView()->isPageRendered(3));
@@ -198,19 +177,19 @@ TEST_F(PDFPane, PagesAreSharpAtTheScreensPixelRatio)
 TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
 {
     open(false);
-    ASSERT_NE(pane->noPDFFoundView(), nullptr);
-    EXPECT_TRUE(pane->noPDFFoundView()->isVisibleTo(window));
+    ASSERT_NE(shownPane->noPDFFoundView(), nullptr);
+    EXPECT_TRUE(shownPane->noPDFFoundView()->isVisibleTo(window));
     EXPECT_EQ(pdfView()->document(), nullptr);
 
     PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
     QObject otherDocument;
     finishJob(&otherDocument);
     EXPECT_EQ(pdfView()->document(), nullptr);
-    EXPECT_NE(pane->noPDFFoundView(), nullptr);
+    EXPECT_NE(shownPane->noPDFFoundView(), nullptr);
 
     finishJob(document);
     WAIT_UNTIL(pdfView()->pageCount() == 4);
-    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
 }
 
@@ -253,7 +232,7 @@ TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
         EXPECT_EQ(pdfView()->document(), shown);
 
     EXPECT_EQ(pdfView()->pageCount(), reload.pageCount);
-    EXPECT_EQ(pane->noPDFFoundView(), nullptr);
+    EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     if (reload.originClamped)
         EXPECT_EQ(pdfView()->verticalScrollBar()->value(), pdfView()->verticalScrollBar()->maximum());
     else
@@ -327,16 +306,7 @@ struct SyncCase
 class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<SyncCase>
 {
 protected:
-    QAction *syncItem(int tag) const
-    {
-        for (QAction *menu : window->menuBar()->actions()) {
-            for (QAction *item : menu->menu()->actions()) {
-                if (PLMainMenu::actionOfItem(item) == PLAction::PerformTexSyncMenuAction && PLMainMenu::tagOfItem(item) == tag)
-                    return item;
-            }
-        }
-        return nullptr;
-    }
+    QAction *syncItem(int tag) const { return PLTest::menuItem(window, PLAction::PerformTexSyncMenuAction, tag); }
     bool isEnabled(int tag) const
     {
         return PLResponderChain::validateMenuItem(window, PLAction::PerformTexSyncMenuAction, syncItem(tag));
@@ -349,8 +319,8 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     // The typeset folder itself: its SyncTeX file names the sources where the engine read them.
     const QDir folder(typesetFolder->filePath(QStringLiteral("pages")));
     openAt(folder.filePath(QStringLiteral("main.tex")));
-    splitView->splitViewWithController(pane);
-    PLSplitViewContentViewController *textPane = splitView->splitViewContentControllerAtIndex(1);
+    editor->splitViewWithController(shownPane);
+    PLSplitViewContentViewController *textPane = editor->splitViewContentControllerAtIndex(1);
     std::shared_ptr<PLFile> file;
     for (const std::shared_ptr<PLFile> &candidate : document->filesInDocument()) {
         if (candidate->stringPath() == folder.filePath(QString::fromLatin1(sync.file)))
@@ -363,7 +333,7 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     ASSERT_GE(lineStart, 0);
     const int line = int(text.left(lineStart).count(QLatin1Char('\n'))) + 1;
     textPane->textContentView()->setSelectedRange(PLRange{lineStart, 0});
-    splitView->focusOnSplitViewContentViewController(textPane);
+    editor->focusOnSplitViewContentViewController(textPane);
     EXPECT_TRUE(isEnabled(0));
     EXPECT_FALSE(isEnabled(1));
     syncItem(0)->trigger();
@@ -394,7 +364,7 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
 
     // The menu's way back works from the point the last click chose.
     textPane->setFile(document->mainFile());
-    splitView->focusOnSplitViewContentViewController(pane);
+    editor->focusOnSplitViewContentViewController(shownPane);
     EXPECT_FALSE(isEnabled(0));
     ASSERT_TRUE(isEnabled(1));
     syncItem(1)->trigger();
@@ -417,9 +387,9 @@ TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
             fourth = node;
     }
     ASSERT_NE(fourth, nullptr);
-    pane->selectOutlineNode(fourth);
+    shownPane->selectOutlineNode(fourth);
     EXPECT_EQ(pdfView()->highlightedPage(), 3);
-    EXPECT_TRUE(pane->isPdfToggled());
+    EXPECT_TRUE(shownPane->isPdfToggled());
 }
 
 struct ModeCase
@@ -450,8 +420,8 @@ TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
     EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), mode.sideBySide);
     WAIT_UNTIL(pdfView()->isPageRendered(0));
 
-    splitView->splitViewWithControllerAndDisplayPDF(pane);
-    EXPECT_EQ(splitView->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode.mode);
+    editor->splitViewWithControllerAndDisplayPDF(shownPane);
+    EXPECT_EQ(editor->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode.mode);
 
     pdfView()->setFocus();
     for (int press = 0; press < 20; ++press)
@@ -481,7 +451,7 @@ TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
     const auto walk = [this](bool forwards, int steps) {
         QList<int> pages;
         for (int step = 0; step < steps; ++step) {
-            pane->findAndHighlightString(QStringLiteral("PAGE"), forwards ? 1 : 0);
+            shownPane->findAndHighlightString(QStringLiteral("PAGE"), forwards ? 1 : 0);
             pages.append(pdfView()->highlightedPage());
         }
         return pages;
@@ -577,7 +547,7 @@ TEST_F(PDFPaneOddDocuments, AFiveHundredPageBookScrollsFindsAndKeepsItsCacheInBu
 
     pdfView()->goToPage(250);
     for (bool forwards : {true, false}) {
-        pane->findAndHighlightString(QStringLiteral("needle"), forwards ? 1 : 0);
+        shownPane->findAndHighlightString(QStringLiteral("needle"), forwards ? 1 : 0);
         EXPECT_EQ(pdfView()->highlightedPage(), 399);
         EXPECT_EQ(pdfView()->selectedText(), QStringLiteral("Needle"));
         EXPECT_TRUE(visibleArea().intersects(pdfView()->pageRect(399)));
@@ -620,7 +590,7 @@ TEST_F(PDFPaneOddDocuments, MixedSizesAndARotatedPageShowTheirHitsOnThePage)
             EXPECT_TRUE(showsInk()) << page;
         }
 
-        pane->findAndHighlightString(QString::fromLatin1(words[page]), 1);
+        shownPane->findAndHighlightString(QString::fromLatin1(words[page]), 1);
         ASSERT_EQ(pdfView()->highlightedPage(), page) << words[page];
         // Qt PDF 6.4 places the text of a rotated page as if it were upright and cannot tell
         // the rotation, so only the other pages' hits can be checked for place.
@@ -638,7 +608,7 @@ TEST_F(PDFPaneOddDocuments, APageWithoutTextFindsAndSelectsNothing)
     WAIT_UNTIL(pdfView()->isPageRendered(0));
     EXPECT_TRUE(showsInk());
     EXPECT_FALSE(pdfView()->findString(QStringLiteral("rule"), true));
-    pane->findAndHighlightString(QStringLiteral("rule"), 0);
+    shownPane->findAndHighlightString(QStringLiteral("rule"), 0);
     EXPECT_EQ(pdfView()->highlightedPage(), -1);
 
     QSignalSpy requested(pdfView(), &PLPDFView::syncRequested);

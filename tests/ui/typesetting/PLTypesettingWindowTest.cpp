@@ -1,22 +1,13 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
 #include "core/project/PLDictionaryKeys.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
 #include "core/project/PLFile.h"
-#include "ui/window/PLMainAreaViewController.h"
-#include "ui/app/PLMainMenu.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "ui/typesetting/PLPdfPrinter.h"
 #include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
 #include "core/project/PLNotificationNameConstants.h"
 #include "ui/window/PLResponderChain.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 #include "ui/typesetting/PLTypesetterProgressViewController.h"
@@ -25,13 +16,9 @@
 #include "core/project/PLUserDefaultsConstants.h"
 
 #include <QAction>
-#include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QLabel>
-#include <QMainWindow>
-#include <QMenuBar>
-#include <QMessageBox>
 #include <QProgressBar>
 #include <QPdfDocument>
 #include <QPlainTextEdit>
@@ -40,9 +27,7 @@
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTreeWidget>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -51,12 +36,12 @@ constexpr int kJobTimeout = 60000;
 
 // A project window on a copy of a fixture document (or on a text of the test's own), shown, with
 // the window's typesetting notifications counted.
-class TypesettingWindow : public ::testing::Test
+class TypesettingWindow : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
+        ProjectWindowTest::SetUp();
         PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationWillStart, nullptr,
                                                           [this](const PLNotification &) { ++started; });
         PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr,
@@ -66,7 +51,7 @@ protected:
     void TearDown() override
     {
         PLNotificationCenter::defaultCenter().removeObserver(this);
-        PLTest::closeDiscardingChanges(documents);
+        ProjectWindowTest::TearDown();
     }
 
     void open(const QString &fixture, const QString &mainText = QString())
@@ -80,26 +65,12 @@ protected:
         }
         if (!mainText.isEmpty())
             project.write(QStringLiteral("main.tex"), mainText);
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(QStringLiteral("main.tex"))), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        windowController = documents.windowControllerForDocument(document);
-        window = windowController->documentWindow();
-        window->resize(900, 500);
+        openWindow(project.path(QStringLiteral("main.tex")), QSize(900, 500), false);
         window->show();
         progress = windowController->typesetterProgressViewController();
     }
 
-    QAction *menuItem(PLAction action) const
-    {
-        for (QAction *menu : window->menuBar()->actions()) {
-            for (QAction *item : menu->menu()->actions()) {
-                if (!item->isSeparator() && !item->menu() && PLMainMenu::actionOfItem(item) == action)
-                    return item;
-            }
-        }
-        return nullptr;
-    }
+    QAction *menuItem(PLAction action) const { return PLTest::menuItem(window, action); }
     bool isEnabled(PLAction action) const { return PLResponderChain::validateMenuItem(window, action, menuItem(action)); }
     void typeset() const { menuItem(PLAction::Typeset)->trigger(); }
     bool waitForFinish(int count = 1) const
@@ -112,11 +83,6 @@ protected:
         return progress->errorWarningCountButton()->isVisible() ? progress->errorWarningCountButton()->text() : QString();
     }
 
-    PLTest::Project project;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    PLDocumentWindowController *windowController = nullptr;
-    QMainWindow *window = nullptr;
     PLTypesetterProgressViewController *progress = nullptr;
     int started = 0;
     int finished = 0;
@@ -142,8 +108,7 @@ TEST_P(TypesettingOutcome, TheStripShowsWhatTheJobFound)
     open(QString::fromLatin1(c.fixture));
     EXPECT_FALSE(stripShown());
     // The pane's title-bar button is the mouse's way to typeset.
-    windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()
-        ->selectedSplitViewController()->titleBarButtonTypeset()->click();
+    editor->selectedSplitViewController()->titleBarButtonTypeset()->click();
     EXPECT_TRUE(stripShown());
     EXPECT_EQ(started, 1);
     ASSERT_TRUE(waitForFinish());
@@ -391,7 +356,7 @@ TEST_F(TypesettingWindow, TheErrorListAdvisesOnTheSelectedError)
     open(QStringLiteral("missing-package"));
     typeset();
     ASSERT_TRUE(waitForFinish());
-    auto *list = windowController->splitViewController()->mainAreaViewController()->errorsAndWarningsViewController();
+    auto *list = mainArea()->errorsAndWarningsViewController();
     const QString advice = QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?");
     EXPECT_EQ(list->adviceTextField()->text(), advice);
     ASSERT_EQ(list->itemAtIndex(0)->message(), QStringLiteral("Emergency stop."));
@@ -417,8 +382,8 @@ protected:
         open(QStringLiteral("subfolder"));
         typeset();
         ASSERT_TRUE(waitForFinish());
-        list = windowController->splitViewController()->mainAreaViewController()->errorsAndWarningsViewController();
-        pane = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->selectedSplitViewController();
+        list = mainArea()->errorsAndWarningsViewController();
+        shownPane = editor->selectedSplitViewController();
     }
 
     QTreeWidget *table() const { return list->errorOutlineTableView(); }
@@ -428,10 +393,10 @@ protected:
         QTreeWidgetItem *item = table()->topLevelItem(row);
         QTest::mouseClick(table()->viewport(), Qt::LeftButton, {}, table()->visualItemRect(item).center());
     }
-    qsizetype caret() const { return pane->textContentView()->selectedRange().location; }
+    qsizetype caret() const { return shownPane->textContentView()->selectedRange().location; }
 
     PLTypesettingLogParserResultsTableViewController *list = nullptr;
-    PLSplitViewContentViewController *pane = nullptr;
+    PLSplitViewContentViewController *shownPane = nullptr;
 };
 
 TEST_F(ErrorList, ListsErrorsBeforeWarningsWithTheirFilesAndLines)
@@ -480,11 +445,11 @@ TEST_F(ErrorList, ClickingARowOpensItsFileAtItsLine)
     clickRow(0);
     // Regression: the pane's old text view, deleted later, used itself after its deletion.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    ASSERT_EQ(pane->file()->name(), QStringLiteral("one.tex"));
-    const QString text = pane->file()->contentBuffer()->string();
+    ASSERT_EQ(shownPane->file()->name(), QStringLiteral("one.tex"));
+    const QString text = shownPane->file()->contentBuffer()->string();
     const qsizetype lineFour = text.indexOf(QStringLiteral("Here is an error"));
     EXPECT_EQ(caret(), lineFour);
-    pane->textContentView()->setSelectedRange(PLRange{0, 0});
+    shownPane->textContentView()->setSelectedRange(PLRange{0, 0});
     clickRow(0);
     EXPECT_EQ(caret(), lineFour);
 }

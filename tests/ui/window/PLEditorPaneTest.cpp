@@ -1,78 +1,46 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
 #include "ui/window/PLGoToLineWindowController.h"
-#include "ui/window/PLMainAreaViewController.h"
 #include "ui/window/PLDocumentOutlineView.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/window/PLSideBarViewController.h"
 #include "ui/window/PLResponderChain.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "core/editor/PLTextViewHistoryHandler.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 
-#include <QApplication>
 #include <QLabel>
 #include <QLineEdit>
 #include <QStatusBar>
-#include <QMainWindow>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 
 // A project window on a main file of forty numbered lines, shown and focused.
-class EditorPane : public ::testing::Test
+class EditorPane : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
+        ProjectWindowTest::SetUp();
         for (int i = 1; i <= 40; ++i)
             text += QStringLiteral("line %1\n").arg(i);
         mainPath = project.write(QStringLiteral("main.tex"), text + QStringLiteral("\\section{Later}\n\\input{chapter}\n"));
         project.write(QStringLiteral("chapter.tex"), QStringLiteral("Chapter text.\nMore.\n"));
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        PLDocumentWindowController *windowController = documents.windowControllerForDocument(document);
-        window = windowController->documentWindow();
-        window->resize(900, 400);
-        window->show();
-        window->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-        editor = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController();
-        pane = editor->splitViewContentControllerAtIndex(0);
-        pane->makeKey();
-        QCoreApplication::processEvents();
+        openWindow(mainPath, QSize(900, 400));
     }
 
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
-    PLTextView *textView() const { return pane->textContentView(); }
-    bool canGoBack() const { return pane->historyNavigationBackwardsButton()->isEnabled(); }
-    bool canGoForward() const { return pane->historyNavigationForwardsButton()->isEnabled(); }
+    PLTextView *textView() const { return pane()->textContentView(); }
+    bool canGoBack() const { return pane()->historyNavigationBackwardsButton()->isEnabled(); }
+    bool canGoForward() const { return pane()->historyNavigationForwardsButton()->isEnabled(); }
     void select(PLRange range) const
     {
         textView()->setFocus();
         textView()->setSelectedRange(range);
     }
 
-    PLTest::Project project;
     QString text;
     QString mainPath;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewController *editor = nullptr;
-    PLSplitViewContentViewController *pane = nullptr;
 };
 
 TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
@@ -87,7 +55,7 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     EXPECT_TRUE(canGoBack());
     EXPECT_FALSE(canGoForward());
 
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), a);
     EXPECT_TRUE(canGoForward());
     ASSERT_TRUE(PLResponderChain::sendAction(window, PLAction::NavigateBackward, nullptr));
@@ -96,9 +64,9 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     EXPECT_FALSE(PLResponderChain::sendAction(window, PLAction::NavigateBackward, nullptr));
 
     // Walking the history records nothing of its own.
-    pane->navigateForward();
+    pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), a);
-    pane->navigateForward();
+    pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), b);
     EXPECT_FALSE(canGoForward());
 }
@@ -108,12 +76,12 @@ TEST_F(EditorPane, AFreshSelectionAfterGoingBackDropsTheWayForward)
     select(PLRange{10, 0});
     select(PLRange{20, 0});
     select(PLRange{30, 0});
-    pane->navigateBackward();
-    pane->navigateBackward();
+    pane()->navigateBackward();
+    pane()->navigateBackward();
     select(PLRange{40, 0});
     select(PLRange{50, 0});
     EXPECT_FALSE(canGoForward());
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
 }
 
@@ -124,15 +92,15 @@ TEST_F(EditorPane, ARangeReachingTheEndOfTheTextIsNotRestored)
     select(PLRange{end - 3, 3});
     select(PLRange{20, 0});
     select(PLRange{25, 0});
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{25, 0}));
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{10, 0}));
 }
 
 TEST_F(EditorPane, EachFileKeepsItsTrailAcrossFileSwitches)
 {
-    const std::shared_ptr<PLFile> main = pane->file();
+    const std::shared_ptr<PLFile> main = pane()->file();
     select(PLRange{10, 0});
     select(PLRange{20, 0});
     select(PLRange{30, 0});
@@ -140,18 +108,18 @@ TEST_F(EditorPane, EachFileKeepsItsTrailAcrossFileSwitches)
 
     const std::shared_ptr<PLFile> chapter = main->filesInDocument().value(0);
     ASSERT_NE(chapter, nullptr);
-    pane->setFile(chapter);
+    pane()->setFile(chapter);
     EXPECT_FALSE(canGoBack());
     select(PLRange{5, 0});
     select(PLRange{8, 0});
     EXPECT_TRUE(canGoBack());
 
-    pane->setFile(main);
+    pane()->setFile(main);
     EXPECT_EQ(textView()->selectedRange(), (PLRange{30, 0}));
     EXPECT_TRUE(canGoBack());
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
-    EXPECT_EQ(pane->historyHandler()->getFileInDirection(PLHistoryDirectionBackwards), chapter);
+    EXPECT_EQ(pane()->historyHandler()->getFileInDirection(PLHistoryDirectionBackwards), chapter);
 }
 
 TEST_F(EditorPane, GoToLinePutsTheCaretAtTheLineStartInViewAndCloses)
@@ -169,7 +137,7 @@ TEST_F(EditorPane, GoToLinePutsTheCaretAtTheLineStartInViewAndCloses)
     EXPECT_FALSE(goToLine->window()->isVisible());
     const qsizetype lineStart = text.indexOf(QStringLiteral("line 35"));
     EXPECT_EQ(textView()->selectedRange(), (PLRange{lineStart, 0}));
-    EXPECT_EQ(pane->file()->selectedRange(), (PLRange{lineStart, 0}));
+    EXPECT_EQ(pane()->file()->selectedRange(), (PLRange{lineStart, 0}));
     EXPECT_TRUE(textView()->viewport()->rect().contains(textView()->cursorRect()));
 
     editor->displayGoToLineWindow();
@@ -183,28 +151,27 @@ TEST_F(EditorPane, OutlineAndGoToLineJumpsArePlacesToGoBackTo)
     select(PLRange{10, 0});
     select(PLRange{20, 0});
     std::shared_ptr<PLOutlineNode> section;
-    for (const auto &node : pane->file()->outlineRootNode()->children()) {
+    for (const auto &node : pane()->file()->outlineRootNode()->children()) {
         if (node->type() == 3)
             section = node;
     }
     ASSERT_NE(section, nullptr);
     const PLRange heading{text.size(), 0};
     // The sidebar has the focus when its row is clicked; the jump is recorded all the same.
-    PLDocumentWindowController *windowController = documents.windowControllerForDocument(document);
     windowController->splitViewController()->sideBarViewController()->sidebar()->setFocus();
     windowController->splitViewController()->mainAreaViewController()->sideBarDidSelectItem(section);
     EXPECT_EQ(textView()->selectedRange(), heading);
     EXPECT_TRUE(textView()->hasFocus());
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
-    pane->navigateForward();
+    pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), heading);
 
     editor->displayGoToLineWindow();
     editor->goToLineWindowController()->lineNumberTextField()->setText(QStringLiteral("35"));
     editor->goToLineWindowController()->goToLine();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{text.indexOf(QStringLiteral("line 35")), 0}));
-    pane->navigateBackward();
+    pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), heading);
     EXPECT_TRUE(canGoForward());
 }
@@ -260,7 +227,6 @@ INSTANTIATE_TEST_SUITE_P(Sequences, PaneFocus,
 
 TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
 {
-    PLDocumentWindowController *windowController = documents.windowControllerForDocument(document);
     QLabel *caret = windowController->caretPositionField();
     EXPECT_EQ(window->statusBar()->height(), 22);
     select(PLRange{16, 2});
@@ -269,10 +235,10 @@ TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
     EXPECT_EQ(caret->text(), QStringLiteral("Line 4, Column 5"));
     // A find from the bar moves the caret while the focus stays in the bar's field.
     textView()->clearFocus();
-    pane->findAndHighlightString(QStringLiteral("line 12"), 1);
+    pane()->findAndHighlightString(QStringLiteral("line 12"), 1);
     EXPECT_EQ(caret->text(), QStringLiteral("Line 12, Column 1"));
     textView()->setFocus();
-    pane->splitView(Qt::NoModifier);
+    pane()->splitView(Qt::NoModifier);
     editor->splitViewContentControllerAtIndex(1)->textContentView()->setSelectedRange(PLRange{0, 0});
     QTest::keyClick(editor->splitViewContentControllerAtIndex(1)->textContentView(), Qt::Key_End);
     EXPECT_EQ(caret->text(), QStringLiteral("Line 1, Column 7"));
@@ -287,18 +253,18 @@ TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
 
 TEST_F(EditorPane, EachPaneWalksAHistoryOfItsOwn)
 {
-    pane->splitView(Qt::NoModifier);
+    pane()->splitView(Qt::NoModifier);
     PLSplitViewContentViewController *right = editor->splitViewContentControllerAtIndex(1);
     select(PLRange{10, 0});
     select(PLRange{20, 0});
-    EXPECT_EQ(editor->selectedSplitViewController(), pane);
+    EXPECT_EQ(editor->selectedSplitViewController(), pane());
     EXPECT_TRUE(canGoBack());
     EXPECT_FALSE(right->historyNavigationBackwardsButton()->isEnabled());
 }
 
 TEST_F(EditorPane, GoToLineIsOnlyOfferedForText)
 {
-    pane->toggleDocumentPDF();
+    pane()->toggleDocumentPDF();
     EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::DisplayGoToLineWindow, nullptr));
     EXPECT_FALSE(canGoBack());
 }

@@ -1,26 +1,17 @@
 #include "ui/window/AttachedWindow.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "ui/window/PLErrorReadingFileContentViewController.h"
 #include "core/project/PLFile.h"
-#include "ui/window/PLMainAreaViewController.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "PLUiTestSupport.h"
 
 #include <QComboBox>
 #include <QLabel>
-#include <QMainWindow>
 #include <QPushButton>
-#include <QTest>
 #include <QToolButton>
 
-#include <gtest/gtest.h>
 
 namespace {
 
@@ -35,27 +26,17 @@ QStringList outlineNames(const PLFile &file)
 }
 
 // A project whose main file is Latin 1, opened with the settings' UTF-8 and shown in a window.
-class ErrorReadingFileNotice : public ::testing::Test
+class ErrorReadingFileNotice : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
+        ProjectWindowTest::SetUp();
         mainPath = project.path(QStringLiteral("main.tex"));
         PLTest::writeFile(mainPath, latin1Text.toLatin1());
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        window = documents.windowControllerForDocument(document)->documentWindow();
-        window->resize(900, 500);
-        window->show();
-        ASSERT_TRUE(QTest::qWaitForWindowExposed(window));
-        editor = documents.windowControllerForDocument(document)->splitViewController()->mainAreaViewController()->editorSplitViewController();
+        openWindow(mainPath);
     }
 
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
-    PLSplitViewContentViewController *pane(int index) const { return editor->splitViewContentControllerAtIndex(index); }
     PLErrorReadingFileContentViewController *notice(int index = 0) const
     {
         return pane(index)->errorReadingFileContentViewController();
@@ -71,12 +52,7 @@ protected:
         shown->reOpenButton()->click();
     }
 
-    PLTest::Project project;
     QString mainPath;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewController *editor = nullptr;
 };
 
 TEST_F(ErrorReadingFileNotice, ReOpeningAsLatin1FixesTheTextInEveryPaneAndRemovesTheNotice)

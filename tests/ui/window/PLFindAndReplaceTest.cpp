@@ -1,28 +1,16 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "ui/editor/PLFindAndReplaceViewController.h"
 #include "ui/editor/PLFindAndReplaceViews.h"
 #include "ui/editor/PLFindIndicator.h"
-#include "ui/window/PLMainAreaViewController.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "PLUiTestSupport.h"
 
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
-#include <QMenu>
-#include <QMainWindow>
 #include <QPushButton>
-#include <QTest>
 #include <QToolButton>
 #include <QUndoStack>
 
-#include <gtest/gtest.h>
 
 // Waits on the event loop until the condition holds, failing the test if it never does (the
 // QTRY_ macros report to QTest, which GoogleTest does not hear).
@@ -34,31 +22,17 @@ namespace {
 const QString mainText = QStringLiteral("Alpha beta ALPHA gamma alpha\n");
 
 // A project window with the main file's text focused; the find bar driven with the keyboard.
-class FindBar : public ::testing::Test
+class FindBar : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
-        const QString path = project.write(QStringLiteral("main.tex"), mainText);
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        window = documents.windowControllerForDocument(document)->documentWindow();
-        window->resize(900, 400);
-        window->show();
-        window->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-        PLMainAreaViewController *mainArea = documents.windowControllerForDocument(document)->splitViewController()->mainAreaViewController();
-        pane = mainArea->editorSplitViewController()->splitViewContentControllerAtIndex(0);
-        bar = mainArea->findAndReplaceViewController();
-        pane->makeKey();
-        QCoreApplication::processEvents();
+        ProjectWindowTest::SetUp();
+        openWindow(project.write(QStringLiteral("main.tex"), mainText), QSize(900, 400));
+        bar = mainArea()->findAndReplaceViewController();
     }
 
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
-    PLTextView *textView() const { return pane->textContentView(); }
+    PLTextView *textView() const { return pane()->textContentView(); }
     QString text() const { return textView()->contentBuffer()->string(); }
     // Keys go where the focus is, as they would from the keyboard.
     static void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -72,11 +46,6 @@ protected:
         QTest::keyClicks(bar->findTextField(), string);
     }
 
-    PLTest::Project project;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewContentViewController *pane = nullptr;
     PLFindAndReplaceViewController *bar = nullptr;
 };
 

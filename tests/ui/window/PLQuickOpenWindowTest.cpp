@@ -1,50 +1,26 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
-#include "ui/window/PLMainAreaViewController.h"
 #include "ui/window/PLQuickOpenWindowController.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "PLUiTestSupport.h"
 
-#include <QMainWindow>
 #include <QTableWidget>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 
 // A project whose chapter is included twice; quick open driven with the keyboard.
-class QuickOpen : public ::testing::Test
+class QuickOpen : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
+        ProjectWindowTest::SetUp();
         const QString path = project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{second try}\nText.\n"
                                                                                       "\\input{chapter}\n\\input{chapter}\n"
                                                                                       "\\subsection{Sections}\n"));
         project.write(QStringLiteral("chapter.tex"), QStringLiteral("Intro.\n\\section{Shared SEC}\nBody.\n"));
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        windowController = documents.windowControllerForDocument(document);
-        window = windowController->documentWindow();
-        window->resize(900, 500);
-        window->show();
-        window->activateWindow();
-        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-        pane = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->splitViewContentControllerAtIndex(0);
-        pane->makeKey();
-        QCoreApplication::processEvents();
+        openWindow(path);
     }
-
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
 
     PLQuickOpenWindowController *quickOpen() { return windowController->quickOpenWindowController(); }
     QStringList rows()
@@ -64,12 +40,6 @@ protected:
     }
     static void press(int key) { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
 
-    PLTest::Project project;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    PLDocumentWindowController *windowController = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewContentViewController *pane = nullptr;
 };
 
 TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirst)
@@ -85,7 +55,7 @@ TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirst)
 
 TEST_F(QuickOpen, RowsShowTitlesWithoutMarkupAndAreFoundByThem)
 {
-    pane->textContentView()->insertText(QStringLiteral("\\chapter[Short]{$W$-types\\label{w}}\n"), PLRange{0, 0});
+    pane()->textContentView()->insertText(QStringLiteral("\\chapter[Short]{$W$-types\\label{w}}\n"), PLRange{0, 0});
     openAndType(QStringLiteral("w-t"));
     EXPECT_EQ(rows(), QStringList{QStringLiteral("W-types")});
 }
@@ -123,9 +93,9 @@ TEST_F(QuickOpen, ReturnShowsTheChosenHeadingInTheFocusedPane)
     EXPECT_FALSE(quickOpen()->isShown());
     EXPECT_FALSE(quickOpen()->window()->isVisible());
     EXPECT_TRUE(QTest::qWaitForWindowActive(window));
-    ASSERT_TRUE(pane->file());
-    EXPECT_EQ(pane->file()->name(), QStringLiteral("chapter.tex"));
-    EXPECT_EQ(pane->textContentView()->selectedRange(), (PLRange{7, 0}));
+    ASSERT_TRUE(pane()->file());
+    EXPECT_EQ(pane()->file()->name(), QStringLiteral("chapter.tex"));
+    EXPECT_EQ(pane()->textContentView()->selectedRange(), (PLRange{7, 0}));
 }
 
 TEST_F(QuickOpen, EscapeClosesAndReopeningSearchesTheOldTextAgain)
@@ -136,8 +106,8 @@ TEST_F(QuickOpen, EscapeClosesAndReopeningSearchesTheOldTextAgain)
     ASSERT_TRUE(QTest::qWaitForWindowActive(window));
 
     // A heading added while the window was closed is in the fresh results.
-    pane->textContentView()->insertText(QStringLiteral("\\section{Another sec}\n"), PLRange{0, 0});
-    pane->makeKey();
+    pane()->textContentView()->insertText(QStringLiteral("\\section{Another sec}\n"), PLRange{0, 0});
+    pane()->makeKey();
     QTest::keyClick(QApplication::focusWidget(), Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
     ASSERT_TRUE(quickOpen()->isShown());
     EXPECT_EQ(quickOpen()->quickOpenTextField()->text(), QStringLiteral("sec"));

@@ -1,47 +1,27 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
 #include "ui/window/PLDocumentOutlineItemModel.h"
 #include "ui/window/PLDocumentOutlineView.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
 #include "core/project/PLFile.h"
-#include "ui/window/PLMainAreaViewController.h"
 #include "ui/window/PLSideBarViewController.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "ui/editor/PLTextView.h"
 #include "PLUiTestSupport.h"
 
 #include <QAbstractItemModelTester>
-#include <QMainWindow>
 #include <QSignalSpy>
-#include <QTest>
 #include <QUndoStack>
 
-#include <gtest/gtest.h>
 
 #include <sys/stat.h>
 
 namespace {
 
-class Sidebar : public ::testing::Test
+class Sidebar : public PLTest::ProjectWindowTest
 {
 protected:
-    void SetUp() override { PLTest::resetSettings(); }
-
     void open(const QString &mainName)
     {
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(project.path(mainName)), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        windowController = documents.windowControllerForDocument(document);
-        windowController->window()->resize(1100, 700);
+        openWindow(project.path(mainName), QSize(1100, 700), false);
         sidebar = windowController->splitViewController()->sideBarViewController();
-        QCoreApplication::processEvents();
     }
-
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
 
     PLDocumentOutlineItemModel *model() const { return sidebar->dataSource(); }
 
@@ -81,13 +61,9 @@ protected:
 
     PLSplitViewContentViewController *focusedPane() const
     {
-        return windowController->splitViewController()->mainAreaViewController()->editorSplitViewController()->selectedSplitViewController();
+        return editor->selectedSplitViewController();
     }
 
-    PLTest::Project project;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    PLDocumentWindowController *windowController = nullptr;
     PLSideBarViewController *sidebar = nullptr;
 };
 

@@ -1,14 +1,6 @@
-#include "core/document/PLDocument.h"
-#include "ui/app/PLDocumentController.h"
-#include "ui/window/PLDocumentSplitViewController.h"
-#include "ui/app/PLDocumentWindowController.h"
-#include "ui/window/PLMainAreaViewController.h"
-#include "ui/app/PLMainMenu.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "ui/window/PLResponderChain.h"
 #include "ui/window/PLSplitView.h"
-#include "ui/window/PLSplitViewContentViewController.h"
-#include "ui/window/PLSplitViewController.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -16,38 +8,15 @@
 
 #include <QAction>
 #include <QLabel>
-#include <QMainWindow>
 #include <QSplitter>
-#include <QTest>
 
-#include <gtest/gtest.h>
 
 namespace {
 
-class SplitPanes : public ::testing::Test
+class SplitPanes : public PLTest::ProjectWindowTest
 {
 protected:
-    void SetUp() override
-    {
-        PLTest::resetSettings();
-        mainPath = project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{One}\nText.\n"));
-    }
-
-    void open()
-    {
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        windowController = documents.windowControllerForDocument(document);
-        window = windowController->documentWindow();
-        window->resize(1200, 700);
-        editor = windowController->splitViewController()->mainAreaViewController()->editorSplitViewController();
-        QCoreApplication::processEvents();
-    }
-
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
-    PLSplitViewContentViewController *pane(int index) const { return editor->splitViewContentControllerAtIndex(index); }
+    void open() { openWindow(project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{One}\nText.\n")), QSize(1200, 700), false); }
 
     static QList<QVariantMap> storedLayout()
     {
@@ -69,13 +38,6 @@ protected:
         return nullptr;
     }
 
-    PLTest::Project project;
-    QString mainPath;
-    PLDocumentController documents;
-    PLDocument *document = nullptr;
-    PLDocumentWindowController *windowController = nullptr;
-    QMainWindow *window = nullptr;
-    PLSplitViewController *editor = nullptr;
 };
 
 TEST_F(SplitPanes, FreshAccountShowsOneTextPaneAndSplittingHalvesIt)
