@@ -95,46 +95,11 @@ private:
     ChangedFileAction m_answer;
 };
 
-TEST_F(Document, TwoDocumentsOnOneRootShareItsFileObject)
+// A save-as in one window gave back every window's hold on the old main file, so the pool dropped
+// it while another window still showed it.
+TEST_F(Document, SaveAsGivesBackOnlyItsOwnHoldOnTheOldMainFile)
 {
-    write(QStringLiteral("main.tex"), "\\section{A}\n\\input{chap}\n");
-    write(QStringLiteral("chap.tex"), "\\section{B}\n");
-    auto first = open(QStringLiteral("main.tex"));
-    auto second = open(QStringLiteral("main.tex"));
-    ASSERT_EQ(first->mainFile(), second->mainFile());
-    EXPECT_EQ(first->mainFile()->openCount(), 2u);
-
-    first->close();
-    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("main.tex"))), second->mainFile());
-    EXPECT_EQ(second->mainFile()->content(), u"\\section{A}\n\\input{chap}\n");
-    ASSERT_EQ(second->filesInDocument().size(), 2);
-    EXPECT_EQ(second->filesInDocument().at(1)->content(), u"\\section{B}\n");
-
-    second->close();
-    EXPECT_FALSE(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("main.tex"))));
-    EXPECT_FALSE(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("chap.tex"))));
-}
-
-// Closing one project released the files that another project reached through a file both of
-// them hold, so the pool dropped them while the other window still showed them.
-TEST_F(Document, FilesSharedWithAnotherProjectStayOneObjectWhenItCloses)
-{
-    write(QStringLiteral("x.tex"), "\\input{y}\n");
-    write(QStringLiteral("y.tex"), "y\n");
     write(QStringLiteral("main.tex"), "\\input{x}\n");
-    auto own = open(QStringLiteral("x.tex"));
-    const auto y = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex")));
-    auto other = open(QStringLiteral("main.tex"));
-    auto sameRoot = open(QStringLiteral("main.tex"));
-    other->close();
-    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex"))), y);
-    sameRoot->close();
-    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("y.tex"))), y);
-    EXPECT_EQ(y->openCount(), 1u);
-    auto third = open(QStringLiteral("y.tex"));
-    EXPECT_EQ(third->mainFile(), y);
-
-    // A save-as in one window gives back only that window's hold on the old main file.
     auto first = open(QStringLiteral("main.tex"));
     auto second = open(QStringLiteral("main.tex"));
     PLError error;
@@ -298,7 +263,6 @@ TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsLastDirectorySaved),
               QUrl::fromLocalFile(path(QStringLiteral("copies"))).toString());
     EXPECT_EQ(document->displayName(), u"new.tex");
-    EXPECT_FALSE(document->hasSavePanel());
 }
 
 TEST_F(Document, FilesChangedOnDiskAreReloadedOnlyWhenUnedited)
@@ -531,10 +495,12 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
 {
     write(QStringLiteral("main.tex"), "\\input{chap}\n");
     write(QStringLiteral("chap.tex"), "x\n");
-    const QStringList byProducts{QStringLiteral("main.aux"), QStringLiteral("main.log"), QStringLiteral("main.toc"),
-                                 QStringLiteral("main.synctex.gz"), QStringLiteral("chap.aux")};
+    QStringList byProducts{QStringLiteral("chap.aux")};
+    for (const char *suffix : {".aux", ".bbl", ".blg", ".exa", ".idx", ".lof", ".log", ".lot", ".out", ".toc", ".synctex.gz"})
+        byProducts.append(QStringLiteral("main") + QLatin1String(suffix));
     for (const QString &name : byProducts)
         write(name, "x");
+    write(QStringLiteral("main.tex.bak"), "x");
     write(QStringLiteral("main.pdf"), "%PDF");
     write(QStringLiteral("main.bib"), "@x");
     auto document = open(QStringLiteral("main.tex"));
@@ -544,6 +510,7 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
         EXPECT_FALSE(QFile::exists(path(name))) << name.toStdString();
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.pdf"))));
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.bib"))));
+    EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.tex.bak"))));
 }
 
 TEST_F(Document, QuickOpenFindsFilesAndHeadingsOnceInNameOrder)

@@ -72,17 +72,4 @@ TEST(PLLineIndicesTest, notedEditsGiveTheSameListAsAFullScan)
     }
 }
 
-TEST(PLLineIndicesTest, nothingIsComputedUntilTheListIsAskedFor)
-{
-    PLLineIndices lines;
-    EXPECT_TRUE(lines.needsUpdate());
-    QString text = QStringLiteral("a\nb");
-    lines.indicesForText(text);
-    EXPECT_FALSE(lines.needsUpdate());
-    text.insert(1, QStringLiteral("\n"));
-    lines.noteReplacement(PLRange{1, 1}, 1);
-    EXPECT_TRUE(lines.needsUpdate());
-    EXPECT_EQ(lines.indicesForText(text), (std::vector<qsizetype>{0, 2, 3}));
-}
-
 }

@@ -102,25 +102,6 @@ TEST_F(PLTextContentBufferTest, undoReplaysRemovedTextWithoutTypingFilters)
     EXPECT_EQ(buffer->string(), QString());
 }
 
-TEST_F(PLTextContentBufferTest, undoAndRedoKeepTheOutlineInStep)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("intro\n\\section{A}\ntext\n"));
-    const Lines before = toLines(dumpOutline(file->outlineRootNode()));
-    buffer->replaceCharactersInRange(PLRange{4, 16}, QStringLiteral("\\chapter{B}"));
-    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("\\section{C}\n"));
-    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
-    const Lines edited = toLines(dumpOutline(file->outlineRootNode()));
-    buffer->undoManager()->undo();
-    buffer->undoManager()->undo();
-    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
-    EXPECT_EQ(buffer->string(), QStringLiteral("intro\n\\section{A}\ntext\n"));
-    buffer->undoManager()->redo();
-    buffer->undoManager()->redo();
-    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
-    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), edited);
-    EXPECT_NE(edited, before);
-}
-
 TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
 {
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abc"));

@@ -40,25 +40,17 @@ protected:
     PLTextViewHistoryHandler history;
 };
 
-TEST_F(PLTextViewHistoryHandlerTest, theSameRangePushedTwiceIsRecordedOnce)
+TEST_F(PLTextViewHistoryHandlerTest, rangesGoBackAndForwardAndAPushStartsANewBranch)
 {
     history.switchToFile(open(QStringLiteral("a.tex")));
-    history.pushRangeToHistoryStack(a);
-    history.pushRangeToHistoryStack(b);
-    history.pushRangeToHistoryStack(b);
+    // The same range pushed twice is recorded once.
+    for (PLRange range : {a, b, b, c})
+        history.pushRangeToHistoryStack(range);
+    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), b);
     EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
     EXPECT_FALSE(history.hasMoreRangesInDirection(PLHistoryDirectionBackwards));
     EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), PLNotFoundRange);
     EXPECT_EQ(history.currentRangeItem(), a);
-}
-
-TEST_F(PLTextViewHistoryHandlerTest, goingBackTwiceThenPushingStartsANewBranch)
-{
-    history.switchToFile(open(QStringLiteral("a.tex")));
-    for (PLRange range : {a, b, c})
-        history.pushRangeToHistoryStack(range);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), b);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
     EXPECT_TRUE(history.hasMoreRangesInDirection(PLHistoryDirectionForwards));
     EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), b);
     EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);

@@ -2,7 +2,6 @@
 #include "PLTestSupport.h"
 
 #include <QStringList>
-#include <QtGlobal>
 
 #include <thread>
 
@@ -85,29 +84,14 @@ TEST(RegularExpressionHelper, InvalidPatternsNeverMatch)
     EXPECT_TRUE(R::isValidPattern(QStringLiteral("%!TEX TS-program( )*=( )*xelatex( )*\\n")));
 }
 
-QStringList regexWarnings;
-
-void collectRegexWarnings(QtMsgType, const QMessageLogContext &context, const QString &message)
-{
-    if (qstrcmp(context.category, "plumeo.regex") == 0)
-        regexWarnings.append(message);
-}
-
-// A pattern that backtracks exponentially once stalled typing for minutes; now it gives up, says
-// so in the log, and reads as no match.
+// A pattern that backtracks exponentially once stalled typing for minutes; now it gives up and
+// reads as no match.
 TEST(RegularExpressionHelper, RunawaySearchGivesUpAsNoMatch)
 {
     const QString runaway = QStringLiteral("(.)+ = \\{(.|\\s|\\\\n)+\\}");
     const QString line = QStringLiteral("  abstract = {") + QStringLiteral("word ").repeated(40) + u'\n';
-    regexWarnings.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(collectRegexWarnings);
-    const PLRange found = R::rangeOfFirstMatch(runaway, line);
-    const PLRange anchored = R::firstMatchInRange(runaway, line, PLRange{0, line.size()}, R::Anchored, 0);
-    qInstallMessageHandler(previous);
-    EXPECT_EQ(found, PLNotFoundRange);
-    EXPECT_EQ(anchored, PLNotFoundRange);
-    ASSERT_EQ(regexWarnings.size(), 2);
-    EXPECT_TRUE(regexWarnings[0].contains(u"time limit")) << regexWarnings[0].toStdString();
+    EXPECT_EQ(R::rangeOfFirstMatch(runaway, line), PLNotFoundRange);
+    EXPECT_EQ(R::firstMatchInRange(runaway, line, PLRange{0, line.size()}, R::Anchored, 0), PLNotFoundRange);
     // The same expression still matches where it does not run away.
     EXPECT_EQ(R::rangeOfFirstMatch(runaway, QStringLiteral("  title = {A},\n")), (PLRange{0, 13}));
 }

@@ -64,14 +64,9 @@ TEST(StrictEncoding, FailsOnCharactersTheEncodingCannotHold)
     EXPECT_TRUE(PLStringEncodings::encode(QString::fromUtf16(u"𝔸"), PLStringEncodings::UTF8));
 }
 
-class EncodingList : public ::testing::Test
+TEST(EncodingList, HoldsTheFourChoicesInOrderAndFollowsTheSetting)
 {
-protected:
-    void SetUp() override { PLTest::resetSettings(); }
-};
-
-TEST_F(EncodingList, HoldsTheFourChoicesInOrder)
-{
+    PLTest::resetSettings();
     PLFileEncodingComboBoxDataSource source;
     ASSERT_EQ(source.numberOfItemsInComboBox(), 4);
     ASSERT_EQ(source.rowCount(), 4);
@@ -83,11 +78,7 @@ TEST_F(EncodingList, HoldsTheFourChoicesInOrder)
         EXPECT_EQ(source.data(source.index(i)).toString(), names[i]);
         EXPECT_EQ(source.encodingAtIndex(i), numbers[i]);
     }
-}
 
-TEST_F(EncodingList, CurrentEntryFollowsTheSetting)
-{
-    PLFileEncodingComboBoxDataSource source;
     auto &defaults = PLUserDefaults::standardUserDefaults();
     EXPECT_EQ(source.currentEncodingName(), u"UTF8");
     defaults.setInteger(9, PLUserDefaultsFileEncoding);

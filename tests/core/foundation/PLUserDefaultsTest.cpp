@@ -22,23 +22,6 @@ protected:
     }
 };
 
-TEST_F(UserDefaults, FreshAccountSeesTheRegisteredDefaults)
-{
-    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsEditorFontName), u"Monaco");
-    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsEditorFontSize), 12);
-    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 4);
-    EXPECT_TRUE(defaults().boolForKey(PLUserDefaultsUseBibTex));
-    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsTexLocation), u"/usr/texbin");
-    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsPDFDisplayMode), 1);
-    EXPECT_EQ(defaults().stringForKey(PLUserDefaultsTypesettingEngine), u"pdflatex");
-    const QList<QVariantMap> panes = defaults().arrayForKey(PLUserDefaultsSplitViewSetup);
-    ASSERT_EQ(panes.size(), 1);
-    EXPECT_EQ(panes[0].value(PLSplitViewSetupContentType).toInt(), 0);
-    EXPECT_DOUBLE_EQ(panes[0].value(PLSplitViewSetupContentPercentageWidth).toDouble(), 100.0);
-    EXPECT_FALSE(defaults().objectForKey(PLDocumentSidebarWidth).isValid());
-    EXPECT_FALSE(defaults().objectForKey(PLUserDefaultsLastDirectorySaved).isValid());
-}
-
 TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
 {
     defaults().setInteger(5, PLUserDefaultsFileEncoding);
@@ -63,12 +46,8 @@ TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
 
     QSettings raw(defaults().fileName(), QSettings::IniFormat);
     EXPECT_FALSE(raw.contains(PLUserDefaultsTexLocation));
-}
 
-TEST_F(UserDefaults, RemovingAUserValueFallsBackToTheRegisteredDefault)
-{
-    defaults().setInteger(9, PLUserDefaultsFileEncoding);
-    ASSERT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 9);
+    // Removing the user's value falls back to the registered default.
     defaults().removeObjectForKey(PLUserDefaultsFileEncoding);
     EXPECT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 4);
     EXPECT_FALSE(defaults().hasUserValue(PLUserDefaultsFileEncoding));
@@ -93,22 +72,20 @@ TEST_F(UserDefaults, ColoursRoundTripBitForBit)
     }
 }
 
-TEST_F(UserDefaults, AnythingButAColourReadsAsNoColour)
+// Values of the wrong kind read as nothing, never as garbage: numbers the way the platform reads them.
+TEST_F(UserDefaults, ValuesOfTheWrongKindReadAsNothing)
 {
-    defaults().setString(QStringLiteral("red"), QStringLiteral("PLTestNotAColour"));
+    int n = 0;
+    for (const char *stored : {"red", "PLColor(calibratedRGB 1 2)", "PLColor(calibratedRGB 1 nan 0 1)"}) {
+        const QString key = QStringLiteral("PLTestNotAColour%1").arg(n++);
+        defaults().setString(QString::fromLatin1(stored), key);
+        EXPECT_FALSE(defaults().colorForKey(key)) << stored;
+    }
     defaults().setInteger(3, QStringLiteral("PLTestNumber"));
-    defaults().setString(QStringLiteral("PLColor(calibratedRGB 1 2)"), QStringLiteral("PLTestShortColour"));
-    defaults().setString(QStringLiteral("PLColor(calibratedRGB 1 nan 0 1)"), QStringLiteral("PLTestNanColour"));
-    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNotAColour")));
     EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNumber")));
-    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestShortColour")));
-    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNanColour")));
     EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestMissing")));
     EXPECT_FALSE(defaults().colorForKey(PLUserDefaultsEditorFontName));
-}
-
-TEST_F(UserDefaults, NumbersReadLikeThePlatformReadsThem)
-{
+    // Numbers read the way the platform reads them.
     defaults().setString(QStringLiteral("abc"), QStringLiteral("PLTestText"));
     defaults().setString(QStringLiteral("12.7"), QStringLiteral("PLTestDecimal"));
     EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestText")), 0);

@@ -184,18 +184,6 @@ TEST_F(PLLatexStringParserFilesTest, bibliographyNamesEachOpenAFile)
     EXPECT_EQ(bibliography->childAtIndex(1)->name(), QStringLiteral("more.bib"));
 }
 
-TEST_F(PLLatexStringParserFilesTest, includingTheSameFileTwiceSharesItsObject)
-{
-    write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{a}\\bibliography{r}\\bibliography{r}"));
-    const auto main = open(QStringLiteral("main.tex"));
-    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
-    const auto r = pool.fileForPath(path(QStringLiteral("r.bib")));
-    EXPECT_EQ(includedPaths(main), (QStringList{QStringLiteral("a.tex"), QStringLiteral("r.bib")}));
-    // Includes look among the known files first; bibliographies open again, raising the count.
-    EXPECT_EQ(a->openCount(), 1u);
-    EXPECT_EQ(r->openCount(), 2u);
-}
-
 TEST_F(PLLatexStringParserFilesTest, untitledFilesIncludeUntitledFilesByName)
 {
     const auto parser = std::make_shared<PLLatexFileContentOutlineParser>();

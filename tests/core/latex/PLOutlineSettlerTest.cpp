@@ -128,25 +128,6 @@ TEST_F(PLOutlineSettlerTest, announcesOnlyWhatChangesAndKeepsTheNodesThatAgree)
     EXPECT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
 }
 
-TEST_F(PLOutlineSettlerTest, anIncludedFileKeepsItsEditsWhileItsIncludeComesAndGoes)
-{
-    write(QStringLiteral("b.tex"), QStringLiteral("B\n"));
-    const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\input{b}\ny\n"));
-    const auto included = file->filesInDocument().value(0);
-    ASSERT_TRUE(included);
-    included->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("edited "));
-    file->contentBuffer()->replaceCharactersInRange(PLRange{3, 10}, QString());
-    document->settleOutlines();
-    EXPECT_EQ(includeSet(file), QStringList());
-    EXPECT_TRUE(document->isDocumentEdited());
-    file->contentBuffer()->undoManager()->undo();
-    document->settleOutlines();
-    ASSERT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
-    EXPECT_EQ(file->filesInDocument().value(0), included);
-    EXPECT_EQ(included->content(), QStringLiteral("edited B\n"));
-    EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
-}
-
 TEST_F(PLOutlineSettlerTest, quickOpenSearchesTheSettledOutline)
 {
     const auto file = open(QStringLiteral("main.tex"), QStringLiteral("x\n\\section{A}\n"));

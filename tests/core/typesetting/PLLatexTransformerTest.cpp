@@ -40,15 +40,6 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     EXPECT_EQ(parser().warningsFound().first()->filePath(), mainFile->stringPath());
 }
 
-TEST_F(LatexTransformerTest, FilesInSubfoldersAreReportedAndGetTheirErrors)
-{
-    open(QStringLiteral("subfolder"));
-    ASSERT_TRUE(waitForFinish());
-    ASSERT_EQ(parser().errorsFound().size(), 1);
-    EXPECT_EQ(parser().errorsFound().first()->filePath(), folder + QStringLiteral("chapters/one.tex"));
-    EXPECT_EQ(parser().errorsFound().first()->line(), 4);
-}
-
 struct EngineChoiceCase
 {
     const char *document;
