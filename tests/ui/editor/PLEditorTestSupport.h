@@ -46,6 +46,14 @@ protected:
         return view;
     }
 
+    // One view with a delegate on a new file of the text, shown and focused.
+    PLTextView *showText(const QString &text, QSize size = QSize(800, 400))
+    {
+        PLTextView *view = makeView(open(text));
+        show({view}, size);
+        return view;
+    }
+
     // Shows the views in the window, the first one focused.
     void show(std::initializer_list<PLTextView *> views, QSize size = QSize(800, 400))
     {
