@@ -91,4 +91,10 @@ protected:
     QWidget window;
 };
 
+// An editor test over a table of cases.
+template<typename Case>
+class EditorTestWithParam : public EditorTest, public ::testing::WithParamInterface<Case>
+{
+};
+
 }

@@ -16,9 +16,7 @@ struct PairCase
     qsizetype caret;
 };
 
-class TextViewPairs : public EditorTest, public ::testing::WithParamInterface<PairCase>
-{
-};
+using TextViewPairs = PLTest::EditorTestWithParam<PairCase>;
 
 TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
 {
@@ -48,9 +46,7 @@ struct FormatCase
     QString command;
 };
 
-class TextViewFormatting : public EditorTest, public ::testing::WithParamInterface<FormatCase>
-{
-};
+using TextViewFormatting = PLTest::EditorTestWithParam<FormatCase>;
 
 TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
 {
@@ -87,9 +83,7 @@ struct CommentCase
     QString toggled;
 };
 
-class TextViewComments : public EditorTest, public ::testing::WithParamInterface<CommentCase>
-{
-};
+using TextViewComments = PLTest::EditorTestWithParam<CommentCase>;
 
 TEST_P(TextViewComments, EachLineTogglesByItselfAndOneUndoRevertsThemAll)
 {
@@ -125,9 +119,7 @@ struct IndentCase
     PLRange shiftedSelection;
 };
 
-class TextViewIndent : public EditorTest, public ::testing::WithParamInterface<IndentCase>
-{
-};
+using TextViewIndent = PLTest::EditorTestWithParam<IndentCase>;
 
 TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
 {

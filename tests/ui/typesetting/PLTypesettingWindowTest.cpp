@@ -70,6 +70,13 @@ protected:
         progress = windowController->typesetterProgressViewController();
     }
 
+    // Typesets a document whose engine never ends, once the engine is under way.
+    void startLoopingJob()
+    {
+        open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+        typeset();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    }
     QAction *menuItem(PLAction action) const { return PLTest::menuItem(window, action); }
     bool isEnabled(PLAction action) const { return PLResponderChain::validateMenuItem(window, action, menuItem(action)); }
     void typeset() const { menuItem(PLAction::Typeset)->trigger(); }
@@ -171,9 +178,7 @@ TEST_F(TypesettingWindow, TypesetSavesTheProjectFirst)
 // An engine in an endless loop is ended from the menu, and the strip says so.
 TEST_F(TypesettingWindow, StopEndsALoopingDocument)
 {
-    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
-    typeset();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     menuItem(PLAction::StopTypesetting)->trigger();
     ASSERT_TRUE(waitForFinish());
     EXPECT_FALSE(progress->isTransforming());
@@ -184,9 +189,7 @@ TEST_F(TypesettingWindow, StopEndsALoopingDocument)
 // Closing the window during a job ends the engine; nothing calls back into the closed window.
 TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
 {
-    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
-    typeset();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     const std::shared_ptr<PLFile> mainFile = document->mainFile();
     ASSERT_TRUE(windowController->close());
     // The log appears once the engine has been ended and the job is over.
