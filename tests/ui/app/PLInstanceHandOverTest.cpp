@@ -81,15 +81,6 @@ TEST_F(InstanceHandOver, ALaunchWithoutFilesShowsTheRunningInstance)
     EXPECT_TRUE(application.welcomeWindowController()->window()->isVisible());
 }
 
-TEST_F(InstanceHandOver, AMissingFileIsReportedByTheRunningInstance)
-{
-    QString message;
-    PLTest::answerNextMessageBox(QMessageBox::Ok, &message);
-    EXPECT_TRUE(launch({project.path(QStringLiteral("gone.tex"))}));
-    EXPECT_TRUE(documents().isEmpty());
-    EXPECT_TRUE(message.contains(QStringLiteral("gone.tex"))) << message.toStdString();
-}
-
 TEST_F(InstanceHandOver, AGarbledRequestIsRefusedAndTheServerGoesOnServing)
 {
     QLocalSocket garbled;

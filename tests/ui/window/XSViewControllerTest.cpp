@@ -115,7 +115,7 @@ TEST(XSViewController, ADeletedControllerLeavesNoLinkBehind)
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window A A1a A2"));
 }
 
-TEST(XSViewController, InsertingAtAnIndexPatchesTheChainInOrder)
+TEST(XSViewController, InsertedControllersAndTopLevelOnesComeAndGoInOrder)
 {
     Tree tree;
     auto *early = new Controller(QStringLiteral("early"), &tree.windowController);
@@ -123,15 +123,12 @@ TEST(XSViewController, InsertingAtAnIndexPatchesTheChainInOrder)
     tree.a->insertObjectsInChildrenAtIndex({early, late}, 1);
     EXPECT_EQ(early->parentController(), tree.a);
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window A A1 A1a early late A2 B"));
-}
 
-TEST(XSViewController, TopLevelControllersComeAndGoWithTheirDescendants)
-{
-    Tree tree;
+    // A top-level controller goes and comes back with its descendants.
     tree.windowController.removeViewController(tree.a);
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window B"));
     tree.windowController.insertObjectInViewControllersAtIndex(tree.a, 1);
-    EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window B A A1 A1a A2"));
+    EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window B A A1 A1a early late A2"));
     tree.windowController.removeObjectFromViewControllersAtIndex(0);
     EXPECT_EQ(tree.windowController.countOfViewControllers(), 1);
     EXPECT_EQ(tree.windowController.objectInViewControllersAtIndex(0), tree.a);
