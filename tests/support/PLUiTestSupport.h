@@ -29,7 +29,6 @@
 #include <QTimer>
 #include <QUrl>
 
-
 // Helpers of the widget tests.
 namespace PLTest {
 

@@ -7,7 +7,6 @@
 #include <QDateTime>
 #include <QFile>
 
-
 namespace {
 
 class DocumentController : public ::testing::Test

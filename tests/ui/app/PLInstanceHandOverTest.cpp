@@ -8,7 +8,6 @@
 #include <QLocalSocket>
 #include <QSignalSpy>
 
-
 namespace {
 
 // The first launch's server and controller, and later launches handing files to it, all in

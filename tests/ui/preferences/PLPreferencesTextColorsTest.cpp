@@ -17,7 +17,6 @@
 #include <QStandardItemModel>
 #include <QTreeView>
 
-
 namespace {
 
 PLUserDefaults &defaults()

@@ -28,7 +28,6 @@
 #include <QSplitter>
 #include <QTreeWidget>
 
-
 namespace {
 
 // Generous: the engine's first run on a cold machine loads its format file.

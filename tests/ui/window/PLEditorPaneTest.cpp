@@ -13,7 +13,6 @@
 #include <QLineEdit>
 #include <QStatusBar>
 
-
 namespace {
 
 // A project window on a main file of forty numbered lines, shown and focused.

@@ -11,7 +11,6 @@
 #include <QToolButton>
 #include <QUndoStack>
 
-
 // Waits on the event loop until the condition holds, failing the test if it never does (the
 // QTRY_ macros report to QTest, which GoogleTest does not hear).
 #define WAIT_UNTIL(condition) ASSERT_TRUE(QTest::qWaitFor([&] { return bool(condition); })) << #condition

@@ -5,7 +5,6 @@
 
 #include <QTableWidget>
 
-
 namespace {
 
 // A project whose chapter is included twice; quick open driven with the keyboard.

@@ -9,7 +9,6 @@
 #include <QSignalSpy>
 #include <QUndoStack>
 
-
 #include <sys/stat.h>
 
 namespace {

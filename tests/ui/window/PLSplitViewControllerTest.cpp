@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QSplitter>
 
-
 namespace {
 
 class SplitPanes : public PLTest::ProjectWindowTest
