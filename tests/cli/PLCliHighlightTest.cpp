@@ -4,8 +4,6 @@
 #include "core/project/PLUserDefaultsConstants.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QSettings>
 #include <QTemporaryDir>
 
@@ -13,13 +11,11 @@
 
 namespace {
 
-QJsonArray highlightRuns(const QString &path, QJsonObject *result = nullptr)
+PLCliRun highlight(const QString &path)
 {
-    const PLCliRun run = runCli({QStringLiteral("highlight"), path});
+    const PLCliRun run = runCli({"highlight", path});
     EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    if (result)
-        *result = run.json().object();
-    return run.json().object().value(QStringLiteral("runs")).toArray();
+    return run;
 }
 
 // The run that holds a location.
@@ -40,10 +36,10 @@ TEST(CliHighlight, PrintsMaximalRunsOverTheWholeText)
     const QString path = dir.filePath(QStringLiteral("a.tex"));
     const QString text = QStringLiteral("\\section{A} % c\n\\input{b}\n");
     PLTest::writeFile(path, text.toUtf8());
-    QJsonObject result;
-    const QJsonArray runs = highlightRuns(path, &result);
-    EXPECT_EQ(result.value(QStringLiteral("rules")).toString(), QStringLiteral("latex"));
-    EXPECT_EQ(result.value(QStringLiteral("length")).toInt(), text.size());
+    const PLCliRun result = highlight(path);
+    const QJsonArray runs = result.at("runs").toArray();
+    EXPECT_EQ(result.at("rules").toString(), QStringLiteral("latex"));
+    EXPECT_EQ(result.at("length").toInt(), text.size());
 
     int expected = 0;
     QJsonObject previous;
@@ -59,21 +55,19 @@ TEST(CliHighlight, PrintsMaximalRunsOverTheWholeText)
     EXPECT_EQ(expected, text.size());
 
     const QJsonObject comment = runAt(runs, 12);
-    EXPECT_EQ(comment.value(QStringLiteral("location")).toInt(), 12);
-    EXPECT_EQ(comment.value(QStringLiteral("length")).toInt(), 3);
-    const QJsonObject grey = comment.value(QStringLiteral("foreground")).toObject();
-    EXPECT_EQ(grey.value(QStringLiteral("hex")).toString(), QStringLiteral("#aaaaaaff"));
-    EXPECT_EQ(grey.value(QStringLiteral("red")).toDouble(), 2.0 / 3.0);
-    EXPECT_EQ(grey.value(QStringLiteral("alpha")).toDouble(), 1.0);
-    const QJsonObject font = comment.value(QStringLiteral("font")).toObject();
-    EXPECT_EQ(font.value(QStringLiteral("family")).toString(), QStringLiteral("Monaco"));
-    EXPECT_EQ(font.value(QStringLiteral("pointSize")).toDouble(), 12.0);
-    EXPECT_TRUE(comment.value(QStringLiteral("link")).isNull());
+    EXPECT_EQ(jsonAt(comment, "location").toInt(), 12);
+    EXPECT_EQ(jsonAt(comment, "length").toInt(), 3);
+    EXPECT_EQ(jsonAt(comment, "foreground.hex").toString(), QStringLiteral("#aaaaaaff"));
+    EXPECT_EQ(jsonAt(comment, "foreground.red").toDouble(), 2.0 / 3.0);
+    EXPECT_EQ(jsonAt(comment, "foreground.alpha").toDouble(), 1.0);
+    EXPECT_EQ(jsonAt(comment, "font.family").toString(), QStringLiteral("Monaco"));
+    EXPECT_EQ(jsonAt(comment, "font.pointSize").toDouble(), 12.0);
+    EXPECT_TRUE(jsonAt(comment, "link").isNull());
 
     const QJsonObject link = runAt(runs, 23);
-    EXPECT_EQ(link.value(QStringLiteral("location")).toInt(), 23);
-    EXPECT_EQ(link.value(QStringLiteral("length")).toInt(), 1);
-    EXPECT_EQ(link.value(QStringLiteral("link")).toString(), QStringLiteral("file://"));
+    EXPECT_EQ(jsonAt(link, "location").toInt(), 23);
+    EXPECT_EQ(jsonAt(link, "length").toInt(), 1);
+    EXPECT_EQ(jsonAt(link, "link").toString(), QStringLiteral("file://"));
 }
 
 TEST(CliHighlight, BibliographyRulesForABibFileAndTheUsersColours)
@@ -88,14 +82,12 @@ TEST(CliHighlight, BibliographyRulesForABibFileAndTheUsersColours)
         QSettings store(QDir(dir.path()).filePath(QStringLiteral("plumeo/plumeo.ini")), QSettings::IniFormat);
         store.setValue(PLUserDefaultsEditorColorBIBType, PLColor::rgb(0.1, 0.2, 0.3, 0.4).archived());
     }
-    QJsonObject result;
-    const QJsonArray runs = highlightRuns(path, &result);
+    const PLCliRun result = highlight(path);
     qputenv("XDG_CONFIG_HOME", configHome);
 
-    EXPECT_EQ(result.value(QStringLiteral("rules")).toString(), QStringLiteral("bib"));
-    const QJsonObject type = runAt(runs, 0);
-    EXPECT_EQ(type.value(QStringLiteral("length")).toInt(), 5);
-    EXPECT_EQ(type.value(QStringLiteral("foreground")).toObject().value(QStringLiteral("blue")).toDouble(), 0.3);
+    EXPECT_EQ(result.at("rules").toString(), QStringLiteral("bib"));
+    EXPECT_EQ(result.at("runs.0.length").toInt(), 5);
+    EXPECT_EQ(result.at("runs.0.foreground.blue").toDouble(), 0.3);
 }
 
 }

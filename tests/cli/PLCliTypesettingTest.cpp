@@ -2,8 +2,6 @@
 #include "PLCliRunner.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
-#include <QJsonArray>
-#include <QJsonObject>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
@@ -16,43 +14,29 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-QJsonObject item(const QJsonValue &value)
-{
-    return value.toObject();
-}
-
 TEST(CliTypesetting, LogReadsACapturedOutputAsTheRootFilesDocumentWould)
 {
-    const PLCliRun run = runCli({QStringLiteral("log"), documentPath(QStringLiteral("subfolder/output.txt")),
-                                 QStringLiteral("--root"), QStringLiteral("/p/main.tex")});
+    const PLCliRun run = runCli({"log", documentPath(QStringLiteral("subfolder/output.txt")), "--root", "/p/main.tex"});
     ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    const QJsonObject result = run.json().object();
-    const QJsonArray errors = result.value(QStringLiteral("errorsFound")).toArray();
-    ASSERT_EQ(errors.size(), 1);
-    EXPECT_EQ(item(errors[0]).value(QStringLiteral("type")).toInt(), 1);
-    EXPECT_EQ(item(errors[0]).value(QStringLiteral("line")).toInt(), 4);
-    EXPECT_EQ(item(errors[0]).value(QStringLiteral("message")).toString(), QStringLiteral("Undefined control sequence."));
-    EXPECT_EQ(item(errors[0]).value(QStringLiteral("file")).toString(), QStringLiteral("/p/chapters/one.tex"));
-    EXPECT_EQ(result.value(QStringLiteral("warningsFound")).toArray().size(), 4);
-    const QJsonArray files = result.value(QStringLiteral("files")).toArray();
-    ASSERT_EQ(files.size(), 1);
-    EXPECT_EQ(item(files[0]).value(QStringLiteral("warnings")).toInt(), 4);
-    EXPECT_EQ(item(files[0]).value(QStringLiteral("errors")).toInt(), 1);
-    EXPECT_TRUE(result.value(QStringLiteral("didFinishParsing")).toBool());
-}
+    ASSERT_EQ(run.at("errorsFound").toArray().size(), 1);
+    EXPECT_EQ(run.at("errorsFound.0.type").toInt(), 1);
+    EXPECT_EQ(run.at("errorsFound.0.line").toInt(), 4);
+    EXPECT_EQ(run.at("errorsFound.0.message").toString(), QStringLiteral("Undefined control sequence."));
+    EXPECT_EQ(run.at("errorsFound.0.file").toString(), QStringLiteral("/p/chapters/one.tex"));
+    EXPECT_EQ(run.at("warningsFound").toArray().size(), 4);
+    ASSERT_EQ(run.at("files").toArray().size(), 1);
+    EXPECT_EQ(run.at("files.0.warnings").toInt(), 4);
+    EXPECT_EQ(run.at("files.0.errors").toInt(), 1);
+    EXPECT_TRUE(run.at("didFinishParsing").toBool());
 
-TEST(CliTypesetting, LogWithStrategiesPrintsTheStrategyItems)
-{
-    const PLCliRun run = runCli({QStringLiteral("log"), documentPath(QStringLiteral("missing-package/output.txt")),
-                                 QStringLiteral("--root"), QStringLiteral("/p/main.tex"), QStringLiteral("--strategies")});
-    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    const QJsonArray items = run.json().object().value(QStringLiteral("items")).toArray();
-    ASSERT_EQ(items.size(), 2);
-    EXPECT_EQ(item(items[0]).value(QStringLiteral("advice")).toString(),
-              QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?"));
-    EXPECT_EQ(item(items[0]).value(QStringLiteral("line")).toInt(), 3);
-    EXPECT_EQ(item(items[0]).value(QStringLiteral("filename")).toString(), QString());
-    EXPECT_EQ(item(items[1]).value(QStringLiteral("filename")).toString(), QStringLiteral("./main.tex"));
+    const PLCliRun strategies =
+        runCli({"log", documentPath(QStringLiteral("missing-package/output.txt")), "--root", "/p/main.tex", "--strategies"});
+    ASSERT_EQ(strategies.exitCode, 0) << strategies.standardError.toStdString();
+    ASSERT_EQ(strategies.at("items").toArray().size(), 2);
+    EXPECT_EQ(strategies.at("items.0.advice").toString(), QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?"));
+    EXPECT_EQ(strategies.at("items.0.line").toInt(), 3);
+    EXPECT_EQ(strategies.at("items.0.filename").toString(), QString());
+    EXPECT_EQ(strategies.at("items.1.filename").toString(), QStringLiteral("./main.tex"));
 }
 
 struct TypesetCase
@@ -78,16 +62,15 @@ TEST_P(CliTypeset, RunsTheJobAndSummarisesWhatItFound)
     const TypesetCase &c = GetParam();
     QTemporaryDir dir;
     const QString folder = copyDocument(QString::fromUtf8(c.document), dir.path());
-    const PLCliRun run = runCli({QStringLiteral("typeset"), folder + QStringLiteral("main.tex")});
+    const PLCliRun run = runCli({"typeset", folder + QStringLiteral("main.tex")});
     ASSERT_EQ(run.exitCode, c.exitCode) << run.standardError.toStdString();
-    const QJsonObject result = run.json().object();
-    EXPECT_EQ(result.value(QStringLiteral("summary")).toString(), QString::fromUtf8(c.summary));
-    EXPECT_EQ(result.value(QStringLiteral("engine")).toString(), QString::fromUtf8(c.engine));
-    EXPECT_EQ(result.value(QStringLiteral("launchPath")).toString(), QStringLiteral("/usr/texbin/") + QString::fromUtf8(c.engine));
-    EXPECT_EQ(result.value(QStringLiteral("fileNames")).toVariant().toStringList(), c.fileNames);
-    EXPECT_EQ(result.value(QStringLiteral("pdfPath")).toString(), folder + QStringLiteral("main.pdf"));
-    EXPECT_TRUE(result.value(QStringLiteral("pdfExists")).toBool());
-    EXPECT_FALSE(result.value(QStringLiteral("stopped")).toBool());
+    EXPECT_EQ(run.at("summary").toString(), QString::fromUtf8(c.summary));
+    EXPECT_EQ(run.at("engine").toString(), QString::fromUtf8(c.engine));
+    EXPECT_EQ(run.at("launchPath").toString(), QStringLiteral("/usr/texbin/") + QString::fromUtf8(c.engine));
+    EXPECT_EQ(run.at("fileNames").toVariant().toStringList(), c.fileNames);
+    EXPECT_EQ(run.at("pdfPath").toString(), folder + QStringLiteral("main.pdf"));
+    EXPECT_TRUE(run.at("pdfExists").toBool());
+    EXPECT_FALSE(run.at("stopped").toBool());
     // The engine's output was streamed to standard error.
     EXPECT_TRUE(run.standardError.contains("Output written on main.pdf"));
 }
@@ -106,17 +89,14 @@ TEST(CliTypesetting, StopAfterEndsAHangingEngine)
     QTemporaryDir dir;
     PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")),
                       "\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n");
-    const PLCliRun run = runCli({QStringLiteral("typeset"), dir.filePath(QStringLiteral("main.tex")),
-                                 QStringLiteral("--stop-after"), QStringLiteral("0.5")},
-                                30000);
+    const PLCliRun run = runCli({"typeset", dir.filePath(QStringLiteral("main.tex")), "--stop-after", "0.5"}, 30000);
     // Stopped before it wrote a PDF, the job did not do its work.
     ASSERT_EQ(run.exitCode, 1) << run.standardError.toStdString();
     EXPECT_TRUE(run.standardError.endsWith("plumeo-cli: no PDF was written\n"));
-    const QJsonObject result = run.json().object();
-    EXPECT_TRUE(result.value(QStringLiteral("stopped")).toBool());
-    EXPECT_TRUE(result.value(QStringLiteral("engineFailure")).isNull());
+    EXPECT_TRUE(run.at("stopped").toBool());
+    EXPECT_TRUE(run.at("engineFailure").isNull());
     // That the rest of the job is skipped is the drivers' own test.
-    EXPECT_EQ(result.value(QStringLiteral("runs")).toArray().size(), 1);
+    EXPECT_EQ(run.at("runs").toArray().size(), 1);
 }
 
 TEST(CliTypesetting, SyncTexForwardAndBackAgain)
@@ -126,25 +106,20 @@ TEST(CliTypesetting, SyncTexForwardAndBackAgain)
     typeset(dir.path());
     const QString main = folder + QStringLiteral("main.tex");
 
-    const PLCliRun forward = runCli({QStringLiteral("synctex"), QStringLiteral("forward"), main,
-                                     folder + QStringLiteral("chapters/one.tex"), QStringLiteral("4"), QStringLiteral("0")});
+    const PLCliRun forward = runCli({"synctex", "forward", main, folder + QStringLiteral("chapters/one.tex"), "4", "0"});
     ASSERT_EQ(forward.exitCode, 0) << forward.standardError.toStdString();
     // The places themselves are checked against the synctex tool with the search; here the command
     // must hand them on so that the way back lands where it started.
-    const QJsonArray places = forward.json().object().value(QStringLiteral("results")).toArray();
-    ASSERT_FALSE(places.isEmpty()) << forward.standardOutput.toStdString();
-    const QJsonObject first = item(places[0]);
-    EXPECT_GT(first.value(QStringLiteral("page")).toInt(), 0);
+    ASSERT_FALSE(forward.at("results").toArray().isEmpty()) << forward.standardOutput.toStdString();
+    EXPECT_GT(forward.at("results.0.page").toInt(), 0);
 
-    const PLCliRun backward = runCli({QStringLiteral("synctex"), QStringLiteral("backward"), main,
-                                      QString::number(first.value(QStringLiteral("page")).toInt()),
-                                      QString::number(first.value(QStringLiteral("h")).toDouble()),
-                                      QString::number(first.value(QStringLiteral("v")).toDouble())});
+    const PLCliRun backward = runCli({"synctex", "backward", main, QString::number(forward.at("results.0.page").toInt()),
+                                      QString::number(forward.at("results.0.h").toDouble()),
+                                      QString::number(forward.at("results.0.v").toDouble())});
     ASSERT_EQ(backward.exitCode, 0) << backward.standardError.toStdString();
-    const QJsonArray sources = backward.json().object().value(QStringLiteral("results")).toArray();
-    ASSERT_FALSE(sources.isEmpty());
-    EXPECT_EQ(item(sources[0]).value(QStringLiteral("filePath")).toString(), folder + QStringLiteral("chapters/one.tex"));
-    EXPECT_EQ(item(sources[0]).value(QStringLiteral("line")).toInt(), 4);
+    ASSERT_FALSE(backward.at("results").toArray().isEmpty());
+    EXPECT_EQ(backward.at("results.0.filePath").toString(), folder + QStringLiteral("chapters/one.tex"));
+    EXPECT_EQ(backward.at("results.0.line").toInt(), 4);
 }
 
 // A settings store of its own for the commands run while it lives, with a TeX folder of
@@ -180,12 +155,12 @@ private:
 TEST_F(CliWithStandIns, AMissingEngineIsToldInTheWordsOfTheWindowsAlert)
 {
     QDir().mkpath(texFolder());
-    const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
+    const PLCliRun run = runCli({"typeset", mainPath()});
     EXPECT_EQ(run.exitCode, 1);
     EXPECT_EQ(QString::fromUtf8(run.standardError),
               QStringLiteral("plumeo-cli: Could not locate pdflatex with path: ") + texFolder() +
                   QStringLiteral("/pdflatex Plumeo relies on MacTeX. Is this installed?\n"));
-    EXPECT_FALSE(run.json().object().value(QStringLiteral("engineFound")).toBool());
+    EXPECT_FALSE(run.at("engineFound").toBool());
 }
 
 struct FailingEngineCase
@@ -213,15 +188,13 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
         QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
     else
         writeEngine(c.script);
-    const PLCliRun run = runCli({QStringLiteral("typeset"), mainPath()});
+    const PLCliRun run = runCli({"typeset", mainPath()});
     EXPECT_EQ(run.exitCode, 1);
-    const QJsonObject result = run.json().object();
-    const QString failure = result.value(QStringLiteral("engineFailure")).toString();
+    const QString failure = run.at("engineFailure").toString();
     EXPECT_TRUE(failure.startsWith(QString::fromUtf8(c.failure))) << failure.toStdString();
     EXPECT_TRUE(run.standardError.contains(QByteArray("plumeo-cli: the engine failed: " + failure.toUtf8()))) << run.standardError.toStdString();
-    const QJsonObject firstRun = result.value(QStringLiteral("runs")).toArray().first().toObject();
-    EXPECT_TRUE(firstRun.value(QStringLiteral("failed")).toBool());
-    EXPECT_EQ(firstRun.value(QStringLiteral("description")).toString(), failure);
+    EXPECT_TRUE(run.at("runs.0.failed").toBool());
+    EXPECT_EQ(run.at("runs.0.description").toString(), failure);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -258,10 +231,10 @@ TEST(CliTypesetting, MainFilesNamedLikeOptionsOrFormatsAreTypeset)
         SCOPED_TRACE(name.toStdString());
         QTemporaryDir dir;
         PLTest::writeFile(dir.filePath(name), "\\documentclass{article}\\begin{document}x\\end{document}\n");
-        const PLCliRun run = runCli({QStringLiteral("typeset"), dir.filePath(name)});
+        const PLCliRun run = runCli({"typeset", dir.filePath(name)});
         EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-        EXPECT_TRUE(run.json().object().value(QStringLiteral("pdfWritten")).toBool());
-        EXPECT_TRUE(run.json().object().value(QStringLiteral("engineFailure")).isNull());
+        EXPECT_TRUE(run.at("pdfWritten").toBool());
+        EXPECT_TRUE(run.at("engineFailure").isNull());
     }
 }
 

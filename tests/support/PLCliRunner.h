@@ -1,9 +1,23 @@
 #pragma once
 
+#include <QAnyStringView>
+#include <QJsonArray>
 #include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
+
+// The value at a dotted path of keys and array indices, e.g. "outline.children.1.name".
+inline QJsonValue jsonAt(QJsonValue value, const char *path)
+{
+    for (const QString &step : QString::fromLatin1(path).split(u'.')) {
+        bool isIndex = false;
+        const int index = step.toInt(&isIndex);
+        value = isIndex ? value.toArray().at(index) : value.toObject().value(step);
+    }
+    return value;
+}
 
 // Runs the plumeo-cli binary the way a script would and keeps what it printed.
 struct PLCliRun
@@ -12,6 +26,7 @@ struct PLCliRun
     QByteArray standardOutput;
     QByteArray standardError;
     QJsonDocument json() const { return QJsonDocument::fromJson(standardOutput); }
+    QJsonValue at(const char *path) const { return jsonAt(json().object(), path); }
 };
 
 inline PLCliRun runCli(const QStringList &arguments, int timeoutMs = 120000)
@@ -28,4 +43,13 @@ inline PLCliRun runCli(const QStringList &arguments, int timeoutMs = 120000)
     run.standardOutput = process.readAllStandardOutput();
     run.standardError = process.readAllStandardError();
     return run;
+}
+
+// The same with the arguments written as they come, literals and strings alike.
+inline PLCliRun runCli(std::initializer_list<QAnyStringView> arguments, int timeoutMs = 120000)
+{
+    QStringList list;
+    for (QAnyStringView argument : arguments)
+        list << argument.toString();
+    return runCli(list, timeoutMs);
 }

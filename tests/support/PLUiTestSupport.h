@@ -29,7 +29,6 @@
 #include <QTimer>
 #include <QUrl>
 
-
 // Helpers of the widget tests.
 namespace PLTest {
 
@@ -49,17 +48,19 @@ private:
 };
 
 // Answers the next message box with the button, as the user would: from inside the box's own
-// event loop. Records the box's text.
-inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *text = nullptr)
+// event loop. Records the box's text and informative text.
+inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *text = nullptr, QString *informativeText = nullptr)
 {
     auto *timer = new QTimer(qApp);
     timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, button, text] {
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, button, text, informativeText] {
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box || !box->isVisible())
             return;
         if (text)
             *text = box->text();
+        if (informativeText)
+            *informativeText = box->informativeText();
         timer->stop();
         timer->deleteLater();
         box->button(button)->click();

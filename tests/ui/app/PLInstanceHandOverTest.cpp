@@ -8,7 +8,6 @@
 #include <QLocalSocket>
 #include <QSignalSpy>
 
-
 namespace {
 
 // The first launch's server and controller, and later launches handing files to it, all in
@@ -79,15 +78,6 @@ TEST_F(InstanceHandOver, ALaunchWithoutFilesShowsTheRunningInstance)
     ASSERT_TRUE(launch({}));
     EXPECT_TRUE(documents().isEmpty());
     EXPECT_TRUE(application.welcomeWindowController()->window()->isVisible());
-}
-
-TEST_F(InstanceHandOver, AMissingFileIsReportedByTheRunningInstance)
-{
-    QString message;
-    PLTest::answerNextMessageBox(QMessageBox::Ok, &message);
-    EXPECT_TRUE(launch({project.path(QStringLiteral("gone.tex"))}));
-    EXPECT_TRUE(documents().isEmpty());
-    EXPECT_TRUE(message.contains(QStringLiteral("gone.tex"))) << message.toStdString();
 }
 
 TEST_F(InstanceHandOver, AGarbledRequestIsRefusedAndTheServerGoesOnServing)

@@ -1,8 +1,6 @@
 #include "PLUiTestSupport.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
-
-
 namespace {
 
 class MainMenu : public PLTest::LaunchedApplicationTest

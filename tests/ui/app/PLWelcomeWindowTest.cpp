@@ -5,8 +5,6 @@
 #include "ui/window/PLWelcomeWindowMainViewController.h"
 #include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 
-
-
 namespace {
 
 class WelcomeWindow : public ::testing::Test
@@ -34,14 +32,6 @@ TEST_F(WelcomeWindow, LaunchingWithNothingToOpenShowsItAndNoUntitledProject)
     EXPECT_TRUE(welcomeIsShown());
     EXPECT_TRUE(application.documentController()->documents().isEmpty());
     EXPECT_EQ(welcome->numberOfRowsInTableView(), 0);
-}
-
-TEST_F(WelcomeWindow, ReturnWithNoSelectionOpensNothing)
-{
-    PLWelcomeWindowMainViewController *welcome = launch();
-    QTest::keyClick(welcome->recentFilesTableView(), Qt::Key_Return);
-    EXPECT_TRUE(welcomeIsShown());
-    EXPECT_TRUE(application.documentController()->documents().isEmpty());
     EXPECT_FALSE(welcome->openItemInRecentItemsListAtRow(-1));
 }
 

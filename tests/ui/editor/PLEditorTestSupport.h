@@ -46,6 +46,14 @@ protected:
         return view;
     }
 
+    // One view with a delegate on a new file of the text, shown and focused.
+    PLTextView *showText(const QString &text, QSize size = QSize(800, 400))
+    {
+        PLTextView *view = makeView(open(text));
+        show({view}, size);
+        return view;
+    }
+
     // Shows the views in the window, the first one focused.
     void show(std::initializer_list<PLTextView *> views, QSize size = QSize(800, 400))
     {
@@ -81,6 +89,12 @@ protected:
     PLTextViewHistoryHandler history;
     // Last, so the views go before the history their delegates feed.
     QWidget window;
+};
+
+// An editor test over a table of cases.
+template<typename Case>
+class EditorTestWithParam : public EditorTest, public ::testing::WithParamInterface<Case>
+{
 };
 
 }

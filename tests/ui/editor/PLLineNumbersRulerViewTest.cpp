@@ -32,18 +32,19 @@ struct ListCase
     QString text;
     std::vector<qsizetype> indices;
     int digits;
+    int pixelSize = 40;
 };
 
 class RulerLines : public Ruler, public ::testing::WithParamInterface<ListCase>
 {
 };
 
-// A large label font makes every digit count show in the width.
+// A large label font makes every digit count show in the width; a tiny one the least width.
 TEST_P(RulerLines, ListsEveryLineAndIsAsWideAsTheLineCountNeeds)
 {
     PLLineNumbersRulerView *ruler = showRuler(GetParam().text);
     QFont large = ruler->font();
-    large.setPixelSize(40);
+    large.setPixelSize(GetParam().pixelSize);
     ruler->setFont(large);
     EXPECT_EQ(ruler->lineIndices(), GetParam().indices);
     EXPECT_EQ(ruler->requiredThickness(), expectedThickness(large, GetParam().digits));
@@ -57,18 +58,9 @@ INSTANTIATE_TEST_SUITE_P(Texts, RulerLines,
                          ::testing::Values(ListCase{"empty", QString(), {0}, 1},
                                            ListCase{"trailingNewline", QStringLiteral("a\n"), {0, 2}, 1},
                                            ListCase{"nineEntries", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n"), {0, 2, 4, 6, 8, 10, 12, 14, 16}, 1},
-                                           ListCase{"tenEntries", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n9\n"), {0, 2, 4, 6, 8, 10, 12, 14, 16, 18}, 2}),
+                                           ListCase{"tenEntries", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n9\n"), {0, 2, 4, 6, 8, 10, 12, 14, 16, 18}, 2},
+                                           ListCase{"neverNarrowerThan22Pixels", QStringLiteral("one line"), {0}, 1, 6}),
                          [](const auto &info) { return std::string(info.param.name); });
-
-TEST_F(Ruler, NeverNarrowerThanTwentyTwoPixels)
-{
-    PLLineNumbersRulerView *ruler = showRuler(QStringLiteral("one line"));
-    QFont tiny = ruler->font();
-    tiny.setPixelSize(6);
-    ruler->setFont(tiny);
-    QCoreApplication::processEvents();
-    EXPECT_EQ(ruler->ruleThickness(), 22.0);
-}
 
 TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
 {

@@ -67,8 +67,7 @@ TEST_F(Spelling, APreambleAndMathematicsAreNotProse)
         "\\includegraphics[width=5cm]{figs/pltt} \\input{chaptr}\n"
         "\\href{http://exmple.org}{Wrld} \\url{http://exmple.org} 50\\$ is monney. % A commnt\n"
         "\\end{document}\n");
-    PLTextView *view = makeView(open(text));
-    show({view}, QSize(900, 500));
+    PLTextView *view = showText(text, QSize(900, 500));
     EXPECT_EQ(markedWords(view), (QStringList{QStringLiteral("Teh"), QStringLiteral("Wrld"), QStringLiteral("monney"),
                                               QStringLiteral("commnt")}));
 
@@ -118,8 +117,7 @@ TEST_F(Spelling, OnlyTheLinesInViewAreChecked)
     QString text;
     for (int i = 0; i < 3000; ++i)
         text += QStringLiteral("Line %1 has a mispelt word.\n").arg(i);
-    PLTextView *view = makeView(open(text));
-    show({view}, QSize(500, 200));
+    PLTextView *view = showText(text, QSize(500, 200));
     const int marksAtTheTop = int(markedWords(view).size());
     EXPECT_GT(marksAtTheTop, 0);
     EXPECT_LT(marksAtTheTop, 20);

@@ -16,21 +16,17 @@ struct PairCase
     qsizetype caret;
 };
 
-class TextViewPairs : public EditorTest, public ::testing::WithParamInterface<PairCase>
-{
-};
+using TextViewPairs = PLTest::EditorTestWithParam<PairCase>;
 
 TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
 {
-    const auto file = open(QStringLiteral("ab"));
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(QStringLiteral("ab"));
     view->setSelectedRange(PLRange{1, 0});
 
     QTest::keyClicks(view, GetParam().typed);
-    EXPECT_EQ(file->contentBuffer()->string(), GetParam().text);
+    EXPECT_EQ(view->contentBuffer()->string(), GetParam().text);
     EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret, 0}));
-    EXPECT_EQ(file->selectedRange(), view->selectedRange());
+    EXPECT_EQ(view->file()->selectedRange(), view->selectedRange());
     QTest::keyClick(view, Qt::Key_Right);
     EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret + 1, 0}));
 }
@@ -50,31 +46,27 @@ struct FormatCase
     QString command;
 };
 
-class TextViewFormatting : public EditorTest, public ::testing::WithParamInterface<FormatCase>
-{
-};
+using TextViewFormatting = PLTest::EditorTestWithParam<FormatCase>;
 
 TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
 {
-    const auto file = open(QStringLiteral("say word now"));
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(QStringLiteral("say word now"));
     const QString command = GetParam().command;
 
     view->setSelectedRange(PLRange{4, 4});
     ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
     EXPECT_EQ(view->selectedRange(), (PLRange{4 + command.size() + 6, 0}));
 
     view->setSelectedRange(PLRange{0, 0});
     ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
     EXPECT_EQ(view->selectedRange(), (PLRange{command.size() + 1, 0}));
     // Typing goes between the braces; applying the command again nests it.
     QTest::keyClicks(view, QStringLiteral("x"));
     view->setSelectedRange(PLRange{command.size() + 1, 1});
     ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
-    EXPECT_TRUE(file->contentBuffer()->string().startsWith(QStringLiteral("%1{%1{x}}").arg(command)));
+    EXPECT_TRUE(view->contentBuffer()->string().startsWith(QStringLiteral("%1{%1{x}}").arg(command)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, TextViewFormatting,
@@ -91,21 +83,17 @@ struct CommentCase
     QString toggled;
 };
 
-class TextViewComments : public EditorTest, public ::testing::WithParamInterface<CommentCase>
-{
-};
+using TextViewComments = PLTest::EditorTestWithParam<CommentCase>;
 
 TEST_P(TextViewComments, EachLineTogglesByItselfAndOneUndoRevertsThemAll)
 {
-    const auto file = open(GetParam().text);
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(GetParam().text);
     view->setSelectedRange(GetParam().selection);
 
     ASSERT_TRUE(PLResponderChain::sendAction(&window, PLAction::ToggleCommentOfCurrentLine, nullptr));
-    EXPECT_EQ(file->contentBuffer()->string(), GetParam().toggled);
-    file->contentBuffer()->undoManager()->undo();
-    EXPECT_EQ(file->contentBuffer()->string(), GetParam().text);
+    EXPECT_EQ(view->contentBuffer()->string(), GetParam().toggled);
+    view->contentBuffer()->undoManager()->undo();
+    EXPECT_EQ(view->contentBuffer()->string(), GetParam().text);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -131,26 +119,22 @@ struct IndentCase
     PLRange shiftedSelection;
 };
 
-class TextViewIndent : public EditorTest, public ::testing::WithParamInterface<IndentCase>
-{
-};
+using TextViewIndent = PLTest::EditorTestWithParam<IndentCase>;
 
 TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
 {
     const IndentCase &shift = GetParam();
-    const auto file = open(shift.text);
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(shift.text);
     view->setSelectedRange(shift.selection);
 
     QTest::keyClick(view, shift.key, shift.key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
-    EXPECT_EQ(file->contentBuffer()->string(), shift.shifted);
+    EXPECT_EQ(view->contentBuffer()->string(), shift.shifted);
     EXPECT_EQ(view->selectedRange(), shift.shiftedSelection);
     // A key that changed nothing leaves no empty step to undo.
-    QUndoStack *history = file->contentBuffer()->undoManager();
+    QUndoStack *history = view->contentBuffer()->undoManager();
     EXPECT_EQ(history->count(), shift.shifted == shift.text ? 0 : 1);
     history->undo();
-    EXPECT_EQ(file->contentBuffer()->string(), shift.text);
+    EXPECT_EQ(view->contentBuffer()->string(), shift.text);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -173,15 +157,13 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByTogglingAgain)
 {
-    const auto file = open(QStringLiteral("one\ntwo\nthree"));
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(QStringLiteral("one\ntwo\nthree"));
     view->setSelectedRange(PLRange{0, 7});
     view->toggleCommentOfCurrentLine();
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("%one\n%two\nthree"));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%one\n%two\nthree"));
     EXPECT_EQ(view->selectedRange(), (PLRange{0, 9}));
     view->toggleCommentOfCurrentLine();
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("one\ntwo\nthree"));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("one\ntwo\nthree"));
 
     // A caret at the start of a line stays with its text.
     view->setSelectedRange(PLRange{4, 0});
@@ -191,9 +173,7 @@ TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByToggl
 
 TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
 {
-    const auto file = open(QStringLiteral("abcdef"));
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(QStringLiteral("abcdef"));
     view->setSelectedRange(PLRange{3, 0});
     for (const Qt::KeyboardModifiers modifiers :
          {Qt::ControlModifier | Qt::AltModifier, Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier, Qt::MetaModifier | Qt::AltModifier}) {
@@ -205,16 +185,14 @@ TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
     EXPECT_EQ(view->selectedRange(), (PLRange{2, 0}));
     QTest::keyClick(view, Qt::Key_Right, Qt::ShiftModifier);
     EXPECT_EQ(view->selectedRange(), (PLRange{2, 1}));
-    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("abcdef"));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("abcdef"));
 }
 
 TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
 {
     write(QStringLiteral("intro.tex"), QStringLiteral("Hello."));
     const QString text = QStringLiteral("Before.\n\\input{intro}\nAfter.\n");
-    const auto file = open(text);
-    PLTextView *view = makeView(file);
-    show({view});
+    PLTextView *view = showText(text);
     const qsizetype argument = text.indexOf(QStringLiteral("intro"));
     PLTextViewDelegate *delegate = view->delegate();
     view->setSelectedRange(PLRange{0, 0});

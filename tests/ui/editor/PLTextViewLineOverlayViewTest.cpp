@@ -10,13 +10,7 @@ namespace {
 class Band : public PLTest::EditorTest
 {
 protected:
-    PLTextView *showText(const QString &text)
-    {
-        PLTest::resetSettings();
-        PLTextView *view = makeView(open(text));
-        show({view});
-        return view;
-    }
+    void SetUp() override { PLTest::resetSettings(); }
 
     // The row of the character at the location, in the viewport.
     static QRect rowOf(PLTextView *view, qsizetype location)
@@ -56,7 +50,7 @@ TEST_F(Band, FollowsTheTextWhenTheViewScrollsOrResizes)
     EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, view->selectedRange().location));
 }
 
-TEST_F(Band, OnTheEmptyLastLineItSitsOneBandHeightBelowTheLastRow)
+TEST_F(Band, OnAnEmptyLastLineItIsSixteenPixelsHighOneBandBelowTheLastRow)
 {
     PLTextView *view = showText(QStringLiteral("a\nb\n"));
     view->setSelectedRange(PLRange{4, 0});
@@ -68,16 +62,13 @@ TEST_F(Band, OnTheEmptyLastLineItSitsOneBandHeightBelowTheLastRow)
     windows->setFocus();
     windows->setSelectedRange(PLRange{6, 0});
     EXPECT_EQ(windows->lineHightlightView()->geometry(), rowOf(windows, 3).translated(0, 16));
-}
 
-TEST_F(Band, InAnEmptyTextItIsSixteenPixelsHighAtTheFirstRow)
-{
-    PLTextView *view = showText(QString());
-    view->updateLineHighlightPosition();
-    const QRect band = view->lineHightlightView()->geometry();
-    EXPECT_EQ(band.height(), 16);
-    EXPECT_EQ(band.top(), rowOf(view, 0).top());
-    EXPECT_EQ(band.width(), view->viewport()->width());
+    PLTextView *empty = makeView(open(QString(), QStringLiteral("empty.tex")));
+    window.layout()->addWidget(empty);
+    QCoreApplication::processEvents();
+    empty->setFocus();
+    empty->updateLineHighlightPosition();
+    EXPECT_EQ(empty->lineHightlightView()->geometry(), QRect(0, rowOf(empty, 0).top(), empty->viewport()->width(), 16));
 }
 
 TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)

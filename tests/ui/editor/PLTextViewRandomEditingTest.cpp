@@ -33,11 +33,6 @@ struct RandomCase
     const char *lineBreak;
 };
 
-void PrintTo(const RandomCase &c, std::ostream *os)
-{
-    *os << "seed " << c.seed << (std::string(c.lineBreak) == "\n" ? " LF" : " CR LF");
-}
-
 // Line ends spelt out, so a failure shows which one went wrong.
 std::string visible(const QString &text)
 {

@@ -19,7 +19,6 @@
 #include <QSettings>
 #include <QToolBar>
 
-
 namespace {
 
 // What the settings file on disk holds for a key: only values written with synchronize show.

@@ -28,7 +28,6 @@
 #include <QSplitter>
 #include <QTreeWidget>
 
-
 namespace {
 
 // Generous: the engine's first run on a cold machine loads its format file.
@@ -70,6 +69,13 @@ protected:
         progress = windowController->typesetterProgressViewController();
     }
 
+    // Typesets a document whose engine never ends, once the engine is under way.
+    void startLoopingJob()
+    {
+        open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+        typeset();
+        ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    }
     QAction *menuItem(PLAction action) const { return PLTest::menuItem(window, action); }
     bool isEnabled(PLAction action) const { return PLResponderChain::validateMenuItem(window, action, menuItem(action)); }
     void typeset() const { menuItem(PLAction::Typeset)->trigger(); }
@@ -126,9 +132,8 @@ TEST_P(TypesettingOutcome, TheStripShowsWhatTheJobFound)
 INSTANTIATE_TEST_SUITE_P(Fixtures, TypesettingOutcome,
                          // The engine ends with status 1 after errors: the errors say enough, the status would only
                          // repeat them.
+                         // The wording of each count is the command line's table; here the strip shows it.
                          ::testing::Values(OutcomeCase{"clean", false, "", ""},
-                                           OutcomeCase{"undefined-control-sequence", true, "2 errors found", ""},
-                                           OutcomeCase{"warnings", true, "4 warnings found", ""},
                                            OutcomeCase{"subfolder", true, "1 error and 4 warnings found", ""},
                                            OutcomeCase{"missing-input", true, "2 errors found", "No PDF was written"}),
                          [](const ::testing::TestParamInfo<OutcomeCase> &info) {
@@ -172,9 +177,7 @@ TEST_F(TypesettingWindow, TypesetSavesTheProjectFirst)
 // An engine in an endless loop is ended from the menu, and the strip says so.
 TEST_F(TypesettingWindow, StopEndsALoopingDocument)
 {
-    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
-    typeset();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     menuItem(PLAction::StopTypesetting)->trigger();
     ASSERT_TRUE(waitForFinish());
     EXPECT_FALSE(progress->isTransforming());
@@ -185,9 +188,7 @@ TEST_F(TypesettingWindow, StopEndsALoopingDocument)
 // Closing the window during a job ends the engine; nothing calls back into the closed window.
 TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
 {
-    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
-    typeset();
-    ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
+    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     const std::shared_ptr<PLFile> mainFile = document->mainFile();
     ASSERT_TRUE(windowController->close());
     // The log appears once the engine has been ended and the job is over.
@@ -300,27 +301,11 @@ TEST_F(TypesettingWindow, PrintingBeforeTypesettingSaysThereIsNoPdf)
 {
     open(QStringLiteral("clean"));
     QString text, informativeText;
-    QStringList buttons;
-    QTimer answer;
-    answer.setInterval(5);
-    QObject::connect(&answer, &QTimer::timeout, [&] {
-        auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
-        if (!box || !box->isVisible())
-            return;
-        answer.stop();
-        text = box->text();
-        informativeText = box->informativeText();
-        for (QAbstractButton *button : box->buttons())
-            buttons << button->text();
-        box->button(QMessageBox::Ok)->click();
-    });
-    answer.start();
+    PLTest::answerNextMessageBox(QMessageBox::Ok, &text, &informativeText);
     menuItem(PLAction::PrintDocument)->trigger();
     EXPECT_EQ(text, QStringLiteral("PDF file not found"));
     EXPECT_EQ(informativeText, QStringLiteral("The PDF file doesn't seem to exist. Have you generated it? If not please try do "
                                               "so in the File menu."));
-    buttons.sort();
-    EXPECT_EQ(buttons, (QStringList{QString(), QStringLiteral("OK")}));
 }
 
 // The typeset PDF goes to the printer page by page, within the chosen range.

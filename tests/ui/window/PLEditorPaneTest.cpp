@@ -13,7 +13,6 @@
 #include <QLineEdit>
 #include <QStatusBar>
 
-
 namespace {
 
 // A project window on a main file of forty numbered lines, shown and focused.
@@ -69,20 +68,11 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), b);
     EXPECT_FALSE(canGoForward());
-}
 
-TEST_F(EditorPane, AFreshSelectionAfterGoingBackDropsTheWayForward)
-{
-    select(PLRange{10, 0});
-    select(PLRange{20, 0});
-    select(PLRange{30, 0});
-    pane()->navigateBackward();
-    pane()->navigateBackward();
-    select(PLRange{40, 0});
-    select(PLRange{50, 0});
-    EXPECT_FALSE(canGoForward());
-    pane()->navigateBackward();
-    EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
+    // A new pane starts a history of its own.
+    pane()->splitView(Qt::NoModifier);
+    EXPECT_TRUE(canGoBack());
+    EXPECT_FALSE(editor->splitViewContentControllerAtIndex(1)->historyNavigationBackwardsButton()->isEnabled());
 }
 
 TEST_F(EditorPane, ARangeReachingTheEndOfTheTextIsNotRestored)
@@ -144,6 +134,10 @@ TEST_F(EditorPane, GoToLinePutsTheCaretAtTheLineStartInViewAndCloses)
     goToLine->lineNumberTextField()->setText(QStringLiteral("abc"));
     goToLine->goToLine();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
+
+    // Only text has lines to go to.
+    pane()->toggleDocumentPDF();
+    EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::DisplayGoToLineWindow, nullptr));
 }
 
 TEST_F(EditorPane, OutlineAndGoToLineJumpsArePlacesToGoBackTo)
@@ -251,42 +245,12 @@ TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
     EXPECT_EQ(window->statusBar()->currentMessage(), QStringLiteral("Removed 2 typesetting by-products"));
 }
 
-TEST_F(EditorPane, EachPaneWalksAHistoryOfItsOwn)
+TEST(GoToLineNumbers, AreReadTheLenientWay)
 {
-    pane()->splitView(Qt::NoModifier);
-    PLSplitViewContentViewController *right = editor->splitViewContentControllerAtIndex(1);
-    select(PLRange{10, 0});
-    select(PLRange{20, 0});
-    EXPECT_EQ(editor->selectedSplitViewController(), pane());
-    EXPECT_TRUE(canGoBack());
-    EXPECT_FALSE(right->historyNavigationBackwardsButton()->isEnabled());
+    const std::pair<const char *, int> cases[] = {{"12", 12}, {"  7x", 7}, {"abc", 0}, {"", 0}, {"-3", -3}, {"+5", 5}, {"4 2", 4},
+                                                  {"99999999999", 2147483647}, {"-99999999999", -2147483647 - 1}};
+    for (const auto &[typed, lineNumber] : cases)
+        EXPECT_EQ(PLGoToLineWindowController::lineNumberFromString(QString::fromUtf8(typed)), lineNumber) << typed;
 }
-
-TEST_F(EditorPane, GoToLineIsOnlyOfferedForText)
-{
-    pane()->toggleDocumentPDF();
-    EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::DisplayGoToLineWindow, nullptr));
-    EXPECT_FALSE(canGoBack());
-}
-
-struct NumberCase
-{
-    const char *typed;
-    int lineNumber;
-};
-
-class GoToLineNumbers : public ::testing::TestWithParam<NumberCase>
-{
-};
-
-TEST_P(GoToLineNumbers, AreReadTheLenientWay)
-{
-    EXPECT_EQ(PLGoToLineWindowController::lineNumberFromString(QString::fromUtf8(GetParam().typed)), GetParam().lineNumber);
-}
-
-INSTANTIATE_TEST_SUITE_P(Typed, GoToLineNumbers,
-                         ::testing::Values(NumberCase{"12", 12}, NumberCase{"  7x", 7}, NumberCase{"abc", 0}, NumberCase{"", 0},
-                                           NumberCase{"-3", -3}, NumberCase{"+5", 5}, NumberCase{"4 2", 4},
-                                           NumberCase{"99999999999", 2147483647}, NumberCase{"-99999999999", -2147483647 - 1}));
 
 }

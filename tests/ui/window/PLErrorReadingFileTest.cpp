@@ -12,7 +12,6 @@
 #include <QPushButton>
 #include <QToolButton>
 
-
 namespace {
 
 const QString latin1Text = QStringLiteral("\\section{Café}\nÀ bientôt, Jürgen.\n");

@@ -11,7 +11,6 @@
 #include <QToolButton>
 #include <QUndoStack>
 
-
 // Waits on the event loop until the condition holds, failing the test if it never does (the
 // QTRY_ macros report to QTest, which GoogleTest does not hear).
 #define WAIT_UNTIL(condition) ASSERT_TRUE(QTest::qWaitFor([&] { return bool(condition); })) << #condition
@@ -93,12 +92,13 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
     EXPECT_EQ(bar->searchResultsCountLabel()->text(), QStringLiteral("0"));
 }
 
-QStringList titlesOf(const QMenu *menu)
+// The menu's item titles joined by "|", "-" for a separator.
+QString titlesOf(const QMenu *menu)
 {
     QStringList items;
     for (QAction *item : menu->actions())
         items << (item->isSeparator() ? QStringLiteral("-") : item->text());
-    return items;
+    return items.join(u'|');
 }
 
 // Both option menus only name what every search does: choosing any item leaves the search
@@ -114,23 +114,21 @@ TEST_F(FindBar, OptionMenusHaveTheirItemsAndChangeNothing)
     const struct
     {
         const QMenu *menu;
-        QString name;
-        QStringList items;
+        const char *name;
+        const char *items;
         QVariantList tags;
     } menus[] = {
-        {options, QStringLiteral("Search settings menu"),
-         {QStringLiteral("Search entire document"), QStringLiteral("Search current file"), QStringLiteral("-"), QStringLiteral("Ignore case")},
-         {1, {}, {}, {}}},
-        {settings, QStringLiteral("Search settings menu"), {QStringLiteral("Case insensitive"), QStringLiteral("-"), QStringLiteral("Scope")}, {{}, {}, {}}},
-        {scope->menu(), QStringLiteral("Scope submenu"), {QStringLiteral("Entire file"), QStringLiteral("Selection")}, {0, 1}},
+        {options, "Search settings menu", "Search entire document|Search current file|-|Ignore case", {1, {}, {}, {}}},
+        {settings, "Search settings menu", "Case insensitive|-|Scope", {{}, {}, {}}},
+        {scope->menu(), "Scope submenu", "Entire file|Selection", {0, 1}},
     };
     for (const auto &menu : menus) {
-        EXPECT_EQ(menu.menu->objectName(), menu.name);
-        EXPECT_EQ(titlesOf(menu.menu), menu.items) << menu.name.toStdString();
+        EXPECT_EQ(menu.menu->objectName(), QLatin1String(menu.name));
+        EXPECT_EQ(titlesOf(menu.menu), QLatin1String(menu.items));
         QVariantList tags;
         for (QAction *item : menu.menu->actions())
             tags << item->data();
-        EXPECT_EQ(tags, menu.tags) << menu.items.first().toStdString();
+        EXPECT_EQ(tags, menu.tags) << menu.items;
     }
     EXPECT_LT(settings->font().pointSizeF(), options->font().pointSizeF());
 

@@ -5,7 +5,6 @@
 
 #include <QTableWidget>
 
-
 namespace {
 
 // A project whose chapter is included twice; quick open driven with the keyboard.
@@ -39,26 +38,7 @@ protected:
         QTest::keyClicks(quickOpen()->quickOpenTextField(), text);
     }
     static void press(int key) { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
-
 };
-
-TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirst)
-{
-    openAndType(QStringLiteral("sec"));
-    // The twice-included chapter's heading is listed once.
-    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Sections"), QStringLiteral("Shared SEC"), QStringLiteral("second try")}));
-    EXPECT_EQ(quickOpen()->searchResults()->rowHeight(0), 25);
-    quickOpen()->quickOpenTextField()->selectAll();
-    QTest::keyClicks(quickOpen()->quickOpenTextField(), QStringLiteral("hared"));
-    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Shared SEC")}));
-}
-
-TEST_F(QuickOpen, RowsShowTitlesWithoutMarkupAndAreFoundByThem)
-{
-    pane()->textContentView()->insertText(QStringLiteral("\\chapter[Short]{$W$-types\\label{w}}\n"), PLRange{0, 0});
-    openAndType(QStringLiteral("w-t"));
-    EXPECT_EQ(rows(), QStringList{QStringLiteral("W-types")});
-}
 
 TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
 {
@@ -98,9 +78,15 @@ TEST_F(QuickOpen, ReturnShowsTheChosenHeadingInTheFocusedPane)
     EXPECT_EQ(pane()->textContentView()->selectedRange(), (PLRange{7, 0}));
 }
 
-TEST_F(QuickOpen, EscapeClosesAndReopeningSearchesTheOldTextAgain)
+TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReopeningSearchesAgain)
 {
-    openAndType(QStringLiteral("sec"));
+    openAndType(QStringLiteral("shared"));
+    EXPECT_EQ(rows(), QStringList{QStringLiteral("Shared SEC")});
+    quickOpen()->quickOpenTextField()->selectAll();
+    QTest::keyClicks(quickOpen()->quickOpenTextField(), QStringLiteral("sec"));
+    // The twice-included chapter's heading is listed once.
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Sections"), QStringLiteral("Shared SEC"), QStringLiteral("second try")}));
+    EXPECT_EQ(quickOpen()->searchResults()->rowHeight(0), 25);
     press(Qt::Key_Escape);
     EXPECT_FALSE(quickOpen()->window()->isVisible());
     ASSERT_TRUE(QTest::qWaitForWindowActive(window));

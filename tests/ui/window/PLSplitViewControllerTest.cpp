@@ -10,7 +10,6 @@
 #include <QLabel>
 #include <QSplitter>
 
-
 namespace {
 
 class SplitPanes : public PLTest::ProjectWindowTest
@@ -18,26 +17,9 @@ class SplitPanes : public PLTest::ProjectWindowTest
 protected:
     void open() { openWindow(project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{One}\nText.\n")), QSize(1200, 700), false); }
 
-    static QList<QVariantMap> storedLayout()
-    {
-        return PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup);
-    }
+    static QList<QVariantMap> storedLayout() { return PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup); }
 
-    bool send(PLAction action, QAction *item = nullptr)
-    {
-        return PLResponderChain::sendAction(window, action, item);
-    }
-
-    // The menu item that moves the focus to the left (tag 0) or to the right (tag 1).
-    QAction *navigationItem(int tag) const
-    {
-        for (QAction *item : window->findChildren<QAction *>()) {
-            if (PLMainMenu::actionOfItem(item) == PLAction::NavigateToSplitViewMenuItemPressed && PLMainMenu::tagOfItem(item) == tag)
-                return item;
-        }
-        return nullptr;
-    }
-
+    bool send(PLAction action, QAction *item = nullptr) { return PLResponderChain::sendAction(window, action, item); }
 };
 
 TEST_F(SplitPanes, FreshAccountShowsOneTextPaneAndSplittingHalvesIt)
@@ -132,8 +114,9 @@ INSTANTIATE_TEST_SUITE_P(EveryPositionOfOneToFourPanes, ClosingAPane,
 TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBold)
 {
     open();
-    QAction *left = navigationItem(0);
-    QAction *right = navigationItem(1);
+    // The menu items that move the focus to the left (tag 0) and to the right (tag 1).
+    QAction *left = PLTest::menuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, 0);
+    QAction *right = PLTest::menuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, 1);
     ASSERT_TRUE(left && right);
     EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, right));
 
