@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QRectF>
 #include <QSet>
 
 #include <zlib.h>
@@ -306,7 +307,7 @@ public:
         m_base = std::max<qsizetype>(header, 0);
     }
 
-    std::optional<QList<int>> pageRotations(int pageCount)
+    std::optional<QList<PLPdfPageRotations::Page>> pages(int pageCount)
     {
         if (!readCrossReferences())
             return std::nullopt;
@@ -316,7 +317,7 @@ public:
         const std::optional<Object> catalog = resolve(*root);
         if (!catalog || catalog->kind != Object::Dictionary || !catalog->get("Pages"))
             return std::nullopt;
-        QList<int> rotations;
+        QList<PLPdfPageRotations::Page> found;
         QSet<int> visited;
         if (root->kind == Object::Reference)
             visited.insert(root->objectNumber);
@@ -324,25 +325,58 @@ public:
         if (pages->kind == Object::Reference)
             visited.insert(pages->objectNumber);
         const std::optional<Object> tree = resolve(*pages);
-        if (!tree || !collect(*tree, 0, 0, pageCount, visited, rotations) || rotations.size() != pageCount)
+        if (!tree || !collect(*tree, Inherited(), 0, pageCount, visited, found) || found.size() != pageCount)
             return std::nullopt;
-        return rotations;
+        return found;
     }
 
 private:
-    bool collect(const Object &node, int inherited, int depth, int pageCount, QSet<int> &visited, QList<int> &rotations)
+    // What a page takes from the nearest node above it that has it.
+    struct Inherited
     {
-        if (node.kind != Object::Dictionary || depth > kMaximumTreeDepth || rotations.size() > pageCount)
+        int rotation = 0;
+        QRectF mediaBox;
+        QRectF cropBox;
+    };
+
+    std::optional<QRectF> box(const Object *entry)
+    {
+        if (!entry)
+            return std::nullopt;
+        const std::optional<Object> value = resolve(*entry);
+        if (!value || value->kind != Object::Array || value->items.size() != 4)
+            return QRectF();
+        qreal corners[4];
+        for (int i = 0; i < 4; ++i) {
+            if (value->items.at(i).kind != Object::Number)
+                return QRectF();
+            corners[i] = value->items.at(i).number;
+        }
+        return QRectF(QPointF(corners[0], corners[1]), QPointF(corners[2], corners[3])).normalized();
+    }
+
+    bool collect(const Object &node, Inherited inherited, int depth, int pageCount, QSet<int> &visited,
+                 QList<PLPdfPageRotations::Page> &found)
+    {
+        if (node.kind != Object::Dictionary || depth > kMaximumTreeDepth || found.size() > pageCount)
             return false;
-        int rotation = inherited;
         if (const Object *rotate = node.get("Rotate")) {
             const std::optional<Object> value = resolve(*rotate);
-            rotation = normalised(value ? &*value : nullptr);
+            inherited.rotation = normalised(value ? &*value : nullptr);
         }
+        if (const std::optional<QRectF> media = box(node.get("MediaBox")))
+            inherited.mediaBox = *media;
+        if (const std::optional<QRectF> crop = box(node.get("CropBox")))
+            inherited.cropBox = *crop;
         const Object *type = node.get("Type");
         const Object *kids = node.get("Kids");
         if ((type && type->kind == Object::Name && type->text == "Page") || !kids) {
-            rotations.append(rotation);
+            // Viewers draw the crop box within the media box; a page without a usable media box
+            // is a Letter page.
+            const QRectF media = inherited.mediaBox.isEmpty() ? QRectF(0, 0, 612, 792) : inherited.mediaBox;
+            const QRectF shown = inherited.cropBox.isEmpty() ? media : inherited.cropBox.intersected(media);
+            const QSizeF size = inherited.rotation % 180 ? shown.size().transposed() : shown.size();
+            found.append(PLPdfPageRotations::Page{inherited.rotation, size});
             return true;
         }
         const std::optional<Object> list = resolve(*kids);
@@ -354,7 +388,7 @@ private:
                 return false;
             visited.insert(kid.objectNumber);
             const std::optional<Object> child = resolve(kid);
-            if (!child || !collect(*child, rotation, depth + 1, pageCount, visited, rotations))
+            if (!child || !collect(*child, inherited, depth + 1, pageCount, visited, found))
                 return false;
         }
         return true;
@@ -692,10 +726,10 @@ private:
 };
 }
 
-QList<int> PLPdfPageRotations::read(QByteArrayView pdf, int pageCount)
+QList<PLPdfPageRotations::Page> PLPdfPageRotations::readPages(QByteArrayView pdf, int pageCount)
 {
     if (pageCount <= 0)
         return {};
-    const std::optional<QList<int>> rotations = Reader(pdf).pageRotations(pageCount);
-    return rotations ? *rotations : QList<int>(pageCount, 0);
+    const std::optional<QList<Page>> pages = Reader(pdf).pages(pageCount);
+    return pages ? *pages : QList<Page>();
 }

@@ -3,7 +3,6 @@
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
-#include "core/typesetting/PLPdfPageRotations.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -67,23 +66,35 @@ bool PLPDFView::loadData(const QByteArray &bytes)
         qCWarning(lcUi) << "the PDF could not be read:" << document->error();
         return false;
     }
-    const QList<int> rotations = PLPdfPageRotations::read(bytes, document->pageCount());
-    return adoptDocument(std::move(document), rotations);
+    // Asking Qt PDF for the size of every page takes tens of milliseconds on a long document, so
+    // the sizes read from the file stand in once the first and last pages agree with Qt PDF's.
+    QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(bytes, document->pageCount());
+    const auto agrees = [&pages, &document](int page) {
+        const QSizeF difference = pages.at(page).size - document->pagePointSize(page);
+        return std::abs(difference.width()) < 0.01 && std::abs(difference.height()) < 0.01;
+    };
+    if (!pages.isEmpty() && (!agrees(0) || !agrees(int(pages.size()) - 1))) {
+        qCWarning(lcUi) << "the page sizes read from the PDF differ from Qt PDF's; asking Qt PDF for them";
+        pages.clear();
+    }
+    return adoptDocument(std::move(document), pages);
 }
 
-bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<int> &rotations)
+bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<PLPdfPageRotations::Page> &pages)
 {
     if (document->pageCount() <= 0) {
         qCWarning(lcUi) << "the PDF has no pages";
         return false;
     }
     m_document = std::move(document);
-    m_pageRotations = rotations;
+    m_pageRotations.clear();
     ++m_generation;
     invalidateRenders();
     m_pageSizes.clear();
-    for (int page = 0; page < m_document->pageCount(); ++page)
-        m_pageSizes.append(m_document->pagePointSize(page));
+    for (int page = 0; page < m_document->pageCount(); ++page) {
+        m_pageSizes.append(pages.isEmpty() ? m_document->pagePointSize(page) : pages.at(page).size);
+        m_pageRotations.append(pages.isEmpty() ? 0 : pages.at(page).rotation);
+    }
     m_pageTexts = QList<QString>(m_document->pageCount());
     m_selectionText.clear();
     m_selectionBounds.clear();
@@ -419,10 +430,15 @@ void PLPDFView::requestVisiblePages()
     const int count = int(m_pageRects.size());
     m_wanted->first = std::max(0, first - kRenderAhead);
     m_wanted->last = std::min(count - 1, last + kRenderAhead);
-    // The visible pages first, then the nearest ones below and above.
-    for (int page = first; page <= last; ++page)
+    // The visible pages first, then the nearest ones below and above. Pages render one at a
+    // time inside Qt PDF, so a page ahead started alongside would hold up the one in view: the
+    // pages ahead wait until those in view are drawn.
+    bool allDrawn = true;
+    for (int page = first; page <= last; ++page) {
         render(page);
-    for (int ahead = 1; ahead <= kRenderAhead; ++ahead) {
+        allDrawn = allDrawn && isPageRendered(page);
+    }
+    for (int ahead = 1; allDrawn && ahead <= kRenderAhead; ++ahead) {
         if (last + ahead < count)
             render(last + ahead);
         if (first - ahead >= 0)
@@ -463,6 +479,7 @@ void PLPDFView::render(int page)
         image.setDevicePixelRatio(ratio);
         m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
         evictFarthestPages();
+        requestVisiblePages();
         viewport()->update();
         emit pageRendered(page);
     });

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/typesetting/PLPdfPageRotations.h"
+
 #include <QAbstractScrollArea>
 #include <QFutureWatcher>
 #include <QHash>
@@ -124,7 +126,8 @@ private:
         quint64 generation = 0;
     };
 
-    bool adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<int> &rotations);
+    // Pages read from the file, or none to ask Qt PDF for the sizes and draw every page upright.
+    bool adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<PLPdfPageRotations::Page> &pages);
     void layoutPages();
     const QString &pageText(int page);
     // The selection's characters on its page run from start to end, -1 when unknown.

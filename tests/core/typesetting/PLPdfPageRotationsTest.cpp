@@ -90,7 +90,8 @@ QByteArray compressedPdf(const QMap<int, QByteArray> &objects)
 }
 
 // A catalog, a root node that turns its pages by the given amount, and an inner node with its
-// own turn around the last two pages; page 3 also turns itself.
+// own turn around the last two pages; page 3 also turns itself, page 5 is cropped partly beyond
+// the media box.
 QMap<int, QByteArray> tree(const QByteArray &rootRotate, const QByteArray &innerRotate, const QByteArray &pageRotate)
 {
     return {
@@ -98,10 +99,20 @@ QMap<int, QByteArray> tree(const QByteArray &rootRotate, const QByteArray &inner
         {2, "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 3 " + rootRotate + " /MediaBox [0 0 300 200] >>"},
         {3, "<< /Type /Page /Parent 2 0 R " + pageRotate + " >>"},
         {4, "<< /Type /Pages /Parent 2 0 R /Kids [5 0 R 6 0 R] /Count 2 " + innerRotate + " >>"},
-        {5, "<< /Type /Page /Parent 4 0 R /Contents 7 0 R >>"},
+        {5, "<< /Type /Page /Parent 4 0 R /Contents 7 0 R /CropBox [-10 10 110 60] >>"},
         {6, "<< /Type /Page /Parent 4 0 R /Rotate 7 0 R >>"},
         {7, "-90"},
     };
+}
+
+// The turns read, 0 for every page when the file cannot be followed.
+QList<int> rotations(QByteArrayView pdf, int pageCount)
+{
+    const QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(pdf, pageCount);
+    QList<int> turns(pageCount, 0);
+    for (qsizetype page = 0; page < pages.size(); ++page)
+        turns[page] = pages.at(page).rotation;
+    return turns;
 }
 
 struct TreeCase
@@ -117,15 +128,21 @@ class PdfPageRotations : public ::testing::TestWithParam<TreeCase>
 };
 
 // Turns are inherited from the nearest node that has one, may be indirect, and come out as a
-// quarter turn between 0 and 270 whatever their sign or size; both file layouts agree.
+// quarter turn between 0 and 270 whatever their sign or size; both file layouts agree. A page is
+// drawn at its crop box within its media box, turned.
 TEST_P(PdfPageRotations, InheritAndNormaliseInClassicAndCompressedFiles)
 {
     const TreeCase &c = GetParam();
     const QMap<int, QByteArray> objects = tree(c.rootRotate, c.innerRotate, c.pageRotate);
-    EXPECT_EQ(PLPdfPageRotations::read(classicPdf(objects), 3), c.expected);
-    EXPECT_EQ(PLPdfPageRotations::read(compressedPdf(objects), 3), c.expected);
+    EXPECT_EQ(rotations(classicPdf(objects), 3), c.expected);
+    EXPECT_EQ(rotations(compressedPdf(objects), 3), c.expected);
+    const QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(classicPdf(objects), 3);
+    ASSERT_EQ(pages.size(), 3);
+    const QSizeF upright[] = {{300, 200}, {110, 50}, {300, 200}};
+    for (int page = 0; page < 3; ++page)
+        EXPECT_EQ(pages.at(page).size, c.expected.at(page) % 180 ? upright[page].transposed() : upright[page]) << page;
     // Bytes before the header move every offset along.
-    EXPECT_EQ(PLPdfPageRotations::read(QByteArray("junk\n").append(classicPdf(objects)), 3), c.expected);
+    EXPECT_EQ(rotations(QByteArray("junk\n").append(classicPdf(objects)), 3), c.expected);
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, PdfPageRotations,
@@ -159,9 +176,9 @@ TEST(PdfPageRotationsDamage, GiveUprightPages)
         classicPdf(deep),
     };
     for (const QByteArray &input : inputs)
-        EXPECT_EQ(PLPdfPageRotations::read(input, 3), QList<int>(3, 0)) << input.left(80).toStdString();
-    EXPECT_EQ(PLPdfPageRotations::read(whole, 2), QList<int>(2, 0));
-    EXPECT_TRUE(PLPdfPageRotations::read(whole, 0).isEmpty());
+        EXPECT_EQ(rotations(input, 3), QList<int>(3, 0)) << input.left(80).toStdString();
+    EXPECT_EQ(rotations(whole, 2), QList<int>(2, 0));
+    EXPECT_TRUE(PLPdfPageRotations::readPages(whole, 0).isEmpty());
 }
 
 // A later update overrides a page of the first one; the reader follows /Prev back for the rest.
@@ -174,7 +191,7 @@ TEST(PdfPageRotationsUpdates, TheNewestSectionWins)
     const qsizetype table = pdf.size();
     pdf += "xref\n5 1\n" + QByteArray::number(offset).rightJustified(10, '0') + " 00000 n \ntrailer\n<< /Size 8 /Root 1 0 R /Prev "
            + QByteArray::number(previous) + " >>\nstartxref\n" + QByteArray::number(table) + "\n%%EOF\n";
-    EXPECT_EQ(PLPdfPageRotations::read(pdf, 3), (QList<int>{0, 180, 270}));
+    EXPECT_EQ(rotations(pdf, 3), (QList<int>{0, 180, 270}));
 }
 
 }
