@@ -15,9 +15,11 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <map>
+#include <vector>
 
 namespace {
 
@@ -102,22 +104,40 @@ private:
     PLPDFView m_view;
 };
 
-// The finish notification's work: new bytes of the same book to the page in view drawn at
-// 150 dpi, the old pages standing in meanwhile.
-// The argument is the book's length in pages.
-void reloadToVisiblePageDrawn(benchmark::State &state)
+// The finish notification's work, timed on the wall clock from the notification until the paint
+// that shows the new document's page in view at 150 dpi has completed: the pane reads the PDF
+// file, loads it, and the page is rendered and painted, the old pages standing in meanwhile.
+// The argument is the book's length in pages; the counters give the fastest and the median reload.
+void finishToVisiblePageDrawn(benchmark::State &state)
 {
     const int pages = int(state.range(0));
+    QTemporaryDir folder;
+    const QString path = folder.filePath(QStringLiteral("book.pdf"));
+    QFile written(path);
+    if (!written.open(QIODevice::WriteOnly) || written.write(Book::withPages(pages).bytes()) < 0)
+        std::abort();
+    written.close();
     ShownBook shown(pages);
     shown.view().goToPage(2);
     shown.waitUntilVisiblePageIsRendered();
+    std::vector<double> milliseconds;
     for (auto _ : state) {
-        shown.view().loadData(Book::withPages(pages).bytes());
+        QElapsedTimer sinceNotification;
+        sinceNotification.start();
+        QFile pdf(path);
+        if (!pdf.open(QIODevice::ReadOnly) || !shown.view().loadData(pdf.readAll()))
+            std::abort();
         shown.waitUntilVisiblePageIsRendered();
         shown.view().viewport()->repaint();
+        const qint64 elapsed = sinceNotification.nsecsElapsed();
+        state.SetIterationTime(double(elapsed) / 1e9);
+        milliseconds.push_back(double(elapsed) / 1e6);
     }
+    std::sort(milliseconds.begin(), milliseconds.end());
+    state.counters["min_ms"] = milliseconds.front();
+    state.counters["median_ms"] = milliseconds.at(milliseconds.size() / 2);
 }
-BENCHMARK(reloadToVisiblePageDrawn)->Arg(10)->Arg(kBookPages)->Unit(benchmark::kMillisecond)->UseRealTime();
+BENCHMARK(finishToVisiblePageDrawn)->Arg(10)->Arg(kBookPages)->Iterations(15)->Unit(benchmark::kMillisecond)->UseManualTime();
 
 // One text page rendered at 150 dpi by itself: the worker's share of the reload and of scrolling.
 void renderOnePage(benchmark::State &state)

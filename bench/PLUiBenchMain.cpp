@@ -1,4 +1,5 @@
-// The entry point of every ...UiBench program: views on the offscreen platform, with settings in a
+// The entry point of every ...UiBench program: views on the offscreen platform unless
+// QT_QPA_PLATFORM names another, with settings in a
 // folder of their own so a run never touches the user's.
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
@@ -11,7 +12,9 @@
 
 int main(int argc, char **argv)
 {
-    qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Offscreen unless a display platform is asked for, as under xvfb-run.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QTemporaryDir settings;
     PLUserDefaults::resetStandardUserDefaults(QDir(settings.path()).filePath(QStringLiteral("plumeo.ini")));
     PLUserDefaults::standardUserDefaults().registerDefaults(PLRegisteredUserDefaults());

@@ -25,6 +25,7 @@ declare -A seeds=(
   [PLLogStringParserFuzzer]="$documents"
   [PLTypesettingLogFileParserFuzzer]="$documents"
   [PLSyncTexFuzzer]="$root/fuzz/seeds/synctex"
+  [PLPdfPageRotationsFuzzer]="$root/fuzz/seeds/pdf"
 )
 
 # The installed libsynctex loses a 32 KB buffer per scanner (see tests/lsan.supp): a long SyncTeX

@@ -66,21 +66,35 @@ bool PLPDFView::loadData(const QByteArray &bytes)
         qCWarning(lcUi) << "the PDF could not be read:" << document->error();
         return false;
     }
-    return adoptDocument(std::move(document));
+    // Asking Qt PDF for the size of every page takes tens of milliseconds on a long document, so
+    // the sizes read from the file stand in once the first and last pages agree with Qt PDF's.
+    QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(bytes, document->pageCount());
+    const auto agrees = [&pages, &document](int page) {
+        const QSizeF difference = pages.at(page).size - document->pagePointSize(page);
+        return std::abs(difference.width()) < 0.01 && std::abs(difference.height()) < 0.01;
+    };
+    if (!pages.isEmpty() && (!agrees(0) || !agrees(int(pages.size()) - 1))) {
+        qCWarning(lcUi) << "the page sizes read from the PDF differ from Qt PDF's; asking Qt PDF for them";
+        pages.clear();
+    }
+    return adoptDocument(std::move(document), pages);
 }
 
-bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document)
+bool PLPDFView::adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<PLPdfPageRotations::Page> &pages)
 {
     if (document->pageCount() <= 0) {
         qCWarning(lcUi) << "the PDF has no pages";
         return false;
     }
     m_document = std::move(document);
+    m_pageRotations.clear();
     ++m_generation;
     invalidateRenders();
     m_pageSizes.clear();
-    for (int page = 0; page < m_document->pageCount(); ++page)
-        m_pageSizes.append(m_document->pagePointSize(page));
+    for (int page = 0; page < m_document->pageCount(); ++page) {
+        m_pageSizes.append(pages.isEmpty() ? m_document->pagePointSize(page) : pages.at(page).size);
+        m_pageRotations.append(pages.isEmpty() ? 0 : pages.at(page).rotation);
+    }
     m_pageTexts = QList<QString>(m_document->pageCount());
     m_selectionText.clear();
     m_selectionBounds.clear();
@@ -111,6 +125,47 @@ int PLPDFView::pageCount() const
 qreal PLPDFView::pixelsPerPoint() const
 {
     return m_zoomFactor * logicalDpiY() / 72.0;
+}
+
+int PLPDFView::pageRotation(int page) const
+{
+    return page >= 0 && page < m_pageRotations.size() ? m_pageRotations.at(page) : 0;
+}
+
+QTransform PLPDFView::pageToDrawn(int page) const
+{
+    if (page < 0 || page >= m_pageSizes.size())
+        return {};
+    // The page as typeset is the drawn one turned back.
+    const int rotation = pageRotation(page);
+    const QSizeF drawn = m_pageSizes.at(page);
+    const qreal width = rotation % 180 ? drawn.height() : drawn.width();
+    const qreal height = rotation % 180 ? drawn.width() : drawn.height();
+    switch (rotation) {
+    case 90:
+        return QTransform(0, 1, -1, 0, height, 0);
+    case 180:
+        return QTransform(-1, 0, 0, -1, width, height);
+    case 270:
+        return QTransform(0, -1, 1, 0, 0, width);
+    default:
+        return {};
+    }
+}
+
+QTransform PLPDFView::textToPage(int page) const
+{
+    if (page < 0 || page >= m_pageSizes.size())
+        return {};
+    const QSizeF drawn = m_pageSizes.at(page);
+    const qreal height = pageRotation(page) % 180 ? drawn.width() : drawn.height();
+    return QTransform::fromTranslate(0, height - drawn.height());
+}
+
+QPdfSelection PLPDFView::selection(int page, const QPointF &from, const QPointF &to) const
+{
+    const QTransform toText = textToPage(page).inverted();
+    return m_document->getSelection(page, toText.map(from), toText.map(to));
 }
 
 void PLPDFView::layoutPages()
@@ -309,7 +364,7 @@ bool PLPDFView::findString(const QString &text, bool forwards)
         if (index >= 0) {
             const QPdfSelection hit = m_document->getSelectionAtIndex(page, int(index), int(text.size()));
             setSelection(page, hit.text(), hit.bounds(), index, index + text.size());
-            showArea(page, hit.boundingRectangle());
+            showArea(page, textToPage(page).mapRect(hit.boundingRectangle()));
             return true;
         }
         page = forwards ? (page + 1) % count : (page + count - 1) % count;
@@ -375,10 +430,15 @@ void PLPDFView::requestVisiblePages()
     const int count = int(m_pageRects.size());
     m_wanted->first = std::max(0, first - kRenderAhead);
     m_wanted->last = std::min(count - 1, last + kRenderAhead);
-    // The visible pages first, then the nearest ones below and above.
-    for (int page = first; page <= last; ++page)
+    // The visible pages first, then the nearest ones below and above. Pages render one at a
+    // time inside Qt PDF, so a page ahead started alongside would hold up the one in view: the
+    // pages ahead wait until those in view are drawn.
+    bool allDrawn = true;
+    for (int page = first; page <= last; ++page) {
         render(page);
-    for (int ahead = 1; ahead <= kRenderAhead; ++ahead) {
+        allDrawn = allDrawn && isPageRendered(page);
+    }
+    for (int ahead = 1; allDrawn && ahead <= kRenderAhead; ++ahead) {
         if (last + ahead < count)
             render(last + ahead);
         if (first - ahead >= 0)
@@ -419,6 +479,7 @@ void PLPDFView::render(int page)
         image.setDevicePixelRatio(ratio);
         m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
         evictFarthestPages();
+        requestVisiblePages();
         viewport()->update();
         emit pageRendered(page);
     });
@@ -456,7 +517,8 @@ void PLPDFView::showArea(int page, const QRectF &area)
     }
     const QRect rect = pageRect(page);
     const qreal scale = pixelsPerPoint();
-    const QRect target = QRectF(rect.topLeft() + area.topLeft() * scale, area.size() * scale).toAlignedRect();
+    const QRectF drawn = pageToDrawn(page).mapRect(area);
+    const QRect target = QRectF(rect.topLeft() + drawn.topLeft() * scale, drawn.size() * scale).toAlignedRect();
     // The area lands a third of the way down the viewport, where the eye looks first; sideways
     // the view only moves when the area is out of sight, so the page keeps its place.
     int x = scrollOrigin().x();
@@ -495,12 +557,14 @@ void PLPDFView::paintEvent(QPaintEvent *event)
             painter.save();
             painter.translate(rect.topLeft());
             painter.scale(scale, scale);
+            painter.setTransform(pageToDrawn(page), true);
             for (const QPolygonF &polygon : std::as_const(m_selectionBounds))
                 painter.fillPath([&polygon] { QPainterPath path; path.addPolygon(polygon); return path; }(), kSelectionColour);
             painter.restore();
         }
         if (page == m_highlightPage) {
-            const QRectF area = QRectF(rect.topLeft() + m_highlight.topLeft() * scale, m_highlight.size() * scale)
+            const QRectF drawn = pageToDrawn(page).mapRect(m_highlight);
+            const QRectF area = QRectF(rect.topLeft() + drawn.topLeft() * scale, drawn.size() * scale)
                                     .adjusted(-kHighlightPadding, -kHighlightPadding, kHighlightPadding, kHighlightPadding);
             painter.save();
             painter.setRenderHint(QPainter::Antialiasing);
@@ -613,8 +677,7 @@ void PLPDFView::mouseDoubleClickEvent(QMouseEvent *event)
     if (event->button() != Qt::LeftButton || !pagePointAt(event->position().toPoint(), &m_selectedPage, &m_selectedPoint))
         return;
     // The word under the mouse: the characters around the nearest one, up to white space.
-    const QPdfSelection near =
-        m_document->getSelection(m_selectedPage, m_selectedPoint - QPointF(3, 0), m_selectedPoint + QPointF(3, 0));
+    const QPdfSelection near = selection(m_selectedPage, m_selectedPoint - QPointF(3, 0), m_selectedPoint + QPointF(3, 0));
     if (!near.text().isEmpty()) {
         const QString &text = pageText(m_selectedPage);
         qsizetype start = std::min<qsizetype>(near.startIndex(), text.size());
@@ -639,7 +702,7 @@ void PLPDFView::mouseMoveEvent(QMouseEvent *event)
     QPointF point;
     // A drag selects within the page it started on.
     if (pagePointAt(event->position().toPoint(), &page, &point) && page == m_selectedPage) {
-        setSelection(page, m_document->getSelection(page, m_selectedPoint, point));
+        setSelection(page, selection(page, m_selectedPoint, point));
     }
 }
 
@@ -647,7 +710,10 @@ void PLPDFView::setSelection(int page, const QString &text, const QList<QPolygon
 {
     m_selectionPage = text.isEmpty() ? -1 : page;
     m_selectionText = text;
-    m_selectionBounds = bounds;
+    const QTransform toPage = textToPage(page);
+    m_selectionBounds.clear();
+    for (const QPolygonF &polygon : bounds)
+        m_selectionBounds.append(toPage.map(polygon));
     m_selectionStart = text.isEmpty() ? -1 : start;
     m_selectionEnd = text.isEmpty() ? -1 : end;
     viewport()->update();
@@ -676,7 +742,7 @@ bool PLPDFView::syncPoint(int *page, QPointF *point) const
 void PLPDFView::showSelection(int page, const QPdfSelection &selection)
 {
     setSelection(page, selection);
-    showArea(page, selection.boundingRectangle());
+    showArea(page, textToPage(page).mapRect(selection.boundingRectangle()));
 }
 
 void PLPDFView::copy() const
@@ -698,6 +764,6 @@ bool PLPDFView::pagePointAt(const QPoint &viewportPoint, int *page, QPointF *poi
     if (found < 0)
         return false;
     *page = found;
-    *point = QPointF(contentPoint - m_pageRects.at(found).topLeft()) / pixelsPerPoint();
+    *point = pageToDrawn(found).inverted().map(QPointF(contentPoint - m_pageRects.at(found).topLeft()) / pixelsPerPoint());
     return true;
 }

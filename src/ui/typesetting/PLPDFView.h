@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/typesetting/PLPdfPageRotations.h"
+
 #include <QAbstractScrollArea>
 #include <QFutureWatcher>
 #include <QHash>
@@ -7,6 +9,7 @@
 #include <QPolygonF>
 #include <QRectF>
 #include <QSet>
+#include <QTransform>
 
 #include <atomic>
 #include <memory>
@@ -17,6 +20,9 @@ class QPdfSelection;
 // Shows a PDF as one column of pages that scrolls continuously. Pages are rendered on worker
 // threads and cached per page and zoom; painting only draws what is already rendered, so a
 // reloaded document keeps showing its previous pages until the new ones are ready.
+// Points and areas of a page are in PDF points from the top-left corner of the page as typeset,
+// before any turn of the page (/Rotate) is applied: the space SyncTeX measures in. The view turns
+// them to where the page is drawn.
 class PLPDFView : public QAbstractScrollArea
 {
     Q_OBJECT
@@ -56,12 +62,11 @@ public:
     QRect pageRect(int page) const;
     // The page under a point of the content, or the nearest one between pages; -1 without pages.
     int pageAt(const QPoint &contentPoint) const;
-    // Scrolls a rectangle of the page (PDF points from its top-left corner) into view and
-    // highlights it briefly.
+    // Scrolls a rectangle of the page into view and highlights it briefly.
     void showArea(int page, const QRectF &area);
     QRectF highlightedArea() const { return m_highlight; }
     int highlightedPage() const { return m_highlightPage; }
-    // The page and point (PDF points from its top-left corner) of the last click; page -1 before.
+    // The page and point of the last click; page -1 before.
     int selectedPage() const { return m_selectedPage; }
     QPointF selectedPoint() const { return m_selectedPoint; }
     // The text selected by a drag or a double click, on one page; empty when there is none.
@@ -73,6 +78,12 @@ public:
     void copy() const;
     // Makes text of the page the selection, scrolls it into view and highlights it briefly.
     void showSelection(int page, const QPdfSelection &selection);
+    // The text of the page between two points.
+    QPdfSelection selection(int page, const QPointF &from, const QPointF &to) const;
+    // The clockwise turn the page is drawn with: 0, 90, 180 or 270.
+    int pageRotation(int page) const;
+    // Where a point of the page is drawn, in PDF points from the top-left corner of the drawn page.
+    QTransform pageToDrawn(int page) const;
     // Finds the text, ignoring case, after (or before) the current selection, wrapping around the
     // document, and makes the hit the selection, shown and highlighted briefly. False when the
     // document does not hold it.
@@ -91,8 +102,7 @@ signals:
     void documentChanged();
     void pageRendered(int page);
     void didFocus();
-    // A Ctrl+click or a double click asks for the source of that point (PDF points from the
-    // page's top-left corner).
+    // A Ctrl+click or a double click asks for the source of that point.
     void syncRequested(int page, const QPointF &point);
 
 protected:
@@ -116,10 +126,12 @@ private:
         quint64 generation = 0;
     };
 
-    bool adoptDocument(std::shared_ptr<QPdfDocument> document);
+    // Pages read from the file, or none to ask Qt PDF for the sizes and draw every page upright.
+    bool adoptDocument(std::shared_ptr<QPdfDocument> document, const QList<PLPdfPageRotations::Page> &pages);
     void layoutPages();
     const QString &pageText(int page);
     // The selection's characters on its page run from start to end, -1 when unknown.
+    // The bounds are where Qt PDF places the text (see textToPage).
     void setSelection(int page, const QString &text, const QList<QPolygonF> &bounds, qsizetype start = -1, qsizetype end = -1);
     void setSelection(int page, const QPdfSelection &selection);
     bool isContinuous() const { return m_displayMode == SinglePageContinuous || m_displayMode == TwoUpContinuous; }
@@ -132,6 +144,9 @@ private:
     void invalidateRenders();
     bool pagePointAt(const QPoint &viewportPoint, int *page, QPointF *point) const;
     qreal pixelsPerPoint() const;
+    // Qt PDF places the text of a turned page as if it were upright, yet measures from the top of
+    // the drawn page; this moves its places into the page's own points.
+    QTransform textToPage(int page) const;
     QPoint contentOffset() const;
 
     // What the workers should still render: a render that starts after its page has scrolled
@@ -146,6 +161,7 @@ private:
     std::shared_ptr<QPdfDocument> m_document;
     // Read once per document: asking the document waits for any render under way.
     QList<QSizeF> m_pageSizes;
+    QList<int> m_pageRotations;
     quint64 m_generation = 0;
     std::shared_ptr<WantedPages> m_wanted = std::make_shared<WantedPages>();
     qint64 m_cacheBudget = defaultRenderCacheBudget;

@@ -328,7 +328,7 @@ void PLSplitViewController::syncPDFToLocationInFile(const std::shared_ptr<PLFile
         if (index < 0 || index >= pdfView->pageCount())
             continue;
         const QPdfSelection selection =
-            pdfView->document()->getSelection(index, QPointF(result.h, result.v), QPointF(result.h + 10, result.v));
+            pdfView->selection(index, QPointF(result.h, result.v), QPointF(result.h + 10, result.v));
         if (!selection.text().isEmpty()) {
             page = index;
             shown = selection;
