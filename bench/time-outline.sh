@@ -14,36 +14,42 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export XDG_CONFIG_HOME=$work/config
 
-# Milliseconds of each of the runs of a command, one a line.
+# Elapsed and processor (user and system) milliseconds of each run of a command, a run a line:
+# on a loaded machine the processor time is the steadier figure.
 times() {
   for _ in $(seq "$runs"); do
-    s=$(date +%s%N); "$@" >/dev/null; e=$(date +%s%N)
-    echo $(( (e - s) / 1000000 ))
+    /usr/bin/time -f '%e %U %S' -o "$work/time" "$@" >/dev/null
+    awk '{ printf "%d %d\n", $1 * 1000, ($2 + $3) * 1000 }' "$work/time"
   done
 }
-# "minimum median" of numbers, one a line.
-summary() { sort -n | awk '{ v[NR] = $1 } END { print v[1], v[int((NR + 1) / 2)] }'; }
-outline() { "$build/src/cli/plumeo-cli" outline "$1/main.tex" --no-content; }
-reading() { cat "$1"/main.tex "$1"/chapters/*.tex "$1"/refs.bib; }
+# "minimum median" of the elapsed times, then of the processor times.
+summary() {
+  local runs_seen
+  runs_seen=$(cat)
+  for column in 1 2; do
+    cut -d' ' -f$column <<<"$runs_seen" | sort -n | awk '{ v[NR] = $1 } END { printf "%d %d ", v[1], v[int((NR + 1) / 2)] }'
+  done
+  echo
+}
 
 case $mode in
 cat)
   python3 "$root/bench/generate-project.py" "$work/p" 200 5
   du -sh "$work/p" | cut -f1 | sed 's/^/project size: /'
-  read -r omin omed < <(times outline "$work/p" | summary)
-  read -r cmin cmed < <(times reading "$work/p" | summary)
-  echo "plumeo-cli outline: min ${omin} ms, median ${omed} ms ($runs runs)"
-  echo "cat of the same files: min ${cmin} ms, median ${cmed} ms ($runs runs)"
-  awk -v o="$omin" -v c="$cmin" 'BEGIN { printf "outline / cat (minima): %.2fx\n", o / (c > 0 ? c : 1) }'
+  read -r omin omed ocmin ocmed < <(times "$build/src/cli/plumeo-cli" outline "$work/p/main.tex" --no-content | summary)
+  read -r cmin cmed ccmin ccmed < <(times cat "$work"/p/main.tex "$work"/p/chapters/*.tex "$work"/p/refs.bib | summary)
+  echo "plumeo-cli outline: elapsed min ${omin} ms, median ${omed} ms; processor min ${ocmin} ms, median ${ocmed} ms ($runs runs)"
+  echo "cat of the same files: elapsed min ${cmin} ms, median ${cmed} ms; processor min ${ccmin} ms, median ${ccmed} ms"
+  awk -v o="$omin" -v c="$cmin" 'BEGIN { printf "outline / cat (elapsed minima): %.2fx\n", o / (c > 0 ? c : 1) }'
   ;;
 scaling)
   for scale in 1 4 16; do
     python3 "$root/bench/generate-project.py" "$work/p$scale" $((200 * scale)) $((5 * scale))
-    read -r min med < <(times outline "$work/p$scale" | summary)
-    echo "$scale $min $med"
-  done | awk '{ if (NR == 1) { bmin = $2; bmed = $3 }
-               printf "%2dx (%5d files): min %6d ms, median %6d ms; ratio to 1x: min %.2f, median %.2f\n",
-                      $1, 200 * $1, $2, $3, $2 / bmin, $3 / bmed }'
+    echo "$scale $(times "$build/src/cli/plumeo-cli" outline "$work/p$scale/main.tex" --no-content | summary)"
+    rm -rf "$work/p$scale"
+  done | awk '{ if (NR == 1) { b[2] = $2; b[3] = $3; b[4] = $4; b[5] = $5 }
+               printf "%2dx (%5d files): elapsed min %6d ms, median %6d ms (ratio %.2f, %.2f); processor min %6d ms, median %6d ms (ratio %.2f, %.2f)\n",
+                      $1, 200 * $1, $2, $3, $2 / b[2], $3 / b[3], $4, $5, $4 / (b[4] > 0 ? b[4] : 1), $5 / (b[5] > 0 ? b[5] : 1) }'
   ;;
 *)
   echo "usage: $0 cat|scaling [BUILD_FOLDER]" >&2
