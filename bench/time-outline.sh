@@ -18,8 +18,8 @@ export XDG_CONFIG_HOME=$work/config
 # on a loaded machine the processor time is the steadier figure.
 times() {
   for _ in $(seq "$runs"); do
-    /usr/bin/time -f '%e %U %S' -o "$work/time" "$@" >/dev/null
-    awk '{ printf "%d %d\n", $1 * 1000, ($2 + $3) * 1000 }' "$work/time"
+    s=$(date +%s%N); /usr/bin/time -f '%U %S' -o "$work/time" "$@" >/dev/null; e=$(date +%s%N)
+    awk -v elapsed=$(( (e - s) / 1000000 )) '{ printf "%d %d\n", elapsed, ($1 + $2) * 1000 }' "$work/time"
   done
 }
 # "minimum median" of the elapsed times, then of the processor times.
