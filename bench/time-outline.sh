@@ -1,23 +1,58 @@
 #!/usr/bin/env bash
-# Times `plumeo-cli outline` on a generated 200-file project against `cat` reading the same files.
-# usage: bench/time-outline.sh [BUILD_FOLDER=build-release]
+# Times `plumeo-cli outline` on generated projects, as minimum and median of RUNS runs.
+# usage: bench/time-outline.sh cat [BUILD_FOLDER=build-release]
+#          the 200-file project (5 MB) against `cat` reading the same files
+#        bench/time-outline.sh scaling [BUILD_FOLDER=build-release]
+#          projects of 1, 4 and 16 times 200 files and 5 MB: their times and the ratios to the first
+#        RUNS (default 5) sets the number of runs.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build=${1:-$root/build-release}
-project=$(mktemp -d)
-trap 'rm -rf "$project"' EXIT
-python3 "$root/bench/generate-project.py" "$project" 200 5
-export XDG_CONFIG_HOME=$project/config
-du -sh "$project" | cut -f1 | sed 's/^/project size: /'
-runs=5
-best() { sort -n | head -1; }
-outline=$(for _ in $(seq $runs); do
-  s=$(date +%s%N); "$build/src/cli/plumeo-cli" outline "$project/main.tex" --no-content >/dev/null; e=$(date +%s%N)
-  echo $(( (e - s) / 1000000 ))
-done | best)
-reading=$(for _ in $(seq $runs); do
-  s=$(date +%s%N); cat "$project"/main.tex "$project"/chapters/*.tex "$project"/refs.bib >/dev/null; e=$(date +%s%N)
-  echo $(( (e - s) / 1000000 ))
-done | best)
-echo "plumeo-cli outline: ${outline} ms (best of $runs)"
-echo "cat of the same files: ${reading} ms (best of $runs)"
+mode=${1:-cat}
+build=${2:-$root/build-release}
+runs=${RUNS:-5}
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+export XDG_CONFIG_HOME=$work/config
+
+# Elapsed and processor (user and system) milliseconds of each run of a command, a run a line:
+# on a loaded machine the processor time is the steadier figure.
+times() {
+  for _ in $(seq "$runs"); do
+    s=$(date +%s%N); /usr/bin/time -f '%U %S' -o "$work/time" "$@" >/dev/null; e=$(date +%s%N)
+    awk -v elapsed=$(( (e - s) / 1000000 )) '{ printf "%d %d\n", elapsed, ($1 + $2) * 1000 }' "$work/time"
+  done
+}
+# "minimum median" of the elapsed times, then of the processor times.
+summary() {
+  local runs_seen
+  runs_seen=$(cat)
+  for column in 1 2; do
+    cut -d' ' -f$column <<<"$runs_seen" | sort -n | awk '{ v[NR] = $1 } END { printf "%d %d ", v[1], v[int((NR + 1) / 2)] }'
+  done
+  echo
+}
+
+case $mode in
+cat)
+  python3 "$root/bench/generate-project.py" "$work/p" 200 5
+  du -sh "$work/p" | cut -f1 | sed 's/^/project size: /'
+  read -r omin omed ocmin ocmed < <(times "$build/src/cli/plumeo-cli" outline "$work/p/main.tex" --no-content | summary)
+  read -r cmin cmed ccmin ccmed < <(times cat "$work"/p/main.tex "$work"/p/chapters/*.tex "$work"/p/refs.bib | summary)
+  echo "plumeo-cli outline: elapsed min ${omin} ms, median ${omed} ms; processor min ${ocmin} ms, median ${ocmed} ms ($runs runs)"
+  echo "cat of the same files: elapsed min ${cmin} ms, median ${cmed} ms; processor min ${ccmin} ms, median ${ccmed} ms"
+  awk -v o="$omin" -v c="$cmin" 'BEGIN { printf "outline / cat (elapsed minima): %.2fx\n", o / (c > 0 ? c : 1) }'
+  ;;
+scaling)
+  for scale in 1 4 16; do
+    python3 "$root/bench/generate-project.py" "$work/p$scale" $((200 * scale)) $((5 * scale))
+    echo "$scale $(times "$build/src/cli/plumeo-cli" outline "$work/p$scale/main.tex" --no-content | summary)"
+    rm -rf "$work/p$scale"
+  done | awk '{ if (NR == 1) { b[2] = $2; b[3] = $3; b[4] = $4; b[5] = $5 }
+               printf "%2dx (%5d files): elapsed min %6d ms, median %6d ms (ratio %.2f, %.2f); processor min %6d ms, median %6d ms (ratio %.2f, %.2f)\n",
+                      $1, 200 * $1, $2, $3, $2 / b[2], $3 / b[3], $4, $5, $4 / (b[4] > 0 ? b[4] : 1), $5 / (b[5] > 0 ? b[5] : 1) }'
+  ;;
+*)
+  echo "usage: $0 cat|scaling [BUILD_FOLDER]" >&2
+  exit 2
+  ;;
+esac

@@ -4,12 +4,6 @@
 
 namespace PLStringLineCalculations {
 
-bool isLineTerminator(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
-}
-
 namespace {
 qsizetype lineStartAt(const QString &text, qsizetype location)
 {

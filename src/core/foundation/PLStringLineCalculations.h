@@ -8,7 +8,12 @@
 // U+2029; lines count from 1.
 namespace PLStringLineCalculations {
 
-bool isLineTerminator(QChar c);
+// Inline: the line walks of the log parsers call it for every character.
+inline bool isLineTerminator(QChar c)
+{
+    const char16_t u = c.unicode();
+    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
+}
 
 // The line that holds a range: where it starts, where its terminator starts and where the next
 // line starts. An empty range at the end of text that ends with a terminator is the empty last line.

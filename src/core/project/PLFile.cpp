@@ -144,6 +144,7 @@ void PLFile::parse()
     // so a reparse ends with the counts of a fresh open: files still included keep their object,
     // files no longer included leave the include set.
     const auto previous = std::exchange(m_filesInDocument, {});
+    m_filesInDocumentByPath.clear();
     const auto previousOpenings = std::exchange(m_openingsOfFilesInDocument, {});
     m_contentParser->parseFile(shared_from_this());
     for (const auto &file : previous)
@@ -202,9 +203,7 @@ QString PLFile::content() const
 
 std::shared_ptr<PLFile> PLFile::fileInDocumentWithPath(const QString &path) const
 {
-    const auto found = std::find_if(m_filesInDocument.begin(), m_filesInDocument.end(),
-                                    [&](const auto &file) { return file->stringPath() == path; });
-    return found == m_filesInDocument.end() ? nullptr : *found;
+    return m_filesInDocumentByPath.value(path);
 }
 
 QList<std::shared_ptr<PLFile>> PLFile::filesInDocument() const
@@ -488,8 +487,11 @@ QList<PLFileSearchResult> PLFile::searchResultsInContentForString(const QString 
 
 void PLFile::addFileToFilesContainedInDocument(const std::shared_ptr<PLFile> &file)
 {
-    if (file && std::find(m_filesInDocument.begin(), m_filesInDocument.end(), file) == m_filesInDocument.end())
+    if (file && std::find(m_filesInDocument.begin(), m_filesInDocument.end(), file) == m_filesInDocument.end()) {
         m_filesInDocument.push_back(file);
+        if (!m_filesInDocumentByPath.contains(file->stringPath()))
+            m_filesInDocumentByPath.insert(file->stringPath(), file);
+    }
 }
 
 std::shared_ptr<PLFile> PLFile::addFileWithPathToFilesContainedInDocument(const QString &path)
@@ -515,6 +517,14 @@ std::shared_ptr<PLFile> PLFile::addUntitledFileWithNameToFilesContainedInDocumen
 void PLFile::removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile> &file)
 {
     m_filesInDocument.erase(std::remove(m_filesInDocument.begin(), m_filesInDocument.end(), file), m_filesInDocument.end());
+    if (file && m_filesInDocumentByPath.value(file->stringPath()) == file) {
+        // Another file of the include set may have the same path: the first of them takes its place.
+        m_filesInDocumentByPath.remove(file->stringPath());
+        const auto next = std::find_if(m_filesInDocument.begin(), m_filesInDocument.end(),
+                                       [&](const auto &other) { return other->stringPath() == file->stringPath(); });
+        if (next != m_filesInDocument.end())
+            m_filesInDocumentByPath.insert(file->stringPath(), *next);
+    }
     m_openingsOfFilesInDocument.remove(file.get());
 }
 

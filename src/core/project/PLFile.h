@@ -153,6 +153,9 @@ private:
     std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
     std::shared_ptr<PLOutlineNode> m_outlineRootNode;
     std::vector<std::shared_ptr<PLFile>> m_filesInDocument;
+    // The first file of the include set with each path: a root that includes thousands of files
+    // looks each include up here instead of comparing every path. A file's path never changes.
+    QHash<QString, std::shared_ptr<PLFile>> m_filesInDocumentByPath;
     // How often this file opened each file of its include set.
     QHash<const PLFile *, int> m_openingsOfFilesInDocument;
     // Each held open once by this file.

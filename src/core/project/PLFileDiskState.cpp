@@ -2,8 +2,10 @@
 
 #include "core/project/PLRegularFileReader.h"
 
-#include <QCryptographicHash>
 #include <QFile>
+#include <QHashFunctions>
+
+#include <array>
 
 #include <sys/stat.h>
 
@@ -26,7 +28,12 @@ PLFileDiskState PLFileDiskState::ofStat(const struct stat &info)
 
 QByteArray PLFileDiskState::digestOf(const QByteArray &bytes)
 {
-    return QCryptographicHash::hash(bytes, QCryptographicHash::Sha256);
+    // Only ever compared with digests made by this process, to tell an accidental change of the
+    // bytes: a 128-bit hash of two seeds does that about twenty times faster than a cryptographic
+    // one, which took a fifth of opening a project.
+    const std::array<quint64, 2> halves{quint64(qHashBits(bytes.constData(), size_t(bytes.size()), 0x9e3779b9)),
+                                        quint64(qHashBits(bytes.constData(), size_t(bytes.size()), 0x85ebca6b))};
+    return QByteArray(reinterpret_cast<const char *>(halves.data()), qsizetype(sizeof(halves)));
 }
 
 bool PLFileDiskState::isStillOnDisk(const QString &path) const

@@ -160,7 +160,6 @@ std::optional<PLRegexMatch> generalErrorLineAt(QStringView text, qsizetype candi
     const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
     if (lineEnd >= limit || text[lineEnd] != u'\n')
         return std::nullopt;
-    const qsizetype nextLineEnd = expressionLineEnd(text, lineEnd + 1, limit);
     // The greedy run before ".tex:" gives up from the end of the line: the last ".tex:", digits
     // and ": " on it wins.
     const qsizetype from = candidate + 2;
@@ -168,6 +167,7 @@ std::optional<PLRegexMatch> generalErrorLineAt(QStringView text, qsizetype candi
         colonSpace += from;
         const qsizetype colon = lineNumberColonBefore(text, colonSpace, from);
         if (colon - 4 >= from && text.sliced(colon - 4, 4) == u".tex") {
+            const qsizetype nextLineEnd = expressionLineEnd(text, lineEnd + 1, limit);
             const PLRange whole{candidate, nextLineEnd - candidate};
             qsizetype messageStart = colonSpace + 2;
             PLRange latexError = PLNotFoundRange;

@@ -33,7 +33,9 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
             boundary = *opening;
         else
             last = true;
-        const QString segment = text.sliced(previous.location, boundary.location - previous.location);
+        // The segment shares the text's characters: copying every segment costs as much as parsing.
+        const QString segment =
+            QString::fromRawData(text.constData() + previous.location, boundary.location - previous.location);
         parseLogContent(segment);
         const int brackets = countUnclosedBracketsInArea(segment);
         if (brackets > 0)
@@ -43,7 +45,9 @@ void PLTypesettingLogFileParser::parseLogString(const QString &text)
         const QString name = PLLogScanning::nameOfOpenedFile(text, boundary);
         if (!name.isEmpty()) {
             m_currentFilePath = m_mainFolder + name;
-            qCInfo(lcTypesetting).noquote() << "current file is now:" << m_currentFilePath;
+            // One line per opened file: a debug message, so that a log of thousands of files is not
+            // formatted and written unless asked for.
+            qCDebug(lcTypesetting).noquote() << "current file is now:" << m_currentFilePath;
         }
         if (!last)
             opening = PLLogScanning::nextFileOpening(text, boundary.end());

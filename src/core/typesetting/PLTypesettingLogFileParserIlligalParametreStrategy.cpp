@@ -9,9 +9,9 @@ PLTypesettingLogFileParserIlligalParametreStrategy::makeItemFromContent(const QS
                                                                         qsizetype *lineEnd) const
 {
     // The expression is only tried on a line that holds its fixed middle part.
-    if (!QStringView(content)
-             .sliced(*lineStart, *lineEnd - *lineStart)
-             .contains(u": Illegal parameter number in definition of \\"))
+    if (PLLogScanning::indexOfLiteral(QStringView(content).sliced(*lineStart, *lineEnd - *lineStart),
+                                      u": Illegal parameter number in definition of \\")
+        < 0)
         return std::nullopt;
     const std::optional<PLRegexMatch> match = PLLogScanning::firstMatchAfterLiteral(
         QStringLiteral("((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))"), u"./",

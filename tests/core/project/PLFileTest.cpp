@@ -184,6 +184,36 @@ TEST_F(PLFileTest, searchResultsAreCachedForTheLastStringEvenAfterEdits)
     EXPECT_TRUE(file->searchResultsInContentForString(QString()).isEmpty());
 }
 
+// Includes are found by path through an index, which must answer what a search of the include
+// set in order does: the first file with the path, until it leaves the set.
+TEST_F(PLFileTest, includesAreFoundByPathUntilTheyLeaveTheIncludeSet)
+{
+    const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{b}\\input{./a}"));
+    write(QStringLiteral("a.tex"), QStringLiteral("a"));
+    write(QStringLiteral("b.tex"), QStringLiteral("b"));
+    const auto file = open(main);
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), a);
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("b.tex"))), b);
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("c.tex"))), nullptr);
+    file->removeFileFromFilesContaindInDocument(a);
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), nullptr);
+    write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}"));
+    ASSERT_TRUE(file->reloadContent());
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), pool.fileForPath(path(QStringLiteral("a.tex"))));
+    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("b.tex"))), nullptr);
+
+    // Untitled files share the empty path: the next one in order takes the place of a removed one.
+    const auto untitled = PLFile::untitledFileWithName(QStringLiteral("u"), parser);
+    untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{x}\\input{y}"));
+    const QList<std::shared_ptr<PLFile>> included = untitled->filesInDocument();
+    ASSERT_EQ(included.size(), 2);
+    EXPECT_EQ(untitled->fileInDocumentWithPath(QString()), included[0]);
+    untitled->removeFileFromFilesContaindInDocument(included[0]);
+    EXPECT_EQ(untitled->fileInDocumentWithPath(QString()), included[1]);
+}
+
 TEST_F(PLFileTest, preferredEncodingFollowsTheSetting)
 {
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();

@@ -4,6 +4,7 @@
 #include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 #include "PLTypesettingTestSupport.h"
 
+#include <QLoggingCategory>
 #include <QRandomGenerator>
 
 #include <gtest/gtest.h>
@@ -196,6 +197,29 @@ TEST_F(TypesettingLogFileParserTest, ItemsAreCountedAndReachedByIndex)
 // Lines that hold no strategy's literal are passed over without asking the strategies: the items
 // must be those of asking them about every line, on logs where strategies move the positions
 // across empty lines, CR LF pairs and the segment's end.
+// A log of thousands of files must not write a line for each unless debug output is asked for;
+// when it is, the lines are exactly these.
+TEST_F(TypesettingLogFileParserTest, OpenedFilesAreLoggedOnlyWhenDebugOutputIsOn)
+{
+    static QStringList logged;
+    const QtMessageHandler previous =
+        qInstallMessageHandler([](QtMsgType, const QMessageLogContext &context, const QString &message) {
+            if (QByteArrayView(context.category) == "plumeo.typesetting")
+                logged.append(message);
+        });
+    for (const bool debug : {false, true}) {
+        QLoggingCategory::setFilterRules(debug ? QStringLiteral("plumeo.typesetting.debug=true") : QString());
+        logged.clear();
+        parser.parseLogString(QStringLiteral("(./one.tex (./two.tex\n) )\n"));
+        const QStringList expected{QStringLiteral("current file is now: /project/one.tex"),
+                                   QStringLiteral("current file is now: /project/two.tex")};
+        EXPECT_EQ(logged, debug ? expected : QStringList());
+        EXPECT_EQ(parser.currentFilePath(), QStringLiteral("/project/two.tex"));
+    }
+    QLoggingCategory::setFilterRules(QString());
+    qInstallMessageHandler(previous);
+}
+
 TEST(TypesettingLogFileParserLines, SkippingLinesGivesTheItemsOfReadingEveryLine)
 {
     const QStringList pieces{QStringLiteral("\n"), QStringLiteral("\n"), QStringLiteral("\r\n"), QStringLiteral("\r"),
