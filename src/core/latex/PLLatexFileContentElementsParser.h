@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/latex/PLFileContentOutlineParser.h"
+#include "core/project/PLFileContentOutlineParser.h"
 
 // A parser that leaves a file's outline untouched.
 class PLLatexFileContentElementsParser : public PLFileContentOutlineParser

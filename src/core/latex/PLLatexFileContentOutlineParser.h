@@ -1,6 +1,6 @@
 #pragma once
 
-#include "core/latex/PLFileContentOutlineParser.h"
+#include "core/project/PLFileContentOutlineParser.h"
 
 class PLLatexStringParser;
 class PLQuickOpenManager;

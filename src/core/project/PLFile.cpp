@@ -1,6 +1,6 @@
 #include "core/project/PLFile.h"
 
-#include "core/latex/PLFileContentOutlineParser.h"
+#include "core/project/PLFileContentOutlineParser.h"
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"

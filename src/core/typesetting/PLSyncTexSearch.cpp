@@ -6,10 +6,14 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThreadPool>
 
 #include <synctex/synctex_parser.h>
 
+#include <algorithm>
 #include <array>
+#include <atomic>
+#include <condition_variable>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -69,15 +73,35 @@ Scanner openScanner(const QString &pdfPath, const std::array<QString, 2> &dataPa
     return scanner;
 }
 
+std::array<QString, 2> dataPathsOf(const QString &pdfPath)
+{
+    const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
+    return {base + QStringLiteral(".synctex.gz"), base + QStringLiteral(".synctex")};
+}
+
+std::array<DataStamp, 2> stampsOf(const std::array<QString, 2> &paths)
+{
+    return {stampOf(paths[0]), stampOf(paths[1])};
+}
+
+std::atomic<quint64> parses{0};
+
+Scanner parseScanner(const QString &pdfPath, const std::array<QString, 2> &paths)
+{
+    parses.fetch_add(1);
+    return openScanner(pdfPath, paths);
+}
+
 // One parsed scanner per PDF, kept while the SyncTeX files stay as they were read: checking and
 // parsing a large document takes far longer than any query. Queries share the scanner's result
-// list, so one runs at a time.
+// list, so one runs at a time. After a job the parse is done on a worker; a query that comes while
+// it is under way waits for it rather than parsing the same file a second time.
 class ScannerCache
 {
 public:
     static ScannerCache &shared()
     {
-        // Never destroyed: a job's thread may still be reading data when the application exits.
+        // Never destroyed: a worker may still be parsing when the application exits.
         static auto *cache = new ScannerCache;
         return *cache;
     }
@@ -85,56 +109,78 @@ public:
     template<typename Query>
     auto query(const QString &pdfPath, Query &&run)
     {
-        const std::array<QString, 2> paths = dataPaths(pdfPath);
-        const std::array<DataStamp, 2> stamps{stampOf(paths[0]), stampOf(paths[1])};
-        const std::lock_guard lock(m_mutex);
+        const std::array<QString, 2> paths = dataPathsOf(pdfPath);
+        const std::array<DataStamp, 2> stamps = stampsOf(paths);
+        std::unique_lock lock(m_mutex);
         Entry &entry = m_entries[pdfPath];
-        if (!entry.read || entry.stamps != stamps) {
-            entry.scanner = openScanner(pdfPath, paths);
+        m_parsed.wait(lock, [&entry] { return entry.state != Entry::Parsing; });
+        if (entry.state != Entry::Read || entry.stamps != stamps) {
+            entry.scanner = parseScanner(pdfPath, paths);
             entry.stamps = stamps;
-            entry.read = true;
+            entry.state = Entry::Read;
         }
         return run(entry.scanner.get());
     }
 
-    void forget(const QString &pdfPath)
+    void prepare(const QString &pdfPath)
     {
-        // Dropped outside the lock: freeing a large scanner takes a while.
-        Scanner dropped;
         {
+            // The old scanner stays until the worker replaces it: freeing a large one takes a while.
             const std::lock_guard lock(m_mutex);
-            const auto found = m_entries.find(pdfPath);
-            if (found == m_entries.end())
+            Entry &entry = m_entries[pdfPath];
+            if (entry.state == Entry::Waiting || entry.state == Entry::Parsing)
                 return;
-            dropped = std::move(found->second.scanner);
-            m_entries.erase(found);
+            entry.state = Entry::Waiting;
         }
+        // The worker learns which PDF from the table, under the lock, not from the pool's queue.
+        QThreadPool::globalInstance()->start([] { ScannerCache::shared().parseWaiting(); });
     }
 
     bool isRead(const QString &pdfPath)
     {
-        const std::array<QString, 2> paths = dataPaths(pdfPath);
-        const std::array<DataStamp, 2> stamps{stampOf(paths[0]), stampOf(paths[1])};
+        const std::array<DataStamp, 2> stamps = stampsOf(dataPathsOf(pdfPath));
         const std::lock_guard lock(m_mutex);
         const auto found = m_entries.find(pdfPath);
-        return found != m_entries.end() && found->second.read && found->second.stamps == stamps;
+        return found != m_entries.end() && found->second.state == Entry::Read && found->second.stamps == stamps;
     }
 
 private:
-    static std::array<QString, 2> dataPaths(const QString &pdfPath)
-    {
-        const QString base = pdfPath.endsWith(QStringLiteral(".pdf")) ? pdfPath.chopped(4) : pdfPath;
-        return {base + QStringLiteral(".synctex.gz"), base + QStringLiteral(".synctex")};
-    }
-
     struct Entry
     {
+        enum State { Unread, Waiting, Parsing, Read };
         Scanner scanner;
         std::array<DataStamp, 2> stamps;
-        bool read = false;
+        State state = Unread;
     };
 
+    // On a worker: parses one PDF's data that waits for it, outside the lock.
+    void parseWaiting()
+    {
+        QString pdfPath;
+        {
+            const std::lock_guard lock(m_mutex);
+            const auto waiting = std::find_if(m_entries.begin(), m_entries.end(),
+                                              [](const auto &entry) { return entry.second.state == Entry::Waiting; });
+            if (waiting == m_entries.end())
+                return;
+            pdfPath = waiting->first;
+            waiting->second.state = Entry::Parsing;
+        }
+        const std::array<QString, 2> paths = dataPathsOf(pdfPath);
+        const std::array<DataStamp, 2> stamps = stampsOf(paths);
+        Scanner scanner = parseScanner(pdfPath, paths);
+        {
+            const std::lock_guard lock(m_mutex);
+            Entry &entry = m_entries[pdfPath];
+            std::swap(entry.scanner, scanner);
+            entry.stamps = stamps;
+            entry.state = Entry::Read;
+        }
+        m_parsed.notify_all();
+    }
+
     std::mutex m_mutex;
+    std::condition_variable m_parsed;
     std::unordered_map<QString, Entry> m_entries;
 };
 
@@ -142,19 +188,19 @@ private:
 
 PLSyncTexSearch::PLSyncTexSearch(QString pdfPath) : m_pdfPath(std::move(pdfPath)) {}
 
-void PLSyncTexSearch::forget(const QString &pdfPath)
+void PLSyncTexSearch::prepare(const QString &pdfPath)
 {
-    ScannerCache::shared().forget(pdfPath);
-}
-
-void PLSyncTexSearch::read(const QString &pdfPath)
-{
-    ScannerCache::shared().query(pdfPath, [](synctex_scanner_p) { return 0; });
+    ScannerCache::shared().prepare(pdfPath);
 }
 
 bool PLSyncTexSearch::isRead(const QString &pdfPath)
 {
     return ScannerCache::shared().isRead(pdfPath);
+}
+
+quint64 PLSyncTexSearch::parseCount()
+{
+    return parses.load();
 }
 
 QList<PLSyncTexForwardResult> PLSyncTexSearch::forwardSearch(const QString &sourceFilePath, int line, int column) const

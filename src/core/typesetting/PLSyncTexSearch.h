@@ -41,13 +41,14 @@ public:
 
     const QString &pdfPath() const { return m_pdfPath; }
 
-    // A job has just rewritten the PDF's SyncTeX data: what was kept of it is dropped.
-    static void forget(const QString &pdfPath);
-    // Reads and keeps the PDF's SyncTeX data now, so that the next search is answered at once; a
-    // job's thread does this after the job.
-    static void read(const QString &pdfPath);
-    // Whether the PDF's SyncTeX data is read and kept, as it is now on disk.
+    // A job has just rewritten the PDF's SyncTeX data: what was kept of it is no longer used; the new
+    // data is parsed on a worker, so that the first search after the job is answered at once. A
+    // search that comes before the worker is done waits for it.
+    static void prepare(const QString &pdfPath);
+    // Whether the PDF's SyncTeX data is parsed and kept, as it is now on disk.
     static bool isRead(const QString &pdfPath);
+    // How many times SyncTeX data was parsed in this process.
+    static quint64 parseCount();
 
     // Where the line of the source file went. The library is asked by the file's path from the
     // PDF's folder first (chapters/intro.tex and intro.tex are two files), then by its name alone,

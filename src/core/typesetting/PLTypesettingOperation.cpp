@@ -134,20 +134,21 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
     if (!m_source.filePath.isEmpty())
         m_pdfBefore = PdfState::of(m_source.pdfPath());
     m_running = true;
-    // The thread holds the operation until the job is over, as a queue holds its operations.
-    QThread *thread = QThread::create([self = shared_from_this()] {
-        self->assertOnJobThread();
-        self->main();
-        if (!self->m_source.filePath.isEmpty()) {
-            const PdfState after = PdfState::of(self->m_source.pdfPath());
-            self->m_pdfWritten = after.exists && !(after == self->m_pdfBefore);
-            // The new SyncTeX data is read here, on the job's thread, before the end is told: the
-            // first search after the job is answered at once instead of reading the file first.
-            PLSyncTexSearch::forget(self->m_source.pdfPath());
-            PLSyncTexSearch::read(self->m_source.pdfPath());
+    // The job's thread owns the operation until the job is over; its last act hands that
+    // ownership to the main thread through the relay, behind the end message, so the operation is
+    // released there and never while the job's thread still touches it.
+    QThread *thread = QThread::create([job = shared_from_this()]() mutable {
+        job->assertOnJobThread();
+        job->main();
+        if (!job->m_source.filePath.isEmpty()) {
+            const PdfState after = PdfState::of(job->m_source.pdfPath());
+            job->m_pdfWritten = after.exists && !(after == job->m_pdfBefore);
+            // The new SyncTeX data is parsed on a worker: the end is told without waiting for it.
+            PLSyncTexSearch::prepare(job->m_source.pdfPath());
         }
-        self->m_running = false;
-        self->announceEnd();
+        job->m_running = false;
+        job->announceEnd();
+        MainThreadRelay::instance().post([job = std::move(job)] {});
     });
     thread->setObjectName(QStringLiteral("typesetting"));
     m_jobThread = thread;

@@ -5,6 +5,7 @@
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -126,6 +127,29 @@ TEST_F(SyncTexSearch, BackwardResultsAgreeWithTheSyncTexToolAndNameOpenableFiles
         }
         EXPECT_EQ(ours.first().line, line);
         EXPECT_EQ(ours.first().filePath, path(expectedFile));
+    }
+}
+
+// A search that comes while the data is parsed on a worker waits for that parse or does it
+// itself: either way the data is parsed once, and the answers are those of a plain parse.
+TEST_F(SyncTexSearch, ASearchRightAfterPreparingIsAnsweredByOneParse)
+{
+    const QString pdf = path(QStringLiteral("main.pdf"));
+    const PLSyncTexSearch search(pdf);
+    const QList<PLSyncTexForwardResult> before = search.forwardSearch(path(QStringLiteral("chapters/one.tex")), 4, 0);
+    QThreadPool::globalInstance()->waitForDone();
+    const quint64 parses = PLSyncTexSearch::parseCount();
+    PLSyncTexSearch::prepare(pdf);
+    const QList<PLSyncTexForwardResult> after = search.forwardSearch(path(QStringLiteral("chapters/one.tex")), 4, 0);
+    QThreadPool::globalInstance()->waitForDone();
+    EXPECT_EQ(PLSyncTexSearch::parseCount(), parses + 1);
+    EXPECT_TRUE(PLSyncTexSearch::isRead(pdf));
+    ASSERT_EQ(after.size(), before.size());
+    ASSERT_FALSE(after.isEmpty());
+    for (qsizetype i = 0; i < after.size(); ++i) {
+        EXPECT_EQ(after[i].page, before[i].page);
+        EXPECT_EQ(after[i].h, before[i].h);
+        EXPECT_EQ(after[i].v, before[i].v);
     }
 }
 

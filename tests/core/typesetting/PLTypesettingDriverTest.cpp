@@ -3,6 +3,8 @@
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
+#include <QThreadPool>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -28,10 +30,24 @@ TYPED_TEST(TypesettingDriver, TellsOutputOnTheJobsThreadAndFilesAndTheEndOnTheMa
     EXPECT_EQ(events.texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
     EXPECT_FALSE(this->job->isRunning());
     EXPECT_TRUE(this->job->driver().wasPdfWritten());
-    // The new SyncTeX data is read after the job without being asked, so the first search is quick.
+    // The new SyncTeX data is parsed on a worker after the job, so the first search needs no parse
+    // of its own; data that changed on disk since is parsed again.
     const QString pdf = this->mainFile->pdfPath();
-    EXPECT_TRUE(QTest::qWaitFor([&] { return PLSyncTexSearch::isRead(pdf); }, 60000));
-    EXPECT_FALSE(PLSyncTexSearch(pdf).forwardSearch(this->folder + QStringLiteral("chapters/one.tex"), 4, 0).isEmpty());
+    const QString chapter = this->folder + QStringLiteral("chapters/one.tex");
+    QThreadPool::globalInstance()->waitForDone();
+    EXPECT_TRUE(PLSyncTexSearch::isRead(pdf));
+    const quint64 parses = PLSyncTexSearch::parseCount();
+    const QList<PLSyncTexForwardResult> first = PLSyncTexSearch(pdf).forwardSearch(chapter, 4, 0);
+    EXPECT_FALSE(first.isEmpty());
+    EXPECT_EQ(PLSyncTexSearch::parseCount(), parses);
+    QFile synctex(this->folder + QStringLiteral("main.synctex.gz"));
+    ASSERT_TRUE(synctex.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(synctex.setFileTime(synctex.fileTime(QFileDevice::FileModificationTime).addSecs(-60),
+                                    QFileDevice::FileModificationTime));
+    synctex.close();
+    EXPECT_FALSE(PLSyncTexSearch::isRead(pdf));
+    EXPECT_EQ(PLSyncTexSearch(pdf).forwardSearch(chapter, 4, 0).size(), first.size());
+    EXPECT_EQ(PLSyncTexSearch::parseCount(), parses + 1);
 }
 
 TYPED_TEST(TypesettingDriver, AMissingEngineIsToldAndTheJobStillEnds)

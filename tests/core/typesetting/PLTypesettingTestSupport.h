@@ -23,6 +23,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
+#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -336,6 +337,8 @@ class DriverTest : public ::testing::Test
 {
 protected:
     void SetUp() override { PLTest::resetSettings(); }
+    // A job's SyncTeX data is parsed on a worker after the job; the folder stays until it is done.
+    void TearDown() override { QThreadPool::globalInstance()->waitForDone(); }
 
     // A new job with no events yet; the last one is let go first.
     Job &freshJob()
