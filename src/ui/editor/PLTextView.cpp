@@ -666,7 +666,9 @@ void PLTextView::toggleCommentOfCurrentLine()
     QUndoStack *history = m_buffer->undoManager();
     history->beginMacro(tr("Toggle Comment"));
     for (const PLRange &line : std::as_const(lines)) {
-        const QString &current = m_buffer->string();
+        // Read in place: putting the whole text together again after each line's edit would cost
+        // the length of the file per line.
+        const PLGapBuffer &current = m_buffer->characters();
         qsizetype index = line.location;
         while (index < line.end() && (current.at(index) == u' ' || current.at(index) == u'\t'))
             ++index;
