@@ -1,5 +1,7 @@
 #include "core/editor/PLLineIndices.h"
 
+#include "core/editor/PLGapBuffer.h"
+
 #include "core/foundation/PLStringLineCalculations.h"
 
 #include <algorithm>
@@ -31,7 +33,9 @@ void PLLineIndices::noteReplacement(PLRange editedRange, qsizetype changeInLengt
     pending.start = std::min(pending.start, location);
 }
 
-bool PLLineIndices::isLineStart(const QString &text, qsizetype location)
+namespace {
+template <typename Text>
+bool isLineStartIn(const Text &text, qsizetype location)
 {
     if (location == 0)
         return true;
@@ -42,8 +46,25 @@ bool PLLineIndices::isLineStart(const QString &text, qsizetype location)
         return false;
     return !(before == u'\r' && location < text.size() && text.at(location) == u'\n');
 }
+}
+
+bool PLLineIndices::isLineStart(const QString &text, qsizetype location)
+{
+    return isLineStartIn(text, location);
+}
 
 const std::vector<qsizetype> &PLLineIndices::indicesForText(const QString &text)
+{
+    return indicesFor(text);
+}
+
+const std::vector<qsizetype> &PLLineIndices::indicesForText(const PLGapBuffer &text)
+{
+    return indicesFor(text);
+}
+
+template <typename Text>
+const std::vector<qsizetype> &PLLineIndices::indicesFor(const Text &text)
 {
     if (!m_valid)
         calculateLines(text);
@@ -52,17 +73,17 @@ const std::vector<qsizetype> &PLLineIndices::indicesForText(const QString &text)
     return m_indices;
 }
 
-void PLLineIndices::calculateLines(const QString &text)
+template <typename Text>
+void PLLineIndices::calculateLines(const Text &text)
 {
     m_indices.clear();
     m_indices.push_back(0);
-    const QChar *characters = text.constData();
     const qsizetype length = text.size();
     for (qsizetype p = 1; p <= length; ++p) {
-        const QChar before = characters[p - 1];
+        const QChar before = text.at(p - 1);
         if (!PLStringLineCalculations::isLineTerminator(before))
             continue;
-        if (before == u'\r' && p < length && characters[p] == u'\n')
+        if (before == u'\r' && p < length && text.at(p) == u'\n')
             continue;
         m_indices.push_back(p);
     }
@@ -70,7 +91,8 @@ void PLLineIndices::calculateLines(const QString &text)
     m_pending.reset();
 }
 
-void PLLineIndices::applyPending(const QString &text)
+template <typename Text>
+void PLLineIndices::applyPending(const Text &text)
 {
     const Pending pending = *m_pending;
     m_pending.reset();
@@ -86,7 +108,7 @@ void PLLineIndices::applyPending(const QString &text)
     std::vector<qsizetype> rescanned;
     const qsizetype end = std::min(pending.newEnd, text.size());
     for (qsizetype p = pending.start; p <= end; ++p) {
-        if (isLineStart(text, p))
+        if (isLineStartIn(text, p))
             rescanned.push_back(p);
     }
     const auto position = m_indices.erase(first, last);

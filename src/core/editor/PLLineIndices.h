@@ -7,6 +7,8 @@
 #include <optional>
 #include <vector>
 
+class PLGapBuffer;
+
 // The first character of every line of a text, in order, for numbering lines: 0 first, then every
 // location just past a line terminator, the end of the text included when the text ends with one
 // (the empty line after a final terminator gets a number too). A CR LF pair is one terminator.
@@ -24,6 +26,7 @@ public:
     void noteReplacement(PLRange editedRange, qsizetype changeInLength);
     // The list for the text, which must be the text after every noted replacement.
     const std::vector<qsizetype> &indicesForText(const QString &text);
+    const std::vector<qsizetype> &indicesForText(const PLGapBuffer &text);
     // Whether the next request has anything to compute.
     bool needsUpdate() const { return !m_valid || m_pending.has_value(); }
 
@@ -42,8 +45,12 @@ private:
         qsizetype newEnd;
     };
 
-    void calculateLines(const QString &text);
-    void applyPending(const QString &text);
+    template <typename Text>
+    const std::vector<qsizetype> &indicesFor(const Text &text);
+    template <typename Text>
+    void calculateLines(const Text &text);
+    template <typename Text>
+    void applyPending(const Text &text);
 
     std::vector<qsizetype> m_indices;
     std::optional<Pending> m_pending;

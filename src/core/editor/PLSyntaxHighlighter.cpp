@@ -4,7 +4,6 @@
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
 #include "core/foundation/PLRegularExpressionHelper.h"
-#include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLSyntaxHighlighterDelegate.h"
 #include "core/editor/PLTextStorage.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -34,14 +33,14 @@ void PLSyntaxHighlighter::textStorageDidProcessEditing(PLRange editedRange)
 
 void PLSyntaxHighlighter::userDefaultsDidChangeEditorTextColor()
 {
-    highlightTextInRange(PLRange{0, m_textStorage->string().size()});
+    highlightTextInRange(PLRange{0, m_textStorage->length()});
 }
 
 void PLSyntaxHighlighter::highlightTextInRange(PLRange range)
 {
-    const QString text = m_textStorage->string();
-    if (range.location < 0 || range.length < 0 || range.location > text.size()
-        || range.length > text.size() - range.location) {
+    // Only the lines of the range are read, so colouring an edit costs the same in any text.
+    const qsizetype textLength = m_textStorage->length();
+    if (range.location < 0 || range.length < 0 || range.location > textLength || range.length > textLength - range.location) {
         qCInfo(lcHighlighter) << "highlightTextView: range out of bound";
         return;
     }
@@ -54,7 +53,7 @@ void PLSyntaxHighlighter::highlightTextInRange(PLRange range)
         return;
     }
 
-    const PLRange lines = PLStringLineCalculations::lineRangeForRange(text, range);
+    const PLRange lines = m_textStorage->lineRangeForRange(range);
     m_textStorage->beginEditing();
     m_textStorage->addAttribute(PLTextAttributeName::ForegroundColor, *textColor, lines);
     const QString fontName = defaults.stringForKey(PLUserDefaultsEditorFontName);
@@ -67,9 +66,8 @@ void PLSyntaxHighlighter::highlightTextInRange(PLRange range)
     // a line that is a lone line feed is stepped over, which costs nothing since it has no tokens.
     qsizetype position = lines.location;
     while (position < lines.end()) {
-        const PLRange line = PLStringLineCalculations::lineRangeForRange(text, PLRange{position, 0});
-        m_delegate->syntaxHighlighterWillProcessStringForHighlighting(this, text.mid(line.location, line.length),
-                                                                      line.location);
+        const PLRange line = m_textStorage->lineRangeForRange(PLRange{position, 0});
+        m_delegate->syntaxHighlighterWillProcessStringForHighlighting(this, m_textStorage->substring(line), line.location);
         position = line.end() + 1;
     }
     m_textStorage->endEditing();

@@ -45,6 +45,8 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
                                          std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent)
     : PLTextStorage(content.size(), parent),
       m_content(content),
+      m_string(content),
+      m_stringIsCurrent(true),
       m_contentParser(std::move(contentParser)),
       m_file(file),
       m_name(name),
@@ -60,13 +62,22 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
         rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
     // Created before any view can connect, so the colours are in place when views hear of an edit.
     m_syntaxHighlighter = std::make_unique<PLSyntaxHighlighter>(this, std::move(rules));
-    if (!m_content.isEmpty())
+    if (m_content.size() > 0)
         setNeedsAttributeFixing();
 }
 
 void PLTextContentBuffer::fixAttributes()
 {
     m_syntaxHighlighter->highlightTextInRange(PLRange{0, m_content.size()});
+}
+
+const QString &PLTextContentBuffer::string() const
+{
+    if (!m_stringIsCurrent) {
+        m_string = m_content.toString();
+        m_stringIsCurrent = true;
+    }
+    return m_string;
 }
 
 PLTextContentBuffer::~PLTextContentBuffer() = default;
@@ -100,12 +111,12 @@ QString PLTextContentBuffer::autoIndentStringIfNecessary(const QString &string, 
 {
     if (string != u"\n")
         return string;
-    const qsizetype lineStart = PLStringLineCalculations::lineBoundsForRange(m_content, range).start;
-    const PLRange tabs = PLRegularExpressionHelper::firstMatchInRange(QStringLiteral("(\\t)*"), m_content,
-                                                                      PLRange{lineStart, range.location - lineStart});
-    if (!tabs.isFound())
-        return string;
-    return string + m_content.mid(tabs.location, tabs.length);
+    // The tabs that open the line, up to the location.
+    qsizetype end = PLStringLineCalculations::lineStartIn(m_content, range.location);
+    const qsizetype lineStart = end;
+    while (end < range.location && m_content.at(end) == u'\t')
+        ++end;
+    return string + m_content.mid(lineStart, end - lineStart);
 }
 
 void PLTextContentBuffer::replaceCharactersInRange(PLRange range, const QString &string)
@@ -122,6 +133,7 @@ void PLTextContentBuffer::replaceCharactersInRange(PLRange range, const QString 
     }
     const QString replaced = m_content.mid(range.location, range.length);
     m_content.replace(range.location, range.length, replacement);
+    m_stringIsCurrent = false;
     if (!m_replaying)
         m_undoManager->push(new PLTextReplacementCommand(this, range.location, replaced, replacement));
     applyReplacement(range, replacement);
@@ -135,7 +147,9 @@ void PLTextContentBuffer::setString(const QString &string)
     // does. The views hear of the attributes once, after the colouring.
     beginEditing();
     setAttributes(PLTextAttributes(), whole);
-    m_content = string;
+    m_content = PLGapBuffer(string);
+    m_string = string;
+    m_stringIsCurrent = true;
     applyReplacement(whole, string);
     endEditing();
 }

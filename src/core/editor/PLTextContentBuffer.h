@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/foundation/PLRange.h"
+#include "core/editor/PLGapBuffer.h"
 #include "core/editor/PLTextStorage.h"
 
 #include <QObject>
@@ -33,8 +34,23 @@ public:
     void replaceCharactersInRange(PLRange range, const QString &string);
     // Replaces the whole text as it stands, as read from disk: no filters and no undo step.
     void setString(const QString &string);
-    const QString &string() const override { return m_content; }
-    qsizetype length() const { return m_content.size(); }
+    // The whole text, put together on the first request after an edit and kept until the next:
+    // for saving, parsing and searching, not for each keystroke.
+    const QString &string() const override;
+    qsizetype length() const override { return m_content.size(); }
+    QChar characterAt(qsizetype index) const { return m_content.at(index); }
+    // The characters as they are kept, for reading piece by piece.
+    const PLGapBuffer &characters() const { return m_content; }
+    QString substring(PLRange range) const override { return m_content.mid(range.location, range.length); }
+    PLRange lineRangeForRange(PLRange range) const override
+    {
+        const auto bounds = PLStringLineCalculations::lineBoundsIn(m_content, range);
+        return PLRange{bounds.start, bounds.end - bounds.start};
+    }
+    // Lines numbered from 0, as PLLineIndices numbers them.
+    qsizetype lineCount() const { return m_content.lineCount(); }
+    qsizetype lineStart(qsizetype line) const { return m_content.lineStart(line); }
+    qsizetype lineForLocation(qsizetype location) const { return m_content.lineForLocation(location); }
 
     // One history per file, shared by every pane that shows it.
     QUndoStack *undoManager() const { return m_undoManager; }
@@ -72,7 +88,9 @@ private:
     void replay(PLRange range, const QString &string);
     void applyReplacement(PLRange range, const QString &string);
 
-    QString m_content;
+    PLGapBuffer m_content;
+    mutable QString m_string;
+    mutable bool m_stringIsCurrent = false;
     std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
     std::weak_ptr<PLFile> m_file;
     QString m_name;

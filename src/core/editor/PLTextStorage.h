@@ -2,6 +2,7 @@
 
 #include "core/foundation/PLRange.h"
 #include "core/editor/PLTextAttributeRuns.h"
+#include "core/foundation/PLStringLineCalculations.h"
 
 #include <QObject>
 #include <QString>
@@ -18,6 +19,15 @@ public:
     explicit PLTextStorage(qsizetype initialLength = 0, QObject *parent = nullptr);
 
     virtual const QString &string() const = 0;
+    // Parts of the text, for readers that need no more than that: a subclass that keeps its
+    // characters in pieces answers them without putting the whole text together.
+    virtual qsizetype length() const { return string().size(); }
+    virtual QString substring(PLRange range) const { return string().mid(range.location, range.length); }
+    // The whole lines that hold the range, terminators included.
+    virtual PLRange lineRangeForRange(PLRange range) const
+    {
+        return PLStringLineCalculations::lineRangeForRange(string(), range);
+    }
 
     PLTextAttributes attributesAtIndex(qsizetype index, PLRange *effectiveRange = nullptr) const;
     void enumerateAttributes(PLRange range, const std::function<void(const PLTextAttributes &, PLRange)> &block) const;

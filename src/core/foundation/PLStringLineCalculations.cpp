@@ -4,44 +4,9 @@
 
 namespace PLStringLineCalculations {
 
-namespace {
-qsizetype lineStartAt(const QString &text, qsizetype location)
-{
-    qsizetype p = std::clamp<qsizetype>(location, 0, text.size());
-    // A location between the CR and the LF of one terminator still belongs to the line it ends.
-    if (p > 0 && p < text.size() && text[p - 1] == u'\r' && text[p] == u'\n')
-        --p;
-    while (p > 0 && !isLineTerminator(text[p - 1]))
-        --p;
-    return p;
-}
-
-void lineEndFrom(const QString &text, qsizetype from, qsizetype *contentsEnd, qsizetype *end)
-{
-    qsizetype p = std::clamp<qsizetype>(from, 0, text.size());
-    if (p > 0 && p < text.size() && text[p - 1] == u'\r' && text[p] == u'\n') {
-        *contentsEnd = p - 1;
-        *end = p + 1;
-        return;
-    }
-    while (p < text.size() && !isLineTerminator(text[p]))
-        ++p;
-    *contentsEnd = p;
-    if (p < text.size())
-        *end = (text[p] == u'\r' && p + 1 < text.size() && text[p + 1] == u'\n') ? p + 2 : p + 1;
-    else
-        *end = p;
-}
-}
-
 PLLineBounds lineBoundsForRange(const QString &text, PLRange range)
 {
-    PLLineBounds bounds;
-    bounds.start = lineStartAt(text, range.location);
-    // A non-empty range reaches to the line of its last character.
-    const qsizetype last = range.length > 0 ? range.location + range.length - 1 : range.location;
-    lineEndFrom(text, last, &bounds.contentsEnd, &bounds.end);
-    return bounds;
+    return lineBoundsIn(text, range);
 }
 
 int lineNumberOfLocation(const QString &text, qsizetype location)
@@ -51,7 +16,7 @@ int lineNumberOfLocation(const QString &text, qsizetype location)
     qsizetype p = location;
     int n = 0;
     for (;;) {
-        const qsizetype start = lineStartAt(text, p);
+        const qsizetype start = lineStartIn(text, p);
         ++n;
         if (start == 0)
             break;
@@ -73,7 +38,7 @@ int locationOfLineStart(const QString &text, int lineNumber)
 
 qsizetype locationOfLineStartInRange(const QString &text, PLRange range)
 {
-    return lineStartAt(text, range.location);
+    return lineStartIn(text, range.location);
 }
 
 }

@@ -4,6 +4,8 @@
 
 #include <QString>
 
+#include <algorithm>
+
 // Line arithmetic on any text. A line ends after LF, CR, CR LF (one terminator), U+0085, U+2028 or
 // U+2029; lines count from 1.
 namespace PLStringLineCalculations {
@@ -24,6 +26,42 @@ struct PLLineBounds
     qsizetype contentsEnd = 0;
 };
 PLLineBounds lineBoundsForRange(const QString &text, PLRange range);
+
+// The same arithmetic on any text that answers size() and at().
+template <typename Text>
+qsizetype lineStartIn(const Text &text, qsizetype location)
+{
+    qsizetype p = std::clamp<qsizetype>(location, 0, text.size());
+    // A location between the CR and the LF of one terminator still belongs to the line it ends.
+    if (p > 0 && p < text.size() && text.at(p - 1) == u'\r' && text.at(p) == u'\n')
+        --p;
+    while (p > 0 && !isLineTerminator(text.at(p - 1)))
+        --p;
+    return p;
+}
+
+template <typename Text>
+PLLineBounds lineBoundsIn(const Text &text, PLRange range)
+{
+    PLLineBounds bounds;
+    bounds.start = lineStartIn(text, range.location);
+    // A non-empty range reaches to the line of its last character.
+    const qsizetype last = range.length > 0 ? range.location + range.length - 1 : range.location;
+    qsizetype p = std::clamp<qsizetype>(last, 0, text.size());
+    if (p > 0 && p < text.size() && text.at(p - 1) == u'\r' && text.at(p) == u'\n') {
+        bounds.contentsEnd = p - 1;
+        bounds.end = p + 1;
+        return bounds;
+    }
+    while (p < text.size() && !isLineTerminator(text.at(p)))
+        ++p;
+    bounds.contentsEnd = p;
+    if (p < text.size())
+        bounds.end = (text.at(p) == u'\r' && p + 1 < text.size() && text.at(p + 1) == u'\n') ? p + 2 : p + 1;
+    else
+        bounds.end = p;
+    return bounds;
+}
 inline PLRange lineRangeForRange(const QString &text, PLRange range)
 {
     const PLLineBounds b = lineBoundsForRange(text, range);

@@ -163,11 +163,12 @@ void PLDocumentWindowController::updateCaretPositionField()
         m_caretPositionField->clear();
         return;
     }
-    const QString &text = textView->contentBuffer()->string();
+    // From the buffer's own line starts: counting lines in the text would cost each caret move the
+    // length of the file.
+    const PLTextContentBuffer *buffer = textView->contentBuffer();
     const qsizetype caret = textView->selectedRange().location;
-    const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(text, PLRange{caret, 0});
-    m_caretPositionField->setText(
-        tr("Line %1, Column %2").arg(PLStringLineCalculations::lineNumberOfLocation(text, caret)).arg(caret - lineStart + 1));
+    const qsizetype lineStart = PLStringLineCalculations::lineStartIn(buffer->characters(), caret);
+    m_caretPositionField->setText(tr("Line %1, Column %2").arg(buffer->lineForLocation(caret) + 1).arg(caret - lineStart + 1));
 }
 
 void PLDocumentWindowController::showStatusMessage(const QString &message)

@@ -1,11 +1,8 @@
 #include "ui/editor/PLLineEndingMap.h"
 
-#include <algorithm>
+#include "core/editor/PLGapBuffer.h"
 
-bool PLLineEndingMap::isPairAt(const QString &text, qsizetype location)
-{
-    return location >= 0 && location + 1 < text.size() && text.at(location) == u'\r' && text.at(location + 1) == u'\n';
-}
+#include <algorithm>
 
 void PLLineEndingMap::reset(const QString &text)
 {
@@ -17,6 +14,17 @@ void PLLineEndingMap::reset(const QString &text)
 }
 
 void PLLineEndingMap::update(const QString &text, qsizetype location, qsizetype oldLength, qsizetype newLength)
+{
+    updateFor(text, location, oldLength, newLength);
+}
+
+void PLLineEndingMap::update(const PLGapBuffer &text, qsizetype location, qsizetype oldLength, qsizetype newLength)
+{
+    updateFor(text, location, oldLength, newLength);
+}
+
+template <typename Text>
+void PLLineEndingMap::updateFor(const Text &text, qsizetype location, qsizetype oldLength, qsizetype newLength)
 {
     // A pair whose CR sits just before the edit may have lost its LF; one inside it is gone.
     const auto first = std::lower_bound(m_pairs.begin(), m_pairs.end(), location - 1);

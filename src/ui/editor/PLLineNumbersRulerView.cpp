@@ -30,7 +30,7 @@ PLLineNumbersRulerView::PLLineNumbersRulerView(PLTextView *scrollView)
     labelFont.setPointSizeF(PLRulerLabelPointSize);
     setFont(labelFont);
     setClientView(scrollView);
-    setRuleThickness(thicknessForLineCount(qsizetype(m_lines.indicesForText(scrollView->contentBuffer()->string()).size())));
+    setRuleThickness(thicknessForLineCount(qsizetype(m_lines.indicesForText(scrollView->contentBuffer()->characters()).size())));
 }
 
 PLLineNumbersRulerView::~PLLineNumbersRulerView() = default;
@@ -65,9 +65,10 @@ void PLLineNumbersRulerView::textDidChange(PLRange editedRange, qsizetype change
     m_lines.noteReplacement(editedRange, changeInLength);
     // Typing within a line moves no line number; the text view's own repaint covers that line.
     const bool removed = editedRange.length != changeInLength;
-    const QString &text = m_clientView->contentBuffer()->string();
-    const bool newLines = std::any_of(text.begin() + editedRange.location, text.begin() + editedRange.end(),
-                                      [](QChar c) { return PLStringLineCalculations::isLineTerminator(c); });
+    const PLGapBuffer &text = m_clientView->contentBuffer()->characters();
+    bool newLines = false;
+    for (qsizetype i = editedRange.location; i < editedRange.end() && !newLines; ++i)
+        newLines = PLStringLineCalculations::isLineTerminator(text.at(i));
     if (removed || newLines)
         update();
 }
@@ -77,7 +78,7 @@ const std::vector<qsizetype> &PLLineNumbersRulerView::lineIndices()
     if (!m_clientView)
         return m_noLines;
     const bool computing = m_lines.needsUpdate();
-    const std::vector<qsizetype> &indices = m_lines.indicesForText(m_clientView->contentBuffer()->string());
+    const std::vector<qsizetype> &indices = m_lines.indicesForText(m_clientView->contentBuffer()->characters());
     if (computing)
         refreshThicknessIfNeeded(qsizetype(indices.size()));
     return indices;

@@ -97,7 +97,7 @@ PLRange PLTextView::selectedRange() const
 
 void PLTextView::setSelectedRange(PLRange range)
 {
-    const qsizetype length = m_buffer->string().size();
+    const qsizetype length = m_buffer->length();
     const qsizetype start = qBound<qsizetype>(0, range.location, length);
     const qsizetype end = qBound<qsizetype>(start, range.location + range.length, length);
     QTextCursor cursor(document());
@@ -110,7 +110,7 @@ void PLTextView::scrollRangeToVisible(PLRange range)
 {
     const QTextCursor selection = textCursor();
     QTextCursor target(document());
-    target.setPosition(int(m_lineEndings.toMirror(qBound<qsizetype>(0, range.location, m_buffer->string().size()))));
+    target.setPosition(int(m_lineEndings.toMirror(qBound<qsizetype>(0, range.location, m_buffer->length()))));
     // Only the view moves: the passing caret is no selection of the user's.
     m_movingSelection = true;
     setTextCursor(target);
@@ -261,7 +261,7 @@ void PLTextView::mirrorDidChange(int position, int charsRemoved, int charsAdded)
     qsizetype start = textPosition(position);
     qsizetype end = textPosition(removedEnd);
     QString added = mirrorText(position, addedEnd);
-    const QString removed = PLLineEndingMap::mirrorString(m_buffer->string().mid(start, end - start));
+    const QString removed = PLLineEndingMap::mirrorString(m_buffer->substring(PLRange{start, end - start}));
     if (added == removed)
         return;
     if (m_composing) {
@@ -298,7 +298,9 @@ void PLTextView::mirrorDidChange(int position, int charsRemoved, int charsAdded)
 
 void PLTextView::bufferDidProcessEditing(PLRange editedRange, qsizetype changeInLength)
 {
-    const QString &text = m_buffer->string();
+    // Read piece by piece: putting the whole text together would cost every keystroke the length
+    // of the file.
+    const PLGapBuffer &text = m_buffer->characters();
     const qsizetype oldLength = editedRange.length - changeInLength;
     // Widen the edit so that it cuts no CR LF pair, before or after it: the mirror holds a pair
     // as one separator and cannot be edited between its two characters.
@@ -362,7 +364,7 @@ void PLTextView::applyPendingCorrection()
         m_pendingCorrection.reset();
         m_lineEndings.reset(m_buffer->string());
         replaceMirrorText(0, document()->characterCount() - 1, PLLineEndingMap::mirrorString(m_buffer->string()));
-        m_pendingAttributeRange = PLRange{0, m_buffer->string().size()};
+        m_pendingAttributeRange = PLRange{0, m_buffer->length()};
     } else if (m_pendingCorrection) {
         const Correction correction = *m_pendingCorrection;
         m_pendingCorrection.reset();
@@ -395,7 +397,7 @@ void PLTextView::bufferDidEditAttributes(PLRange range)
 
 void PLTextView::applyAttributes(PLRange range)
 {
-    const qsizetype textLength = m_buffer->string().size();
+    const qsizetype textLength = m_buffer->length();
     const qsizetype start = qBound<qsizetype>(0, range.location, textLength);
     const qsizetype end = qBound<qsizetype>(start, range.end(), textLength);
     const qsizetype mirrorEnd = m_lineEndings.toMirror(end);
@@ -517,8 +519,8 @@ bool PLTextView::handleIndentKey(QKeyEvent *event)
 
 QString PLTextView::leadingTabsBefore(qsizetype location) const
 {
-    const QString &text = m_buffer->string();
-    qsizetype index = PLStringLineCalculations::lineBoundsForRange(text, PLRange{location, 0}).start;
+    const PLGapBuffer &text = m_buffer->characters();
+    qsizetype index = PLStringLineCalculations::lineStartIn(text, location);
     const qsizetype start = index;
     while (index < location && text.at(index) == u'\t')
         ++index;
@@ -664,7 +666,9 @@ void PLTextView::toggleCommentOfCurrentLine()
     QUndoStack *history = m_buffer->undoManager();
     history->beginMacro(tr("Toggle Comment"));
     for (const PLRange &line : std::as_const(lines)) {
-        const QString &current = m_buffer->string();
+        // Read in place: putting the whole text together again after each line's edit would cost
+        // the length of the file per line.
+        const PLGapBuffer &current = m_buffer->characters();
         qsizetype index = line.location;
         while (index < line.end() && (current.at(index) == u' ' || current.at(index) == u'\t'))
             ++index;
@@ -699,7 +703,7 @@ void PLTextView::updateLineHighlightPosition()
     }
     // The rectangle of the row that holds a character, across the whole width of the view. The
     // LF of a CR LF pair lies on the row of its CR.
-    const QString &text = m_buffer->string();
+    const PLGapBuffer &text = m_buffer->characters();
     const auto rowOfCharacter = [&](qsizetype location) {
         if (PLLineEndingMap::isPairAt(text, location - 1))
             --location;

@@ -40,8 +40,8 @@ PLRange PLTextViewDelegate::textViewWillChangeSelection(PLTextView *, PLRange, P
 int PLTextViewDelegate::textViewShouldSetSpellingState(PLTextView *textView, int value, PLRange affectedCharRange)
 {
     if (value == PLSpellingStateSpelling && affectedCharRange.location > 0) {
-        const QString &text = textView->contentBuffer()->string();
-        if (affectedCharRange.location <= text.size() && text.at(affectedCharRange.location - 1) == u'\\')
+        const PLTextContentBuffer *buffer = textView->contentBuffer();
+        if (affectedCharRange.location <= buffer->length() && buffer->characterAt(affectedCharRange.location - 1) == u'\\')
             return PLSpellingStateNone;
     }
     return value;

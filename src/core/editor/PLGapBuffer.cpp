@@ -1,0 +1,138 @@
+#include "core/editor/PLGapBuffer.h"
+
+#include "core/foundation/PLStringLineCalculations.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace {
+// Room left for typing after the gap had to grow: an eighth of the text, so growing stays rare.
+qsizetype slackFor(qsizetype size)
+{
+    return std::max<qsizetype>(size / 8, 256);
+}
+}
+
+PLGapBuffer::PLGapBuffer(QStringView text)
+    : m_text(text.utf16(), text.utf16() + text.size()), m_gapStart(text.size()), m_gapEnd(text.size())
+{
+    for (qsizetype p = 0; p <= text.size(); ++p) {
+        if (isLineStart(p))
+            m_lineStarts.push_back(p);
+    }
+    m_lineGapStart = m_lineGapEnd = qsizetype(m_lineStarts.size());
+}
+
+bool PLGapBuffer::isLineStart(qsizetype location) const
+{
+    if (location == 0)
+        return true;
+    const QChar before = at(location - 1);
+    if (!PLStringLineCalculations::isLineTerminator(before))
+        return false;
+    return !(before == u'\r' && location < size() && at(location) == u'\n');
+}
+
+QString PLGapBuffer::mid(qsizetype location, qsizetype length) const
+{
+    location = std::clamp<qsizetype>(location, 0, size());
+    length = std::clamp<qsizetype>(length, 0, size() - location);
+    if (length == 0)
+        return QString();
+    QString result(length, Qt::Uninitialized);
+    char16_t *out = reinterpret_cast<char16_t *>(result.data());
+    const qsizetype front = std::clamp<qsizetype>(m_gapStart - location, 0, length);
+    std::memcpy(out, m_text.data() + location, size_t(front) * sizeof(char16_t));
+    std::memcpy(out + front, m_text.data() + location + front + gapLength(), size_t(length - front) * sizeof(char16_t));
+    return result;
+}
+
+QString PLGapBuffer::toString() const
+{
+    return mid(0, size());
+}
+
+qsizetype PLGapBuffer::lineForLocation(qsizetype location) const
+{
+    qsizetype low = 0;
+    qsizetype high = lineCount();
+    // The first line starting after the location, less one.
+    while (low < high) {
+        const qsizetype middle = low + (high - low) / 2;
+        if (lineStart(middle) <= location)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    return std::max<qsizetype>(low - 1, 0);
+}
+
+void PLGapBuffer::moveGap(qsizetype location, qsizetype needed)
+{
+    if (gapLength() < needed) {
+        const qsizetype length = size();
+        const qsizetype gap = needed + slackFor(length);
+        std::vector<char16_t> grown(size_t(length + gap));
+        for (qsizetype i = 0; i < location; ++i)
+            grown[size_t(i)] = m_text[size_t(i < m_gapStart ? i : i + gapLength())];
+        for (qsizetype i = location; i < length; ++i)
+            grown[size_t(i + gap)] = m_text[size_t(i < m_gapStart ? i : i + gapLength())];
+        m_text = std::move(grown);
+        m_gapStart = location;
+        m_gapEnd = location + gap;
+        return;
+    }
+    if (location < m_gapStart) {
+        const qsizetype moved = m_gapStart - location;
+        std::memmove(m_text.data() + m_gapEnd - moved, m_text.data() + location, size_t(moved) * sizeof(char16_t));
+        m_gapStart -= moved;
+        m_gapEnd -= moved;
+    } else if (location > m_gapStart) {
+        const qsizetype moved = location - m_gapStart;
+        std::memmove(m_text.data() + m_gapStart, m_text.data() + m_gapEnd, size_t(moved) * sizeof(char16_t));
+        m_gapStart += moved;
+        m_gapEnd += moved;
+    }
+}
+
+void PLGapBuffer::moveLineGap(qsizetype location)
+{
+    const qsizetype length = size();
+    while (m_lineGapStart > 0 && m_lineStarts[size_t(m_lineGapStart - 1)] >= location) {
+        --m_lineGapStart;
+        --m_lineGapEnd;
+        m_lineStarts[size_t(m_lineGapEnd)] = length - m_lineStarts[size_t(m_lineGapStart)];
+    }
+    while (m_lineGapEnd < qsizetype(m_lineStarts.size()) && length - m_lineStarts[size_t(m_lineGapEnd)] < location) {
+        m_lineStarts[size_t(m_lineGapStart)] = length - m_lineStarts[size_t(m_lineGapEnd)];
+        ++m_lineGapStart;
+        ++m_lineGapEnd;
+    }
+}
+
+void PLGapBuffer::replace(qsizetype location, qsizetype length, QStringView string)
+{
+    // A line start depends on the characters on both sides of it, so the starts from the location
+    // to the end of the replaced characters are found again in the new ones.
+    moveLineGap(location);
+    const qsizetype oldSize = size();
+    while (m_lineGapEnd < qsizetype(m_lineStarts.size()) && oldSize - m_lineStarts[size_t(m_lineGapEnd)] <= location + length)
+        ++m_lineGapEnd;
+
+    moveGap(location, string.size() - length);
+    m_gapEnd += length;
+    std::copy(string.utf16(), string.utf16() + string.size(), m_text.begin() + m_gapStart);
+    m_gapStart += string.size();
+
+    const qsizetype last = std::min(location + string.size(), size());
+    for (qsizetype p = location; p <= last; ++p) {
+        if (!isLineStart(p))
+            continue;
+        if (m_lineGapStart == m_lineGapEnd) {
+            const qsizetype slack = slackFor(lineCount());
+            m_lineStarts.insert(m_lineStarts.begin() + m_lineGapStart, size_t(slack), 0);
+            m_lineGapEnd += slack;
+        }
+        m_lineStarts[size_t(m_lineGapStart++)] = p;
+    }
+}
