@@ -1,7 +1,6 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 #include "core/foundation/PLRegularExpressionHelper.h"
-#include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
 // Every pattern here runs on each line after each keystroke, so each one reads a line in one pass:
@@ -30,28 +29,47 @@ const QString kIncludeLink = QStringLiteral("file://");
 void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHighlighting(
     PLSyntaxHighlighter *syntaxHighlighter, const QString &string, qsizetype lineStart)
 {
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
-          kFunctions, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
-          PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets, kBrackets,
-          string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
-          PLUserDefaultsEditorColorDollarSignAreas, kDollarSigns, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorCommentedAreasBackground,
-          PLUserDefaultsEditorColorCommentedAreas, commentLocator, string, lineStart);
-    syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
+    // Each rule needs a character of its own to match; a line without one skips the rule's search.
+    bool backslash = false;
+    bool bracket = false;
+    bool dollar = false;
+    bool percent = false;
+    for (const QChar c : string) {
+        switch (c.unicode()) {
+        case u'\\': backslash = true; break;
+        case u'[': case u']': case u'{': case u'}': bracket = true; break;
+        case u'$': dollar = true; break;
+        case u'%': percent = true; break;
+        default: break;
+        }
+    }
+    if (backslash) {
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
+              kFunctions, string, lineStart);
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
+              PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
+    }
+    if (bracket)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets,
+              kBrackets, string, lineStart);
+    if (dollar)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
+              PLUserDefaultsEditorColorDollarSignAreas, kDollarSigns, string, lineStart);
+    if (percent)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorCommentedAreasBackground,
+              PLUserDefaultsEditorColorCommentedAreas, commentLocator, string, lineStart);
+    if (backslash)
+        syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
 }
 
 std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> PLLatexSyntaxHighlighterDelegate::colours(
-    const QString &backgroundKey, const QString &foregroundKey)
+    PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey, const QString &foregroundKey)
 {
     // The background goes on first, as each token has always been painted.
-    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> colours;
-    if (const std::optional<PLColor> background = defaults.colorForKey(backgroundKey))
+    if (const std::optional<PLColor> background = syntaxHighlighter->colorForKey(backgroundKey))
         colours.emplace_back(PLTextAttributeName::BackgroundColor, *background);
-    if (const std::optional<PLColor> foreground = defaults.colorForKey(foregroundKey))
+    if (const std::optional<PLColor> foreground = syntaxHighlighter->colorForKey(foregroundKey))
         colours.emplace_back(PLTextAttributeName::ForegroundColor, *foreground);
     return colours;
 }
@@ -91,12 +109,12 @@ void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighligh
                                              const QString &foregroundKey, const QString &regEx,
                                              const QString &string, qsizetype lineStart)
 {
-    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), regEx, string, lineStart);
+    syntaxHighlighter->setAttributes(colours(syntaxHighlighter, backgroundKey, foregroundKey), regEx, string, lineStart);
 }
 
 void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,
                                              const QString &foregroundKey, const PLSyntaxHighlighterLocator &locator,
                                              const QString &string, qsizetype lineStart)
 {
-    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), string, lineStart, locator);
+    syntaxHighlighter->setAttributes(colours(syntaxHighlighter, backgroundKey, foregroundKey), string, lineStart, locator);
 }
