@@ -163,11 +163,21 @@ void PLDocumentWindowController::updateCaretPositionField()
         m_caretPositionField->clear();
         return;
     }
-    const QString &text = textView->contentBuffer()->string();
+    PLTextContentBuffer *buffer = textView->contentBuffer();
+    if (buffer != m_caretBuffer) {
+        disconnect(m_caretBufferEdits);
+        m_caretBuffer = buffer;
+        m_caretLines.invalidate();
+        m_caretBufferEdits = connect(buffer, &PLTextContentBuffer::didProcessEditing, this,
+                                     [this](PLRange editedRange, qsizetype changeInLength) {
+                                         m_caretLines.noteReplacement(editedRange, changeInLength);
+                                     });
+    }
+    const QString &text = buffer->string();
     const qsizetype caret = textView->selectedRange().location;
     const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(text, PLRange{caret, 0});
-    m_caretPositionField->setText(
-        tr("Line %1, Column %2").arg(PLStringLineCalculations::lineNumberOfLocation(text, caret)).arg(caret - lineStart + 1));
+    const qsizetype line = PLLineIndices::lineNumberForCharacterIndex(m_caretLines.indicesForText(text), caret) + 1;
+    m_caretPositionField->setText(tr("Line %1, Column %2").arg(line).arg(caret - lineStart + 1));
 }
 
 void PLDocumentWindowController::showStatusMessage(const QString &message)

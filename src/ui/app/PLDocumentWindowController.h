@@ -3,6 +3,8 @@
 #include "core/document/PLDocument.h"
 #include "core/document/PLDocumentWindowDelegate.h"
 #include "core/foundation/PLError.h"
+#include "core/editor/PLLineIndices.h"
+#include "core/editor/PLTextContentBuffer.h"
 #include "ui/window/XSWindowController.h"
 
 #include <QPointer>
@@ -73,6 +75,11 @@ private:
     PLDocumentSplitViewController *m_splitViewController = nullptr;
     PLMainMenu *m_mainMenu = nullptr;
     QLabel *m_caretPositionField = nullptr;
+    // The line starts of the text the caret field last read, kept up to date edit by edit so a
+    // keystroke does not count the lines from the top of the file.
+    QPointer<PLTextContentBuffer> m_caretBuffer;
+    QMetaObject::Connection m_caretBufferEdits;
+    PLLineIndices m_caretLines;
     PLQuickOpenWindowController *m_quickOpenWindowController = nullptr;
     bool m_closing = false;
 };
