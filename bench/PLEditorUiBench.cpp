@@ -3,6 +3,8 @@
 #include "ui/app/PLDocumentController.h"
 #include "core/project/PLFile.h"
 #include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/editor/PLSyntaxHighlighter.h"
+#include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextView.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
@@ -48,6 +50,53 @@ void typingInTwoPanes(benchmark::State &state)
     file->close();
 }
 BENCHMARK(typingInTwoPanes)->Arg(10'000)->Arg(100'000)->Arg(1'000'000)->Unit(benchmark::kMicrosecond);
+
+// A book of about 1.5 MB opened in a shown pane, until the lines on screen are coloured (the
+// rest is left to the event loop's idle slices).
+void openingABookToItsScreenColoured(benchmark::State &state)
+{
+    QTemporaryDir folder;
+    const QString path = QDir(folder.path()).filePath(QStringLiteral("book.tex"));
+    writeText(path, PLBenchLatexText(1'500'000));
+    for (auto _ : state) {
+        const auto file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        {
+            QWidget window;
+            auto *layout = new QHBoxLayout(&window);
+            auto *view = new PLTextView(file);
+            layout->addWidget(view);
+            window.resize(1200, 800);
+            window.show();
+            view->viewport()->repaint();
+            state.PauseTiming();
+        }
+        file->close();
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(openingABookToItsScreenColoured)->Unit(benchmark::kMillisecond);
+
+// The lines on screen of a shown 1.5 MB book taking a change of the text style.
+void recolouringABooksScreen(benchmark::State &state)
+{
+    QTemporaryDir folder;
+    const QString path = QDir(folder.path()).filePath(QStringLiteral("book.tex"));
+    writeText(path, PLBenchLatexText(1'500'000));
+    const auto file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+    {
+        QWidget window;
+        auto *layout = new QHBoxLayout(&window);
+        auto *view = new PLTextView(file);
+        layout->addWidget(view);
+        window.resize(1200, 800);
+        window.show();
+        view->viewport()->repaint();
+        for (auto _ : state)
+            file->contentBuffer()->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    }
+    file->close();
+}
+BENCHMARK(recolouringABooksScreen)->Unit(benchmark::kMicrosecond);
 
 // A project of a main file and chapters of about 30 KB each, from the open call to a window
 // with its sidebar and one pane, and closed again.

@@ -1,8 +1,10 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 #include "core/foundation/PLRegularExpressionHelper.h"
-#include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
+
+#include <algorithm>
+#include <initializer_list>
 
 // Every pattern here runs on each line after each keystroke, so each one reads a line in one pass:
 // quantifiers are possessive or bounded by characters their follower cannot match, and a token
@@ -17,41 +19,89 @@ const QString kFunctions = QStringLiteral(R"re(\\[\w%]*+\s?)re");
 // The heading command through the first closing brace after the argument's first character.
 const QString kStructureDividers = QStringLiteral(
     R"re(\\(?:part|chapter|section|subsection|subsubsection|paragraph)\*?\{(?:(.[^\v}]*+\})|[^\v]*+))re");
-const QString kBrackets = QStringLiteral(R"re([\[\]{}])re");
-const QString kDollarSigns = QStringLiteral(R"re(\$)re");
-// From a percent sign that does not follow a backslash to the end of the line's content.
-const QString kComment = QStringLiteral(R"re((?<!\\)%.*)re");
 // The argument of an include, read the way the heading's is; group 1 is the file name.
 const QString kInclude =
     QStringLiteral(R"re(\\(?:input|include|bibliography)\{(?:(.[^\v}]*+)\}|[^\v]*+))re");
 const QString kIncludeLink = QStringLiteral("file://");
+
+// The commands the heading and include expressions start with: a line holding none of them
+// cannot match either expression.
+bool holdsAnyOf(QStringView line, std::initializer_list<QStringView> commands)
+{
+    return std::any_of(commands.begin(), commands.end(), [line](QStringView command) { return line.contains(command); });
+}
+
+// The first character of the set in the searched range, one character long.
+PLRange firstOf(const QString &string, qsizetype location, qsizetype length, QStringView set)
+{
+    const qsizetype end = location + length;
+    for (qsizetype i = std::max<qsizetype>(location, 0); i < end && i < string.size(); ++i) {
+        if (set.contains(string.at(i)))
+            return PLRange{i, 1};
+    }
+    return PLNotFoundRange;
+}
+
+// The characters that end a line's content, the ones "." of the expressions refuses.
+bool endsLineContent(QChar c)
+{
+    switch (c.unicode()) {
+    case 0x0a: case 0x0b: case 0x0c: case 0x0d: case 0x85: case 0x2028: case 0x2029: return true;
+    default: return false;
+    }
+}
 }
 
 void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHighlighting(
     PLSyntaxHighlighter *syntaxHighlighter, const QString &string, qsizetype lineStart)
 {
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
-          kFunctions, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
-          PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets, kBrackets,
-          string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
-          PLUserDefaultsEditorColorDollarSignAreas, kDollarSigns, string, lineStart);
-    paint(syntaxHighlighter, PLUserDefaultsEditorColorCommentedAreasBackground,
-          PLUserDefaultsEditorColorCommentedAreas, commentLocator, string, lineStart);
-    syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
+    // Each rule needs a character of its own to match; a line without one skips the rule's search.
+    bool backslash = false;
+    bool bracket = false;
+    bool dollar = false;
+    bool percent = false;
+    for (const QChar c : string) {
+        switch (c.unicode()) {
+        case u'\\': backslash = true; break;
+        case u'[': case u']': case u'{': case u'}': bracket = true; break;
+        case u'$': dollar = true; break;
+        case u'%': percent = true; break;
+        default: break;
+        }
+    }
+    const bool heading = backslash
+        && holdsAnyOf(string, {u"\\part", u"\\chapter", u"\\section", u"\\subsection", u"\\subsubsection", u"\\paragraph"});
+    const bool include = backslash && holdsAnyOf(string, {u"\\input", u"\\include", u"\\bibliography"});
+    if (backslash)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
+              kFunctions, string, lineStart);
+    if (heading)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
+              PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
+    if (bracket)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets,
+              [](const QString &s, qsizetype location, qsizetype length) { return firstOf(s, location, length, u"[]{}"); },
+              string, lineStart);
+    if (dollar)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
+              PLUserDefaultsEditorColorDollarSignAreas,
+              [](const QString &s, qsizetype location, qsizetype length) { return firstOf(s, location, length, u"$"); },
+              string, lineStart);
+    if (percent)
+        paint(syntaxHighlighter, PLUserDefaultsEditorColorCommentedAreasBackground,
+              PLUserDefaultsEditorColorCommentedAreas, commentLocator, string, lineStart);
+    if (include)
+        syntaxHighlighter->setAttribute(PLTextAttributeName::Link, kIncludeLink, string, lineStart, linkLocator);
 }
 
 std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> PLLatexSyntaxHighlighterDelegate::colours(
-    const QString &backgroundKey, const QString &foregroundKey)
+    PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey, const QString &foregroundKey)
 {
     // The background goes on first, as each token has always been painted.
-    const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> colours;
-    if (const std::optional<PLColor> background = defaults.colorForKey(backgroundKey))
+    if (const std::optional<PLColor> background = syntaxHighlighter->colorForKey(backgroundKey))
         colours.emplace_back(PLTextAttributeName::BackgroundColor, *background);
-    if (const std::optional<PLColor> foreground = defaults.colorForKey(foregroundKey))
+    if (const std::optional<PLColor> foreground = syntaxHighlighter->colorForKey(foregroundKey))
         colours.emplace_back(PLTextAttributeName::ForegroundColor, *foreground);
     return colours;
 }
@@ -65,8 +115,16 @@ PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString 
 PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, qsizetype location, qsizetype length)
 {
     // The backslash before the percent sign may lie before the searched range.
-    return PLRegularExpressionHelper::firstMatchInRange(kComment, string, PLRange{location, length},
-                                                        PLRegularExpressionHelper::WithTransparentBounds, 0);
+    const qsizetype end = std::min(location + length, string.size());
+    for (qsizetype i = std::max<qsizetype>(location, 0); i < end; ++i) {
+        if (string.at(i) != u'%' || (i > 0 && string.at(i - 1) == u'\\'))
+            continue;
+        qsizetype stop = i + 1;
+        while (stop < end && !endsLineContent(string.at(stop)))
+            ++stop;
+        return PLRange{i, stop - i};
+    }
+    return PLNotFoundRange;
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::linkLocator(const QString &string, qsizetype location, qsizetype length)
@@ -91,12 +149,12 @@ void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighligh
                                              const QString &foregroundKey, const QString &regEx,
                                              const QString &string, qsizetype lineStart)
 {
-    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), regEx, string, lineStart);
+    syntaxHighlighter->setAttributes(colours(syntaxHighlighter, backgroundKey, foregroundKey), regEx, string, lineStart);
 }
 
 void PLLatexSyntaxHighlighterDelegate::paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,
                                              const QString &foregroundKey, const PLSyntaxHighlighterLocator &locator,
                                              const QString &string, qsizetype lineStart)
 {
-    syntaxHighlighter->setAttributes(colours(backgroundKey, foregroundKey), string, lineStart, locator);
+    syntaxHighlighter->setAttributes(colours(syntaxHighlighter, backgroundKey, foregroundKey), string, lineStart, locator);
 }

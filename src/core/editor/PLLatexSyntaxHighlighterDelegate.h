@@ -26,8 +26,8 @@ protected:
     // is a run swallowed so that it is read only once): the range of answeredGroup.
     static PLRange firstMarkedMatch(const QString &pattern, const QString &string, PLRange range, int answeredGroup);
     // The colours of a rule that the settings hold, background first.
-    static std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> colours(const QString &backgroundKey,
-                                                                                 const QString &foregroundKey);
+    static std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> colours(
+        PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey, const QString &foregroundKey);
     // Paints one token class, background then foreground, with the colours the settings hold now;
     // a colour the settings lack is not painted.
     static void paint(PLSyntaxHighlighter *syntaxHighlighter, const QString &backgroundKey,

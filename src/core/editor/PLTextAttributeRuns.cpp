@@ -231,6 +231,36 @@ void PLTextAttributeRuns::setAttributes(const PLTextAttributes &attributes, PLRa
     m_root = join(join(before, run), after);
 }
 
+void PLTextAttributeRuns::replaceRuns(qsizetype location,
+                                      const std::vector<std::pair<qsizetype, PLTextAttributes>> &runs)
+{
+    qsizetype covered = 0;
+    for (const auto &run : runs)
+        covered += std::max<qsizetype>(run.first, 0);
+    const PLRange clip = clipped(PLRange{location, covered});
+    if (clip.length == 0 || clip.location != location)
+        return;
+    const auto [before, rest] = split(m_root, clip.location);
+    const auto [middle, after] = split(rest, clip.length);
+    freeTree(middle);
+    NodeId rebuilt = kNil;
+    NodeId previous = kNil;
+    qsizetype left = clip.length;
+    for (const auto &[runLength, attributes] : runs) {
+        const qsizetype length = std::min(std::max<qsizetype>(runLength, 0), left);
+        if (length == 0)
+            continue;
+        left -= length;
+        if (previous != kNil && m_nodes[size_t(previous)].attributes == attributes) {
+            growLast(rebuilt, length);
+            continue;
+        }
+        previous = newNode(length, attributes);
+        rebuilt = merge(rebuilt, previous);
+    }
+    m_root = join(join(before, rebuilt), after);
+}
+
 void PLTextAttributeRuns::transform(PLRange range, const std::function<void(PLTextAttributes &)> &change)
 {
     const PLRange clip = clipped(range);

@@ -32,6 +32,9 @@ public:
     void setAttributes(const PLTextAttributes &attributes, PLRange range);
     void addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range);
     void removeAttribute(PLTextAttributeName name, PLRange range);
+    // Replaces the attributes from location on with the given runs (length, attributes), as many
+    // characters as they cover; equal neighbours are fused. Costs O(k log n) for k runs.
+    void replaceRuns(qsizetype location, const std::vector<std::pair<qsizetype, PLTextAttributes>> &runs);
 
     // Follows a replacement of the characters in range by a text of the given length, the way
     // QString::replace treats its arguments (nothing happens past the end; the length is clipped).

@@ -63,12 +63,12 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
     // Created before any view can connect, so the colours are in place when views hear of an edit.
     m_syntaxHighlighter = std::make_unique<PLSyntaxHighlighter>(this, std::move(rules));
     if (m_content.size() > 0)
-        setNeedsAttributeFixing();
+        setNeedsAttributeFixing(true);
 }
 
 void PLTextContentBuffer::fixAttributes()
 {
-    m_syntaxHighlighter->highlightTextInRange(PLRange{0, m_content.size()});
+    m_syntaxHighlighter->finishColouring();
 }
 
 const QString &PLTextContentBuffer::string() const

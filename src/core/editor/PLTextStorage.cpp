@@ -39,6 +39,16 @@ void PLTextStorage::addAttribute(PLTextAttributeName name, const PLTextAttribute
     attributesEdited(range);
 }
 
+void PLTextStorage::replaceAttributeRuns(qsizetype location,
+                                         const std::vector<std::pair<qsizetype, PLTextAttributes>> &runs)
+{
+    qsizetype length = 0;
+    for (const auto &run : runs)
+        length += run.first;
+    m_runs.replaceRuns(location, runs);
+    attributesEdited(PLRange{location, length});
+}
+
 void PLTextStorage::removeAttribute(PLTextAttributeName name, PLRange range)
 {
     m_runs.removeAttribute(name, range);

@@ -37,6 +37,14 @@ public:
     void setAttributes(const PLTextAttributes &attributes, PLRange range);
     void addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range);
     void removeAttribute(PLTextAttributeName name, PLRange range);
+    // Lays runs (length, attributes) over the text from location on, as one edit.
+    void replaceAttributeRuns(qsizetype location, const std::vector<std::pair<qsizetype, PLTextAttributes>> &runs);
+    // The attributes as they stand, without painting a text that still waits for its first colouring.
+    const PLTextAttributeRuns &storedAttributeRuns() const { return m_runs; }
+
+    // Whether attributes must be painted before anyone reads them (fixAttributes then runs once).
+    bool needsAttributeFixing() const { return m_needsAttributeFixing; }
+    void setNeedsAttributeFixing(bool needsFixing) { m_needsAttributeFixing = needsFixing; }
 
     // Groups attribute edits: the views hear of them once, over the union of their ranges, when the
     // outermost group ends.
@@ -54,9 +62,8 @@ signals:
 protected:
     // The subclass replaced the characters of range with changeInLength more (or fewer) characters.
     void edited(PLRange range, qsizetype changeInLength);
-    // The whole text needs its attributes painted before anyone reads them: a text is coloured when
+    // Called before the first read of attributes while they need fixing: a text is coloured when
     // it is first shown rather than when its file is opened, so opening a large project stays fast.
-    void setNeedsAttributeFixing() { m_needsAttributeFixing = true; }
     virtual void fixAttributes() {}
 
 private:

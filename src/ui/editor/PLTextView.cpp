@@ -4,6 +4,7 @@
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLTextAttributes.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextViewDelegate.h"
 #include "core/editor/PLTextViewHistoryHandler.h"
@@ -44,6 +45,10 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     connect(document(), &QTextDocument::contentsChange, this, &PLTextView::mirrorDidChange);
     connect(m_buffer, &PLTextContentBuffer::didProcessEditing, this, &PLTextView::bufferDidProcessEditing);
     connect(m_buffer, &PLTextContentBuffer::didEditAttributes, this, &PLTextView::bufferDidEditAttributes);
+    // A large text is coloured where the user looks first and elsewhere while the user is idle.
+    PLSyntaxHighlighter *highlighter = m_buffer->syntaxHighlighter();
+    connect(highlighter, &PLSyntaxHighlighter::colouringDeferred, this, &PLTextView::colourVisibleLines);
+    highlighter->colourInBackground();
     applyAttributes(PLRange{0, text.size()});
     connect(this, &QPlainTextEdit::cursorPositionChanged, this, &PLTextView::selectionDidMove);
     connect(this, &QPlainTextEdit::selectionChanged, this, &PLTextView::selectionDidMove);
@@ -395,6 +400,26 @@ void PLTextView::bufferDidEditAttributes(PLRange range)
     applyAttributes(range);
 }
 
+void PLTextView::paintEvent(QPaintEvent *event)
+{
+    colourVisibleLines();
+    QPlainTextEdit::paintEvent(event);
+}
+
+void PLTextView::colourVisibleLines()
+{
+    PLSyntaxHighlighter *highlighter = m_buffer->syntaxHighlighter();
+    if (!highlighter->hasPendingColouring() || m_localEdit || m_pendingCorrection || m_needsFullResync)
+        return;
+    const QTextBlock first = firstVisibleBlock();
+    if (!first.isValid())
+        return;
+    const QTextBlock last = cursorForPosition(viewport()->rect().bottomRight()).block();
+    const qsizetype start = m_lineEndings.toText(first.position());
+    const qsizetype end = m_lineEndings.toText(last.isValid() ? last.position() + last.length() - 1 : first.position() + first.length() - 1);
+    highlighter->colourNow(PLRange{start, std::max<qsizetype>(end - start, 0)});
+}
+
 void PLTextView::applyAttributes(PLRange range)
 {
     const qsizetype textLength = m_buffer->length();
@@ -409,7 +434,7 @@ void PLTextView::applyAttributes(PLRange range)
         // A block holds no line break of its own, so its characters run one for one in the text.
         const qsizetype blockStart = m_lineEndings.toText(block.position());
         QList<QTextLayout::FormatRange> formats;
-        m_buffer->enumerateAttributes(PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
+        m_buffer->storedAttributeRuns().enumerateAttributes(PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
             const QTextCharFormat format = formatForAttributes(attributes);
             if (!format.isEmpty())
                 formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
@@ -590,7 +615,7 @@ bool PLTextView::handleViewportEditorEvent(QEvent *event)
     const QPoint position = event->type() == QEvent::ToolTip ? static_cast<QHelpEvent *>(event)->pos()
                                                               : static_cast<QMouseEvent *>(event)->position().toPoint();
     const qsizetype index = textLocation(cursorForPosition(position).position());
-    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->attributesAtIndex(index).link() : std::nullopt;
+    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->storedAttributeRuns().attributesAtIndex(index).link() : std::nullopt;
     if (event->type() == QEvent::MouseButtonPress)
         return link && m_delegate->textViewClickedOnLink(this, *link, index);
     const QString tooltip = link ? m_delegate->textViewWillDisplayToolTip(this, index) : QString();

@@ -81,6 +81,7 @@ signals:
     void selectionDidChange();
 
 protected:
+    void paintEvent(QPaintEvent *event) override;
     bool event(QEvent *event) override;
     bool viewportEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
@@ -110,6 +111,8 @@ private:
     // Shows the buffer's colours and fonts over the range on the lines of the mirror.
     void bufferDidEditAttributes(PLRange range);
     void applyAttributes(PLRange range);
+    // Colours the lines on screen that still wait for the background colouring.
+    void colourVisibleLines();
     QTextCharFormat formatForAttributes(const PLTextAttributes &attributes);
     void undo();
     void redo();

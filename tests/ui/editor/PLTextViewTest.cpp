@@ -1,6 +1,10 @@
 #include "PLEditorTestSupport.h"
 #include "PLUiTestSupport.h"
+#include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLUserDefaultsConstants.h"
 #include "ui/editor/PLLineEndingMap.h"
 
 #include <QInputMethodEvent>
@@ -8,6 +12,38 @@
 #include <QUndoStack>
 
 namespace {
+
+// The same text coloured the plain way, all at once, as the reference for background colouring.
+class ReferenceText : public PLTextStorage
+{
+public:
+    explicit ReferenceText(const QString &text)
+        : PLTextStorage(text.size()), m_text(text), m_highlighter(this, std::make_unique<PLLatexSyntaxHighlighterDelegate>())
+    {
+    }
+    const QString &string() const override { return m_text; }
+    void colourWhole() { m_highlighter.highlightTextInRange(PLRange{0, m_text.size()}); }
+    void replace(PLRange range, const QString &text)
+    {
+        m_text.replace(range.location, range.length, text);
+        edited(range, text.size() - range.length);
+    }
+
+private:
+    QString m_text;
+    PLSyntaxHighlighter m_highlighter;
+};
+
+using Runs = std::vector<std::pair<PLRange, PLTextAttributes>>;
+
+Runs storedRuns(const PLTextStorage &text, PLRange range)
+{
+    Runs runs;
+    text.storedAttributeRuns().enumerateAttributes(range, [&](const PLTextAttributes &attributes, PLRange run) {
+        runs.emplace_back(run, attributes);
+    });
+    return runs;
+}
 
 class TextView : public PLTest::EditorTest
 {
@@ -112,6 +148,41 @@ TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
         for (qsizetype location : {0, 1, 4, 10, 16})
             EXPECT_EQ(PLTest::shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
     }
+}
+
+TEST_F(TextView, ALongTextIsColouredOnScreenFirstAndTheRestWhileIdle)
+{
+    QString text;
+    for (int i = 0; i < 2000; ++i)
+        text += QStringLiteral("\\emph{w%1} $x_%1$ [a] %% note\n").arg(i);
+    file = EditorTest::open(text);
+    PLTextContentBuffer *buffer = file->contentBuffer();
+    PLSyntaxHighlighter *highlighter = buffer->syntaxHighlighter();
+    auto *view = new PLTextView(file);
+    EXPECT_TRUE(highlighter->hasPendingColouring());
+    show({view});
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !highlighter->hasPendingColouring(); }, 60000));
+    ReferenceText reference(text);
+    reference.colourWhole();
+    EXPECT_EQ(storedRuns(*buffer, PLRange{0, text.size()}), storedRuns(reference, PLRange{0, text.size()}));
+
+    // A colour change: the screen's lines take it at once, the rest waits for the event loop.
+    PLUserDefaults::standardUserDefaults().setColor(PLColor::rgb(0.9, 0.1, 0.1, 1.0), PLUserDefaultsEditorColorFunctions);
+    highlighter->userDefaultsDidChangeEditorTextColor();
+    reference.colourWhole();
+    const PLRange top{0, text.indexOf(u'\n') + 1};
+    const PLRange bottom{text.lastIndexOf(u'\n', text.size() - 2) + 1, top.length};
+    EXPECT_TRUE(highlighter->hasPendingColouring());
+    EXPECT_EQ(storedRuns(*buffer, top), storedRuns(reference, top));
+    EXPECT_NE(storedRuns(*buffer, bottom), storedRuns(reference, bottom));
+
+    // An edit before the slices are done moves what is left to colour along with the text.
+    const PLRange edit{text.size() / 2, 0};
+    buffer->replaceCharactersInRange(edit, QStringLiteral("zz"));
+    reference.replace(edit, QStringLiteral("zz"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !highlighter->hasPendingColouring(); }, 60000));
+    const PLRange whole{0, reference.string().size()};
+    EXPECT_EQ(storedRuns(*buffer, whole), storedRuns(reference, whole));
 }
 
 }
