@@ -109,6 +109,9 @@ struct Timings
 
     void print(const char *what) const
     {
+        // Zero steps asked for (to profile one part alone): nothing to summarise.
+        if (wall.empty())
+            return;
         const Summary w = summarise(wall);
         const Summary p = summarise(processor);
         std::printf("%s: wall median %.2f ms, 95%% %.2f ms, worst %.2f ms; processor median %.2f ms, 95%% %.2f ms, worst %.2f ms\n",
