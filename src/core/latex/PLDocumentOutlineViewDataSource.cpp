@@ -66,6 +66,31 @@ std::shared_ptr<PLOutlineNode> PLDocumentOutlineViewDataSource::childOfItem(int 
     return taken;
 }
 
+void PLDocumentOutlineViewDataSource::appendChildrenOfItem(const PLOutlineNode *item,
+                                                           std::vector<std::shared_ptr<PLOutlineNode>> &rows) const
+{
+    if (!item) {
+        if (m_file)
+            rows.push_back(m_file->outlineRootNode());
+        return;
+    }
+    // An include whose file could not be followed has no root to show, and no row.
+    const auto append = [&rows](const std::shared_ptr<PLOutlineNode> &node) {
+        if (auto shown = isInclude(*node) ? node->childAtIndex(0) : node)
+            rows.push_back(std::move(shown));
+    };
+    for (const auto &child : item->children()) {
+        if (isPlainText(*child))
+            continue;
+        if (isBibliography(*child)) {
+            for (const auto &file : child->children())
+                append(file);
+        } else {
+            append(child);
+        }
+    }
+}
+
 QString PLDocumentOutlineViewDataSource::objectValueForItem(const PLOutlineNode *item) const
 {
     return item ? item->escapedName() : QString();

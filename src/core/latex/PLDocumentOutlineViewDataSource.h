@@ -3,6 +3,7 @@
 #include <QString>
 
 #include <memory>
+#include <vector>
 
 class PLFile;
 class PLOutlineNode;
@@ -21,6 +22,9 @@ public:
     // Throws PLException "IndexOutOfBoundsException" for an index past both the node's raw child
     // count and its row count.
     std::shared_ptr<PLOutlineNode> childOfItem(int index, const PLOutlineNode *item) const;
+    // Every row of an item in order, in one walk of its children: what childOfItem answers for each
+    // index below the row count, without the rows it answers empty.
+    void appendChildrenOfItem(const PLOutlineNode *item, std::vector<std::shared_ptr<PLOutlineNode>> &rows) const;
     bool isItemExpandable(const PLOutlineNode *item) const { return numberOfChildrenOfItem(item) > 0; }
     QString objectValueForItem(const PLOutlineNode *item) const;
     // Only the main file's root shows as a group row.

@@ -1,8 +1,6 @@
 #include "ui/window/PLDocumentOutlineItemModel.h"
 
-#include "core/foundation/PLError.h"
 #include "core/project/PLFile.h"
-#include "core/foundation/PLLogging.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/window/PLResourceImage.h"
 
@@ -23,16 +21,7 @@ std::vector<std::shared_ptr<PLOutlineNode>> PLDocumentOutlineItemModel::visibleC
     std::vector<std::shared_ptr<PLOutlineNode>> nodes;
     if (item != &m_top && isRepeatedFileRoot(item->parent, item->node.get()))
         return nodes;
-    const int count = m_dataSource.numberOfChildrenOfItem(item->node.get());
-    try {
-        for (int index = 0; index < count; ++index) {
-            if (auto child = m_dataSource.childOfItem(index, item->node.get()))
-                nodes.push_back(std::move(child));
-        }
-    } catch (const PLException &exception) {
-        // Qt's view machinery cannot unwind: show the rows answered so far and say why.
-        qCWarning(lcUi).noquote() << "Sidebar row of" << item->node->escapedName() << "not shown:" << exception.reason();
-    }
+    m_dataSource.appendChildrenOfItem(item->node.get(), nodes);
     return nodes;
 }
 
