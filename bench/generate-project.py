@@ -7,6 +7,8 @@ usage: generate-project.py FOLDER [FILES=200] [SIZE_MB=5]
 import os
 import sys
 
+if len(sys.argv) < 2 or sys.argv[1].startswith("-"):
+    sys.exit(__doc__.strip())
 folder = sys.argv[1]
 files = int(sys.argv[2]) if len(sys.argv) > 2 else 200
 size = int(float(sys.argv[3]) * 1024 * 1024) if len(sys.argv) > 3 else 5 * 1024 * 1024
