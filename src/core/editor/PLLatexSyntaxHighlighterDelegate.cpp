@@ -3,6 +3,8 @@
 #include "core/foundation/PLRegularExpressionHelper.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
+#include <unicode/uniset.h>
+
 #include <algorithm>
 #include <initializer_list>
 
@@ -14,8 +16,36 @@
 //
 // "." stops at line terminators; \v is exactly the set of characters "." refuses.
 namespace {
-// A backslash, then any run of word characters or percent signs, then one optional white space.
-const QString kFunctions = QStringLiteral(R"re(\\[\w%]*+\s?)re");
+// The sets behind the expression engine's \w and \s, which decide where a command ends.
+const icu::UnicodeSet &frozenSet(const char16_t *pattern)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    auto *set = new icu::UnicodeSet(icu::UnicodeString(pattern), status);
+    set->freeze();
+    return *set;
+}
+bool isWordCharacter(char32_t c)
+{
+    static const icu::UnicodeSet &word = frozenSet(u"[\\p{Alphabetic}\\p{M}\\p{Nd}\\p{Pc}\\u200c\\u200d]");
+    if (c < 0x80)
+        return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z') || (c >= u'0' && c <= u'9') || c == u'_';
+    return word.contains(UChar32(c));
+}
+bool isWhiteSpace(char32_t c)
+{
+    static const icu::UnicodeSet &space = frozenSet(u"[\\p{WhiteSpace}]");
+    if (c < 0x80)
+        return c == u' ' || (c >= 0x09 && c <= 0x0d);
+    return space.contains(UChar32(c));
+}
+// The code point at a location and how many UTF-16 units it takes; a lone surrogate is itself.
+std::pair<char32_t, qsizetype> codePointAt(const QString &string, qsizetype i, qsizetype end)
+{
+    const QChar c = string.at(i);
+    if (c.isHighSurrogate() && i + 1 < end && string.at(i + 1).isLowSurrogate())
+        return {QChar::surrogateToUcs4(c, string.at(i + 1)), 2};
+    return {c.unicode(), 1};
+}
 // The heading command through the first closing brace after the argument's first character.
 const QString kStructureDividers = QStringLiteral(
     R"re(\\(?:part|chapter|section|subsection|subsubsection|paragraph)\*?\{(?:(.[^\v}]*+\})|[^\v]*+))re");
@@ -28,7 +58,13 @@ const QString kIncludeLink = QStringLiteral("file://");
 // cannot match either expression.
 bool holdsAnyOf(QStringView line, std::initializer_list<QStringView> commands)
 {
-    return std::any_of(commands.begin(), commands.end(), [line](QStringView command) { return line.contains(command); });
+    // Every command starts with a backslash, and a line has few: try the commands only there.
+    for (qsizetype at = line.indexOf(u'\\'); at >= 0; at = line.indexOf(u'\\', at + 1)) {
+        const QStringView rest = line.sliced(at);
+        if (std::any_of(commands.begin(), commands.end(), [rest](QStringView command) { return rest.startsWith(command); }))
+            return true;
+    }
+    return false;
 }
 
 // The first character of the set in the searched range, one character long.
@@ -74,7 +110,7 @@ void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHigh
     const bool include = backslash && holdsAnyOf(string, {u"\\input", u"\\include", u"\\bibliography"});
     if (backslash)
         paint(syntaxHighlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
-              kFunctions, string, lineStart);
+              functionLocator, string, lineStart);
     if (heading)
         paint(syntaxHighlighter, PLUserDefaultsEditorColorStructureDividersBackground,
               PLUserDefaultsEditorColorStructureDividers, structureDividerLocator, string, lineStart);
@@ -104,6 +140,32 @@ std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> PLLatexSyntaxH
     if (const std::optional<PLColor> foreground = syntaxHighlighter->colorForKey(foregroundKey))
         colours.emplace_back(PLTextAttributeName::ForegroundColor, *foreground);
     return colours;
+}
+
+PLRange PLLatexSyntaxHighlighterDelegate::functionLocator(const QString &string, qsizetype location, qsizetype length)
+{
+    // A backslash, then any run of word characters or percent signs, then one optional white
+    // space: read by hand, since starting the expression engine on every line cost more than the
+    // reading.
+    const qsizetype end = std::min(location + length, string.size());
+    for (qsizetype i = std::max<qsizetype>(location, 0); i < end; ++i) {
+        if (string.at(i) != u'\\')
+            continue;
+        qsizetype stop = i + 1;
+        while (stop < end) {
+            const auto [c, units] = codePointAt(string, stop, end);
+            if (c != u'%' && !isWordCharacter(c))
+                break;
+            stop += units;
+        }
+        if (stop < end) {
+            const auto [c, units] = codePointAt(string, stop, end);
+            if (isWhiteSpace(c))
+                stop += units;
+        }
+        return PLRange{i, stop - i};
+    }
+    return PLNotFoundRange;
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString &string, qsizetype location,

@@ -13,6 +13,8 @@ public:
     void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *syntaxHighlighter,
                                                            const QString &string, qsizetype lineStart) override;
 
+    // A command: its backslash, its name and one white space after it.
+    static PLRange functionLocator(const QString &string, qsizetype location, qsizetype length);
     // A sectioning command through the closing brace of its first brace group on the line.
     static PLRange structureDividerLocator(const QString &string, qsizetype location, qsizetype length);
     // From the first unescaped percent sign to the end of the line's content. A percent sign that

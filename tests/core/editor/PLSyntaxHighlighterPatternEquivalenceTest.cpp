@@ -198,3 +198,41 @@ TEST_P(PLSyntaxHighlighterPatternEquivalence, RewrittenRulesPaintWhatTheOldOnesP
 INSTANTIATE_TEST_SUITE_P(EachTokenClass, PLSyntaxHighlighterPatternEquivalence, ::testing::ValuesIn(kClasses));
 
 }
+
+namespace {
+
+// Commands are read by hand, not by the expression engine: they must end on exactly the
+// characters the old expression ended on, for every code point (astral ones sampled, lone
+// surrogates included), as a name character, after a percent sign and as the space after it.
+TEST(PLSyntaxHighlighterCommandScan, EndsEachCommandWhereTheExpressionDid)
+{
+    QString text;
+    const auto append = [&text](char32_t c) { text.append(QStringView(QChar::fromUcs4(c))); };
+    for (char32_t c = 1; c < 0x110000; c += c < 0x10000 ? 1 : 97) {
+        if (QChar::isSurrogate(c))
+            continue;
+        text += u'\\';
+        append(c);
+        append(c);
+        text += QStringLiteral("\\%");
+        append(c);
+        text += QStringLiteral("x\\");
+        append(c);
+    }
+    text += QStringLiteral("\\a") + QChar(0xd800) + u'b' + QChar(0xdc00) + QStringLiteral("\\") + QChar(0xdbff);
+
+    std::vector<std::pair<qsizetype, qsizetype>> expected;
+    PLRegularExpressionHelper::enumerateMatches(kOldFunctions, text, PLRange{0, text.size()}, [&](const PLRegexMatch &match) {
+        expected.emplace_back(match.range(0).location, match.range(0).length);
+        return true;
+    });
+    std::vector<std::pair<qsizetype, qsizetype>> scanned;
+    for (PLRange found = PLLatexSyntaxHighlighterDelegate::functionLocator(text, 0, text.size()); found.isFound();
+         found = PLLatexSyntaxHighlighterDelegate::functionLocator(text, found.end(), text.size() - found.end()))
+        scanned.emplace_back(found.location, found.length);
+    ASSERT_EQ(scanned.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i)
+        ASSERT_EQ(scanned[i], expected[i]) << "command " << i << " at U+" << std::hex << int(text.at(expected[i].first + 1).unicode());
+}
+
+}
