@@ -54,57 +54,22 @@ qsizetype lineNumberColonBefore(QStringView text, qsizetype colonSpace, qsizetyp
 }
 }
 
-void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, LiteralFollower follower,
-                                  const QString &text, PLRange range,
-                                  const std::function<bool(const PLRegexMatch &)> &callback,
-                                  LinePrecondition precondition)
+namespace {
+// Steps from one occurrence of the literal to the next inside the range, asking the match's end at
+// each; a miss steps past the literal, or past the line when the match may start anywhere in it.
+template<typename MatchEnd, typename Found>
+void scanAfterLiteral(QStringView literal, LiteralFollower follower, const QString &text, PLRange range,
+                      MatchEnd matchEnd, Found found)
 {
     const qsizetype limit = range.end();
     qsizetype position = range.location;
     while (position + literal.size() <= limit) {
-        const qsizetype found = indexOfLiteral(QStringView(text).sliced(position, limit - position), literal);
-        if (found < 0)
+        const qsizetype at = indexOfLiteral(QStringView(text).sliced(position, limit - position), literal);
+        if (at < 0)
             return;
-        const qsizetype candidate = position + found;
-        std::optional<PLRegexMatch> match;
-        if (precondition) {
-            const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
-            if (!precondition(QStringView(text).sliced(candidate, lineEnd - candidate))) {
-                position = follower == LiteralFollower::AnyRunInLine ? lineEnd + 1 : candidate + 1;
-                continue;
-            }
-        }
-        PLRegularExpressionHelper::enumerateMatches(
-            pattern, text, PLRange{candidate, limit - candidate},
-            [&](const PLRegexMatch &m) {
-                match = m;
-                return false;
-            },
-            PLRegularExpressionHelper::Anchored);
-        if (match) {
-            if (!callback(*match))
-                return;
-            position = std::max(match->range().end(), candidate + 1);
-        } else if (follower == LiteralFollower::AnyRunInLine) {
-            position = expressionLineEnd(text, candidate, limit) + 1;
-        } else {
-            position = candidate + 1;
-        }
-    }
-}
-
-void enumerateMatchesAfterLiteral(Matcher matcher, QStringView literal, LiteralFollower follower, const QString &text,
-                                  PLRange range, const std::function<bool(PLRange)> &callback)
-{
-    const qsizetype limit = range.end();
-    qsizetype position = range.location;
-    while (position + literal.size() <= limit) {
-        const qsizetype found = indexOfLiteral(QStringView(text).sliced(position, limit - position), literal);
-        if (found < 0)
-            return;
-        const qsizetype candidate = position + found;
-        if (const std::optional<qsizetype> end = matcher(text, candidate, limit)) {
-            if (!callback(PLRange{candidate, *end - candidate}))
+        const qsizetype candidate = position + at;
+        if (const std::optional<qsizetype> end = matchEnd(candidate, limit)) {
+            if (!found(PLRange{candidate, *end - candidate}))
                 return;
             position = std::max(*end, candidate + 1);
         } else if (follower == LiteralFollower::AnyRunInLine) {
@@ -113,6 +78,39 @@ void enumerateMatchesAfterLiteral(Matcher matcher, QStringView literal, LiteralF
             position = candidate + 1;
         }
     }
+}
+}
+
+void enumerateMatchesAfterLiteral(const QString &pattern, QStringView literal, LiteralFollower follower,
+                                  const QString &text, PLRange range,
+                                  const std::function<bool(const PLRegexMatch &)> &callback,
+                                  LinePrecondition precondition)
+{
+    std::optional<PLRegexMatch> match;
+    const auto matchEnd = [&](qsizetype candidate, qsizetype limit) -> std::optional<qsizetype> {
+        match.reset();
+        if (precondition) {
+            const qsizetype lineEnd = expressionLineEnd(text, candidate, limit);
+            if (!precondition(QStringView(text).sliced(candidate, lineEnd - candidate)))
+                return std::nullopt;
+        }
+        PLRegularExpressionHelper::enumerateMatches(
+            pattern, text, PLRange{candidate, limit - candidate},
+            [&](const PLRegexMatch &m) {
+                match = m;
+                return false;
+            },
+            PLRegularExpressionHelper::Anchored);
+        return match ? std::optional<qsizetype>(match->range().end()) : std::nullopt;
+    };
+    scanAfterLiteral(literal, follower, text, range, matchEnd, [&](PLRange) { return callback(*match); });
+}
+
+void enumerateMatchesAfterLiteral(Matcher matcher, QStringView literal, LiteralFollower follower, const QString &text,
+                                  PLRange range, const std::function<bool(PLRange)> &callback)
+{
+    scanAfterLiteral(literal, follower, text, range,
+                     [&](qsizetype candidate, qsizetype limit) { return matcher(text, candidate, limit); }, callback);
 }
 
 std::optional<qsizetype> warningMatchEnd(QStringView text, qsizetype candidate, qsizetype limit)
