@@ -351,6 +351,12 @@ void PLOutlineNode::childInserted(qsizetype index)
         return;
     }
     addToSubtreeLengths(child->m_subtreeLength);
+    markAroundPlacedChild(index);
+}
+
+void PLOutlineNode::markAroundPlacedChild(qsizetype index)
+{
+    PLOutlineNode *child = m_children[size_t(index)].get();
     if (index > 0)
         m_children[size_t(index - 1)]->markLastDescendantsForFix();
     else
@@ -417,16 +423,7 @@ void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, con
             m_childLengthSums[i] += delta;
     }
     addToSubtreeLengths(delta);
-    if (index > 0)
-        m_children[size_t(index - 1)]->markLastDescendantsForFix();
-    else
-        markForFix();
-    replacement->markLastDescendantsForFix();
-    for (const auto &grandchild : replacement->m_children) {
-        if (grandchild->m_type != FileRoot)
-            grandchild->markForFix();
-    }
-    replacement->recordCommentRuleChange();
+    markAroundPlacedChild(index);
 }
 
 void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)

@@ -149,6 +149,8 @@ private:
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
     void renumberChildrenFrom(qsizetype index);
+    // A child just placed at the index: the nodes whose next step it changes are fixed again.
+    void markAroundPlacedChild(qsizetype index);
 
     quint32 m_type;
     quint32 m_textNodeSubType = PlainText;
