@@ -1,7 +1,13 @@
 #pragma once
 
 #include "core/document/PLDocument.h"
+#include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLError.h"
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/foundation/PLUserDefaults.h"
+#include "core/project/PLFile.h"
+#include "core/project/PLNotificationNameConstants.h"
+#include "core/project/PLUserDefaultsConstants.h"
 #include "ui/app/PLApplicationController.h"
 #include "ui/app/PLDocumentController.h"
 #include "ui/app/PLDocumentWindowController.h"
@@ -9,6 +15,7 @@
 #include "ui/editor/PLTextView.h"
 #include "ui/window/PLDocumentSplitViewController.h"
 #include "ui/window/PLMainAreaViewController.h"
+#include "ui/window/PLResponderChain.h"
 #include "ui/window/PLSplitViewContentViewController.h"
 #include "ui/window/PLSplitViewController.h"
 #include "PLTestSupport.h"
@@ -18,6 +25,7 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
+#include <QDirIterator>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -27,10 +35,27 @@
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QTimer>
+#include <QUndoStack>
 #include <QUrl>
+
+// Waits on the event loop until the condition holds, failing the test if it never does (the
+// QTRY_ macros report to QTest, which GoogleTest does not hear).
+#define WAIT_UNTIL(condition) ASSERT_TRUE(QTest::qWaitFor([&] { return bool(condition); })) << #condition
 
 // Helpers of the widget tests.
 namespace PLTest {
+
+// Copies a typesetting fixture document's sources, not its captured outputs, into the folder.
+inline void copyFixture(const QString &name, const QString &folder)
+{
+    const QString source = dataPath(QStringLiteral("typesetting/documents/") + name);
+    QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString path = it.next();
+        if (!path.endsWith(QStringLiteral(".txt")))
+            writeFile(QDir(folder).filePath(QDir(source).relativeFilePath(path)), readFile(path));
+    }
+}
 
 // A project in a temporary folder, written file by file.
 class Project

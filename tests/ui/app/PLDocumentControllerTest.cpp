@@ -1,7 +1,5 @@
-#include "core/project/PLFile.h"
 #include "ui/window/PLSideBarViewController.h"
 #include "ui/window/PLDocumentOutlineItemModel.h"
-#include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"
 
 #include <QDateTime>

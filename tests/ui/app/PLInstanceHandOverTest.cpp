@@ -1,5 +1,4 @@
 #include "ui/app/PLApplicationController.h"
-#include "core/project/PLFile.h"
 #include "ui/app/PLInstanceClient.h"
 #include "ui/app/PLInstanceServer.h"
 #include "PLUiTestSupport.h"

@@ -41,13 +41,6 @@ TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
                                      QStringLiteral("Open Quickly…"), QStringLiteral("Save"), QStringLiteral("Save As…"),
                                      QStringLiteral("Export PDF…"), QStringLiteral("Print…"), QStringLiteral("Close"),
                                      QStringLiteral("Quit")}));
-    // The find items share one action and differ by their tags.
-    QMap<QString, int> findTags;
-    for (QAction *item : menus.at(1)->actions())
-        if (PLMainMenu::actionOfItem(item) == PLAction::PerformFindPanelAction && !item->isSeparator())
-            findTags.insert(item->text().remove(u'&'), PLMainMenu::tagOfItem(item));
-    EXPECT_EQ(findTags, (QMap<QString, int>{{QStringLiteral("Find and Replace…"), 1}, {QStringLiteral("Find Next"), 2},
-                                            {QStringLiteral("Find Previous"), 3}, {QStringLiteral("Use Selection for Find"), 7}}));
     EXPECT_FALSE(shown(1).contains(QStringLiteral("Find and Replace… -")));
     // No job runs: Typeset is offered, Stop is not.
     EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),

@@ -1,5 +1,4 @@
 #include "ui/app/PLApplicationController.h"
-#include "core/project/PLFile.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLWelcomeWindowController.h"
 #include "ui/window/PLWelcomeWindowMainViewController.h"

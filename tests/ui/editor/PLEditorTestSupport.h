@@ -1,9 +1,7 @@
 #pragma once
 
-#include "core/project/PLFile.h"
 #include "core/latex/PLLatexFileContentOutlineParser.h"
-#include "PLTestSupport.h"
-#include "core/editor/PLTextContentBuffer.h"
+#include "PLUiTestSupport.h"
 #include "ui/editor/PLTextView.h"
 #include "ui/editor/PLTextViewDelegate.h"
 #include "core/editor/PLTextViewHistoryHandler.h"

@@ -1,8 +1,6 @@
 #include "PLEditorTestSupport.h"
-#include "ui/window/PLResponderChain.h"
 
 #include <QToolTip>
-#include <QUndoStack>
 
 namespace {
 
@@ -33,8 +31,6 @@ TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
 
 INSTANTIATE_TEST_SUITE_P(Typed, TextViewPairs,
                          ::testing::Values(PairCase{"parenthesis", QStringLiteral("("), QStringLiteral("a()b"), 2},
-                                           PairCase{"bracket", QStringLiteral("["), QStringLiteral("a[]b"), 2},
-                                           PairCase{"brace", QStringLiteral("{"), QStringLiteral("a{}b"), 2},
                                            PairCase{"quote", QStringLiteral("\""), QStringLiteral("a``\"b"), 3},
                                            PairCase{"closingIsNotPaired", QStringLiteral(")"), QStringLiteral("a)b"), 2}),
                          [](const auto &info) { return std::string(info.param.name); });

@@ -4,7 +4,6 @@
 #include <QClipboard>
 #include <QInputMethodEvent>
 #include <QTextBlock>
-#include <QUndoStack>
 
 #include <random>
 #include <utility>

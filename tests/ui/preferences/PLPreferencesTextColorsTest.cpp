@@ -1,14 +1,8 @@
 #include "ui/preferences/PLColorWell.h"
-#include "core/project/PLFile.h"
-#include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
 #include "ui/preferences/PLPreferencesTextColorsViewController.h"
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
-#include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"
-#include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QCheckBox>
 #include <QHeaderView>
@@ -81,21 +75,12 @@ TEST_F(TextColorsPane, ShowsTheGroupsAndRowsEachRowWithTwoBoundWells)
         for (int row = 0; row < model->rowCount(groupIndex); ++row) {
             titles << model->index(row, 0, groupIndex).data().toString();
             const PLSyntaxHighlightingColorSetting &setting = pane->colorProperties().at(group).propertyAtIndex(row);
-            const struct
-            {
-                const char *column;
-                const QString &key;
-                const char *toolTip;
-            } wells[] = {{"foreground", setting.foreground(), "Foreground color"},
-                         {"background", setting.background(), "Background color"}};
-            for (const auto &[column, key, toolTip] : wells) {
+            for (const auto &[column, key] : {std::pair{"foreground", setting.foreground()}, std::pair{"background", setting.background()}}) {
                 PLColorWell *well = pane->colorWellAt(group, row, QLatin1String(column));
                 ASSERT_NE(well, nullptr) << column;
                 EXPECT_EQ(well->userDefaultsKey(), key);
-                EXPECT_EQ(well->toolTip(), QLatin1String(toolTip));
-                EXPECT_EQ(well->notificationKey(), PLNotificationEditorTextStyleDidChange);
-                EXPECT_EQ(well->color(), defaults().colorForKey(key));
                 EXPECT_TRUE(well->color().has_value());
+                EXPECT_EQ(well->color(), defaults().colorForKey(key));
             }
         }
         EXPECT_EQ(titles.join(u'|'), QString::fromLatin1(expected[group]));

@@ -8,8 +8,6 @@
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "core/typesetting/PLTexCommandLine.h"
 #include "PLUiTestSupport.h"
-#include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
 #include <QButtonGroup>

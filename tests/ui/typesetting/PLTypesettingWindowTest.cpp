@@ -1,22 +1,14 @@
 #include "core/project/PLDictionaryKeys.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
-#include "core/project/PLFile.h"
-#include "core/foundation/PLNotificationCenter.h"
 #include "ui/typesetting/PLPdfPrinter.h"
 #include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
-#include "core/project/PLNotificationNameConstants.h"
-#include "ui/window/PLResponderChain.h"
-#include "core/editor/PLTextContentBuffer.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 #include "ui/typesetting/PLTypesetterProgressViewController.h"
 #include "PLUiTestSupport.h"
-#include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QAction>
-#include <QDirIterator>
 #include <QFile>
 #include <QLabel>
 #include <QProgressBar>
@@ -55,13 +47,7 @@ protected:
 
     void open(const QString &fixture, const QString &mainText = QString())
     {
-        const QString source = PLTest::dataPath(QStringLiteral("typesetting/documents/") + fixture);
-        QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
-        while (it.hasNext()) {
-            const QString path = it.next();
-            if (!path.endsWith(QStringLiteral(".txt")))
-                PLTest::writeFile(project.path(QDir(source).relativeFilePath(path)), PLTest::readFile(path));
-        }
+        PLTest::copyFixture(fixture, project.path(QString()));
         if (!mainText.isEmpty())
             project.write(QStringLiteral("main.tex"), mainText);
         openWindow(project.path(QStringLiteral("main.tex")), QSize(900, 500), false);
@@ -140,47 +126,24 @@ INSTANTIATE_TEST_SUITE_P(Fixtures, TypesettingOutcome,
                              return QString::fromLatin1(info.param.fixture).replace(u'-', u'_').toStdString();
                          });
 
-// Regression guard: a second Ctrl+T during a job must not start a second engine, yet it still
-// announces a start; the menu offers Stop instead of Typeset while the job runs.
-TEST_F(TypesettingWindow, ASecondRequestDuringAJobStartsNoSecondEngine)
+// An engine in an endless loop is ended from the menu, and the strip says so. Regression guard: a
+// second Ctrl+T during the job must not start a second engine, yet it still announces a start; the
+// menu offers Stop instead of Typeset while the job runs.
+TEST_F(TypesettingWindow, StopEndsALoopingDocumentAndASecondRequestStartsNoSecondEngine)
 {
-    open(QStringLiteral("clean"));
-    EXPECT_TRUE(isEnabled(PLAction::Typeset));
-    EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
-    typeset();
+    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     const std::shared_ptr<PLLatexTransformer> job = progress->transformer();
     EXPECT_FALSE(isEnabled(PLAction::Typeset));
     EXPECT_TRUE(isEnabled(PLAction::StopTypesetting));
     progress->transformToPDF();
     EXPECT_EQ(started, 2);
-    ASSERT_TRUE(waitForFinish());
     EXPECT_EQ(progress->transformer(), job);
-    EXPECT_EQ(finished, 1);
-    EXPECT_TRUE(isEnabled(PLAction::Typeset));
-    EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
-}
-
-// Typeset saves first: the engine must see the text the user sees.
-TEST_F(TypesettingWindow, TypesetSavesTheProjectFirst)
-{
-    open(QStringLiteral("clean"));
-    PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
-    const qsizetype end = buffer->string().indexOf(QStringLiteral("\\end{document}"));
-    buffer->replaceCharactersInRange(PLRange{end, 0}, QStringLiteral("\\unsaved "));
-    ASSERT_TRUE(document->isDocumentEdited());
-    typeset();
-    ASSERT_TRUE(waitForFinish());
-    EXPECT_FALSE(document->isDocumentEdited());
-    EXPECT_EQ(summary(), QStringLiteral("1 error found"));
-}
-
-// An engine in an endless loop is ended from the menu, and the strip says so.
-TEST_F(TypesettingWindow, StopEndsALoopingDocument)
-{
-    ASSERT_NO_FATAL_FAILURE(startLoopingJob());
     menuItem(PLAction::StopTypesetting)->trigger();
     ASSERT_TRUE(waitForFinish());
+    EXPECT_EQ(finished, 1);
     EXPECT_FALSE(progress->isTransforming());
+    EXPECT_TRUE(isEnabled(PLAction::Typeset));
+    EXPECT_FALSE(isEnabled(PLAction::StopTypesetting));
     EXPECT_TRUE(stripShown());
     EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("Typesetting stopped"));
 }
@@ -225,15 +188,21 @@ TEST_F(TypesettingWindow, AMissingEngineIsReportedAndTheJobStillEnds)
     alert->buttons().first()->click();
 }
 
-// The console keeps the output of the last job until the next one starts.
-TEST_F(TypesettingWindow, TheConsoleShowsTheOutputOfTheLastJob)
+// Typeset saves first: the engine must see the text the user sees. The console keeps the output
+// of the last job until the next one starts.
+TEST_F(TypesettingWindow, TypesetSavesFirstAndTheConsoleShowsTheOutputOfTheLastJob)
 {
     open(QStringLiteral("clean"));
+    PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
+    buffer->replaceCharactersInRange(PLRange{buffer->string().indexOf(QStringLiteral("\\end{document}")), 0}, QStringLiteral("\\unsaved "));
+    ASSERT_TRUE(document->isDocumentEdited());
     PLPdfTransformationConsolePanelController *console = progress->transformationConsolePanelController();
     menuItem(PLAction::DisplayTransformationConsole)->trigger();
     EXPECT_TRUE(console->window()->isVisible());
     typeset();
     ASSERT_TRUE(waitForFinish());
+    EXPECT_FALSE(document->isDocumentEdited());
+    EXPECT_EQ(summary(), QStringLiteral("1 error found"));
     ASSERT_TRUE(QTest::qWaitFor([console] { return !console->hasPendingOutput(); }, kJobTimeout));
     const QString output = console->console()->toPlainText();
     EXPECT_TRUE(output.startsWith(QStringLiteral("This is pdfTeX"))) << output.left(80).toStdString();
@@ -282,37 +251,18 @@ TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
     EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
 }
 
-TEST_F(TypesettingWindow, RemovingByProductsKeepsTheSourcesAndThePdf)
+// Printing before typesetting says there is no PDF; the typeset PDF goes to the printer page by
+// page, within the chosen range.
+TEST_F(TypesettingWindow, PrintsThePagesOfTheTypesetPdf)
 {
-    open(QStringLiteral("subfolder"));
-    typeset();
-    ASSERT_TRUE(waitForFinish());
-    const QStringList byProducts{QStringLiteral("main.aux"), QStringLiteral("main.log"), QStringLiteral("main.synctex.gz")};
-    for (const QString &name : byProducts)
-        ASSERT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
-    menuItem(PLAction::RemoveTypesettingRelatedFiles)->trigger();
-    for (const QString &name : byProducts)
-        EXPECT_FALSE(QFile::exists(project.path(name))) << name.toStdString();
-    for (const QString &name : {QStringLiteral("main.tex"), QStringLiteral("main.pdf"), QStringLiteral("chapters/one.tex")})
-        EXPECT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
-}
-
-TEST_F(TypesettingWindow, PrintingBeforeTypesettingSaysThereIsNoPdf)
-{
-    open(QStringLiteral("clean"));
+    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}One\\newpage Two\\newpage "
+                                                 "\\pdfpagewidth=11in \\pdfpageheight=8.5in Three\\end{document}\n"));
     QString text, informativeText;
     PLTest::answerNextMessageBox(QMessageBox::Ok, &text, &informativeText);
     menuItem(PLAction::PrintDocument)->trigger();
     EXPECT_EQ(text, QStringLiteral("PDF file not found"));
     EXPECT_EQ(informativeText, QStringLiteral("The PDF file doesn't seem to exist. Have you generated it? If not please try do "
                                               "so in the File menu."));
-}
-
-// The typeset PDF goes to the printer page by page, within the chosen range.
-TEST_F(TypesettingWindow, PrintsThePagesOfTheTypesetPdf)
-{
-    open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}One\\newpage Two\\newpage "
-                                                 "\\pdfpagewidth=11in \\pdfpageheight=8.5in Three\\end{document}\n"));
     typeset();
     ASSERT_TRUE(waitForFinish());
     QPdfDocument pdf;
@@ -384,7 +334,9 @@ protected:
     PLSplitViewContentViewController *shownPane = nullptr;
 };
 
-TEST_F(ErrorList, ListsErrorsBeforeWarningsWithTheirFilesAndLines)
+// Regression guard: the finish of another window's job must not reload this list (which would
+// drop the user's selection). Removing the by-products keeps the sources and the PDF.
+TEST_F(ErrorList, ListsErrorsBeforeWarningsAndReloadsOnlyForItsOwnDocument)
 {
     ASSERT_EQ(table()->topLevelItemCount(), list->numberOfRows());
     ASSERT_GE(list->numberOfRows(), 2);
@@ -394,6 +346,26 @@ TEST_F(ErrorList, ListsErrorsBeforeWarningsWithTheirFilesAndLines)
     for (int row = 1; row < list->numberOfRows(); ++row)
         EXPECT_EQ(list->itemAtIndex(row)->type(), PLLogItem::Warning) << row;
     EXPECT_EQ(list->itemAtIndex(list->numberOfRows()), nullptr);
+
+    table()->setCurrentItem(table()->topLevelItem(1));
+    PLDocument other;
+    const auto finish = [this](QObject *of) {
+        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(of)}});
+    };
+    finish(&other);
+    EXPECT_EQ(table()->currentItem(), table()->topLevelItem(1));
+    finish(document);
+    EXPECT_EQ(table()->currentItem(), nullptr);
+
+    const QStringList byProducts{QStringLiteral("main.aux"), QStringLiteral("main.log"), QStringLiteral("main.synctex.gz")};
+    for (const QString &name : byProducts)
+        ASSERT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
+    menuItem(PLAction::RemoveTypesettingRelatedFiles)->trigger();
+    for (const QString &name : byProducts)
+        EXPECT_FALSE(QFile::exists(project.path(name))) << name.toStdString();
+    for (const QString &name : {QStringLiteral("main.tex"), QStringLiteral("main.pdf"), QStringLiteral("chapters/one.tex")})
+        EXPECT_TRUE(QFile::exists(project.path(name))) << name.toStdString();
 }
 
 // The summary button and the menu item open the list; the menu item and the close button hide it;
@@ -437,20 +409,6 @@ TEST_F(ErrorList, ClickingARowOpensItsFileAtItsLine)
     shownPane->textContentView()->setSelectedRange(PLRange{0, 0});
     clickRow(0);
     EXPECT_EQ(caret(), lineFour);
-}
-
-// Regression guard: the finish of another window's job must not reload this list (which would
-// drop the user's selection).
-TEST_F(ErrorList, IgnoresTheFinishOfAnotherDocument)
-{
-    table()->setCurrentItem(table()->topLevelItem(1));
-    PLDocument other;
-    PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
-                                               {{PLDictionaryKeyDocument, QVariant::fromValue(static_cast<QObject *>(&other))}});
-    EXPECT_EQ(table()->currentItem(), table()->topLevelItem(1));
-    PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
-                                               {{PLDictionaryKeyDocument, QVariant::fromValue(static_cast<QObject *>(document))}});
-    EXPECT_EQ(table()->currentItem(), nullptr);
 }
 
 }

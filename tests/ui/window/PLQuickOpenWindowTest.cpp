@@ -1,6 +1,4 @@
-#include "core/project/PLFile.h"
 #include "ui/window/PLQuickOpenWindowController.h"
-#include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"
 
 #include <QTableWidget>

@@ -1,13 +1,10 @@
 #include "ui/window/PLDocumentOutlineItemModel.h"
 #include "ui/window/PLDocumentOutlineView.h"
-#include "core/project/PLFile.h"
 #include "ui/window/PLSideBarViewController.h"
-#include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
-#include <QUndoStack>
 
 #include <sys/stat.h>
 

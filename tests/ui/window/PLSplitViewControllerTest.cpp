@@ -1,10 +1,7 @@
 #include "ui/typesetting/PLNoPDFFoundView.h"
-#include "ui/window/PLResponderChain.h"
 #include "ui/window/PLSplitView.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
-#include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QLabel>
