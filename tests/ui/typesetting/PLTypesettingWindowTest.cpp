@@ -158,34 +158,30 @@ TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
     EXPECT_TRUE(QTest::qWaitFor([&] { return QFile::exists(project.path(QStringLiteral("main.log"))); }, kJobTimeout));
 }
 
-// An engine that fails without a word must not pass for a clean job: the strip stays and says so.
-TEST_F(TypesettingWindow, AnEngineFailingSilentlyIsReported)
+// A missing engine is told in an alert and the job still ends. An engine that fails without a word
+// must not pass for a clean job: the strip stays and says so.
+TEST_F(TypesettingWindow, AMissingOrSilentlyFailingEngineIsReported)
 {
     const QString texFolder = project.path(QStringLiteral("tex"));
-    project.write(QStringLiteral("tex/pdflatex"), QStringLiteral("#!/bin/sh\nexit 3\n"));
-    QFile::setPermissions(texFolder + QStringLiteral("/pdflatex"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     PLUserDefaults::standardUserDefaults().setObject(QVariant(texFolder), PLUserDefaultsTexLocation);
-    open(QStringLiteral("clean"));
-    typeset();
-    ASSERT_TRUE(waitForFinish());
-    EXPECT_TRUE(stripShown());
-    EXPECT_EQ(summary(), QString());
-    EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("pdflatex ended with exit status 3"));
-}
-
-TEST_F(TypesettingWindow, AMissingEngineIsReportedAndTheJobStillEnds)
-{
-    PLUserDefaults::standardUserDefaults().setObject(QVariant(project.path(QStringLiteral("no-tex"))), PLUserDefaultsTexLocation);
     open(QStringLiteral("clean"));
     typeset();
     ASSERT_TRUE(waitForFinish());
     QMessageBox *alert = nullptr;
     ASSERT_TRUE(QTest::qWaitFor([&] { return (alert = window->findChild<QMessageBox *>(QStringLiteral("PLCouldNotLocateEngineAlert"))); }, kJobTimeout));
-    EXPECT_EQ(alert->text(), QStringLiteral("Could not locate pdflatex with path: %1/pdflatex").arg(project.path(QStringLiteral("no-tex"))));
+    EXPECT_EQ(alert->text(), QStringLiteral("Could not locate pdflatex with path: %1/pdflatex").arg(texFolder));
     EXPECT_EQ(alert->informativeText(), QStringLiteral("Plumeo relies on MacTeX. Is this installed?"));
     ASSERT_EQ(alert->buttons().size(), 1);
     EXPECT_EQ(alert->buttons().first()->text(), QStringLiteral("Close"));
     alert->buttons().first()->click();
+
+    project.write(QStringLiteral("tex/pdflatex"), QStringLiteral("#!/bin/sh\nexit 3\n"));
+    QFile::setPermissions(texFolder + QStringLiteral("/pdflatex"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    typeset();
+    ASSERT_TRUE(waitForFinish(2));
+    EXPECT_TRUE(stripShown());
+    EXPECT_EQ(summary(), QString());
+    EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("pdflatex ended with exit status 3"));
 }
 
 // Typeset saves first: the engine must see the text the user sees. The console keeps the output
@@ -369,8 +365,10 @@ TEST_F(ErrorList, ListsErrorsBeforeWarningsAndReloadsOnlyForItsOwnDocument)
 }
 
 // The summary button and the menu item open the list; the menu item and the close button hide it;
-// the height the user gave it comes back, and it never appears shorter than 140.
-TEST_F(ErrorList, IsToggledAndKeepsItsHeight)
+// the height the user gave it comes back, and it never appears shorter than 140. Clicking a row
+// opens a file in a subfolder that no pane showed, at the start of the line; a second click on the
+// same, still selected, row goes there again.
+TEST_F(ErrorList, IsToggledKeepsItsHeightAndOpensTheFileOfAClickedRow)
 {
     EXPECT_FALSE(listShown());
     progress->errorWarningCountButton()->click();
@@ -387,28 +385,21 @@ TEST_F(ErrorList, IsToggledAndKeepsItsHeight)
     EXPECT_TRUE(listShown());
     QCoreApplication::processEvents();
     EXPECT_EQ(list->view()->height(), 200);
-    list->closeButton()->click();
-    EXPECT_FALSE(listShown());
-    list->setSavedHeight(20);
-    EXPECT_EQ(list->savedHeight(), PLTypesettingLogParserResultsTableViewController::minimumHeight);
-}
 
-// Clicking a row opens a file in a subfolder that no pane showed, at the start of the line; a
-// second click on the same, still selected, row goes there again.
-TEST_F(ErrorList, ClickingARowOpensItsFileAtItsLine)
-{
-    progress->errorWarningCountButton()->click();
-    QCoreApplication::processEvents();
     clickRow(0);
     // Regression: the pane's old text view, deleted later, used itself after its deletion.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     ASSERT_EQ(shownPane->file()->name(), QStringLiteral("one.tex"));
-    const QString text = shownPane->file()->contentBuffer()->string();
-    const qsizetype lineFour = text.indexOf(QStringLiteral("Here is an error"));
+    const qsizetype lineFour = shownPane->file()->contentBuffer()->string().indexOf(QStringLiteral("Here is an error"));
     EXPECT_EQ(caret(), lineFour);
     shownPane->textContentView()->setSelectedRange(PLRange{0, 0});
     clickRow(0);
     EXPECT_EQ(caret(), lineFour);
+
+    list->closeButton()->click();
+    EXPECT_FALSE(listShown());
+    list->setSavedHeight(20);
+    EXPECT_EQ(list->savedHeight(), PLTypesettingLogParserResultsTableViewController::minimumHeight);
 }
 
 }
