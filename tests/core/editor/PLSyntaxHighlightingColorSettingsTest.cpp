@@ -1,7 +1,6 @@
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
 #include "core/editor/PLSyntaxHighlightingColorReset.h"
-#include "core/editor/PLSyntaxHighlightingColorSettings.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/project/PLUserDefaultsConstants.h"
@@ -11,35 +10,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-TEST(PLSyntaxHighlightingColorSettings, TheGroupsListEveryPaintedTokenClassOnce)
-{
-    const QList<PLSyntaxHighlightingColorSettings> groups = PLSyntaxHighlightingColorSettings::editorColorGroups();
-    ASSERT_EQ(groups.size(), 2);
-    EXPECT_EQ(groups[0].title(), QStringLiteral("LaTeX"));
-    EXPECT_EQ(groups[1].title(), QStringLiteral("BIB"));
-    ASSERT_EQ(groups[0].countOfProperties(), 5);
-    ASSERT_EQ(groups[1].countOfProperties(), 2);
-
-    const PLSyntaxHighlightingColorSetting &dividers = groups[0].propertyAtIndex(0);
-    EXPECT_EQ(dividers.title(), QStringLiteral("\\part, \\chapter, \\section, \\subsection ..."));
-    EXPECT_EQ(dividers.foreground(), PLUserDefaultsEditorColorStructureDividers);
-    EXPECT_EQ(dividers.background(), PLUserDefaultsEditorColorStructureDividersBackground);
-    EXPECT_EQ(groups[0].propertyAtIndex(3).title(), QStringLiteral("$"));
-    EXPECT_EQ(groups[1].propertyAtIndex(1).foreground(), PLUserDefaultsEditorColorBIBKey);
-
-    QStringList keys;
-    for (const PLSyntaxHighlightingColorSettings &group : groups) {
-        for (const PLSyntaxHighlightingColorSetting &row : group.properties()) {
-            EXPECT_EQ(row.foregroundNotification(), PLNotificationEditorTextStyleDidChange);
-            EXPECT_EQ(row.backgroundNotification(), PLNotificationEditorTextStyleDidChange);
-            EXPECT_EQ(row.background(), row.foreground() + QStringLiteral("Background"));
-            keys << row.foreground();
-        }
-    }
-    keys.removeDuplicates();
-    EXPECT_EQ(keys.size(), 7);
-}
 
 TEST(PLSyntaxHighlightingColorReset, WritesTheResetColoursSavesThemAndTellsTheEditorsInOrder)
 {
