@@ -93,22 +93,8 @@ QStringList pieces(std::initializer_list<const char *> list)
 INSTANTIATE_TEST_SUITE_P(
     EveryLogPattern, LogScanningAgreesWithAPlainSearch,
     ::testing::Values(
-        ScannedPattern{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", u"(./", LiteralFollower::AnyRunInLine,
-                       pieces({"(./", "(./", ".tex", ")", "(", "ch/one", "\n"})},
         ScannedPattern{"\\(\\./(.*?)\\.tex", u"(./", LiteralFollower::AnyRunInLine,
                        pieces({"(./", ".tex", ")", "x"})},
-        ScannedPattern{"LaTeX Warning: (.)*\\n(.)*\\n", u"LaTeX Warning: ", LiteralFollower::AnyRunInLine,
-                       pieces({"LaTeX Warning: ", "\n", "\n", "text", "on input line 3."})},
-        ScannedPattern{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", u"! Undefined control sequence",
-                       LiteralFollower::Fixed,
-                       pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                               "l.3 \\x", "?", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})},
-        ScannedPattern{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", u".", LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::"})},
-        ScannedPattern{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", u"./",
-                       LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "msg",
-                               "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n"})},
         ScannedPattern{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))", u"./",
                        LiteralFollower::AnyRunInLine,
                        pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\",
@@ -124,26 +110,6 @@ INSTANTIATE_TEST_SUITE_P(
         ScannedPattern{"Environment (.*) undefined.", u"Environment ", LiteralFollower::AnyRunInLine,
                        pieces({"Environment ", " undefined.", " undefined", "foo"})}));
 
-// The hand-written matchers must find exactly what their expressions find, wherever a search of the
-// whole range would: same matches, same groups, on random logs with surrogate pairs and lone halves.
-struct HandWrittenMatcher
-{
-    const char *pattern;
-    const char16_t *literal;
-    LiteralFollower follower;
-    PLLogScanning::Matcher matcher;
-    QStringList pieces;
-};
-
-void PrintTo(const HandWrittenMatcher &m, std::ostream *os)
-{
-    *os << m.pattern;
-}
-
-class HandWrittenMatcherAgreesWithItsExpression : public ::testing::TestWithParam<HandWrittenMatcher>
-{
-};
-
 QList<PLRange> plainSearch(const QString &pattern, const QString &text, PLRange range, QList<int> groups)
 {
     QList<PLRange> found;
@@ -155,58 +121,113 @@ QList<PLRange> plainSearch(const QString &pattern, const QString &text, PLRange 
     return found;
 }
 
-TEST_P(HandWrittenMatcherAgreesWithItsExpression, OnRandomLogs)
+using Scan = std::function<QList<PLRange>(const QString &text, PLRange range)>;
+
+Scan matcherScan(PLLogScanning::Matcher matcher, const char16_t *literal, LiteralFollower follower)
 {
-    const HandWrittenMatcher &m = GetParam();
-    QRandomGenerator random(20261123);
-    for (int round = 0; round < 4000; ++round) {
+    return [=](const QString &text, PLRange range) {
+        QList<PLRange> found;
+        PLLogScanning::enumerateMatchesAfterLiteral(matcher, QStringView(literal), follower, text, range, [&](PLRange match) {
+            found.append(match);
+            return true;
+        });
+        return found;
+    };
+}
+
+// A hand-written scanner must find exactly what its expression finds wherever a search of the range
+// would, with the same groups, on random logs with surrogate pairs and lone halves.
+struct HandWrittenScanner
+{
+    const char *pattern;
+    QList<int> groups;
+    bool firstMatchOnly;
+    quint32 seed;
+    int rounds;
+    QStringList pieces;
+    Scan scan;
+    // Where the scanner also reads a match anchored at the start of a text: that match.
+    std::function<PLRange(const QString &text)> anchored;
+};
+
+void PrintTo(const HandWrittenScanner &m, std::ostream *os)
+{
+    *os << m.pattern;
+}
+
+class HandWrittenScannerAgreesWithItsExpression : public ::testing::TestWithParam<HandWrittenScanner>
+{
+};
+
+TEST_P(HandWrittenScannerAgreesWithItsExpression, OnRandomLogs)
+{
+    const HandWrittenScanner &m = GetParam();
+    const QString pattern = QString::fromUtf8(m.pattern);
+    QRandomGenerator random(m.seed);
+    for (int round = 0; round < m.rounds; ++round) {
         const QString text = randomLog(random, m.pieces);
         const qsizetype from = random.bounded(int(text.size() + 1));
         const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        QList<PLRange> scanned;
-        PLLogScanning::enumerateMatchesAfterLiteral(m.matcher, QStringView(m.literal), m.follower, text, range,
-                                                    [&](PLRange match) {
-                                                        scanned.append(match);
-                                                        return true;
-                                                    });
-        ASSERT_EQ(scanned, plainSearch(QString::fromUtf8(m.pattern), text, range, {0}))
+        QList<PLRange> expected = plainSearch(pattern, text, range, m.groups);
+        if (m.firstMatchOnly)
+            expected = expected.mid(0, m.groups.size());
+        ASSERT_EQ(m.scan(text, range), expected)
             << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
+        if (m.anchored) {
+            ASSERT_EQ(m.anchored(text), PLRegularExpressionHelper::firstMatchInRange(pattern, text, PLRange{0, text.size()},
+                                                                                     PLRegularExpressionHelper::Anchored, 0))
+                << text.toStdString();
+        }
     }
+}
+
+QList<PLRange> firstGeneralErrorLine(const QString &text, PLRange range)
+{
+    const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
+    QList<PLRange> found;
+    for (int group = 0; scanned && group <= 5; ++group)
+        found.append(scanned->range(group));
+    return found;
+}
+
+QList<PLRange> locatedErrors(const QString &text, PLRange range)
+{
+    QList<PLRange> found;
+    PLLogScanning::enumerateLocatedErrors(text, range, [&](const PLLogScanning::LocatedError &error) {
+        found << error.match << error.fileName << error.lineNumber << error.message;
+    });
+    return found;
+}
+
+PLRange locatedErrorAtStart(const QString &text)
+{
+    const std::optional<PLLogScanning::LocatedError> first = PLLogScanning::locatedErrorAt(text, 0, text.size());
+    return first ? first->match : PLNotFoundRange;
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    LogStringParser, HandWrittenMatcherAgreesWithItsExpression,
+    LogParsers, HandWrittenScannerAgreesWithItsExpression,
     ::testing::Values(
-        HandWrittenMatcher{"LaTeX Warning: (.)*\\n(.)*\\n", u"LaTeX Warning: ", LiteralFollower::AnyRunInLine,
-                           PLLogScanning::warningMatchEnd,
-                           pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."})},
-        HandWrittenMatcher{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", u"! Undefined control sequence",
-                           LiteralFollower::Fixed, PLLogScanning::undefinedControlSequenceMatchEnd,
+        HandWrittenScanner{"LaTeX Warning: (.)*\\n(.)*\\n", {0}, false, 20261123, 4000,
+                           pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."}),
+                           matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {}},
+        HandWrittenScanner{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", {0}, false, 20261123, 4000,
                            pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                                   "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})},
-        HandWrittenMatcher{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", u"(./", LiteralFollower::AnyRunInLine,
-                           PLLogScanning::fileOpeningMatchEnd,
+                                   "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"}),
+                           matcherScan(PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence",
+                                       LiteralFollower::Fixed),
+                           {}},
+        HandWrittenScanner{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", {0}, false, 20261123, 4000,
                            pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
-                                   "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"})}));
-
-TEST(GeneralErrorLineScanning, AgreesWithItsExpressionOnRandomLogs)
-{
-    const QString pattern = QStringLiteral("((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))");
-    const QStringList errorLine = pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
-                                          "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"});
-    QRandomGenerator random(20261126);
-    for (int round = 0; round < 6000; ++round) {
-        const QString text = randomLog(random, errorLine);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
-        QList<PLRange> expected = plainSearch(pattern, text, range, {0, 1, 2, 3, 4, 5}).mid(0, 6);
-        QList<PLRange> found;
-        for (int group = 0; scanned && group <= 5; ++group)
-            found.append(scanned->range(group));
-        ASSERT_EQ(found, expected) << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
-    }
-}
+                                   "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"}),
+                           matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {}},
+        HandWrittenScanner{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", {0, 1, 2, 3, 4, 5}, true, 20261126, 6000,
+                           pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
+                                   "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}),
+                           firstGeneralErrorLine, {}},
+        HandWrittenScanner{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", {0, 3, 5, 7}, false, 20261124, 6000,
+                           pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}),
+                           locatedErrors, locatedErrorAtStart}));
 
 TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
 {
@@ -217,29 +238,6 @@ TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
         names.append(PLLogScanning::nameOfOpenedFile(text, *opening));
     EXPECT_EQ(names, (QStringList{QStringLiteral("a.tex.tex"), QStringLiteral("b c.tex"), QStringLiteral("d.texx.tex")}));
     EXPECT_EQ(PLLogScanning::nameOfOpenedFile(text, PLRange{text.size(), 0}), QString());
-}
-
-TEST(LocatedErrorScanning, AgreesWithItsExpressionOnRandomLogs)
-{
-    const QString pattern = QStringLiteral("((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)");
-    const QStringList located = pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"});
-    QRandomGenerator random(20261124);
-    for (int round = 0; round < 6000; ++round) {
-        const QString text = randomLog(random, located);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        QList<PLRange> scanned;
-        PLLogScanning::enumerateLocatedErrors(text, range, [&](const PLLogScanning::LocatedError &error) {
-            scanned << error.match << error.fileName << error.lineNumber << error.message;
-        });
-        ASSERT_EQ(scanned, plainSearch(pattern, text, range, {0, 3, 5, 7}))
-            << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
-        // Anchored at the start, as an error text is read back.
-        const std::optional<PLLogScanning::LocatedError> first = PLLogScanning::locatedErrorAt(text, 0, text.size());
-        const PLRange anchored = PLRegularExpressionHelper::firstMatchInRange(
-            pattern, text, PLRange{0, text.size()}, PLRegularExpressionHelper::Anchored, 0);
-        ASSERT_EQ(first ? first->match : PLNotFoundRange, anchored) << text.toStdString();
-    }
 }
 
 struct IntegerCase
