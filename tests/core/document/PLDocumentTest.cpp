@@ -5,8 +5,6 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
-#include "core/latex/PLOutlineNode.h"
-#include "core/latex/PLQuickOpenManager.h"
 #include "PLTestSupport.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -503,20 +501,6 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.pdf"))));
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.bib"))));
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.tex.bak"))));
-}
-
-TEST_F(Document, QuickOpenFindsFilesAndHeadingsOnceInNameOrder)
-{
-    write(QStringLiteral("main.tex"), "\\section{second}\n\\input{shared}\n\\input{other}\n");
-    write(QStringLiteral("other.tex"), "\\section{Section in other}\n\\input{shared}\n");
-    write(QStringLiteral("shared.tex"), "\\subsection{SECret}\ntext with sec\n");
-    auto document = open(QStringLiteral("main.tex"));
-    QStringList names;
-    for (const auto &node : document->quickOpenManager()->searchForString(QStringLiteral("sec")))
-        names << node->name();
-    EXPECT_EQ(names, (QStringList{QStringLiteral("SECret"), QStringLiteral("Section in other"), QStringLiteral("second")}));
-    EXPECT_EQ(document->quickOpenManager()->searchForString(QStringLiteral("tex")).size(), 3);
-    EXPECT_EQ(document->quickOpenManager()->searchForString(QString()).size(), 6);
 }
 
 TEST_F(Document, AKilledSaveLeavesEitherTheOldOrTheNewFile)
