@@ -5,8 +5,6 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/project/PLNotificationNameConstants.h"
-#include "core/latex/PLOutlineNode.h"
-#include "core/latex/PLQuickOpenManager.h"
 #include "PLTestSupport.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -95,19 +93,6 @@ private:
     ChangedFileAction m_answer;
 };
 
-// A save-as in one window gave back every window's hold on the old main file, so the pool dropped
-// it while another window still showed it.
-TEST_F(Document, SaveAsGivesBackOnlyItsOwnHoldOnTheOldMainFile)
-{
-    write(QStringLiteral("main.tex"), "\\input{x}\n");
-    auto first = open(QStringLiteral("main.tex"));
-    auto second = open(QStringLiteral("main.tex"));
-    PLError error;
-    ASSERT_TRUE(first->saveDocumentAs(path(QStringLiteral("copy.tex")), &error)) << error.message.toStdString();
-    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("main.tex"))), second->mainFile());
-    EXPECT_EQ(second->mainFile()->openCount(), 1u);
-}
-
 // A table-driven Document test; each case names itself with its label.
 template <class Case>
 class DocumentCase : public Document, public ::testing::WithParamInterface<Case>
@@ -175,51 +160,39 @@ struct RoundTripCase
 
 using SaveRoundTrip = DocumentCase<RoundTripCase>;
 
-TEST_P(SaveRoundTrip, WritesEveryFileBackByteForByteInItsEncoding)
+// Saving gave every untouched file a new date and wrote an empty version.tex for a missing
+// \\input{version}, so build tools and version control saw changes that were not there. Every file
+// goes back byte for byte in its encoding, and only a changed one is written.
+TEST_P(SaveRoundTrip, WritesOnlyChangedFilesByteForByteInTheirEncoding)
 {
-    const QByteArray mainBytes = GetParam().bytes + "\r\n\\input{sub/chap}\r\n";
+    const QByteArray mainBytes = GetParam().bytes + "\r\n\\input{version}\\input{sub/chap}\r\n";
     const QByteArray chapBytes = "\\section{" + GetParam().bytes + "}\r\nText\r\n";
     write(QStringLiteral("main.tex"), mainBytes);
     write(QStringLiteral("sub/chap.tex"), chapBytes);
+    QFile chapFile(path(QStringLiteral("sub/chap.tex")));
+    const QDateTime longAgo = QDateTime::fromSecsSinceEpoch(1000000000);
+    ASSERT_TRUE(chapFile.open(QIODevice::ReadWrite) && chapFile.setFileTime(longAgo, QFileDevice::FileModificationTime));
+    chapFile.close();
     PLUserDefaults::standardUserDefaults().setInteger(GetParam().encoding, PLUserDefaultsFileEncoding);
     auto document = open(QStringLiteral("main.tex"));
+    append(*document->mainFile(), QStringLiteral("%"));
     PLError error;
     ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
-    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), mainBytes);
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), mainBytes + "%");
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("sub/chap.tex"))), chapBytes);
+    EXPECT_EQ(modified(QStringLiteral("sub/chap.tex")), longAgo);
+    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("version.tex"))));
 
     // An edit in the included file is written there, in the same encoding, and nothing else moves.
     const auto chap = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("sub/chap.tex")));
     ASSERT_TRUE(chap);
-    chap->contentBuffer()->replaceCharactersInRange(PLRange{chap->content().size(), 0}, QStringLiteral("x"));
+    append(*chap, QStringLiteral("x"));
     EXPECT_TRUE(document->isDocumentEdited());
     ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
     EXPECT_FALSE(document->isDocumentEdited());
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("sub/chap.tex"))), chapBytes + "x");
-    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), mainBytes);
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), mainBytes + "%");
     EXPECT_TRUE(saveCopies().isEmpty());
-}
-
-// Saving wrote an empty version.tex for a missing \\input{version} and gave every untouched file a
-// new date, so build tools and version control saw changes that were not there.
-TEST_F(Document, SavingWritesOnlyChangedFilesAndCreatesNone)
-{
-    write(QStringLiteral("book.tex"), "\\input{version}\n\\input{chap}\n");
-    write(QStringLiteral("chap.tex"), "Chapter\n");
-    QFile chap(path(QStringLiteral("chap.tex")));
-    ASSERT_TRUE(chap.open(QIODevice::ReadWrite));
-    const QDateTime long_ago = QDateTime::fromSecsSinceEpoch(1000000000);
-    ASSERT_TRUE(chap.setFileTime(long_ago, QFileDevice::FileModificationTime));
-    chap.close();
-    auto document = open(QStringLiteral("book.tex"));
-    ASSERT_TRUE(document->saveDocument());
-    append(*document->mainFile(), QStringLiteral("% edited\n"));
-    PLError error;
-    ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
-
-    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("book.tex"))), QByteArray("\\input{version}\n\\input{chap}\n% edited\n"));
-    EXPECT_FALSE(QFileInfo::exists(path(QStringLiteral("version.tex"))));
-    EXPECT_EQ(modified(QStringLiteral("chap.tex")), long_ago);
 
     // Typing into the missing file is what brings it into being.
     const auto version = PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("version.tex")));
@@ -227,7 +200,6 @@ TEST_F(Document, SavingWritesOnlyChangedFilesAndCreatesNone)
     append(*version, QStringLiteral("1.0"));
     ASSERT_TRUE(document->saveDocument(&error)) << error.message.toStdString();
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("version.tex"))), QByteArray("1.0"));
-    EXPECT_EQ(modified(QStringLiteral("chap.tex")), long_ago);
 }
 
 INSTANTIATE_TEST_SUITE_P(Encodings, SaveRoundTrip,
@@ -242,6 +214,9 @@ TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
     QDir(m_dir.path()).mkdir(QStringLiteral("copies"));
     auto document = open(QStringLiteral("old.tex"));
     const auto oldMain = document->mainFile();
+    // A save-as in one window gave back every window's hold on the old main file, so the pool
+    // dropped it while another window still showed it.
+    auto other = open(QStringLiteral("old.tex"));
 
     std::shared_ptr<PLFile> announcedOld, announcedNew;
     int observer = 0;
@@ -259,6 +234,9 @@ TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
     EXPECT_EQ(document->mainFile()->stringPath(), path(QStringLiteral("copies/new.tex")));
     EXPECT_EQ(document->mainFile()->content(), u"\\section{Old}\n\\input{chap}\n");
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("copies/new.tex"))), QByteArray("\\section{Old}\n\\input{chap}\n"));
+    EXPECT_EQ(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("old.tex"))), other->mainFile());
+    EXPECT_EQ(oldMain->openCount(), 1u);
+    other->close();
     EXPECT_FALSE(PLFilePool::sharedFilePool().fileForPath(path(QStringLiteral("old.tex"))));
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsLastDirectorySaved),
               QUrl::fromLocalFile(path(QStringLiteral("copies"))).toString());
@@ -377,7 +355,8 @@ TEST_F(Document, SavingKeepsTheModeAndWritesThroughSymbolicLinks)
 }
 
 // A save-as that failed (an encoding that cannot hold the text, a full disk) left the file it
-// was to replace empty. The target changes only once the new bytes are complete.
+// was to replace empty. The target changes only once the new bytes are complete, and a save that
+// cannot complete leaves the old file whole and reports why.
 TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
 {
     write(QStringLiteral("main.tex"), "draft\n");
@@ -389,9 +368,19 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
     EXPECT_FALSE(document->saveDocumentAs(path(QStringLiteral("precious.tex")), &error));
     EXPECT_TRUE(error.message.contains(QStringLiteral("precious.tex")));
 
-    // A disk that fills up half way: the process may not write more than a few bytes.
+    // Text the encoding holds, and a folder or an impossible path as the target.
     document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, document->mainFile()->content().size()},
                                                                    QString(4096, u'x'));
+    QDir(m_dir.path()).mkdir(QStringLiteral("taken.tex"));
+    EXPECT_FALSE(document->saveDocumentAs(path(QStringLiteral("taken.tex")), &error));
+    for (const QString &target : {QStringLiteral("/proc/self/plumeo-cannot-write.tex"),     // takes no files
+                                  path(QStringLiteral("main.tex/inside.tex")),              // under a file
+                                  path(QStringLiteral("missing-folder/deeper/new.tex"))}) { // no such folder
+        PLError tmpError;
+        EXPECT_FALSE(document->mainFile()->saveUsingTmpPath(target, &tmpError)) << target.toStdString();
+        EXPECT_FALSE(tmpError.message.isEmpty());
+    }
+    // A disk that fills up half way: the process may not write more than a few bytes.
     const auto previousHandler = std::signal(SIGXFSZ, SIG_IGN);
     rlimit previousLimit;
     ::getrlimit(RLIMIT_FSIZE, &previousLimit);
@@ -404,6 +393,7 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
     EXPECT_FALSE(saved);
 
     EXPECT_EQ(PLTest::readFile(path(QStringLiteral("precious.tex"))), QByteArray("precious\n"));
+    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), QByteArray("draft\n"));
     EXPECT_EQ(document->mainFile()->stringPath(), path(QStringLiteral("main.tex")));
     EXPECT_TRUE(document->isDocumentEdited());
     EXPECT_TRUE(saveCopies().isEmpty());
@@ -511,44 +501,6 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.pdf"))));
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.bib"))));
     EXPECT_TRUE(QFile::exists(path(QStringLiteral("main.tex.bak"))));
-}
-
-TEST_F(Document, QuickOpenFindsFilesAndHeadingsOnceInNameOrder)
-{
-    write(QStringLiteral("main.tex"), "\\section{second}\n\\input{shared}\n\\input{other}\n");
-    write(QStringLiteral("other.tex"), "\\section{Section in other}\n\\input{shared}\n");
-    write(QStringLiteral("shared.tex"), "\\subsection{SECret}\ntext with sec\n");
-    auto document = open(QStringLiteral("main.tex"));
-    QStringList names;
-    for (const auto &node : document->quickOpenManager()->searchForString(QStringLiteral("sec")))
-        names << node->name();
-    EXPECT_EQ(names, (QStringList{QStringLiteral("SECret"), QStringLiteral("Section in other"), QStringLiteral("second")}));
-    EXPECT_EQ(document->quickOpenManager()->searchForString(QStringLiteral("tex")).size(), 3);
-    EXPECT_EQ(document->quickOpenManager()->searchForString(QString()).size(), 6);
-}
-
-// A save that cannot complete leaves the old file whole and reports why.
-TEST_F(Document, FailedSavesLeaveTheOldContent)
-{
-    write(QStringLiteral("main.tex"), "original\n");
-    auto document = open(QStringLiteral("main.tex"));
-    document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("edited "));
-
-    const QStringList impossibleTargets{
-        QStringLiteral("/proc/self/plumeo-cannot-write.tex"),             // a file system that takes no files
-        path(QStringLiteral("main.tex/inside.tex")),                      // a path under a file
-        path(QStringLiteral("missing-folder/deeper/new.tex")),            // a folder that does not exist
-    };
-    for (const QString &target : impossibleTargets) {
-        PLError error;
-        EXPECT_FALSE(document->mainFile()->saveUsingTmpPath(target, &error)) << target.toStdString();
-        EXPECT_FALSE(error.message.isEmpty());
-    }
-    QDir(m_dir.path()).mkdir(QStringLiteral("taken.tex"));
-    PLError error;
-    EXPECT_FALSE(document->saveDocumentAs(path(QStringLiteral("taken.tex")), &error));
-    EXPECT_EQ(PLTest::readFile(path(QStringLiteral("main.tex"))), QByteArray("original\n"));
-    EXPECT_EQ(document->mainFile()->stringPath(), path(QStringLiteral("main.tex")));
 }
 
 TEST_F(Document, AKilledSaveLeavesEitherTheOldOrTheNewFile)

@@ -14,15 +14,11 @@ namespace {
 // "𝔸" (U+1D538) takes two UTF-16 units: every index after it must count both.
 const QString kWide = QString::fromUtf16(u"𝔸 \\section{Ä𝔸} x \\input{b}");
 
-TEST(RegularExpressionHelper, FirstMatchUsesUtf16Indices)
+TEST(RegularExpressionHelper, FirstMatchAndItsGroupsUseUtf16Indices)
 {
     EXPECT_EQ(R::rangeOfFirstMatch(QStringLiteral("\\\\section\\{"), kWide), (PLRange{3, 9}));
     EXPECT_EQ(R::rangeOfFirstMatch(QStringLiteral("\\{[^}]*\\}"), kWide), (PLRange{11, 5}));
     EXPECT_EQ(R::rangeOfFirstMatch(QStringLiteral("nowhere"), kWide), PLNotFoundRange);
-}
-
-TEST(RegularExpressionHelper, CaptureGroupsOfTheFirstMatch)
-{
     const QString pattern = QStringLiteral("\\\\(input|include)\\{(.+?)(\\.tex)?\\}");
     EXPECT_EQ(R::rangeOfCaptureGroup(pattern, kWide, 1), (PLRange{20, 5}));
     EXPECT_EQ(R::rangeOfCaptureGroup(pattern, kWide, 2), (PLRange{26, 1}));

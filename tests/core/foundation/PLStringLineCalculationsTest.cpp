@@ -63,7 +63,9 @@ INSTANTIATE_TEST_SUITE_P(
                       LineStartCase{u"a\u2029b", 2, 2}, LineStartCase{u"a\n", 2, 2}, LineStartCase{u"a\n", 3, 2},
                       LineStartCase{u"", 5, 0}, LineStartCase{u"\r\n\r\nx", 3, 4}, LineStartCase{u"ab\ncd\nef", 3, 6}));
 
-TEST(LineArithmetic, StartAndLineAgreeOnEveryLineOfAMixedText)
+// Line starts and line numbers agree on every line of a text with every kind of line end; a range
+// reaches from the start of its first character's line through the whole terminator of its last.
+TEST(LineArithmetic, StartsLinesAndRangesAgree)
 {
     const QString text = QStringLiteral("one\rtwo\r\nthree\nfour") + QChar(0x2028) + QStringLiteral("five")
         + QChar(0x2029) + QStringLiteral("six") + QChar(0x85) + QStringLiteral("seven");
@@ -75,24 +77,15 @@ TEST(LineArithmetic, StartAndLineAgreeOnEveryLineOfAMixedText)
             EXPECT_EQ(lineNumberOfLocation(text, start - 1), line - 1);
         }
     }
-}
-
-TEST(LineArithmetic, LineStartInRangeFindsTheStartOfTheFirstCharactersLine)
-{
-    const QString text = QStringLiteral("ab\r\ncd\nef");
-    EXPECT_EQ(locationOfLineStartInRange(text, PLRange{5, 3}), 4);
-    EXPECT_EQ(locationOfLineStartInRange(text, PLRange{3, 0}), 0);
-    EXPECT_EQ(locationOfLineStartInRange(text, PLRange{9, 0}), 7);
-}
-
-TEST(LineArithmetic, LineRangeIncludesTheWholeTerminator)
-{
-    const QString text = QStringLiteral("ab\r\ncd");
-    EXPECT_EQ(lineRangeForRange(text, PLRange{0, 1}), (PLRange{0, 4}));
-    EXPECT_EQ(lineRangeForRange(text, PLRange{1, 3}), (PLRange{0, 4}));
-    EXPECT_EQ(lineRangeForRange(text, PLRange{2, 3}), (PLRange{0, 6}));
-    EXPECT_EQ(lineRangeForRange(text, PLRange{6, 0}), (PLRange{4, 2}));
-    const auto bounds = lineBoundsForRange(text, PLRange{1, 0});
+    const QString crlf = QStringLiteral("ab\r\ncd\nef");
+    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{5, 3}), 4);
+    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{3, 0}), 0);
+    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{9, 0}), 7);
+    EXPECT_EQ(lineRangeForRange(crlf, PLRange{0, 1}), (PLRange{0, 4}));
+    EXPECT_EQ(lineRangeForRange(crlf, PLRange{1, 3}), (PLRange{0, 4}));
+    EXPECT_EQ(lineRangeForRange(crlf, PLRange{2, 3}), (PLRange{0, 7}));
+    EXPECT_EQ(lineRangeForRange(crlf, PLRange{9, 0}), (PLRange{7, 2}));
+    const auto bounds = lineBoundsForRange(crlf, PLRange{1, 0});
     EXPECT_EQ(bounds.contentsEnd, 2);
     EXPECT_EQ(bounds.end, 4);
 }

@@ -8,32 +8,6 @@ namespace {
 
 using PLLogScanning::LiteralFollower;
 
-struct ScannedPattern
-{
-    const char *pattern;
-    const char16_t *literal;
-    LiteralFollower follower;
-    // Pieces of text the pattern cares about; random logs are made of these and of line ends.
-    QStringList pieces;
-};
-
-void PrintTo(const ScannedPattern &p, std::ostream *os)
-{
-    *os << p.pattern;
-}
-
-QList<QList<PLRange>> groupsOf(const QList<PLRegexMatch> &matches)
-{
-    QList<QList<PLRange>> all;
-    for (const PLRegexMatch &match : matches) {
-        QList<PLRange> groups;
-        for (int g = 0; g < match.numberOfRanges(); ++g)
-            groups.append(match.range(g));
-        all.append(groups);
-    }
-    return all;
-}
-
 // Random texts made of the pieces a pattern cares about, every kind of line end and a few other
 // characters, so that a literal-driven search that skipped a real match, or found one too many,
 // shows up.
@@ -52,36 +26,6 @@ QString randomLog(QRandomGenerator &random, const QStringList &patternPieces)
     return text;
 }
 
-class LogScanningAgreesWithAPlainSearch : public ::testing::TestWithParam<ScannedPattern>
-{
-};
-
-TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
-{
-    const ScannedPattern &p = GetParam();
-    const QString pattern = QString::fromUtf8(p.pattern);
-    const QStringView literal(p.literal);
-    QRandomGenerator random(20240229);
-    for (int round = 0; round < 3000; ++round) {
-        const QString text = randomLog(random, p.pieces);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        QList<PLRegexMatch> expected;
-        PLRegularExpressionHelper::enumerateMatches(pattern, text, range, [&](const PLRegexMatch &match) {
-            expected.append(match);
-            return true;
-        });
-        QList<PLRegexMatch> scanned;
-        PLLogScanning::enumerateMatchesAfterLiteral(pattern, literal, p.follower, text, range,
-                                                    [&](const PLRegexMatch &match) {
-                                                        scanned.append(match);
-                                                        return true;
-                                                    });
-        ASSERT_EQ(groupsOf(scanned), groupsOf(expected)) << "text " << text.toStdString() << " range "
-                                                         << range.location << "+" << range.length;
-    }
-}
-
 QStringList pieces(std::initializer_list<const char *> list)
 {
     QStringList result;
@@ -90,123 +34,163 @@ QStringList pieces(std::initializer_list<const char *> list)
     return result;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryLogPattern, LogScanningAgreesWithAPlainSearch,
-    ::testing::Values(
-        ScannedPattern{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", u"(./", LiteralFollower::AnyRunInLine,
-                       pieces({"(./", "(./", ".tex", ")", "(", "ch/one", "\n"})},
-        ScannedPattern{"\\(\\./(.*?)\\.tex", u"(./", LiteralFollower::AnyRunInLine,
-                       pieces({"(./", ".tex", ")", "x"})},
-        ScannedPattern{"LaTeX Warning: (.)*\\n(.)*\\n", u"LaTeX Warning: ", LiteralFollower::AnyRunInLine,
-                       pieces({"LaTeX Warning: ", "\n", "\n", "text", "on input line 3."})},
-        ScannedPattern{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", u"! Undefined control sequence",
-                       LiteralFollower::Fixed,
-                       pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                               "l.3 \\x", "?", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})},
-        ScannedPattern{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", u".", LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::"})},
-        ScannedPattern{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", u"./",
-                       LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "msg",
-                               "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n"})},
-        ScannedPattern{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))", u"./",
-                       LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\",
-                               "foo", "./a.tex:123: Illegal parameter number in definition of \\foo."})},
-        ScannedPattern{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))", u"! LaTeX Error: File `",
-                       LiteralFollower::AnyRunInLine,
-                       pieces({"! LaTeX Error: File `", "name", ".tex", ".sty", "' not found.", "'"})},
-        ScannedPattern{":([0-9]*):", u":", LiteralFollower::Fixed, pieces({":", "1", "23", "::"})},
-        ScannedPattern{"\\./.*\\.tex:[0-9]*:", u"./", LiteralFollower::AnyRunInLine,
-                       pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"})},
-        ScannedPattern{"\\[([0-9])\\]", u"[", LiteralFollower::Fixed, pieces({"[", "1", "]", "12", "[["})},
-        ScannedPattern{"\\{(.*)\\}", u"{", LiteralFollower::AnyRunInLine, pieces({"{", "}", "pkg", "{}"})},
-        ScannedPattern{"Environment (.*) undefined.", u"Environment ", LiteralFollower::AnyRunInLine,
-                       pieces({"Environment ", " undefined.", " undefined", "foo"})}));
-
-// The hand-written matchers must find exactly what their expressions find, wherever a search of the
-// whole range would: same matches, same groups, on random logs with surrogate pairs and lone halves.
-struct HandWrittenMatcher
-{
-    const char *pattern;
-    const char16_t *literal;
-    LiteralFollower follower;
-    PLLogScanning::Matcher matcher;
-    QStringList pieces;
-};
-
-void PrintTo(const HandWrittenMatcher &m, std::ostream *os)
-{
-    *os << m.pattern;
-}
-
-class HandWrittenMatcherAgreesWithItsExpression : public ::testing::TestWithParam<HandWrittenMatcher>
-{
-};
-
-QList<PLRange> plainSearch(const QString &pattern, const QString &text, PLRange range, QList<int> groups)
+// The matches' groups as a search of the range with the expression finds them; every group when none
+// are named.
+QList<PLRange> plainSearch(const QString &pattern, const QString &text, PLRange range, const QList<int> &groups)
 {
     QList<PLRange> found;
     PLRegularExpressionHelper::enumerateMatches(pattern, text, range, [&](const PLRegexMatch &match) {
-        for (const int group : groups)
-            found.append(match.range(group));
+        for (int group = 0; group < (groups.isEmpty() ? match.numberOfRanges() : groups.size()); ++group)
+            found.append(match.range(groups.isEmpty() ? group : groups[group]));
         return true;
     });
     return found;
 }
 
-TEST_P(HandWrittenMatcherAgreesWithItsExpression, OnRandomLogs)
+using Scan = std::function<QList<PLRange>(const QString &pattern, const QString &text, PLRange range)>;
+
+Scan expressionScan(const char16_t *literal, LiteralFollower follower)
 {
-    const HandWrittenMatcher &m = GetParam();
-    QRandomGenerator random(20261123);
-    for (int round = 0; round < 4000; ++round) {
-        const QString text = randomLog(random, m.pieces);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        QList<PLRange> scanned;
-        PLLogScanning::enumerateMatchesAfterLiteral(m.matcher, QStringView(m.literal), m.follower, text, range,
-                                                    [&](PLRange match) {
-                                                        scanned.append(match);
+    return [=](const QString &pattern, const QString &text, PLRange range) {
+        QList<PLRange> found;
+        PLLogScanning::enumerateMatchesAfterLiteral(pattern, QStringView(literal), follower, text, range,
+                                                    [&](const PLRegexMatch &match) {
+                                                        for (int group = 0; group < match.numberOfRanges(); ++group)
+                                                            found.append(match.range(group));
                                                         return true;
                                                     });
-        ASSERT_EQ(scanned, plainSearch(QString::fromUtf8(m.pattern), text, range, {0}))
+        return found;
+    };
+}
+
+Scan matcherScan(PLLogScanning::Matcher matcher, const char16_t *literal, LiteralFollower follower)
+{
+    return [=](const QString &, const QString &text, PLRange range) {
+        QList<PLRange> found;
+        PLLogScanning::enumerateMatchesAfterLiteral(matcher, QStringView(literal), follower, text, range, [&](PLRange match) {
+            found.append(match);
+            return true;
+        });
+        return found;
+    };
+}
+
+QList<PLRange> firstGeneralErrorLine(const QString &, const QString &text, PLRange range)
+{
+    const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
+    QList<PLRange> found;
+    for (int group = 0; scanned && group <= 5; ++group)
+        found.append(scanned->range(group));
+    return found;
+}
+
+QList<PLRange> locatedErrors(const QString &, const QString &text, PLRange range)
+{
+    QList<PLRange> found;
+    PLLogScanning::enumerateLocatedErrors(text, range, [&](const PLLogScanning::LocatedError &error) {
+        found << error.match << error.fileName << error.lineNumber << error.message;
+    });
+    return found;
+}
+
+PLRange locatedErrorAtStart(const QString &text)
+{
+    const std::optional<PLLogScanning::LocatedError> first = PLLogScanning::locatedErrorAt(text, 0, text.size());
+    return first ? first->match : PLNotFoundRange;
+}
+
+// A literal-driven scan, with the expression or a hand-written matcher, must find exactly what a
+// search of the range with the expression finds, with the same groups, on random logs made of the
+// pieces the pattern cares about (surrogate pairs and lone halves among them): a scan that skipped
+// a real match, or found one too many, shows up.
+struct ScannerCase
+{
+    const char *pattern;
+    // The groups the scan gives; empty for all of them.
+    QList<int> groups;
+    bool firstMatchOnly;
+    quint32 seed;
+    int rounds;
+    QStringList pieces;
+    Scan scan;
+    // Where the scanner also reads a match anchored at the start of a text: that match.
+    std::function<PLRange(const QString &text)> anchored;
+};
+
+void PrintTo(const ScannerCase &c, std::ostream *os)
+{
+    *os << c.pattern;
+}
+
+class LogScanningAgreesWithAPlainSearch : public ::testing::TestWithParam<ScannerCase>
+{
+};
+
+TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
+{
+    const ScannerCase &c = GetParam();
+    const QString pattern = QString::fromUtf8(c.pattern);
+    QRandomGenerator random(c.seed);
+    for (int round = 0; round < c.rounds; ++round) {
+        const QString text = randomLog(random, c.pieces);
+        const qsizetype from = random.bounded(int(text.size() + 1));
+        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
+        QList<PLRange> expected = plainSearch(pattern, text, range, c.groups);
+        if (c.firstMatchOnly)
+            expected = expected.mid(0, c.groups.size());
+        ASSERT_EQ(c.scan(pattern, text, range), expected)
             << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
+        if (c.anchored) {
+            ASSERT_EQ(c.anchored(text), PLRegularExpressionHelper::firstMatchInRange(pattern, text, PLRange{0, text.size()},
+                                                                                     PLRegularExpressionHelper::Anchored, 0))
+                << text.toStdString();
+        }
     }
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    LogStringParser, HandWrittenMatcherAgreesWithItsExpression,
+    EveryLogPattern, LogScanningAgreesWithAPlainSearch,
     ::testing::Values(
-        HandWrittenMatcher{"LaTeX Warning: (.)*\\n(.)*\\n", u"LaTeX Warning: ", LiteralFollower::AnyRunInLine,
-                           PLLogScanning::warningMatchEnd,
-                           pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."})},
-        HandWrittenMatcher{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", u"! Undefined control sequence",
-                           LiteralFollower::Fixed, PLLogScanning::undefinedControlSequenceMatchEnd,
-                           pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                                   "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"})},
-        HandWrittenMatcher{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", u"(./", LiteralFollower::AnyRunInLine,
-                           PLLogScanning::fileOpeningMatchEnd,
-                           pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
-                                   "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"})}));
-
-TEST(GeneralErrorLineScanning, AgreesWithItsExpressionOnRandomLogs)
-{
-    const QString pattern = QStringLiteral("((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))");
-    const QStringList errorLine = pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
-                                          "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"});
-    QRandomGenerator random(20261126);
-    for (int round = 0; round < 6000; ++round) {
-        const QString text = randomLog(random, errorLine);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
-        QList<PLRange> expected = plainSearch(pattern, text, range, {0, 1, 2, 3, 4, 5}).mid(0, 6);
-        QList<PLRange> found;
-        for (int group = 0; scanned && group <= 5; ++group)
-            found.append(scanned->range(group));
-        ASSERT_EQ(found, expected) << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
-    }
-}
+        ScannerCase{"\\(\\./(.*?)\\.tex", {}, false, 20240229, 3000, pieces({"(./", ".tex", ")", "x"}),
+                    expressionScan(u"(./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))", {}, false, 20240229, 3000,
+                    pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\", "foo",
+                            "./a.tex:123: Illegal parameter number in definition of \\foo."}),
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))", {}, false, 20240229, 3000,
+                    pieces({"! LaTeX Error: File `", "name", ".tex", ".sty", "' not found.", "'"}),
+                    expressionScan(u"! LaTeX Error: File `", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{":([0-9]*):", {}, false, 20240229, 3000, pieces({":", "1", "23", "::"}),
+                    expressionScan(u":", LiteralFollower::Fixed), {}},
+        ScannerCase{"\\./.*\\.tex:[0-9]*:", {}, false, 20240229, 3000, pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"}),
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"\\[([0-9])\\]", {}, false, 20240229, 3000, pieces({"[", "1", "]", "12", "[["}),
+                    expressionScan(u"[", LiteralFollower::Fixed), {}},
+        ScannerCase{"\\{(.*)\\}", {}, false, 20240229, 3000, pieces({"{", "}", "pkg", "{}"}),
+                    expressionScan(u"{", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"Environment (.*) undefined.", {}, false, 20240229, 3000,
+                    pieces({"Environment ", " undefined.", " undefined", "foo"}),
+                    expressionScan(u"Environment ", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n", {0}, false, 20261123, 4000,
+                    pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."}),
+                    matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", {0}, false, 20261123, 4000,
+                    pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
+                            "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"}),
+                    matcherScan(PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence",
+                                LiteralFollower::Fixed),
+                    {}},
+        ScannerCase{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", {0}, false, 20261123, 4000,
+                    pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
+                            "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"}),
+                    matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", {0, 1, 2, 3, 4, 5}, true, 20261126, 6000,
+                    pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
+                            "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}),
+                    firstGeneralErrorLine, {}},
+        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", {0, 3, 5, 7}, false, 20261124, 6000,
+                    pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}),
+                    locatedErrors, locatedErrorAtStart}));
 
 TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
 {
@@ -217,29 +201,6 @@ TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
         names.append(PLLogScanning::nameOfOpenedFile(text, *opening));
     EXPECT_EQ(names, (QStringList{QStringLiteral("a.tex.tex"), QStringLiteral("b c.tex"), QStringLiteral("d.texx.tex")}));
     EXPECT_EQ(PLLogScanning::nameOfOpenedFile(text, PLRange{text.size(), 0}), QString());
-}
-
-TEST(LocatedErrorScanning, AgreesWithItsExpressionOnRandomLogs)
-{
-    const QString pattern = QStringLiteral("((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)");
-    const QStringList located = pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"});
-    QRandomGenerator random(20261124);
-    for (int round = 0; round < 6000; ++round) {
-        const QString text = randomLog(random, located);
-        const qsizetype from = random.bounded(int(text.size() + 1));
-        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
-        QList<PLRange> scanned;
-        PLLogScanning::enumerateLocatedErrors(text, range, [&](const PLLogScanning::LocatedError &error) {
-            scanned << error.match << error.fileName << error.lineNumber << error.message;
-        });
-        ASSERT_EQ(scanned, plainSearch(pattern, text, range, {0, 3, 5, 7}))
-            << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
-        // Anchored at the start, as an error text is read back.
-        const std::optional<PLLogScanning::LocatedError> first = PLLogScanning::locatedErrorAt(text, 0, text.size());
-        const PLRange anchored = PLRegularExpressionHelper::firstMatchInRange(
-            pattern, text, PLRange{0, text.size()}, PLRegularExpressionHelper::Anchored, 0);
-        ASSERT_EQ(first ? first->match : PLNotFoundRange, anchored) << text.toStdString();
-    }
 }
 
 struct IntegerCase

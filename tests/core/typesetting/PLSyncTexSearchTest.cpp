@@ -73,34 +73,35 @@ double number(const QMap<QString, QString> &record, const char *key)
     return record.value(QString::fromLatin1(key)).toDouble();
 }
 
+// Our forward results for a line must be the synctex tool's, place for place.
+void expectForwardAgreesWithTheTool(const QString &folder, const QString &file, int line)
+{
+    SCOPED_TRACE(QString(file + u':' + QString::number(line)).toStdString());
+    const QString source = folder + u'/' + file;
+    const QList<PLSyncTexForwardResult> ours = PLSyncTexSearch(folder + QStringLiteral("/main.pdf")).forwardSearch(source, line, 0);
+    const auto tool = syncTexToolRecords({QStringLiteral("view"), QStringLiteral("-i"), QStringLiteral("%1:0:%2").arg(line).arg(source),
+                                          QStringLiteral("-o"), QStringLiteral("main.pdf")},
+                                         folder);
+    ASSERT_FALSE(tool.isEmpty());
+    ASSERT_EQ(ours.size(), tool.size());
+    for (qsizetype i = 0; i < ours.size(); ++i) {
+        const PLSyncTexForwardResult &r = ours[i];
+        EXPECT_EQ(r.page, number(tool[i], "Page"));
+        EXPECT_NEAR(r.h, number(tool[i], "x"), 1e-3);
+        EXPECT_NEAR(r.v, number(tool[i], "y"), 1e-3);
+        EXPECT_NEAR(r.boxH, number(tool[i], "h"), 1e-3);
+        EXPECT_NEAR(r.boxV + r.boxDepth, number(tool[i], "v"), 1e-3);
+        EXPECT_NEAR(r.boxWidth, number(tool[i], "W"), 1e-3);
+        EXPECT_NEAR(r.boxHeight + r.boxDepth, number(tool[i], "H"), 1e-3);
+    }
+}
+
+// Main-folder files are found by name; a subfolder file needs its path with this library.
 TEST_F(SyncTexSearch, ForwardResultsAgreeWithTheSyncTexTool)
 {
-    const PLSyncTexSearch search(path(QStringLiteral("main.pdf")));
-    // Main-folder files are found by name; a subfolder file needs its path with this library.
-    const QList<std::pair<QString, int>> places{{QStringLiteral("main.tex"), 3},
-                                                {QStringLiteral("main.tex"), 5},
-                                                {QStringLiteral("chapters/one.tex"), 1},
-                                                {QStringLiteral("chapters/one.tex"), 4}};
-    for (const auto &[file, line] : places) {
-        SCOPED_TRACE(QString(file + u':' + QString::number(line)).toStdString());
-        const QList<PLSyncTexForwardResult> ours = search.forwardSearch(path(file), line, 0);
-        const auto tool = syncTexToolRecords(
-            {QStringLiteral("view"), QStringLiteral("-i"), QStringLiteral("%1:0:%2").arg(line).arg(path(file)),
-             QStringLiteral("-o"), QStringLiteral("main.pdf")},
-            folder->path());
-        ASSERT_FALSE(tool.isEmpty());
-        ASSERT_EQ(ours.size(), tool.size());
-        for (qsizetype i = 0; i < ours.size(); ++i) {
-            const PLSyncTexForwardResult &r = ours[i];
-            EXPECT_EQ(r.page, number(tool[i], "Page"));
-            EXPECT_NEAR(r.h, number(tool[i], "x"), 1e-3);
-            EXPECT_NEAR(r.v, number(tool[i], "y"), 1e-3);
-            EXPECT_NEAR(r.boxH, number(tool[i], "h"), 1e-3);
-            EXPECT_NEAR(r.boxV + r.boxDepth, number(tool[i], "v"), 1e-3);
-            EXPECT_NEAR(r.boxWidth, number(tool[i], "W"), 1e-3);
-            EXPECT_NEAR(r.boxHeight + r.boxDepth, number(tool[i], "H"), 1e-3);
-        }
-    }
+    for (const auto &[file, line] : {std::pair{QStringLiteral("main.tex"), 3}, std::pair{QStringLiteral("main.tex"), 5},
+                                     std::pair{QStringLiteral("chapters/one.tex"), 1}, std::pair{QStringLiteral("chapters/one.tex"), 4}})
+        expectForwardAgreesWithTheTool(folder->path(), file, line);
 }
 
 TEST_F(SyncTexSearch, BackwardResultsAgreeWithTheSyncTexToolAndNameOpenableFiles)
@@ -128,6 +129,9 @@ TEST_F(SyncTexSearch, BackwardResultsAgreeWithTheSyncTexToolAndNameOpenableFiles
         EXPECT_EQ(ours.first().line, line);
         EXPECT_EQ(ours.first().filePath, path(expectedFile));
     }
+    // Places outside the document give no results.
+    EXPECT_TRUE(search.forwardSearch(path(QStringLiteral("other.tex")), 3, 0).isEmpty());
+    EXPECT_TRUE(search.backwardSearch(7, 100, 100, folder->path()).isEmpty());
 }
 
 // A search that comes while the data is parsed on a worker waits for that parse or does it
@@ -151,13 +155,6 @@ TEST_F(SyncTexSearch, ASearchRightAfterPreparingIsAnsweredByOneParse)
         EXPECT_EQ(after[i].h, before[i].h);
         EXPECT_EQ(after[i].v, before[i].v);
     }
-}
-
-TEST_F(SyncTexSearch, PlacesOutsideTheDocumentGiveNoResults)
-{
-    const PLSyncTexSearch search(path(QStringLiteral("main.pdf")));
-    EXPECT_TRUE(search.forwardSearch(path(QStringLiteral("other.tex")), 3, 0).isEmpty());
-    EXPECT_TRUE(search.backwardSearch(7, 100, 100, folder->path()).isEmpty());
 }
 
 TEST(SyncTexSearchFiles, RelativeNamesAreJoinedToTheMainFolderWithASeparator)
@@ -327,17 +324,8 @@ TEST(SyncTexSearchFiles, TwoFilesOfOneNameAreToldApartByTheirFolder)
     const PLSyncTexSearch search(dir.filePath(QStringLiteral("main.pdf")));
     for (const auto &[file, line, page] : {std::tuple{QStringLiteral("intro.tex"), 1, 1}, std::tuple{QStringLiteral("intro.tex"), 3, 1},
                                            std::tuple{QStringLiteral("b/intro.tex"), 3, 2}}) {
-        SCOPED_TRACE(QStringLiteral("%1:%2").arg(file).arg(line).toStdString());
-        const QList<PLSyncTexForwardResult> ours = search.forwardSearch(dir.filePath(file), line, 0);
-        const auto tool = syncTexToolRecords({QStringLiteral("view"), QStringLiteral("-i"),
-                                              QStringLiteral("%1:0:%2").arg(line).arg(dir.filePath(file)),
-                                              QStringLiteral("-o"), QStringLiteral("main.pdf")},
-                                             dir.path());
-        ASSERT_FALSE(ours.isEmpty());
-        ASSERT_EQ(ours.size(), tool.size());
-        EXPECT_EQ(ours.first().page, page);
-        EXPECT_EQ(ours.first().page, number(tool.first(), "Page"));
-        EXPECT_NEAR(ours.first().v, number(tool.first(), "y"), 1e-3);
+        expectForwardAgreesWithTheTool(dir.path(), file, line);
+        EXPECT_EQ(search.forwardSearch(dir.filePath(file), line, 0).value(0).page, page);
     }
 }
 

@@ -113,44 +113,41 @@ TEST_F(TexTaskRunner, ACrashEndsTheRunWithWhatWasWritten)
 }
 
 // Regression: an engine in an endless loop used to keep the job (and the caller waiting for it)
-// busy for ever; stop() must end the engine and everything it started.
-TEST_F(TexTaskRunner, StopEndsAHangingProgramWithItsWholeProcessGroup)
+// busy for ever; stop() must end a program that hangs, floods its output or closed it, with
+// everything it started, and nothing starts after it.
+TEST_F(TexTaskRunner, StopEndsAProgramWithItsWholeProcessGroup)
 {
-    BackgroundRun run(runner, helperPath(QStringLiteral("hang")), folder.path());
-    ASSERT_TRUE(run.waitForOutput());
-    const qint64 sleeper = sleeperPid(folder.path());
-    ASSERT_GT(sleeper, 0);
-    EXPECT_FALSE(run.finishesWithin(0ms));
-    runner.stop();
-    ASSERT_TRUE(run.finishesWithin(5s));
-    const PLTexRunResult result = run.result();
-    EXPECT_TRUE(result.stopped);
-    EXPECT_FALSE(result.failed());
-    EXPECT_TRUE(QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 2000));
-    EXPECT_TRUE(runner.isStopped());
-}
-
-TEST_F(TexTaskRunner, StopEndsAFloodAndAProgramThatClosedItsOutput)
-{
-    for (const char *helper : {"flood", "closes-output"}) {
+    for (const char *helper : {"hang", "flood", "closes-output"}) {
         SCOPED_TRACE(helper);
         PLTexTaskRunner own(QStringLiteral("/usr/texbin/"));
         BackgroundRun run(own, helperPath(QString::fromLatin1(helper)), folder.path());
-        const bool flood = QByteArrayView(helper) == "flood";
-        if (flood) {
-            ASSERT_TRUE(run.waitForOutput());
-        } else {
+        const bool closes = QByteArrayView(helper) == "closes-output";
+        if (closes) {
             ASSERT_TRUE(QTest::qWaitFor([this] { return QFile::exists(folder.filePath(QStringLiteral("output-closed"))); }, 5000));
+        } else {
+            ASSERT_TRUE(run.waitForOutput());
         }
+        const qint64 sleeper = QByteArrayView(helper) == "hang" ? sleeperPid(folder.path()) : -1;
+        ASSERT_NE(sleeper, 0);
         EXPECT_FALSE(run.finishesWithin(0ms));
         own.stop();
         ASSERT_TRUE(run.finishesWithin(5s));
         // Ended by stop(), not by the end of its output.
-        EXPECT_TRUE(run.result().stopped);
+        const PLTexRunResult result = run.result();
+        EXPECT_TRUE(result.stopped);
+        EXPECT_FALSE(result.failed());
+        EXPECT_TRUE(own.isStopped());
+        if (sleeper > 0) {
+            EXPECT_TRUE(QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 2000));
+        }
         // Standard error comes once the program has ended.
-        if (!flood) {
+        if (closes) {
             EXPECT_EQ(run.errors(), "closed\n");
         }
+        BackgroundRun afterStop(own, QStringLiteral("/bin/echo"), folder.path(), {QStringLiteral("x")});
+        ASSERT_TRUE(afterStop.finishesWithin(5s));
+        EXPECT_FALSE(afterStop.result().started);
+        EXPECT_TRUE(afterStop.output().isEmpty());
     }
 }
 
@@ -235,15 +232,6 @@ TEST_F(TexTaskRunner, AFloodOnStandardErrorKeepsOnlyItsLastPart)
     EXPECT_TRUE(run.errors().startsWith("a line of errors\n"));
     EXPECT_TRUE(run.errors().endsWith("a line of errors\nlast line\n"));
     EXPECT_EQ(result.droppedErrorBytes + run.errors().size(), 17 * 1000000 + 10);
-}
-
-TEST_F(TexTaskRunner, NothingStartsAfterStop)
-{
-    runner.stop();
-    BackgroundRun afterStop(runner, QStringLiteral("/bin/echo"), folder.path(), {QStringLiteral("x")});
-    ASSERT_TRUE(afterStop.finishesWithin(5s));
-    EXPECT_FALSE(afterStop.result().started);
-    EXPECT_TRUE(afterStop.output().isEmpty());
 }
 
 }

@@ -122,10 +122,6 @@ inline QList<QMap<QString, QString>> syncTexToolRecords(const QStringList &argum
     return records;
 }
 
-}
-
-namespace PLTypesettingTest {
-
 constexpr QFile::Permissions kExecutable = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
 
 // Writes a stand-in program, executable unless told otherwise.
@@ -162,10 +158,6 @@ inline qint64 sleeperPid(const QString &folder)
     });
     return written ? text.toLongLong() : 0;
 }
-
-}
-
-namespace PLTypesettingTest {
 
 // What a driver told its delegate, in order, with the thread it came on. `number` is the parser's
 // item count for output, the engine for "engine", and whether the job still ran for "finish".
