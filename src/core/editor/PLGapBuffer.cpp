@@ -20,6 +20,9 @@ PLGapBuffer::PLGapBuffer(QStringView text)
     m_lineStarts.push_back(0);
     const char16_t *const units = text.utf16();
     for (qsizetype p = 0; p < text.size(); ++p) {
+        // Most characters lie between the terminators.
+        if (units[p] > u'\r' && units[p] < 0x85)
+            continue;
         const QChar c(units[p]);
         if (PLStringLineCalculations::isLineTerminator(c) && !(c == u'\r' && p + 1 < text.size() && units[p + 1] == u'\n'))
             m_lineStarts.push_back(p + 1);

@@ -106,8 +106,8 @@ bool openingUntitledWouldFormCycle(const QString &name)
     return pooled && includeWouldFormCycle(pooled);
 }
 
-// Answers isLineCommentedInString for locations that never go back, reading each character once,
-// so a line that holds thousands of commands is not searched again for each of them.
+// Answers isLineCommentedInString for locations that never go back, reading each character at most
+// twice, so a line that holds thousands of commands is not searched again for each of them.
 class PLCommentScanner
 {
 public:
@@ -118,13 +118,18 @@ public:
         const qsizetype end = std::clamp<qsizetype>(location, 0, m_text.size());
         if (end < m_scanned)
             return PLLatexStringParser::isLineCommentedInString(m_text, end);
-        for (; m_scanned < end; ++m_scanned) {
-            const QChar c = m_text[m_scanned];
-            if (PLStringLineCalculations::isLineTerminator(c))
+        // Only the stretch after the last line terminator counts, so it is found from the end: the
+        // lines between two commands are never read.
+        for (qsizetype i = end; i > m_scanned; --i) {
+            if (PLStringLineCalculations::isLineTerminator(m_text[i - 1])) {
+                m_scanned = i;
                 m_commented = false;
-            else if (c == u'%' && (m_scanned == 0 || m_text[m_scanned - 1] != u'\\'))
-                m_commented = true;
+                break;
+            }
         }
+        for (; m_scanned < end && !m_commented; ++m_scanned)
+            m_commented = m_text[m_scanned] == u'%' && (m_scanned == 0 || m_text[m_scanned - 1] != u'\\');
+        m_scanned = end;
         return m_commented;
     }
 
