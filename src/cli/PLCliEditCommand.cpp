@@ -111,7 +111,7 @@ int PLCliRunEdit(const QStringList &arguments)
     document.settleOutlines();
     PLNotificationCenter::defaultCenter().removeObserver(&observer);
 
-    PLCliJsonWriter writer;
+    PLCliJsonWriter writer(stdout);
     writer.beginObject();
     writer.key(u"engine");
     writer.number(file->engine());
@@ -122,6 +122,6 @@ int PLCliRunEdit(const QStringList &arguments)
     writer.key(u"text");
     writer.string(buffer->string());
     writer.endObject();
-    writer.print();
+    writer.flush();
     return PLCliSuccess;
 }

@@ -4,9 +4,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
-#include <cstdio>
-
 namespace {
+constexpr qsizetype kFlushBytes = 64 * 1024;
+
 char hexDigit(unsigned value)
 {
     return "0123456789abcdef"[value & 0xf];
@@ -92,6 +92,9 @@ void PLCliJsonWriter::beginValue()
 
 void PLCliJsonWriter::open(char bracket)
 {
+    // Each container is a natural place to hand a full buffer on.
+    if (m_stream && m_bytes.size() >= kFlushBytes)
+        flush();
     beginValue();
     m_bytes.append(bracket);
     m_bytes.append('\n');
@@ -196,8 +199,12 @@ void PLCliJsonWriter::json(const QJsonValue &value)
     }
 }
 
-void PLCliJsonWriter::print() const
+void PLCliJsonWriter::flush()
 {
-    std::fwrite(m_bytes.constData(), 1, size_t(m_bytes.size()), stdout);
-    std::fflush(stdout);
+    if (!m_stream)
+        return;
+    std::fwrite(m_bytes.constData(), 1, size_t(m_bytes.size()), m_stream);
+    std::fflush(m_stream);
+    // The buffer keeps its room for the next piece.
+    m_bytes.resize(0);
 }

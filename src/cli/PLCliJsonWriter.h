@@ -4,6 +4,7 @@
 #include <QJsonValue>
 #include <QStringView>
 
+#include <cstdio>
 #include <vector>
 
 // Writes JSON straight into bytes, laid out byte for byte as QJsonDocument's indented form: four
@@ -12,6 +13,10 @@
 class PLCliJsonWriter
 {
 public:
+    // Without a stream the document is kept whole for bytes(); with one, it goes out in pieces as
+    // it grows, so a large document never sits in memory.
+    explicit PLCliJsonWriter(std::FILE *stream = nullptr) : m_stream(stream) {}
+
     void beginObject();
     void endObject();
     void beginArray();
@@ -25,10 +30,10 @@ public:
     // Any JSON value, objects with their members in QJsonObject's order.
     void json(const QJsonValue &value);
 
-    // The document; the outermost container ends with a line feed.
+    // The document without a stream; the outermost container ends with a line feed.
     const QByteArray &bytes() const { return m_bytes; }
-    // Writes the document to standard output.
-    void print() const;
+    // Hands what is written so far on to the stream, and flushes it.
+    void flush();
 
 private:
     // Before a value: the separator and indentation an array element needs; nothing after a key.
@@ -37,6 +42,7 @@ private:
     void close(char bracket);
     void indent();
 
+    std::FILE *m_stream;
     QByteArray m_bytes;
     // Per open container: whether it holds a value yet.
     std::vector<bool> m_filled;

@@ -5,7 +5,6 @@
 #include "core/document/PLDocument.h"
 #include "core/project/PLFile.h"
 
-
 // outline FILE [--no-content] [--sidebar]
 int PLCliRunOutline(const QStringList &arguments)
 {
@@ -29,7 +28,7 @@ int PLCliRunOutline(const QStringList &arguments)
     if (const int status = PLCliOpenProject(path, document))
         return status;
     // Members in sorted order, as they always were printed.
-    PLCliJsonWriter writer;
+    PLCliJsonWriter writer(stdout);
     writer.beginObject();
     writer.key(u"file");
     writer.string(document.mainFile()->stringPath());
@@ -44,6 +43,6 @@ int PLCliRunOutline(const QStringList &arguments)
         PLCliWriteSidebar(writer, document.mainFile());
     }
     writer.endObject();
-    writer.print();
+    writer.flush();
     return PLCliSuccess;
 }
