@@ -1,4 +1,5 @@
 #include "cli/PLCliCommands.h"
+#include "cli/PLCliJsonWriter.h"
 #include "cli/PLCliProject.h"
 
 #include "core/document/PLDocument.h"
@@ -110,11 +111,17 @@ int PLCliRunEdit(const QStringList &arguments)
     document.settleOutlines();
     PLNotificationCenter::defaultCenter().removeObserver(&observer);
 
-    QJsonObject result;
-    result.insert(QStringLiteral("text"), buffer->string());
-    result.insert(QStringLiteral("engine"), file->engine());
-    result.insert(QStringLiteral("outline"), PLCliOutlineJson(file->outlineRootNode(), withContent));
-    result.insert(QStringLiteral("notifications"), notifications);
-    PLCliPrintJson(QJsonDocument(result));
+    PLCliJsonWriter writer(stdout);
+    writer.beginObject();
+    writer.key(u"engine");
+    writer.number(file->engine());
+    writer.key(u"notifications");
+    writer.json(notifications);
+    writer.key(u"outline");
+    PLCliWriteOutline(writer, file->outlineRootNode(), withContent);
+    writer.key(u"text");
+    writer.string(buffer->string());
+    writer.endObject();
+    writer.flush();
     return PLCliSuccess;
 }

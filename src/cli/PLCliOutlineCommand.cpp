@@ -1,10 +1,9 @@
 #include "cli/PLCliCommands.h"
+#include "cli/PLCliJsonWriter.h"
 #include "cli/PLCliProject.h"
 
 #include "core/document/PLDocument.h"
 #include "core/project/PLFile.h"
-
-#include <QJsonObject>
 
 // outline FILE [--no-content] [--sidebar]
 int PLCliRunOutline(const QStringList &arguments)
@@ -28,13 +27,22 @@ int PLCliRunOutline(const QStringList &arguments)
     PLDocument document;
     if (const int status = PLCliOpenProject(path, document))
         return status;
-    QJsonObject result;
-    result.insert(QStringLiteral("file"), document.mainFile()->stringPath());
-    result.insert(QStringLiteral("readProperly"), document.mainFile()->wasContentReadProperly());
-    if (sidebar)
-        result.insert(QStringLiteral("sidebar"), PLCliSidebarJson(document.mainFile()));
-    else
-        result.insert(QStringLiteral("outline"), PLCliOutlineJson(document.mainFile()->outlineRootNode(), withContent));
-    PLCliPrintJson(QJsonDocument(result));
+    // Members in sorted order, as they always were printed.
+    PLCliJsonWriter writer(stdout);
+    writer.beginObject();
+    writer.key(u"file");
+    writer.string(document.mainFile()->stringPath());
+    if (!sidebar) {
+        writer.key(u"outline");
+        PLCliWriteOutline(writer, document.mainFile()->outlineRootNode(), withContent);
+    }
+    writer.key(u"readProperly");
+    writer.boolean(document.mainFile()->wasContentReadProperly());
+    if (sidebar) {
+        writer.key(u"sidebar");
+        PLCliWriteSidebar(writer, document.mainFile());
+    }
+    writer.endObject();
+    writer.flush();
     return PLCliSuccess;
 }

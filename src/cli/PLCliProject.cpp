@@ -1,6 +1,7 @@
 #include "cli/PLCliProject.h"
 
 #include "cli/PLCliCommands.h"
+#include "cli/PLCliJsonWriter.h"
 #include "core/document/PLDocument.h"
 #include "core/latex/PLDocumentOutlineViewDataSource.h"
 #include "core/project/PLFile.h"
@@ -8,7 +9,6 @@
 #include "core/latex/PLOutlineNode.h"
 
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QSet>
 
 int PLCliOpenProject(const QString &path, PLDocument &document)
@@ -32,51 +32,74 @@ QString PLCliFileName(const std::shared_ptr<PLFile> &file)
 }
 
 namespace {
-QJsonObject outlineJson(const std::shared_ptr<PLOutlineNode> &node, bool withContent, QSet<const PLOutlineNode *> &path)
+// Members go in sorted by key, the order QJsonObject printed them in.
+void writeOutline(PLCliJsonWriter &writer, const std::shared_ptr<PLOutlineNode> &node, bool withContent,
+                  QSet<const PLOutlineNode *> &path)
 {
-    QJsonObject json;
-    json.insert(QStringLiteral("type"), int(node->type()));
-    json.insert(QStringLiteral("subType"), int(node->textNodeSubType()));
-    json.insert(QStringLiteral("name"), node->name());
-    if (withContent)
-        json.insert(QStringLiteral("content"), node->content());
-    json.insert(QStringLiteral("file"), PLCliFileName(node->file()));
-    QJsonArray children;
-    if (path.contains(node.get())) {
-        json.insert(QStringLiteral("cycle"), true);
-    } else {
+    writer.beginObject();
+    writer.key(u"children");
+    writer.beginArray();
+    const bool cycle = path.contains(node.get());
+    if (!cycle) {
         path.insert(node.get());
         for (const auto &child : node->children())
-            children.append(outlineJson(child, withContent, path));
+            writeOutline(writer, child, withContent, path);
         path.remove(node.get());
     }
-    json.insert(QStringLiteral("children"), children);
-    return json;
+    writer.endArray();
+    if (withContent) {
+        writer.key(u"content");
+        writer.string(node->content());
+    }
+    if (cycle) {
+        writer.key(u"cycle");
+        writer.boolean(true);
+    }
+    writer.key(u"file");
+    writer.string(PLCliFileName(node->file()));
+    writer.key(u"name");
+    writer.string(node->name());
+    writer.key(u"subType");
+    writer.number(node->textNodeSubType());
+    writer.key(u"type");
+    writer.number(node->type());
+    writer.endObject();
 }
 
-QJsonObject sidebarJson(const PLDocumentOutlineViewDataSource &source, const std::shared_ptr<PLOutlineNode> &item,
-                        QSet<const PLOutlineNode *> &path)
+void writeSidebar(PLCliJsonWriter &writer, const PLDocumentOutlineViewDataSource &source,
+                  const std::shared_ptr<PLOutlineNode> &item, QSet<const PLOutlineNode *> &path)
 {
-    QJsonObject row;
-    row.insert(QStringLiteral("title"), source.objectValueForItem(item.get()));
-    const QString icon = source.iconResourceNameForItem(item.get());
-    row.insert(QStringLiteral("icon"), icon.isEmpty() ? QJsonValue() : QJsonValue(icon));
-    row.insert(QStringLiteral("group"), source.isGroupItem(item.get()));
-    row.insert(QStringLiteral("type"), int(item->type()));
-    QJsonArray children;
-    if (path.contains(item.get())) {
-        row.insert(QStringLiteral("cycle"), true);
-    } else {
+    writer.beginObject();
+    writer.key(u"children");
+    writer.beginArray();
+    const bool cycle = path.contains(item.get());
+    if (!cycle) {
         path.insert(item.get());
         const int count = source.numberOfChildrenOfItem(item.get());
         for (int i = 0; i < count; ++i) {
             if (auto child = source.childOfItem(i, item.get()))
-                children.append(sidebarJson(source, child, path));
+                writeSidebar(writer, source, child, path);
         }
         path.remove(item.get());
     }
-    row.insert(QStringLiteral("children"), children);
-    return row;
+    writer.endArray();
+    if (cycle) {
+        writer.key(u"cycle");
+        writer.boolean(true);
+    }
+    writer.key(u"group");
+    writer.boolean(source.isGroupItem(item.get()));
+    writer.key(u"icon");
+    const QString icon = source.iconResourceNameForItem(item.get());
+    if (icon.isEmpty())
+        writer.null();
+    else
+        writer.string(icon);
+    writer.key(u"title");
+    writer.string(source.objectValueForItem(item.get()));
+    writer.key(u"type");
+    writer.number(item->type());
+    writer.endObject();
 }
 
 QJsonObject nodeSummary(const PLOutlineNode &node)
@@ -90,17 +113,17 @@ QJsonObject nodeSummary(const PLOutlineNode &node)
 }
 }
 
-QJsonObject PLCliOutlineJson(const std::shared_ptr<PLOutlineNode> &node, bool withContent)
+void PLCliWriteOutline(PLCliJsonWriter &writer, const std::shared_ptr<PLOutlineNode> &node, bool withContent)
 {
     QSet<const PLOutlineNode *> path;
-    return outlineJson(node, withContent, path);
+    writeOutline(writer, node, withContent, path);
 }
 
-QJsonObject PLCliSidebarJson(const std::shared_ptr<PLFile> &mainFile)
+void PLCliWriteSidebar(PLCliJsonWriter &writer, const std::shared_ptr<PLFile> &mainFile)
 {
     PLDocumentOutlineViewDataSource source(mainFile);
     QSet<const PLOutlineNode *> path;
-    return sidebarJson(source, source.childOfItem(0, nullptr), path);
+    writeSidebar(writer, source, source.childOfItem(0, nullptr), path);
 }
 
 QJsonObject PLCliNotificationJson(const PLNotification &notification)

@@ -16,9 +16,16 @@ qsizetype slackFor(qsizetype size)
 PLGapBuffer::PLGapBuffer(QStringView text)
     : m_text(text.utf16(), text.utf16() + text.size()), m_gapStart(text.size()), m_gapEnd(text.size())
 {
-    for (qsizetype p = 0; p <= text.size(); ++p) {
-        if (isLineStart(p))
-            m_lineStarts.push_back(p);
+    // Read straight from the text, which has no gap yet: opening a project indexes every file.
+    m_lineStarts.push_back(0);
+    const char16_t *const units = text.utf16();
+    for (qsizetype p = 0; p < text.size(); ++p) {
+        // Most characters lie between the terminators.
+        if (units[p] > u'\r' && units[p] < 0x85)
+            continue;
+        const QChar c(units[p]);
+        if (PLStringLineCalculations::isLineTerminator(c) && !(c == u'\r' && p + 1 < text.size() && units[p + 1] == u'\n'))
+            m_lineStarts.push_back(p + 1);
     }
     m_lineGapStart = m_lineGapEnd = qsizetype(m_lineStarts.size());
 }

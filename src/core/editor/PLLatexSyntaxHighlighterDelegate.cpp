@@ -1,6 +1,7 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 #include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLStringLineCalculations.h"
 #include "core/project/PLUserDefaultsConstants.h"
 
 #include <unicode/uniset.h>
@@ -76,15 +77,6 @@ PLRange firstOf(const QString &string, qsizetype location, qsizetype length, QSt
             return PLRange{i, 1};
     }
     return PLNotFoundRange;
-}
-
-// The characters that end a line's content, the ones "." of the expressions refuses.
-bool endsLineContent(QChar c)
-{
-    switch (c.unicode()) {
-    case 0x0a: case 0x0b: case 0x0c: case 0x0d: case 0x85: case 0x2028: case 0x2029: return true;
-    default: return false;
-    }
 }
 }
 
@@ -182,7 +174,7 @@ PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, 
         if (string.at(i) != u'%' || (i > 0 && string.at(i - 1) == u'\\'))
             continue;
         qsizetype stop = i + 1;
-        while (stop < end && !endsLineContent(string.at(stop)))
+        while (stop < end && !PLStringLineCalculations::endsLineContent(string.at(stop)))
             ++stop;
         return PLRange{i, stop - i};
     }

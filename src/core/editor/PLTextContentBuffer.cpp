@@ -188,6 +188,9 @@ void PLTextContentBuffer::updateFileEngine()
     const auto first = owner->outlineRootNode()->childAtIndex(0);
     if (!first)
         return;
-    const bool xelatex = PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression(), first->content()).isFound();
+    // Every file is asked on opening; only a text holding the comment's start needs the expression.
+    const QString content = first->content();
+    const bool xelatex = content.contains(u"%!TEX TS-program")
+        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression(), content).isFound();
     owner->setEngine(xelatex ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine);
 }

@@ -17,6 +17,13 @@ inline bool isLineTerminator(QChar c)
     return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
 }
 
+// The characters that end a line's content for the expression engine's ".": the terminators, a
+// vertical tab and a form feed. The hand-written scans stop where the expressions they replace did.
+inline bool endsLineContent(QChar c)
+{
+    return isLineTerminator(c) || c.unicode() == 0x0b || c.unicode() == 0x0c;
+}
+
 // The line that holds a range: where it starts, where its terminator starts and where the next
 // line starts. An empty range at the end of text that ends with a terminator is the empty last line.
 struct PLLineBounds

@@ -4,7 +4,6 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLLogging.h"
 #include "core/latex/PLOutlineNode.h"
-#include "core/foundation/PLRegularExpressionHelper.h"
 #include "core/foundation/PLStringLineCalculations.h"
 
 #include <QDir>
@@ -107,8 +106,8 @@ bool openingUntitledWouldFormCycle(const QString &name)
     return pooled && includeWouldFormCycle(pooled);
 }
 
-// Answers isLineCommentedInString for locations that never go back, reading each character once,
-// so a line that holds thousands of commands is not searched again for each of them.
+// Answers isLineCommentedInString for locations that never go back, reading each character at most
+// twice, so a line that holds thousands of commands is not searched again for each of them.
 class PLCommentScanner
 {
 public:
@@ -119,13 +118,18 @@ public:
         const qsizetype end = std::clamp<qsizetype>(location, 0, m_text.size());
         if (end < m_scanned)
             return PLLatexStringParser::isLineCommentedInString(m_text, end);
-        for (; m_scanned < end; ++m_scanned) {
-            const QChar c = m_text[m_scanned];
-            if (PLStringLineCalculations::isLineTerminator(c))
+        // Only the stretch after the last line terminator counts, so it is found from the end: the
+        // lines between two commands are never read.
+        for (qsizetype i = end; i > m_scanned; --i) {
+            if (PLStringLineCalculations::isLineTerminator(m_text[i - 1])) {
+                m_scanned = i;
                 m_commented = false;
-            else if (c == u'%' && (m_scanned == 0 || m_text[m_scanned - 1] != u'\\'))
-                m_commented = true;
+                break;
+            }
         }
+        for (; m_scanned < end && !m_commented; ++m_scanned)
+            m_commented = m_text[m_scanned] == u'%' && (m_scanned == 0 || m_text[m_scanned - 1] != u'\\');
+        m_scanned = end;
         return m_commented;
     }
 
@@ -134,6 +138,25 @@ private:
     qsizetype m_scanned = 0;
     bool m_commented = false;
 };
+
+constexpr QStringView kHeadingNames[] = {u"part", u"chapter", u"section", u"subsection", u"subsubsection", u"paragraph"};
+constexpr QStringView kFileReferenceNames[] = {u"input", u"include", u"bibliography"};
+
+// Just past the name that follows a backslash, when it is one of the names; -1 otherwise. No name
+// is a prefix of another, so the first that fits is the only one.
+template <size_t N>
+qsizetype endOfCommandName(QStringView text, qsizetype start, const QStringView (&names)[N])
+{
+    const QStringView rest = text.sliced(start);
+    if (rest.isEmpty())
+        return -1;
+    // Most backslashes start other commands: the first letter turns them away cheaply.
+    for (const QStringView name : names) {
+        if (rest.front() == name.front() && rest.startsWith(name))
+            return start + name.size();
+    }
+    return -1;
+}
 
 // The index just past the "]" that closes an optional argument opened just before the start, or -1
 // when it does not close on its line. A "]" inside braces belongs to them, as in TeX.
@@ -184,17 +207,44 @@ const QStringList &PLLatexStringParser::sectioningNames()
     return names;
 }
 
-const QString &PLLatexStringParser::headingExpression()
+PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange range)
 {
-    static const QString expression =
-        QStringLiteral("\\\\(part|chapter|section|subsection|subsubsection|paragraph)(\\*)?[\\{\\[]");
-    return expression;
+    const QStringView view = QStringView(text).first(std::clamp<qsizetype>(range.end(), 0, text.size()));
+    for (qsizetype at = view.indexOf(u'\\', std::max<qsizetype>(range.location, 0)); at >= 0;
+         at = view.indexOf(u'\\', at + 1)) {
+        qsizetype next = endOfCommandName(view, at + 1, kHeadingNames);
+        if (next < 0)
+            continue;
+        if (next < view.size() && view[next] == u'*')
+            ++next;
+        if (next < view.size() && (view[next] == u'{' || view[next] == u'['))
+            return PLRange{at, next + 1 - at};
+    }
+    return PLNotFoundRange;
 }
 
-const QString &PLLatexStringParser::includeExpression()
+PLRange PLLatexStringParser::fileReferenceInRange(const QString &text, PLRange range)
 {
-    static const QString expression = QStringLiteral("\\\\(input|include|bibliography)\\{(.+?)(\\.tex|\\.bib)?\\}");
-    return expression;
+    const QStringView view = QStringView(text).first(std::clamp<qsizetype>(range.end(), 0, text.size()));
+    qsizetype at = view.indexOf(u'\\', std::max<qsizetype>(range.location, 0));
+    while (at >= 0) {
+        const qsizetype open = endOfCommandName(view, at + 1, kFileReferenceNames);
+        if (open < 0 || open >= view.size() || view[open] != u'{') {
+            at = view.indexOf(u'\\', at + 1);
+            continue;
+        }
+        // The argument's first character may be a "}" itself.
+        const qsizetype argument = open + 1;
+        qsizetype close = argument;
+        while (close < view.size() && !PLStringLineCalculations::endsLineContent(view[close])
+               && (close == argument || view[close] != u'}'))
+            ++close;
+        if (close < view.size() && close > argument && view[close] == u'}')
+            return PLRange{at, close + 1 - at};
+        // A later command on this line would need a "}" that this one did not find.
+        at = view.indexOf(u'\\', close);
+    }
+    return PLNotFoundRange;
 }
 
 std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &content) const
@@ -206,8 +256,8 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
                                                       PLRange range, const std::function<bool(qsizetype)> &isLineCommented)
 {
     qsizetype previousEnd = range.location;
-    PLRegularExpressionHelper::enumerateMatches(includeExpression(), text, range, [&](const PLRegexMatch &match) {
-        const PLRange found = match.range();
+    for (PLRange found = fileReferenceInRange(text, range); found.isFound();
+         found = fileReferenceInRange(text, PLRange{found.end(), range.end() - found.end()})) {
         if (isLineCommented(found.location)) {
             nodes.append(makeTextNode(text.mid(previousEnd, found.end() - previousEnd)));
         } else {
@@ -220,8 +270,7 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
                 nodes.append(include);
         }
         previousEnd = found.end();
-        return true;
-    });
+    }
     nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
 }
 
@@ -238,7 +287,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
         appendTextNodesWithIncludes(nodes, text, PLRange{from, to - from},
                                     [&](qsizetype location) { return includeComments.isLineCommented(location); });
     };
-    PLRange match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text, PLRange{0, text.size()});
+    PLRange match = headingCommandInRange(text, PLRange{0, text.size()});
     while (match.isFound()) {
         qsizetype searchFrom = match.end();
         qsizetype titleStart = match.end();
@@ -276,8 +325,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
             cursor = end;
             searchFrom = cursor;
         }
-        match = PLRegularExpressionHelper::firstMatchInRange(headingExpression(), text,
-                                                             PLRange{searchFrom, text.size() - searchFrom});
+        match = headingCommandInRange(text, PLRange{searchFrom, text.size() - searchFrom});
     }
     appendText(cursor, text.size());
     return nodes;

@@ -53,8 +53,12 @@ public:
 
     // The sectioning names, shared by every parser.
     static const QStringList &sectioningNames();
-    static const QString &headingExpression();
-    static const QString &includeExpression();
+    // The first heading command in the range that opens its title or short title: a backslash, a
+    // sectioning name, an optional star, then "{" or "[".
+    static PLRange headingCommandInRange(const QString &text, PLRange range);
+    // The first \input, \include or \bibliography command in the range whose argument closes on
+    // its line: through the first "}" after the argument's first character.
+    static PLRange fileReferenceInRange(const QString &text, PLRange range);
 
 private:
     std::shared_ptr<PLOutlineNode> makeTextNode(const QString &content) const;

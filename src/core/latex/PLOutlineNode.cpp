@@ -80,7 +80,11 @@ void PLOutlineNode::setTextNodeSubType(quint32 subType)
 void PLOutlineNode::replaceContent(qsizetype location, qsizetype length, const QString &string)
 {
     const qsizetype before = m_content.size();
-    m_content.replace(location, length, string);
+    // A whole replacement shares the new text instead of copying it.
+    if (location == 0 && length == before)
+        m_content = string;
+    else
+        m_content.replace(location, length, string);
     contentChanged();
     if (m_type != FileRoot)
         addToSubtreeLengths(m_content.size() - before);
