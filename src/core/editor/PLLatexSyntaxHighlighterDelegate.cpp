@@ -1,7 +1,7 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 #include "core/foundation/PLRegularExpressionHelper.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <unicode/uniset.h>
 

@@ -4,14 +4,14 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "core/project/PLRegularFileReader.h"
 #include "core/project/PLSafeFileWriter.h"
 #include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFile>

@@ -3,7 +3,7 @@
 #include "core/project/PLFile.h"
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 PLFileFactory::PLFileFactory() : PLFileFactory(std::make_shared<PLLatexFileContentOutlineParser>())
 {

@@ -1,10 +1,10 @@
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/editor/PLSyntaxHighlightingColorReset.h"
 #include "core/editor/PLSyntaxHighlightingColorSettings.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QSettings>
 

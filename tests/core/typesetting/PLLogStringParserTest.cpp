@@ -4,7 +4,7 @@
 #include "core/typesetting/PLLogStringParser.h"
 #include "core/typesetting/PLLogStringParserDelegate.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <gtest/gtest.h>

@@ -5,7 +5,7 @@
 #include "core/project/PLFile.h"
 #include "core/project/PLFileFactory.h"
 #include "core/project/PLFilePool.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLatexTransformerDelegate.h"
 #include "core/typesetting/PLLogStringParser.h"

@@ -6,7 +6,7 @@
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextView.h"
 #include "ui/editor/PLTextViewDelegate.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 
 #include <QApplication>
 #include <QDir>

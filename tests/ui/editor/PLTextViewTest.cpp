@@ -4,7 +4,7 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "ui/editor/PLLineEndingMap.h"
 
 #include <QInputMethodEvent>

@@ -1,14 +1,14 @@
 #include "ui/preferences/PLColorWell.h"
 #include "core/project/PLFile.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "ui/preferences/PLPreferencesTextColorsViewController.h"
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCheckBox>
 #include <QHeaderView>

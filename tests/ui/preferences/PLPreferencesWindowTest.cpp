@@ -9,7 +9,7 @@
 #include "core/typesetting/PLTexCommandLine.h"
 #include "PLUiTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
 #include <QButtonGroup>

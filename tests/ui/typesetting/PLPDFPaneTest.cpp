@@ -1,14 +1,14 @@
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/project/PLFile.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"
 #include "ui/window/PLResponderChain.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "PLUiTestSupport.h"
 
 #include <QDirIterator>

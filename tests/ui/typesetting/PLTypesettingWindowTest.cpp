@@ -1,11 +1,11 @@
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
 #include "core/project/PLFile.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "ui/typesetting/PLPdfPrinter.h"
 #include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "ui/window/PLResponderChain.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/window/PLTitleBarButton.h"
@@ -13,7 +13,7 @@
 #include "ui/typesetting/PLTypesetterProgressViewController.h"
 #include "PLUiTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QDirIterator>

@@ -5,7 +5,7 @@
 #include "ui/window/PLSideBarViewController.h"
 #include "ui/window/PLResponderChain.h"
 #include "core/editor/PLTextContentBuffer.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 

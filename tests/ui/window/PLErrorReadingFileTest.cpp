@@ -2,7 +2,7 @@
 #include "ui/window/PLErrorReadingFileContentViewController.h"
 #include "core/project/PLFile.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "PLUiTestSupport.h"

@@ -4,7 +4,7 @@
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QLabel>
