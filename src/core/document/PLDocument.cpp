@@ -28,7 +28,7 @@ const QString kDomain = QStringLiteral("PLDocument");
 PLDocument::PLDocument(QObject *parent)
     : QObject(parent)
     , m_quickOpenManager(std::make_unique<PLQuickOpenManager>())
-    , m_fileFactory(std::make_unique<PLFileFactory>())
+    , m_fileFactory(std::make_unique<PLFileFactory>(std::make_shared<PLLatexFileContentOutlineParser>()))
 {
     m_outlineSettleTimer.setSingleShot(true);
     m_outlineSettleTimer.setInterval(outlineSettleDelay);

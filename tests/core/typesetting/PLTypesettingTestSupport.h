@@ -6,6 +6,7 @@
 #include "core/project/PLFileFactory.h"
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationNameConstants.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLatexTransformerDelegate.h"
 #include "core/typesetting/PLLogStringParser.h"
@@ -354,7 +355,8 @@ protected:
         folder = copyDocument(document, dir.path());
         if (!mainText.isNull())
             PLTest::writeFile(folder + QStringLiteral("main.tex"), mainText.toUtf8());
-        mainFile = PLFileFactory().fileWithPath(folder + QStringLiteral("main.tex"));
+        const PLFileFactory factory(std::make_shared<PLLatexFileContentOutlineParser>());
+        mainFile = factory.fileWithPath(folder + QStringLiteral("main.tex"));
         freshJob().start(mainFile);
     }
     bool waitForFinish() { return events->waitFor(QStringLiteral("finish")); }
