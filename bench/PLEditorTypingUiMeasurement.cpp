@@ -20,7 +20,7 @@
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextView.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

@@ -2,7 +2,7 @@
 // to the visible page drawn, one page's rendering, and scrolling at a steady frame rate.
 #include "ui/typesetting/PLPDFView.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

@@ -2,7 +2,7 @@
 
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFile>

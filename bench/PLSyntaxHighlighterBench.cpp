@@ -2,14 +2,14 @@
 #include "core/project/PLFile.h"
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/editor/PLTextStorage.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -2,7 +2,7 @@
 // QT_QPA_PLATFORM names another, with settings in a
 // folder of their own so a run never touches the user's.
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

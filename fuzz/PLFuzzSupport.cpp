@@ -1,7 +1,7 @@
 #include "PLFuzzSupport.h"
 
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QDir>

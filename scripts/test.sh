@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
-# Sets everything up, builds with AddressSanitizer and UndefinedBehaviorSanitizer, runs a short
-# round of every fuzz target, then every test.
+# Checks the core's layers, sets everything up, builds with AddressSanitizer and
+# UndefinedBehaviorSanitizer, runs a short round of every fuzz target, then every test.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
+# Seconds, and it needs no build: an include that goes up a layer of the core fails straight away.
+"$root/scripts/check-layers.sh"
 "$root/scripts/setup.sh"
 # Warnings fail the build in continuous integration (CI set), as the option's default there says;
 # said here too, so that a build folder configured before keeps no other value.

@@ -4,7 +4,7 @@
 #include "core/typesetting/PLLogItem.h"
 #include "core/typesetting/PLLogStringParser.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/foundation/PLStringEncoding.h"
 #include "core/typesetting/PLTypesettingLogFileParser.h"
 

@@ -1,5 +1,6 @@
 #include "cli/PLCliCommands.h"
 
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/project/PLFile.h"
 #include "core/project/PLFileFactory.h"
 #include "core/typesetting/PLLatexTransformer.h"
@@ -117,7 +118,8 @@ int PLCliRunTypeset(const QStringList &arguments)
         return PLCliFail(PLCliInputError, QStringLiteral("no such file ") + mainPath);
 
     // The main file is opened as a document opens it, so the engine choice follows its text.
-    const std::shared_ptr<PLFile> mainFile = PLFileFactory().fileWithPath(info.absoluteFilePath());
+    const PLFileFactory factory(std::make_shared<PLLatexFileContentOutlineParser>());
+    const std::shared_ptr<PLFile> mainFile = factory.fileWithPath(info.absoluteFilePath());
     const auto parser = std::make_shared<PLLogStringParser>(mainFile);
     const std::shared_ptr<PLLatexTransformer> transformer = PLLatexTransformer::create(parser);
     QEventLoop loop;

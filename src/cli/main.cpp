@@ -1,6 +1,6 @@
 #include "cli/PLCliCommands.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 

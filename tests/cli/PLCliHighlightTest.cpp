@@ -1,7 +1,7 @@
 #include "PLCliRunner.h"
 #include "core/foundation/PLColor.h"
 #include "PLTestSupport.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QSettings>

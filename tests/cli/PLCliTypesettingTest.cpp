@@ -1,6 +1,6 @@
 #include "../core/typesetting/PLTypesettingTestSupport.h"
 #include "PLCliRunner.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QSettings>
 #include <QTemporaryDir>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/project/PLFile.h"
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "PLTestSupport.h"
 

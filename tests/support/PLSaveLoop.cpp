@@ -4,7 +4,7 @@
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QFile>

@@ -1,19 +1,19 @@
 #include "core/document/PLDocument.h"
 
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/document/PLDocumentWindowDelegate.h"
 #include "core/project/PLFile.h"
 #include "core/project/PLFileFactory.h"
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineSettler.h"
 #include "core/latex/PLQuickOpenManager.h"
 #include "core/project/PLSafeFileWriter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -28,7 +28,7 @@ const QString kDomain = QStringLiteral("PLDocument");
 PLDocument::PLDocument(QObject *parent)
     : QObject(parent)
     , m_quickOpenManager(std::make_unique<PLQuickOpenManager>())
-    , m_fileFactory(std::make_unique<PLFileFactory>())
+    , m_fileFactory(std::make_unique<PLFileFactory>(std::make_shared<PLLatexFileContentOutlineParser>()))
 {
     m_outlineSettleTimer.setSingleShot(true);
     m_outlineSettleTimer.setInterval(outlineSettleDelay);

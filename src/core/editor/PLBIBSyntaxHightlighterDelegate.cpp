@@ -1,6 +1,6 @@
 #include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
 
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 namespace {
 // The at sign and the word after it.

@@ -1,8 +1,8 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
 #include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "core/foundation/PLStringLineCalculations.h"
-#include "core/project/PLUserDefaultsConstants.h"
 
 #include <unicode/uniset.h>
 

@@ -2,12 +2,12 @@
 
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/foundation/PLRegularExpressionHelper.h"
 #include "core/editor/PLSyntaxHighlighterDelegate.h"
 #include "core/editor/PLTextStorage.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QElapsedTimer>
 

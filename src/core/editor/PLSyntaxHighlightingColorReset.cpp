@@ -2,9 +2,9 @@
 
 #include "core/foundation/PLColor.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <utility>
 

@@ -1,7 +1,7 @@
 #include "core/editor/PLSyntaxHighlightingColorSettings.h"
 
-#include "core/project/PLNotificationNameConstants.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 QList<PLSyntaxHighlightingColorSettings> PLSyntaxHighlightingColorSettings::editorColorGroups()
 {

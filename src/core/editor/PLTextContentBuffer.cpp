@@ -1,13 +1,10 @@
 #include "core/editor/PLTextContentBuffer.h"
 
 #include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
-#include "core/project/PLFile.h"
 #include "core/foundation/PLLogging.h"
-#include "core/latex/PLOutlineNode.h"
-#include "core/latex/PLOutlineNodeTreeChangesHandler.h"
-#include "core/foundation/PLRegularExpressionHelper.h"
 #include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLSyntaxHighlighter.h"
+#include "core/editor/PLTextContentBufferEditObserver.h"
 
 #include <QUndoCommand>
 #include <QUndoStack>
@@ -41,22 +38,29 @@ private:
     bool m_recorded = true;
 };
 
+namespace {
+// The name's extension, as a file names its type: nothing when there is no dot.
+bool namesBibliography(const QString &name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    return dot >= 0 && name.mid(dot + 1).toLower() == u"bib";
+}
+}
+
 PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content,
-                                         std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent)
+                                         QObject *parent)
     : PLTextStorage(content.size(), parent),
       m_content(content),
       m_string(content),
       m_stringIsCurrent(true),
-      m_contentParser(std::move(contentParser)),
       m_file(file),
       m_name(name),
-      m_outlineNodeTreeChangesHandler(std::make_unique<PLOutlineNodeTreeChangesHandler>(file)),
       m_undoManager(new QUndoStack(this)),
       m_arrayWithBrakePoints{QStringLiteral("{"), QStringLiteral("["), QStringLiteral("("), QStringLiteral(")"),
                              QStringLiteral("]"), QStringLiteral("}")}
 {
     std::unique_ptr<PLSyntaxHighlighterDelegate> rules;
-    if (file && file->type().toLower() == u"bib")
+    if (namesBibliography(name))
         rules = std::make_unique<PLBIBSyntaxHightlighterDelegate>();
     else
         rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
@@ -81,12 +85,6 @@ const QString &PLTextContentBuffer::string() const
 }
 
 PLTextContentBuffer::~PLTextContentBuffer() = default;
-
-const QString &PLTextContentBuffer::xelatexMagicCommentExpression()
-{
-    static const QString expression = QStringLiteral("%!TEX TS-program( )*=( )*xelatex( )*\\n");
-    return expression;
-}
 
 QString PLTextContentBuffer::closeParanthesesAndQuotes(const QString &string, PLRange)
 {
@@ -162,35 +160,14 @@ void PLTextContentBuffer::replay(PLRange range, const QString &string)
     m_replaying = wasReplaying;
 }
 
-void PLTextContentBuffer::applyReplacement(PLRange range, const QString &string)
+void PLTextContentBuffer::setEditObserver(std::unique_ptr<PLTextContentBufferEditObserver> observer)
 {
-    const auto owner = file();
-    const auto root = owner ? owner->outlineRootNode() : nullptr;
-    if (m_updateOutlineWhenReplacingCharacters) {
-        if (root)
-            m_outlineNodeTreeChangesHandler->replaceContentInOutlineNode(root, range.location, range.length, string);
-        updateFileEngine();
-    }
-    if (root && lcOutlineDump().isDebugEnabled()) {
-        QStringList descriptions;
-        for (const auto &child : root->children())
-            descriptions.append(QStringLiteral("    ") + child->description());
-        qCDebug(lcOutlineDump).noquote() << QStringLiteral("(\n%1\n)").arg(descriptions.join(QStringLiteral(",\n")));
-    }
-    edited(range, string.size() - range.length);
+    m_editObserver = std::move(observer);
 }
 
-void PLTextContentBuffer::updateFileEngine()
+void PLTextContentBuffer::applyReplacement(PLRange range, const QString &string)
 {
-    const auto owner = file();
-    if (!owner || !owner->outlineRootNode())
-        return;
-    const auto first = owner->outlineRootNode()->childAtIndex(0);
-    if (!first)
-        return;
-    // Every file is asked on opening; only a text holding the comment's start needs the expression.
-    const QString content = first->content();
-    const bool xelatex = content.contains(u"%!TEX TS-program")
-        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression(), content).isFound();
-    owner->setEngine(xelatex ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine);
+    if (m_editObserver)
+        m_editObserver->textContentBufferDidReplaceCharactersInRange(this, range, string);
+    edited(range, string.size() - range.length);
 }

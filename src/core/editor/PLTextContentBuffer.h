@@ -11,21 +11,21 @@
 #include <memory>
 
 class PLFile;
-class PLFileContentOutlineParser;
-class PLOutlineNodeTreeChangesHandler;
 class PLSyntaxHighlighter;
+class PLTextContentBufferEditObserver;
 class QUndoStack;
 
 // The text of one project file, shared by every pane that shows it, and the only place where that
 // text changes. Each replacement runs the typing filters, records one undo step, hands the edit to
-// the outline and ends with didProcessEditing, which the colouring and then the views follow.
+// the edit observer (the file's outline) and ends with didProcessEditing, which the colouring and
+// then the views follow. The file is only its owner here: the buffer never looks into it.
 class PLTextContentBuffer : public PLTextStorage
 {
     Q_OBJECT
 
 public:
-    PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content,
-                        std::shared_ptr<PLFileContentOutlineParser> contentParser, QObject *parent = nullptr);
+    // A name ending in ".bib" (in any case) gets the bibliography colouring.
+    PLTextContentBuffer(const QString &name, const std::shared_ptr<PLFile> &file, const QString &content, QObject *parent = nullptr);
     ~PLTextContentBuffer() override;
 
     // The one edit operation: a typed string is rewritten by the pairing, smart-quote and auto-indent
@@ -55,20 +55,18 @@ public:
     // One history per file, shared by every pane that shows it.
     QUndoStack *undoManager() const { return m_undoManager; }
 
-    // While off, replacements leave the outline and the engine choice alone.
+    // While off, the edit observer leaves the outline and the engine choice alone.
     bool updateOutlineWhenReplacingCharacters() const { return m_updateOutlineWhenReplacingCharacters; }
     void setUpdateOutlineWhenReplacingCharacters(bool update) { m_updateOutlineWhenReplacingCharacters = update; }
 
-    // Chooses XeLaTeX when the first outline node holds the magic comment line, the default otherwise.
-    void updateFileEngine();
+    PLTextContentBufferEditObserver *editObserver() const { return m_editObserver.get(); }
+    void setEditObserver(std::unique_ptr<PLTextContentBufferEditObserver> observer);
 
     std::shared_ptr<PLFile> file() const { return m_file.lock(); }
     const QString &name() const { return m_name; }
     // Never assigned: a buffer knows its file, not a path of its own.
     QString path() const { return QString(); }
     QString directoryPath() const { return QString(); }
-    const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }
-    PLOutlineNodeTreeChangesHandler *outlineNodeTreeChangesHandler() const { return m_outlineNodeTreeChangesHandler.get(); }
     const QStringList &arrayWithBrakePoints() const { return m_arrayWithBrakePoints; }
     // Colours the lines of every edit, with the bibliography rules for a ".bib" file.
     PLSyntaxHighlighter *syntaxHighlighter() const { return m_syntaxHighlighter.get(); }
@@ -77,8 +75,6 @@ public:
     static QString closeParanthesesAndQuotes(const QString &string, PLRange range);
     static QString smartQuote(const QString &string, PLRange range);
     QString autoIndentStringIfNecessary(const QString &string, PLRange range) const;
-
-    static const QString &xelatexMagicCommentExpression();
 
 protected:
     void fixAttributes() override;
@@ -91,10 +87,9 @@ private:
     PLGapBuffer m_content;
     mutable QString m_string;
     mutable bool m_stringIsCurrent = false;
-    std::shared_ptr<PLFileContentOutlineParser> m_contentParser;
     std::weak_ptr<PLFile> m_file;
     QString m_name;
-    std::unique_ptr<PLOutlineNodeTreeChangesHandler> m_outlineNodeTreeChangesHandler;
+    std::unique_ptr<PLTextContentBufferEditObserver> m_editObserver;
     QUndoStack *m_undoManager;
     QStringList m_arrayWithBrakePoints;
     bool m_updateOutlineWhenReplacingCharacters = true;

@@ -1,13 +1,15 @@
 #include "core/latex/PLOutlineNodeTreeChangesHandler.h"
 
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/project/PLFile.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/latex/PLLatexStringParser.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "core/latex/PLOutlineTreeHelper.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include <algorithm>
 #include <unordered_set>
@@ -264,4 +266,23 @@ void PLOutlineNodeTreeChangesHandler::makePlainText(PLOutlineNode *node)
         releaseIncludedRoots(node->shared_from_this());
     node->setType(PLOutlineNode::Text);
     node->setTextNodeSubType(PLOutlineNode::PlainText);
+}
+
+void PLOutlineNodeTreeChangesHandler::textContentBufferDidReplaceCharactersInRange(PLTextContentBuffer *buffer, PLRange range,
+                                                                                 const QString &string)
+{
+    const auto owner = file();
+    const auto root = owner ? owner->outlineRootNode() : nullptr;
+    if (buffer->updateOutlineWhenReplacingCharacters()) {
+        if (root)
+            replaceContentInOutlineNode(root, range.location, range.length, string);
+        if (owner)
+            PLLatexFileContentOutlineParser::updateFileEngine(*owner);
+    }
+    if (root && lcOutlineDump().isDebugEnabled()) {
+        QStringList descriptions;
+        for (const auto &child : root->children())
+            descriptions.append(QStringLiteral("    ") + child->description());
+        qCDebug(lcOutlineDump).noquote() << QStringLiteral("(\n%1\n)").arg(descriptions.join(QStringLiteral(",\n")));
+    }
 }

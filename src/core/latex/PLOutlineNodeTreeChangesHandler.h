@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/latex/PLLatexFileContentRangeSearchResult.h"
+#include "core/editor/PLTextContentBufferEditObserver.h"
 
 #include <QString>
 
@@ -14,12 +15,12 @@ class PLOutlineNode;
 // Keeps one file's outline in step with each replacement in its text without reparsing the file:
 // it patches the nodes the range covers, reparses only a patched node, swaps nodes in and out with
 // added and removed notifications, reapplies the comment rule, renests the tree and tells observers
-// that the file's children changed.
-class PLOutlineNodeTreeChangesHandler
+// that the file's children changed. It follows the edits of the file's buffer as its edit observer.
+class PLOutlineNodeTreeChangesHandler : public PLTextContentBufferEditObserver
 {
 public:
     explicit PLOutlineNodeTreeChangesHandler(const std::shared_ptr<PLFile> &file);
-    ~PLOutlineNodeTreeChangesHandler();
+    ~PLOutlineNodeTreeChangesHandler() override;
     PLOutlineNodeTreeChangesHandler(const PLOutlineNodeTreeChangesHandler &) = delete;
     PLOutlineNodeTreeChangesHandler &operator=(const PLOutlineNodeTreeChangesHandler &) = delete;
 
@@ -28,6 +29,8 @@ public:
     // One replacement of the range (location, length) of the file's text by the string.
     void replaceContentInOutlineNode(const std::shared_ptr<PLOutlineNode> &rootNode, qsizetype location, qsizetype length,
                                      const QString &string);
+    // Updates the outline and then the engine choice, unless the buffer has outline updating off.
+    void textContentBufferDidReplaceCharactersInRange(PLTextContentBuffer *buffer, PLRange range, const QString &string) override;
 
     // Kept for old callers; answers as PLOutlineTreeHelper::locateNodesInRange.
     std::optional<PLLatexFileContentRangeSearchResult> locateNodesInRangeRelativeFromNode(

@@ -4,14 +4,14 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
-#include "core/latex/PLOutlineNode.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/project/PLRegularFileReader.h"
 #include "core/project/PLSafeFileWriter.h"
 #include "core/foundation/PLStringLineCalculations.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBufferEditObserver.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFile>
@@ -119,7 +119,6 @@ void PLFile::initWithFilePath(const QString &path, std::shared_ptr<PLFileContent
     createContentBuffer(text.value_or(QString()));
     resetOutline();
     parse();
-    m_contentBuffer->updateFileEngine();
 }
 
 void PLFile::initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser)
@@ -133,7 +132,9 @@ void PLFile::initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLF
 
 void PLFile::createContentBuffer(const QString &text)
 {
-    m_contentBuffer = std::make_unique<PLTextContentBuffer>(name(), shared_from_this(), text, m_contentParser);
+    m_contentBuffer = std::make_unique<PLTextContentBuffer>(name(), shared_from_this(), text);
+    if (m_contentParser)
+        m_contentBuffer->setEditObserver(m_contentParser->editObserverForFile(shared_from_this()));
 }
 
 void PLFile::parse()
@@ -336,7 +337,6 @@ bool PLFile::reloadContentUsingEncoding(PLStringEncoding encoding, PLError *)
     }
     resetOutline();
     parse();
-    m_contentBuffer->updateFileEngine();
     PLNotificationCenter::defaultCenter().post(PLNotificationFileDidReloadContent, this);
     return true;
 }
@@ -410,7 +410,6 @@ std::shared_ptr<PLFile> PLFile::saveToPath(const QString &path, const QString &t
         saved->m_wasContentReadProperly = writtenEncoding == saved->m_encoding;
         saved->resetOutline();
         saved->parse();
-        saved->m_contentBuffer->updateFileEngine();
     }
     return saved;
 }
@@ -458,14 +457,8 @@ void PLFile::resetOutline()
 {
     // The root object stays the same, so include nodes of other files that hold it see the new
     // outline and observers that filter on it keep working.
-    if (!m_outlineRootNode) {
-        m_outlineRootNode = PLOutlineNode::create(name(), PLOutlineNode::FileRoot, content(), shared_from_this());
-        return;
-    }
-    while (m_outlineRootNode->childCount() > 0)
-        m_outlineRootNode->removeChild(m_outlineRootNode->childAtIndex(m_outlineRootNode->childCount() - 1));
-    m_outlineRootNode->setName(name());
-    m_outlineRootNode->setContent(content());
+    if (m_contentParser)
+        m_outlineRootNode = m_contentParser->resetOutlineRootNode(shared_from_this(), m_outlineRootNode);
 }
 
 QList<PLFileSearchResult> PLFile::searchResultsInContentForString(const QString &string)
@@ -528,26 +521,13 @@ void PLFile::removeFileFromFilesContaindInDocument(const std::shared_ptr<PLFile>
     m_openingsOfFilesInDocument.remove(file.get());
 }
 
-namespace {
-bool outlineHoldsRoot(const PLOutlineNode &node, const PLOutlineNode *root)
-{
-    for (const auto &child : node.children()) {
-        if (child.get() == root)
-            return true;
-        if (child->type() != PLOutlineNode::FileRoot && outlineHoldsRoot(*child, root))
-            return true;
-    }
-    return false;
-}
-}
-
 void PLFile::releaseFileContainedInDocument(const std::shared_ptr<PLFile> &file)
 {
     // A file already given back is not closed a second time.
     if (!file || !holds(m_filesInDocument, file))
         return;
     const int openings = m_openingsOfFilesInDocument.value(file.get());
-    if (m_outlineRootNode && outlineHoldsRoot(*m_outlineRootNode, file->outlineRootNode().get())) {
+    if (m_contentParser && m_contentParser->outlineIncludesFile(*this, *file)) {
         if (openings > 1) {
             m_openingsOfFilesInDocument[file.get()] = openings - 1;
             file->close();

@@ -55,6 +55,7 @@ public:
     QString content() const;
     PLTextContentBuffer *contentBuffer() const { return m_contentBuffer.get(); }
     const std::shared_ptr<PLFileContentOutlineParser> &contentParser() const { return m_contentParser; }
+    // Made by the parser; none for a file opened without one.
     const std::shared_ptr<PLOutlineNode> &outlineRootNode() const { return m_outlineRootNode; }
     // The files this file includes directly, in the order they were first included.
     QList<std::shared_ptr<PLFile>> filesInDocument() const;
@@ -134,7 +135,8 @@ private:
     void initWithFilePath(const QString &path, std::shared_ptr<PLFileContentOutlineParser> parser, PLStringEncoding encoding);
     void initAsUntitledFileWithName(const QString &name, std::shared_ptr<PLFileContentOutlineParser> parser);
     void createContentBuffer(const QString &text);
-    // Builds the outline afresh; the include set becomes what this parse opened.
+    // Builds the outline afresh, which chooses the engine anew; the include set becomes what this
+    // parse opened.
     void parse();
     // Closes the file as often as this file opened it, or keeps it open when it holds unsaved changes.
     void giveBackFile(const std::shared_ptr<PLFile> &file, int openings);

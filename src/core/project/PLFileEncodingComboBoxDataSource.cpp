@@ -1,7 +1,7 @@
 #include "core/project/PLFileEncodingComboBoxDataSource.h"
 
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 PLFileEncodingComboBoxDataSource::PLFileEncodingComboBoxDataSource(QObject *parent)
     : QAbstractListModel(parent)

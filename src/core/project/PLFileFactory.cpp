@@ -1,13 +1,8 @@
 #include "core/project/PLFileFactory.h"
 
 #include "core/project/PLFile.h"
-#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
-
-PLFileFactory::PLFileFactory() : PLFileFactory(std::make_shared<PLLatexFileContentOutlineParser>())
-{
-}
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 PLFileFactory::PLFileFactory(std::shared_ptr<PLFileContentOutlineParser> contentParser)
     : m_contentParser(std::move(contentParser)), m_encoding(encodingToUse())

@@ -15,8 +15,6 @@ class PLFileContentOutlineParser;
 class PLFileFactory
 {
 public:
-    // With a new LaTeX outline parser that has no quick-open manager.
-    PLFileFactory();
     explicit PLFileFactory(std::shared_ptr<PLFileContentOutlineParser> contentParser);
 
     std::shared_ptr<PLFile> untitledFileWithName(const QString &name) const;

@@ -5,7 +5,7 @@
 #include "core/typesetting/PLLogScanning.h"
 #include "core/typesetting/PLLogStringParserDelegate.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 
 using PLLogScanning::LiteralFollower;
 

@@ -2,7 +2,7 @@
 
 #include "core/project/PLFile.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 namespace PLTexCommandLine {
 

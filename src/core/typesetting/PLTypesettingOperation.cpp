@@ -7,7 +7,7 @@
 #include "core/typesetting/PLSyncTexSearch.h"
 #include "core/typesetting/PLTexCommandLine.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
 #include <QEvent>

@@ -8,7 +8,7 @@
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "ui/window/PLResponderChain.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "ui/window/PLWelcomeWindowController.h"
 
 #include <QApplication>

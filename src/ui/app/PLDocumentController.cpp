@@ -5,7 +5,7 @@
 #include "core/project/PLFile.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QApplication>
 #include <QDir>

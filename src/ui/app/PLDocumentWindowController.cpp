@@ -8,7 +8,7 @@
 #include "core/foundation/PLLogging.h"
 #include "ui/app/PLMainMenu.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "ui/window/PLSplitViewContentViewController.h"
 #include "ui/window/PLSplitViewController.h"
 #include "core/foundation/PLStringLineCalculations.h"
@@ -19,7 +19,7 @@
 #include "ui/typesetting/PLTypesetterProgressViewController.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QApplication>

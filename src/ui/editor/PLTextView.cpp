@@ -7,11 +7,11 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextViewDelegate.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLTextViewLineOverlayView.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QContextMenuEvent>
 #include <QFontDatabase>

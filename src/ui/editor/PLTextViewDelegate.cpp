@@ -3,12 +3,12 @@
 #include "core/project/PLFile.h"
 #include "core/foundation/PLLogging.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineTreeHelper.h"
 #include "ui/window/PLSplitViewContentViewController.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextView.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
 
 PLTextViewDelegate::PLTextViewDelegate(const std::shared_ptr<PLFile> &file, PLSplitViewContentViewController *splitViewContentViewController,

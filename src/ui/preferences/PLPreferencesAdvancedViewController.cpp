@@ -3,7 +3,7 @@
 #include "ui/preferences/PLPreferencesEncodingComboBox.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>

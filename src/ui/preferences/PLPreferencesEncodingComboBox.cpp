@@ -2,7 +2,7 @@
 
 #include "core/project/PLFileEncodingComboBoxDataSource.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 PLPreferencesEncodingComboBox::PLPreferencesEncodingComboBox(QWidget *parent)
     : QComboBox(parent), m_dataSource(new PLFileEncodingComboBoxDataSource(this))

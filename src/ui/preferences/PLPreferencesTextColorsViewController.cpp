@@ -3,10 +3,10 @@
 #include "ui/preferences/PLColorWell.h"
 #include "ui/preferences/PLColorWellCell.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "core/editor/PLSyntaxHighlightingColorReset.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCheckBox>
 #include <QGridLayout>

@@ -4,7 +4,7 @@
 #include "ui/window/PLSideBarViewController.h"
 #include "ui/window/PLSplitView.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <cmath>
 

@@ -5,7 +5,7 @@
 #include "ui/window/PLDocumentOutlineView.h"
 #include "ui/window/PLMainAreaViewController.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 
 #include <QVBoxLayout>

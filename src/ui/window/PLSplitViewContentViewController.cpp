@@ -1,6 +1,6 @@
 #include "ui/window/PLSplitViewContentViewController.h"
 
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/document/PLDocument.h"
 #include "ui/window/PLErrorReadingFileContentViewController.h"
 #include "ui/editor/PLFindIndicator.h"
@@ -9,7 +9,7 @@
 #include "ui/app/PLMainMenu.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"
 #include "ui/window/PLResponderChain.h"
@@ -19,11 +19,11 @@
 #include "core/editor/PLTextSearch.h"
 #include "ui/editor/PLTextView.h"
 #include "ui/editor/PLTextViewDelegate.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTitleBarView.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QFile>
 #include <QFileInfo>

@@ -7,7 +7,7 @@
 #include "core/foundation/PLLogging.h"
 #include "ui/app/PLMainMenu.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "ui/window/PLSplitView.h"
 #include "ui/typesetting/PLPDFView.h"
 #include "ui/window/PLSplitViewContentViewController.h"
@@ -17,7 +17,7 @@
 #include "core/editor/PLTextContentBuffer.h"
 #include "ui/editor/PLTextView.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QAction>
 #include <QApplication>

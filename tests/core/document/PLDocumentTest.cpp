@@ -1,14 +1,16 @@
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/document/PLDocument.h"
 #include "core/document/PLDocumentWindowDelegate.h"
 #include "core/project/PLFile.h"
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
+#include "core/latex/PLOutlineNode.h"
+#include "core/latex/PLQuickOpenManager.h"
 #include "PLTestSupport.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QDir>
 #include <QFile>

@@ -4,7 +4,7 @@
 #include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

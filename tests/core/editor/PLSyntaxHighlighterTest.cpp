@@ -1,11 +1,11 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "PLSyntaxHighlighterTestSupport.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

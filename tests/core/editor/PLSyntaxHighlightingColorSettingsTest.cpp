@@ -1,7 +1,9 @@
+#include "core/foundation/PLNotificationCenter.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "core/editor/PLSyntaxHighlightingColorReset.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QSettings>
 

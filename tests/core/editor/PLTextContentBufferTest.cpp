@@ -1,9 +1,14 @@
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLOutlineTestSupport.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "core/editor/PLTextContentBufferEditObserver.h"
 
 #include <QSignalSpy>
 #include <QUndoStack>
+
+#include <functional>
 
 using namespace PLTest;
 
@@ -157,6 +162,82 @@ TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
     EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
     buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
     EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
+}
+
+// Writes down each replacement it hears of with the text as it then stands, into the same log as
+// the views' signal, so the order between the two shows.
+class RecordingEditObserver : public PLTextContentBufferEditObserver
+{
+public:
+    explicit RecordingEditObserver(QStringList *log) : m_log(log) {}
+
+    void textContentBufferDidReplaceCharactersInRange(PLTextContentBuffer *buffer, PLRange range, const QString &string) override
+    {
+        m_log->append(QStringLiteral("%1+%2 \"%3\" -> %4").arg(range.location).arg(range.length).arg(string, buffer->string()));
+    }
+
+private:
+    QStringList *m_log;
+};
+
+struct ObservedEditCase
+{
+    const char *label;
+    std::function<void(PLTextContentBuffer &)> edit;
+    QStringList heard;
+};
+
+void PrintTo(const ObservedEditCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLTextContentBufferObserverTest : public ::testing::TestWithParam<ObservedEditCase>
+{
+};
+
+// A buffer needs no file and no outline: what follows its text hears each replacement once the
+// characters changed (filtered when typed, as recorded when replayed) and before the views.
+TEST_P(PLTextContentBufferObserverTest, theObserverHearsEveryReplacementBeforeTheViews)
+{
+    PLTextContentBuffer buffer(QStringLiteral("a.tex"), nullptr, QStringLiteral("ab"));
+    QStringList heard;
+    buffer.setEditObserver(std::make_unique<RecordingEditObserver>(&heard));
+    QObject::connect(&buffer, &PLTextContentBuffer::didProcessEditing, [&] { heard.append(QStringLiteral("views")); });
+    GetParam().edit(buffer);
+    EXPECT_EQ(heard, GetParam().heard);
+}
+
+INSTANTIATE_TEST_SUITE_P(Edits, PLTextContentBufferObserverTest, ::testing::Values(
+    ObservedEditCase{"typed bracket, filtered", [](PLTextContentBuffer &b) { b.replaceCharactersInRange({1, 0}, QStringLiteral("(")); },
+                     {QStringLiteral("1+0 \"()\" -> a()b"), QStringLiteral("views")}},
+    ObservedEditCase{"undo and redo replay without filters",
+                     [](PLTextContentBuffer &b) {
+                         b.replaceCharactersInRange({0, 2}, QStringLiteral("("));
+                         b.replaceCharactersInRange({0, 1}, QString());
+                         b.undoManager()->undo();
+                         b.undoManager()->redo();
+                     },
+                     {QStringLiteral("0+2 \"()\" -> ()"), QStringLiteral("views"), QStringLiteral("0+1 \"\" -> )"),
+                      QStringLiteral("views"), QStringLiteral("0+0 \"(\" -> ()"), QStringLiteral("views"),
+                      QStringLiteral("0+1 \"\" -> )"), QStringLiteral("views")}},
+    ObservedEditCase{"whole text read anew", [](PLTextContentBuffer &b) { b.setString(QStringLiteral("(")); },
+                     {QStringLiteral("0+2 \"(\" -> ("), QStringLiteral("views")}},
+    ObservedEditCase{"refused range", [](PLTextContentBuffer &b) { b.replaceCharactersInRange({3, 0}, QStringLiteral("x")); }, {}}));
+
+// The bibliography colouring goes by the extension of the buffer's name, in any case.
+TEST(PLTextContentBufferRulesTest, aBibNameGetsTheBibliographyColouring)
+{
+    const struct
+    {
+        const char *name;
+        bool bibliography;
+    } cases[] = {{"refs.bib", true}, {"REFS.Bib", true}, {".bib", true}, {"bib", false}, {"refs.bib.tex", false}, {"a.tex", false}};
+    for (const auto &c : cases) {
+        const PLTextContentBuffer buffer(QString::fromUtf8(c.name), nullptr, QStringLiteral("@book{k,}"));
+        EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, c.bibliography)
+            << c.name;
+    }
 }
 
 }

@@ -2,7 +2,7 @@
 #include "core/foundation/PLStringEncoding.h"
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 #include "PLTestSupport.h"
 
 #include <QFile>

@@ -180,8 +180,7 @@ TEST_F(PLOutlineNodeTreeChangesHandlerTest, includesAreFoundByTheNameAtTheRange)
     EXPECT_EQ(helper.fileForIncludeNodeAtRange(43, 3)->name(), QStringLiteral("refs.bib"));
     EXPECT_EQ(helper.fileForIncludeNodeAtRange(44, 0)->name(), QStringLiteral("more.bib"));
     EXPECT_FALSE(PLOutlineTreeHelper(PLOutlineNode::create(QString(), 0, QString(), nullptr)).locateNodesInRange(0, 0));
-    EXPECT_EQ(file->contentBuffer()->outlineNodeTreeChangesHandler()
-                  ->locateNodesInRangeRelativeFromNode(3, 0, file->outlineRootNode())
+    EXPECT_EQ(PLOutlineNodeTreeChangesHandler(file).locateNodesInRangeRelativeFromNode(3, 0, file->outlineRootNode())
                   ->searchResultAtIndex(0).location(),
               2);
 }

@@ -2,7 +2,8 @@
 #include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "PLOutlineTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 #include "core/project/PLRegularFileReader.h"
 
@@ -167,6 +168,28 @@ TEST_F(PLFileTest, replacingPastTheEndIsRefused)
     EXPECT_EQ(file->content(), QStringLiteral("abx"));
 }
 
+// The parser makes a file's outline and what keeps it in step; without one a file has text only.
+TEST_F(PLFileTest, onlyAFileWithAParserHasAnOutlineThatFollowsEdits)
+{
+    for (const bool withParser : {true, false}) {
+        const QString text = QStringLiteral("%!TEX TS-program = xelatex\n");
+        const auto file = PLFile::fileWithPath(write(withParser ? QStringLiteral("a.tex") : QStringLiteral("b.tex"), text),
+                                               withParser ? parser : nullptr);
+        EXPECT_EQ(file->engine(), int(withParser ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine));
+        EXPECT_TRUE(file->replaceContentStringInRange(PLRange{0, 1}, QStringLiteral("\\section{A}")));
+        EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
+        EXPECT_EQ(file->outlineRootNode() != nullptr, withParser);
+        EXPECT_EQ(file->contentBuffer()->editObserver() != nullptr, withParser);
+        if (withParser) {
+            EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+        }
+        file->reloadContent();
+        EXPECT_EQ(file->content(), text);
+        EXPECT_EQ(file->engine(), int(withParser ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine));
+        file->close();
+    }
+}
+
 TEST_F(PLFileTest, searchResultsAreCachedForTheLastStringEvenAfterEdits)
 {
     const auto file = open(write(QStringLiteral("a.tex"), QStringLiteral("  one two\n\tone\r\nxoneone")));
@@ -219,7 +242,7 @@ TEST_F(PLFileTest, preferredEncodingFollowsTheSetting)
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     defaults.setInteger(PLStringEncodings::ISOLatin2, PLUserDefaultsFileEncoding);
     EXPECT_EQ(PLFile::preferedEncoding(), PLStringEncodings::ISOLatin2);
-    PLFileFactory factory;
+    PLFileFactory factory(std::make_shared<PLLatexFileContentOutlineParser>());
     writeFile(path(QStringLiteral("latin.tex")), QByteArrayLiteral("\xb1"));
     EXPECT_EQ(factory.fileWithPath(path(QStringLiteral("latin.tex")))->content(), QStringLiteral("\u0105"));
     defaults.setInteger(0, PLUserDefaultsFileEncoding);

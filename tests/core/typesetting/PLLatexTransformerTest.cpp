@@ -2,7 +2,7 @@
 #include "core/typesetting/PLStreamDecoder.h"
 #include "PLTypesettingTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <gtest/gtest.h>
 

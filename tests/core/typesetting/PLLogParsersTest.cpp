@@ -6,7 +6,7 @@
 #include "core/typesetting/PLTypesettingLogFileParser.h"
 #include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
 #include "core/foundation/PLNotificationCenter.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
 #include "PLTypesettingTestSupport.h"
 
 #include <QRandomGenerator>

@@ -1,7 +1,7 @@
 #include "core/typesetting/PLSyncTexSearch.h"
 #include "PLTypesettingTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QThreadPool>
 

@@ -5,7 +5,8 @@
 #include "core/project/PLFile.h"
 #include "core/project/PLFileFactory.h"
 #include "core/project/PLFilePool.h"
-#include "core/project/PLNotificationNameConstants.h"
+#include "core/foundation/PLNotificationNameConstants.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLatexTransformerDelegate.h"
 #include "core/typesetting/PLLogStringParser.h"
@@ -346,7 +347,8 @@ protected:
         folder = copyDocument(document, dir.path());
         if (!mainText.isNull())
             PLTest::writeFile(folder + QStringLiteral("main.tex"), mainText.toUtf8());
-        mainFile = PLFileFactory().fileWithPath(folder + QStringLiteral("main.tex"));
+        const PLFileFactory factory(std::make_shared<PLLatexFileContentOutlineParser>());
+        mainFile = factory.fileWithPath(folder + QStringLiteral("main.tex"));
         freshJob().start(mainFile);
     }
     bool waitForFinish() { return events->waitFor(QStringLiteral("finish")); }

@@ -4,7 +4,7 @@
 #include "PLUiTestSupport.h"
 #include "ui/editor/PLTextView.h"
 #include "ui/editor/PLTextViewDelegate.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 
 #include <QApplication>
 #include <QDir>

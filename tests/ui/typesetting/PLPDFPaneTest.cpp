@@ -1,4 +1,4 @@
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"

@@ -1,4 +1,4 @@
-#include "core/project/PLDictionaryKeys.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
 #include "ui/typesetting/PLPdfPrinter.h"

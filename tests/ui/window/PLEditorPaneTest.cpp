@@ -2,7 +2,7 @@
 #include "ui/window/PLDocumentOutlineView.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/window/PLSideBarViewController.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "PLUiTestSupport.h"
 

@@ -1,4 +1,4 @@
-#include "core/project/PLUserDefaultsConstants.h"
+#include "core/foundation/PLUserDefaultsConstants.h"
 
 #include "core/foundation/PLColor.h"
 

@@ -1,4 +1,4 @@
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 
 #include "core/project/PLFile.h"
 

@@ -1,6 +1,6 @@
 #include "core/project/PLFile.h"
 #include "PLTestSupport.h"
-#include "core/editor/PLTextViewHistoryHandler.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 
 #include <QTemporaryDir>
 
