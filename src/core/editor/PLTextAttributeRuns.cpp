@@ -273,7 +273,9 @@ void PLTextAttributeRuns::enumerateAttributes(PLRange range,
         position += n.length;
         if (position >= clip.end())
             return;
-        if (n.right != kNil) {
+        if (m_slotOrder) {
+            ++node;
+        } else if (n.right != kNil) {
             node = n.right;
             while (m_nodes[size_t(node)].left != kNil) {
                 ancestors.push_back(node);
@@ -296,6 +298,7 @@ void PLTextAttributeRuns::setAttributes(const PLTextAttributes &attributes, PLRa
     freeTree(middle);
     const NodeId run = newNode(clip.length, attributes);
     m_root = join(join(before, run), after);
+    m_slotOrder = false;
 }
 
 void PLTextAttributeRuns::replaceRuns(qsizetype location,
@@ -314,7 +317,8 @@ void PLTextAttributeRuns::replaceRuns(qsizetype location,
     NodeId before = kNil;
     NodeId after = kNil;
     std::vector<NodeId> replaced;
-    if (clip.length == length()) {
+    const bool whole = clip.length == length();
+    if (whole) {
         replaced.resize(m_nodes.size());
         std::iota(replaced.begin(), replaced.end(), NodeId(0));
         m_free.clear();
@@ -350,6 +354,7 @@ void PLTextAttributeRuns::replaceRuns(qsizetype location,
     for (; reused < replaced.size(); ++reused)
         freeNode(replaced[reused]);
     m_root = join(join(before, buildTree(rebuilt)), after);
+    m_slotOrder = whole;
 }
 
 void PLTextAttributeRuns::transform(PLRange range, const std::function<void(PLTextAttributes &)> &change)
@@ -384,6 +389,7 @@ void PLTextAttributeRuns::transform(PLRange range, const std::function<void(PLTe
         kept.push_back(node);
     }
     m_root = join(join(before, buildTree(kept)), after);
+    m_slotOrder = false;
 }
 
 void PLTextAttributeRuns::addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range)
@@ -415,4 +421,5 @@ void PLTextAttributeRuns::replaceCharacters(PLRange range, qsizetype replacement
     freeTree(middle);
     const NodeId inserted = replacementLength > 0 ? newNode(replacementLength, inherited) : kNil;
     m_root = join(join(before, inserted), after);
+    m_slotOrder = false;
 }

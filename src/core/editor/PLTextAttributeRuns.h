@@ -81,5 +81,8 @@ private:
     std::vector<Node> m_nodes;
     std::vector<NodeId> m_free;
     NodeId m_root = kNil;
+    // Whether the runs sit in slots 0, 1, 2... in text order, as a whole replacement leaves them, so
+    // that stepping to the next run needs no walk through the tree.
+    bool m_slotOrder = true;
     std::uint32_t m_seed = 0x9e3779b9u;
 };
