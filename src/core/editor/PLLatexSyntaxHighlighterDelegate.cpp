@@ -47,13 +47,60 @@ std::pair<char32_t, qsizetype> codePointAt(const QString &string, qsizetype i, q
         return {QChar::surrogateToUcs4(c, string.at(i + 1)), 2};
     return {c.unicode(), 1};
 }
-// The heading command through the first closing brace after the argument's first character.
-const QString kStructureDividers = QStringLiteral(
-    R"re(\\(?:part|chapter|section|subsection|subsubsection|paragraph)\*?\{(?:(.[^\v}]*+\})|[^\v]*+))re");
-// The argument of an include, read the way the heading's is; group 1 is the file name.
-const QString kInclude =
-    QStringLiteral(R"re(\\(?:input|include|bibliography)\{(?:(.[^\v}]*+)\}|[^\v]*+))re");
 const QString kIncludeLink = QStringLiteral("file://");
+
+// Reads a braced command at the backslash at i: one of the names (none is a prefix of another), a
+// star where allowed, an opening brace, then at least one character of the line's content and the
+// first closing brace after it. Answers the argument and the end of the command; an argument that
+// does not close on the line is not found, and the command then reaches to the end of the line's
+// content, so that it is read only once. The end is i itself when no command starts there.
+std::pair<PLRange, qsizetype> readBracedCommand(const QString &string, qsizetype i, qsizetype end,
+                                                std::initializer_list<QStringView> names, bool star)
+{
+    const QChar *text = string.constData();
+    for (const QStringView name : names) {
+        qsizetype at = i + 1;
+        if (end - at < name.size() || !std::equal(name.begin(), name.end(), text + at))
+            continue;
+        at += name.size();
+        if (star && at < end && text[at] == u'*')
+            ++at;
+        if (at >= end || text[at] != u'{')
+            return {PLNotFoundRange, i};
+        const qsizetype open = at + 1;
+        if (open < end && !PLStringLineCalculations::endsLineContent(text[open])) {
+            qsizetype close = open + 1;
+            while (close < end && text[close] != u'}' && !PLStringLineCalculations::endsLineContent(text[close]))
+                ++close;
+            if (close < end && text[close] == u'}')
+                return {PLRange{open, close - open}, close + 1};
+        }
+        qsizetype stop = open;
+        while (stop < end && !PLStringLineCalculations::endsLineContent(text[stop]))
+            ++stop;
+        return {PLNotFoundRange, stop};
+    }
+    return {PLNotFoundRange, i};
+}
+
+// The first braced command of the list in the range whose argument closes: the whole command, or
+// only its argument.
+PLRange firstBracedCommand(const QString &string, qsizetype location, qsizetype length,
+                           std::initializer_list<QStringView> names, bool star, bool argumentOnly)
+{
+    const qsizetype end = std::min(location + length, string.size());
+    for (qsizetype i = std::max<qsizetype>(location, 0); i < end;) {
+        if (string.at(i) != u'\\') {
+            ++i;
+            continue;
+        }
+        const auto [argument, stop] = readBracedCommand(string, i, end, names, star);
+        if (argument.isFound())
+            return argumentOnly ? argument : PLRange{i, stop - i};
+        i = stop == i ? i + 1 : stop;
+    }
+    return PLNotFoundRange;
+}
 
 // The commands the heading and include expressions start with: a line holding none of them
 // cannot match either expression.
@@ -62,7 +109,12 @@ bool holdsAnyOf(QStringView line, std::initializer_list<QStringView> commands)
     // Every command starts with a backslash, and a line has few: try the commands only there.
     for (qsizetype at = line.indexOf(u'\\'); at >= 0; at = line.indexOf(u'\\', at + 1)) {
         const QStringView rest = line.sliced(at);
-        if (std::any_of(commands.begin(), commands.end(), [rest](QStringView command) { return rest.startsWith(command); }))
+        // Compared inline: most backslashes start none of the commands, and a call per command
+        // cost more than the comparison.
+        const auto starts = [rest](QStringView command) {
+            return rest.size() >= command.size() && std::equal(command.begin(), command.end(), rest.begin());
+        };
+        if (std::any_of(commands.begin(), commands.end(), starts))
             return true;
     }
     return false;
@@ -72,12 +124,16 @@ bool holdsAnyOf(QStringView line, std::initializer_list<QStringView> commands)
 PLRange firstOf(const QString &string, qsizetype location, qsizetype length, QStringView set)
 {
     const qsizetype end = location + length;
+    // The set has a handful of characters: look through it inline rather than calling out for
+    // every character of the line.
     for (qsizetype i = std::max<qsizetype>(location, 0); i < end && i < string.size(); ++i) {
-        if (set.contains(string.at(i)))
+        const QChar c = string.at(i);
+        if (std::find(set.begin(), set.end(), c) != set.end())
             return PLRange{i, 1};
     }
     return PLNotFoundRange;
 }
+
 }
 
 void PLLatexSyntaxHighlighterDelegate::syntaxHighlighterWillProcessStringForHighlighting(
@@ -163,7 +219,9 @@ PLRange PLLatexSyntaxHighlighterDelegate::functionLocator(const QString &string,
 PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString &string, qsizetype location,
                                                                   qsizetype length)
 {
-    return firstMarkedMatch(kStructureDividers, string, PLRange{location, length}, 0);
+    return firstBracedCommand(string, location, length,
+                              {u"part", u"chapter", u"section", u"subsection", u"subsubsection", u"paragraph"}, true,
+                              false);
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, qsizetype location, qsizetype length)
@@ -183,7 +241,7 @@ PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, 
 
 PLRange PLLatexSyntaxHighlighterDelegate::linkLocator(const QString &string, qsizetype location, qsizetype length)
 {
-    return firstMarkedMatch(kInclude, string, PLRange{location, length}, 1);
+    return firstBracedCommand(string, location, length, {u"input", u"include", u"bibliography"}, false, true);
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::firstMarkedMatch(const QString &pattern, const QString &string,

@@ -198,6 +198,16 @@ std::int32_t PLSyntaxHighlighter::valueIndex(const PLTextAttributeValue &value)
     return std::int32_t(m_values.size() - 1);
 }
 
+QVarLengthArray<std::int32_t, 4> PLSyntaxHighlighter::valueIndices(
+    const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes)
+{
+    // Looked up once per rule and line rather than once per token.
+    QVarLengthArray<std::int32_t, 4> indices;
+    for (const auto &attribute : attributes)
+        indices.append(m_inPass ? valueIndex(attribute.second) : -1);
+    return indices;
+}
+
 void PLSyntaxHighlighter::beginCanvas(qsizetype start, qsizetype length, std::int32_t textColor, std::int32_t font)
 {
     m_canvas.start = start;
@@ -210,7 +220,8 @@ void PLSyntaxHighlighter::beginCanvas(qsizetype start, qsizetype length, std::in
               font);
 }
 
-void PLSyntaxHighlighter::paint(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range)
+void PLSyntaxHighlighter::paint(PLTextAttributeName name, const PLTextAttributeValue &value, std::int32_t index,
+                                PLRange range)
 {
     if (!m_inPass) {
         m_textStorage->addAttribute(name, value, range);
@@ -221,7 +232,7 @@ void PLSyntaxHighlighter::paint(PLTextAttributeName name, const PLTextAttributeV
     if (end == start)
         return;
     auto &layer = m_canvas.layers[int(name)];
-    std::fill(layer.begin() + start, layer.begin() + end, valueIndex(value));
+    std::fill(layer.begin() + start, layer.begin() + end, index);
 }
 
 const PLTextAttributes &PLSyntaxHighlighter::combined(const PLTextAttributes &stored, const std::int32_t (&values)[4])
@@ -236,6 +247,10 @@ const PLTextAttributes &PLSyntaxHighlighter::combined(const PLTextAttributes &st
         if (values[name] >= 0)
             combination.result.setValue(PLTextAttributeName(name), m_values[size_t(values[name])]);
     }
+    // Colouring again with unchanged colours paints what is stored: keep sharing its data, so the
+    // runs take it back without copying and compare equal at a glance.
+    if (combination.result == stored)
+        combination.result = stored;
     if (m_combinations.size() >= kMaximumCombinations)
         m_combinations.erase(m_combinations.begin());
     m_combinations.push_back(std::move(combination));
@@ -259,7 +274,7 @@ void PLSyntaxHighlighter::flushCanvas(std::vector<std::pair<qsizetype, PLTextAtt
             while (j < end && layers[0][size_t(j)] == values[0] && layers[1][size_t(j)] == values[1]
                    && layers[2][size_t(j)] == values[2] && layers[3][size_t(j)] == values[3])
                 ++j;
-            const PLTextAttributes &attributes = combined(stored, values);
+            const PLTextAttributes &attributes = combined(*stored, values);
             if (!runs.empty() && runs.back().second == attributes)
                 runs.back().first += j - i;
             else
@@ -300,8 +315,10 @@ void PLSyntaxHighlighter::highlightTextInRange(PLRange range)
     m_combinations.clear();
     m_stored.clear();
     m_storedIndex = 0;
+    // The runs stay untouched until the pass lays its result over them, so their attributes are
+    // read in place.
     m_textStorage->storedAttributeRuns().enumerateAttributes(lines, [this](const PLTextAttributes &attributes, PLRange run) {
-        m_stored.emplace_back(run, attributes);
+        m_stored.emplace_back(run, &attributes);
     });
     std::vector<std::pair<qsizetype, PLTextAttributes>> runs;
     qsizetype painted = lines.location;
@@ -355,13 +372,15 @@ void PLSyntaxHighlighter::setAttributes(const std::vector<std::pair<PLTextAttrib
 {
     if (attributes.empty())
         return;
+    const QVarLengthArray<std::int32_t, 4> indices = valueIndices(attributes);
     // The rules' expressions look neither behind their start nor at the bounds, so one search
     // stepping through the line finds what a fresh search after each match would.
     PLRegularExpressionHelper::enumerateMatches(regEx, contentString, PLRange{0, contentString.size()},
                                                 [&](const PLRegexMatch &match) {
                                                     const PLRange found = match.range(0);
-                                                    for (const auto &[name, value] : attributes)
-                                                        paint(name, value, PLRange{currentLineStart + found.location, found.length});
+                                                    for (size_t i = 0; i < attributes.size(); ++i)
+                                                        paint(attributes[i].first, attributes[i].second, indices[qsizetype(i)],
+                                                              PLRange{currentLineStart + found.location, found.length});
                                                     return true;
                                                 });
 }
@@ -372,10 +391,12 @@ void PLSyntaxHighlighter::setAttributes(const std::vector<std::pair<PLTextAttrib
 {
     if (attributes.empty())
         return;
+    const QVarLengthArray<std::int32_t, 4> indices = valueIndices(attributes);
     PLRange found = locator(contentString, 0, contentString.size());
     while (found.isFound()) {
-        for (const auto &[name, value] : attributes)
-            paint(name, value, PLRange{currentLineStart + found.location, found.length});
+        for (size_t i = 0; i < attributes.size(); ++i)
+            paint(attributes[i].first, attributes[i].second, indices[qsizetype(i)],
+                  PLRange{currentLineStart + found.location, found.length});
         const qsizetype next = found.end() + (found.length == 0 ? 1 : 0);
         if (next > contentString.size())
             break;

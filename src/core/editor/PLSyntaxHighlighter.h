@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
+#include <QVarLengthArray>
 
 #include <cstdint>
 #include <functional>
@@ -86,8 +87,11 @@ private:
         std::vector<std::int32_t> layers[4];
     };
 
-    void paint(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range);
+    // Paints the canvas with the value's index during a pass, the storage otherwise.
+    void paint(PLTextAttributeName name, const PLTextAttributeValue &value, std::int32_t index, PLRange range);
     std::int32_t valueIndex(const PLTextAttributeValue &value);
+    QVarLengthArray<std::int32_t, 4> valueIndices(
+        const std::vector<std::pair<PLTextAttributeName, PLTextAttributeValue>> &attributes);
     void beginCanvas(qsizetype start, qsizetype length, std::int32_t textColor, std::int32_t font);
     void flushCanvas(std::vector<std::pair<qsizetype, PLTextAttributes>> &runs);
     const PLTextAttributes &combined(const PLTextAttributes &stored, const std::int32_t (&values)[4]);
@@ -103,7 +107,7 @@ private:
     Canvas m_canvas;
     std::vector<PLTextAttributeValue> m_values;
     // The stored runs of the lines being coloured, and the first one the canvas may still need.
-    std::vector<std::pair<PLRange, PLTextAttributes>> m_stored;
+    std::vector<std::pair<PLRange, const PLTextAttributes *>> m_stored;
     size_t m_storedIndex = 0;
     struct Combination
     {

@@ -1,6 +1,8 @@
 #include "core/editor/PLTextAttributeRuns.h"
 
 #include <algorithm>
+#include <numeric>
+#include <tuple>
 
 PLTextAttributeRuns::PLTextAttributeRuns(qsizetype length)
 {
@@ -48,18 +50,50 @@ void PLTextAttributeRuns::freeNode(NodeId node)
 
 void PLTextAttributeRuns::freeTree(NodeId tree)
 {
-    std::vector<NodeId> pending;
-    if (tree != kNil)
-        pending.push_back(tree);
-    while (!pending.empty()) {
-        const NodeId node = pending.back();
-        pending.pop_back();
-        if (m_nodes[size_t(node)].left != kNil)
-            pending.push_back(m_nodes[size_t(node)].left);
-        if (m_nodes[size_t(node)].right != kNil)
-            pending.push_back(m_nodes[size_t(node)].right);
+    std::vector<NodeId> nodes;
+    collectInOrder(tree, nodes);
+    for (const NodeId node : nodes)
         freeNode(node);
+}
+
+void PLTextAttributeRuns::collectInOrder(NodeId tree, std::vector<NodeId> &nodes) const
+{
+    std::vector<NodeId> ancestors;
+    for (NodeId node = tree; node != kNil || !ancestors.empty();) {
+        if (node != kNil) {
+            ancestors.push_back(node);
+            node = m_nodes[size_t(node)].left;
+            continue;
+        }
+        node = ancestors.back();
+        ancestors.pop_back();
+        nodes.push_back(node);
+        node = m_nodes[size_t(node)].right;
     }
+}
+
+PLTextAttributeRuns::NodeId PLTextAttributeRuns::buildTree(const std::vector<NodeId> &nodes)
+{
+    // The treap of runs already in text order, built in one sweep: the right spine is kept on a
+    // stack, and each new run becomes the parent of the spine nodes it outranks.
+    std::vector<NodeId> spine;
+    for (const NodeId node : nodes) {
+        NodeId below = kNil;
+        while (!spine.empty() && m_nodes[size_t(spine.back())].priority < m_nodes[size_t(node)].priority) {
+            below = spine.back();
+            spine.pop_back();
+            update(below);
+        }
+        Node &n = m_nodes[size_t(node)];
+        n.left = below;
+        n.right = kNil;
+        if (!spine.empty())
+            m_nodes[size_t(spine.back())].right = node;
+        spine.push_back(node);
+    }
+    for (auto it = spine.rbegin(); it != spine.rend(); ++it)
+        update(*it);
+    return spine.empty() ? kNil : spine.front();
 }
 
 void PLTextAttributeRuns::update(NodeId node)
@@ -209,13 +243,48 @@ void PLTextAttributeRuns::enumerateAttributes(PLRange range,
                                               const std::function<void(const PLTextAttributes &, PLRange)> &block) const
 {
     const PLRange clip = clipped(range);
-    qsizetype index = clip.location;
-    while (index < clip.end()) {
-        PLRange run;
-        const PLTextAttributes attributes = attributesAtIndex(index, &run);
-        const qsizetype end = std::min(run.end(), clip.end());
-        block(attributes, PLRange{index, end - index});
-        index = end;
+    if (clip.length == 0)
+        return;
+    // Descend to the run holding the start once, then step through the runs in order, so a range
+    // of k runs costs O(k + log n) rather than a descent per run. The ancestors whose left side
+    // is being walked wait on the stack.
+    std::vector<NodeId> ancestors;
+    NodeId node = m_root;
+    qsizetype position = 0;
+    for (;;) {
+        const Node &n = m_nodes[size_t(node)];
+        const qsizetype leftTotal = total(n.left);
+        if (clip.location < position + leftTotal) {
+            ancestors.push_back(node);
+            node = n.left;
+        } else if (clip.location < position + leftTotal + n.length) {
+            position += leftTotal;
+            break;
+        } else {
+            position += leftTotal + n.length;
+            node = n.right;
+        }
+    }
+    for (;;) {
+        const Node &n = m_nodes[size_t(node)];
+        const qsizetype from = std::max(position, clip.location);
+        const qsizetype to = std::min(position + n.length, clip.end());
+        block(n.attributes, PLRange{from, to - from});
+        position += n.length;
+        if (position >= clip.end())
+            return;
+        if (m_slotOrder) {
+            ++node;
+        } else if (n.right != kNil) {
+            node = n.right;
+            while (m_nodes[size_t(node)].left != kNil) {
+                ancestors.push_back(node);
+                node = m_nodes[size_t(node)].left;
+            }
+        } else {
+            node = ancestors.back();
+            ancestors.pop_back();
+        }
     }
 }
 
@@ -229,6 +298,7 @@ void PLTextAttributeRuns::setAttributes(const PLTextAttributes &attributes, PLRa
     freeTree(middle);
     const NodeId run = newNode(clip.length, attributes);
     m_root = join(join(before, run), after);
+    m_slotOrder = false;
 }
 
 void PLTextAttributeRuns::replaceRuns(qsizetype location,
@@ -240,25 +310,51 @@ void PLTextAttributeRuns::replaceRuns(qsizetype location,
     const PLRange clip = clipped(PLRange{location, covered});
     if (clip.length == 0 || clip.location != location)
         return;
-    const auto [before, rest] = split(m_root, clip.location);
-    const auto [middle, after] = split(rest, clip.length);
-    freeTree(middle);
-    NodeId rebuilt = kNil;
-    NodeId previous = kNil;
+    // The new runs take over the replaced runs' slots and priorities in order: storing attributes
+    // a run already shares costs nothing, and a range coloured again the same way keeps its shape.
+    // A whole text takes every slot in slot order, which its last whole replacement left in text
+    // order, without walking the tree.
+    NodeId before = kNil;
+    NodeId after = kNil;
+    std::vector<NodeId> replaced;
+    const bool whole = clip.length == length();
+    if (whole) {
+        replaced.resize(m_nodes.size());
+        std::iota(replaced.begin(), replaced.end(), NodeId(0));
+        m_free.clear();
+    } else {
+        NodeId rest = kNil;
+        NodeId middle = kNil;
+        std::tie(before, rest) = split(m_root, clip.location);
+        std::tie(middle, after) = split(rest, clip.length);
+        collectInOrder(middle, replaced);
+    }
+    std::vector<NodeId> rebuilt;
+    rebuilt.reserve(runs.size());
+    size_t reused = 0;
     qsizetype left = clip.length;
     for (const auto &[runLength, attributes] : runs) {
         const qsizetype length = std::min(std::max<qsizetype>(runLength, 0), left);
         if (length == 0)
             continue;
         left -= length;
-        if (previous != kNil && m_nodes[size_t(previous)].attributes == attributes) {
-            growLast(rebuilt, length);
+        if (!rebuilt.empty() && m_nodes[size_t(rebuilt.back())].attributes == attributes) {
+            m_nodes[size_t(rebuilt.back())].length += length;
             continue;
         }
-        previous = newNode(length, attributes);
-        rebuilt = merge(rebuilt, previous);
+        if (reused < replaced.size()) {
+            Node &node = m_nodes[size_t(replaced[reused])];
+            node.length = length;
+            node.attributes = attributes;
+            rebuilt.push_back(replaced[reused++]);
+        } else {
+            rebuilt.push_back(newNode(length, attributes));
+        }
     }
-    m_root = join(join(before, rebuilt), after);
+    for (; reused < replaced.size(); ++reused)
+        freeNode(replaced[reused]);
+    m_root = join(join(before, buildTree(rebuilt)), after);
+    m_slotOrder = whole;
 }
 
 void PLTextAttributeRuns::transform(PLRange range, const std::function<void(PLTextAttributes &)> &change)
@@ -279,36 +375,21 @@ void PLTextAttributeRuns::transform(PLRange range, const std::function<void(PLTe
     const auto [before, rest] = split(m_root, clip.location);
     const auto [middle, after] = split(rest, clip.length);
 
-    // Collect the runs of the range in order, change them, fuse equal neighbours and rebuild.
+    // Change the runs of the range in order, fuse equal neighbours and rebuild.
     std::vector<NodeId> runs;
-    std::vector<NodeId> pending;
-    for (NodeId node = middle; node != kNil || !pending.empty();) {
-        if (node != kNil) {
-            pending.push_back(node);
-            node = m_nodes[size_t(node)].left;
-            continue;
-        }
-        node = pending.back();
-        pending.pop_back();
-        runs.push_back(node);
-        node = m_nodes[size_t(node)].right;
-    }
-    NodeId rebuilt = kNil;
-    NodeId previous = kNil;
+    collectInOrder(middle, runs);
+    std::vector<NodeId> kept;
     for (const NodeId node : runs) {
-        Node &n = m_nodes[size_t(node)];
-        change(n.attributes);
-        n.left = n.right = kNil;
-        n.total = n.length;
-        if (previous != kNil && m_nodes[size_t(previous)].attributes == n.attributes) {
-            growLast(rebuilt, n.length);
+        change(m_nodes[size_t(node)].attributes);
+        if (!kept.empty() && m_nodes[size_t(kept.back())].attributes == m_nodes[size_t(node)].attributes) {
+            m_nodes[size_t(kept.back())].length += m_nodes[size_t(node)].length;
             freeNode(node);
             continue;
         }
-        rebuilt = merge(rebuilt, node);
-        previous = node;
+        kept.push_back(node);
     }
-    m_root = join(join(before, rebuilt), after);
+    m_root = join(join(before, buildTree(kept)), after);
+    m_slotOrder = false;
 }
 
 void PLTextAttributeRuns::addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range)
@@ -340,4 +421,5 @@ void PLTextAttributeRuns::replaceCharacters(PLRange range, qsizetype replacement
     freeTree(middle);
     const NodeId inserted = replacementLength > 0 ? newNode(replacementLength, inherited) : kNil;
     m_root = join(join(before, inserted), after);
+    m_slotOrder = false;
 }

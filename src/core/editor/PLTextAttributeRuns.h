@@ -25,7 +25,8 @@ public:
     // The attributes of one character and, when asked, the run it belongs to. An index outside the
     // text answers no attributes and the not-found range.
     PLTextAttributes attributesAtIndex(qsizetype index, PLRange *effectiveRange = nullptr) const;
-    // Calls the block for each run that overlaps the range, clipped to it, in text order.
+    // Calls the block for each run that overlaps the range, clipped to it, in text order. The block
+    // must not change the runs.
     void enumerateAttributes(PLRange range, const std::function<void(const PLTextAttributes &, PLRange)> &block) const;
 
     // Attribute edits. Ranges are clipped to the text.
@@ -33,7 +34,7 @@ public:
     void addAttribute(PLTextAttributeName name, const PLTextAttributeValue &value, PLRange range);
     void removeAttribute(PLTextAttributeName name, PLRange range);
     // Replaces the attributes from location on with the given runs (length, attributes), as many
-    // characters as they cover; equal neighbours are fused. Costs O(k log n) for k runs.
+    // characters as they cover; equal neighbours are fused. Costs O(k + log n) for k runs.
     void replaceRuns(qsizetype location, const std::vector<std::pair<qsizetype, PLTextAttributes>> &runs);
 
     // Follows a replacement of the characters in range by a text of the given length, the way
@@ -59,6 +60,9 @@ private:
     NodeId newNode(qsizetype length, const PLTextAttributes &attributes);
     void freeNode(NodeId node);
     void freeTree(NodeId tree);
+    void collectInOrder(NodeId tree, std::vector<NodeId> &nodes) const;
+    // Makes a treap of runs given in text order, in time linear in their number.
+    NodeId buildTree(const std::vector<NodeId> &nodes);
     qsizetype total(NodeId node) const { return node == kNil ? 0 : m_nodes[size_t(node)].total; }
     void update(NodeId node);
     NodeId merge(NodeId a, NodeId b);
@@ -77,5 +81,8 @@ private:
     std::vector<Node> m_nodes;
     std::vector<NodeId> m_free;
     NodeId m_root = kNil;
+    // Whether the runs sit in slots 0, 1, 2... in text order, as a whole replacement leaves them, so
+    // that stepping to the next run needs no walk through the tree.
+    bool m_slotOrder = true;
     std::uint32_t m_seed = 0x9e3779b9u;
 };

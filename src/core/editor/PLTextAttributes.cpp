@@ -80,10 +80,8 @@ bool PLTextAttributes::isEmpty() const
     return !d;
 }
 
-bool operator==(const PLTextAttributes &a, const PLTextAttributes &b)
+bool PLTextAttributes::equalValues(const PLTextAttributes &a, const PLTextAttributes &b)
 {
-    if (a.d == b.d)
-        return true;
     if (!a.d || !b.d)
         return false;
     return a.d->values == b.d->values;

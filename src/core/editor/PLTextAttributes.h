@@ -46,9 +46,14 @@ public:
 
     bool isEmpty() const;
 
-    friend bool operator==(const PLTextAttributes &a, const PLTextAttributes &b);
+    // Runs of a coloured text mostly share their data, so the shared case is answered inline.
+    friend bool operator==(const PLTextAttributes &a, const PLTextAttributes &b)
+    {
+        return a.d == b.d || equalValues(a, b);
+    }
 
 private:
+    static bool equalValues(const PLTextAttributes &a, const PLTextAttributes &b);
     template<class T>
     std::optional<T> typedValue(PLTextAttributeName name) const;
 

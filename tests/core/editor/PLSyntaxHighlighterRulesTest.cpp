@@ -180,6 +180,14 @@ INSTANTIATE_TEST_SUITE_P(
                  "fffffffffffff" "b" "tttttttt" "b" "t", ".............." "llllllll" ".."},
         RuleCase{"a commented include still links", false, u"% \\input{old}\n", "ccccccccccccc" "t",
                  "........." "lll" ".."},
+        RuleCase{"a heading's argument runs to its first closing brace", false, u"\\section{A \\section{B} x\n",
+                 "ssssssss" "b" "ss" "ssssssss" "b" "s" "b" "ttt", nullptr},
+        RuleCase{"a heading whose argument does not close is a command", false, u"\\section{\n",
+                 "ffffffff" "b" "t", nullptr},
+        RuleCase{"a star is only allowed right before the brace", false, u"\\section*x{A}\n",
+                 "ffffffff" "tt" "btb" "t", nullptr},
+        RuleCase{"an include's argument is at least one character, a brace too", false, u"\\input{}}\n",
+                 "ffffff" "bbb" "t", "......." "l" ".."},
         RuleCase{"no terminator on the last line", false, u"$a$", "dtd", nullptr}));
 
 INSTANTIATE_TEST_SUITE_P(

@@ -47,6 +47,9 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
     PLTextAttributeRuns runs(40);
     std::vector<PLTextAttributes> model(40);
     const auto pick = [&](int below) { return int(std::uniform_int_distribution<int>(0, below)(random)); };
+    // Shared attributes, as a colouring pass hands them out, beside equal but separate copies.
+    const std::vector<PLTextAttributes> palette = {PLTextAttributes(), withForeground(0), withForeground(1)};
+    const auto anyAttributes = [&] { return pick(1) == 0 ? palette[size_t(pick(2))] : withForeground(pick(2)); };
 
     for (int step = 0; step < 3000; ++step) {
         const int length = int(model.size());
@@ -54,7 +57,7 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
         const int count = pick(std::min(12, length - location));
         const PLRange range{location, count};
         const auto begin = model.begin() + location;
-        switch (pick(4)) {
+        switch (pick(5)) {
         case 0: {
             const PLTextAttributes attributes = pick(5) == 0 ? PLTextAttributes() : withForeground(pick(3));
             runs.setAttributes(attributes, range);
@@ -73,6 +76,26 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
             for (auto it = begin; it != begin + count; ++it)
                 it->removeValue(PLTextAttributeName::ForegroundColor);
             break;
+        case 3: {
+            // Runs laid over the range or over the whole text; lengths below one are skipped and
+            // the runs stop at the end of the text.
+            const int start = pick(2) == 0 ? 0 : location;
+            const int span = start == 0 && pick(1) == 0 ? length : count;
+            std::vector<std::pair<qsizetype, PLTextAttributes>> laid;
+            const int overshoot = pick(1) * 3;
+            for (int covered = 0; covered < span + overshoot;) {
+                laid.emplace_back(pick(5) - 1, anyAttributes());
+                covered += std::max<int>(int(laid.back().first), 0);
+            }
+            runs.replaceRuns(start, laid);
+            auto at = model.begin() + start;
+            for (const auto &[runLength, attributes] : laid) {
+                const auto stop = at + std::min<qsizetype>(std::max<qsizetype>(runLength, 0), model.end() - at);
+                std::fill(at, stop, attributes);
+                at = stop;
+            }
+            break;
+        }
         default: {
             const int inserted = length > 200 ? 0 : pick(6);
             PLTextAttributes inherited;
@@ -93,6 +116,18 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
             const std::vector<PLTextAttributes> actual = characters(runs);
             ASSERT_TRUE(actual == model) << "after step " << step;
         }
+        // Enumerating a range, its start possibly before the text, yields it clipped and whole.
+        const int size = int(model.size());
+        const int first = pick(size + 2) - 2;
+        const int span = pick(size + 4);
+        const int from = std::clamp(first, 0, size);
+        std::vector<PLTextAttributes> enumerated;
+        runs.enumerateAttributes(PLRange{first, span}, [&](const PLTextAttributes &attributes, PLRange run) {
+            EXPECT_EQ(run.location, from + qsizetype(enumerated.size()));
+            enumerated.insert(enumerated.end(), size_t(run.length), attributes);
+        });
+        const auto to = model.begin() + std::clamp(first + span, from, size);
+        ASSERT_TRUE(enumerated == std::vector<PLTextAttributes>(model.begin() + from, to)) << "enumerating after step " << step;
     }
 }
 
