@@ -260,8 +260,10 @@ void PLOutlineNode::unlistFromParent()
         return;
     m_listedForFix = false;
     if (m_parent) {
+        // The latest listed are the likeliest to leave again: a renesting pass lists the nodes it
+        // has just been through.
         auto &listed = m_parent->m_childrenToFix;
-        listed.erase(std::find(listed.begin(), listed.end(), this));
+        listed.erase(std::next(std::find(listed.rbegin(), listed.rend(), this)).base());
     }
 }
 
@@ -719,12 +721,56 @@ void PLOutlineNode::fixStep()
     // A heading takes in the deeper nodes that follow it at every level it climbs through, so
     // the nodes after it never end up in front of it.
     for (;;) {
-        for (PLOutlineNode *sibling = rightSiblingNode(); sibling && sibling->m_type > m_type; sibling = rightSiblingNode())
-            addChild(sibling->share());
+        takeDeeperSiblings();
         PLOutlineNode *up = m_parent;
         PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
         if (!grandparent || m_type > up->m_type)
             break;
         grandparent->insertChild(share(), up->m_indexInParent + 1);
+    }
+}
+
+void PLOutlineNode::takeDeeperSiblings()
+{
+    PLOutlineNode *parent = m_parent;
+    if (!parent)
+        return;
+    auto &siblings = parent->m_children;
+    const qsizetype first = m_indexInParent + 1;
+    qsizetype end = first;
+    while (end < parent->childCount() && siblings[size_t(end)]->m_type > m_type)
+        ++end;
+    if (end == first)
+        return;
+    // The run leaves its parent in one piece; the marks and records below are the ones that moving
+    // its nodes one by one would leave, made in the same order.
+    std::vector<std::shared_ptr<PLOutlineNode>> run(siblings.begin() + first, siblings.begin() + end);
+    PLOutlineNode *afterRun = run.back()->nextNodeAfterSubtree();
+    qsizetype runLength = 0;
+    for (const auto &node : run) {
+        node->unlistFromParent();
+        runLength += node->m_subtreeLength;
+    }
+    siblings.erase(siblings.begin() + first, siblings.begin() + end);
+    parent->renumberChildrenFrom(first);
+    parent->childListChanged();
+    const qsizetype kept = childCount();
+    for (const auto &node : run) {
+        node->m_parent = this;
+        node->m_indexInParent = childCount();
+        m_children.push_back(node);
+    }
+    childListChanged();
+    parent->addToSubtreeLengths(-runLength);
+    addToSubtreeLengths(runLength);
+    for (size_t k = 0; k < run.size(); ++k) {
+        if (PLOutlineNode *after = k + 1 < run.size() ? run[k + 1].get() : afterRun)
+            after->recordCommentRuleChange();
+        const qsizetype index = kept + qsizetype(k);
+        // This node's last descendants as they stood when the node arrived, then the node's place.
+        markForFix();
+        if (index > 0 && m_children[size_t(index - 1)]->m_type != FileRoot)
+            m_children[size_t(index - 1)]->markLastDescendantsForFix();
+        markAroundPlacedChild(index);
     }
 }

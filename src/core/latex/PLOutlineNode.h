@@ -151,6 +151,8 @@ private:
     void renumberChildrenFrom(qsizetype index);
     // A child just placed at the index: the nodes whose next step it changes are fixed again.
     void markAroundPlacedChild(qsizetype index);
+    // Takes in the run of deeper nodes that directly follow this one among its siblings.
+    void takeDeeperSiblings();
 
     quint32 m_type;
     quint32 m_textNodeSubType = PlainText;
