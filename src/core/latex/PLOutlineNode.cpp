@@ -16,6 +16,12 @@ std::unordered_set<const PLOutlineNode *> &rootsWaitingForFix()
     return roots;
 }
 
+// What a child adds to its parent's length: included files' roots hold none of its text.
+qsizetype lengthInParent(const PLOutlineNode &child)
+{
+    return child.type() == PLOutlineNode::FileRoot ? 0 : child.subtreeLength();
+}
+
 }
 
 PLOutlineNode::PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file)
@@ -97,35 +103,94 @@ void PLOutlineNode::addToSubtreeLengths(qsizetype delta)
         PLOutlineNode *parent = node->m_parent;
         if (node->m_type == FileRoot || !parent)
             return;
-        if (parent->m_childLengthSumsValid) {
-            auto &sums = parent->m_childLengthSums;
-            for (size_t i = size_t(node->m_indexInParent) + 1; i < sums.size(); i += i & (~i + 1))
-                sums[i] += delta;
-        }
+        if (parent->m_childLengthSumsValid)
+            parent->addToChildLengthSum(parent->childSlot(node->position()), delta);
         node = parent;
     }
 }
 
-void PLOutlineNode::childListChanged()
+void PLOutlineNode::addToChildLengthSum(qsizetype slot, qsizetype delta) const
 {
-    m_childLengthSumsValid = false;
+    for (size_t i = size_t(slot) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
+        m_childLengthSums[i] += delta;
 }
 
 const std::vector<qsizetype> &PLOutlineNode::childLengthSums() const
 {
     if (m_childLengthSumsValid)
         return m_childLengthSums;
-    const size_t count = m_children.size();
-    m_childLengthSums.assign(count + 1, 0);
-    for (size_t i = 1; i <= count; ++i) {
-        const PLOutlineNode *child = m_children[i - 1].get();
-        if (child->m_type != FileRoot)
-            m_childLengthSums[i] += child->m_subtreeLength;
-        if (const size_t up = i + (i & (~i + 1)); up <= count)
+    const qsizetype count = childCount();
+    // Room for a run of insertions at the gap before the next rebuild.
+    m_childLengthSumsGap = count > 0 ? std::max<qsizetype>(16, count / 8) : 0;
+    const size_t slotCount = size_t(count + m_childLengthSumsGap);
+    m_childLengthSums.assign(slotCount + 1, 0);
+    for (qsizetype i = 0; i < count; ++i)
+        m_childLengthSums[size_t(childSlot(i)) + 1] = lengthInParent(*m_children[size_t(i)]);
+    for (size_t i = 1; i <= slotCount; ++i) {
+        if (const size_t up = i + (i & (~i + 1)); up <= slotCount)
             m_childLengthSums[up] += m_childLengthSums[i];
     }
     m_childLengthSumsValid = true;
     return m_childLengthSums;
+}
+
+void PLOutlineNode::moveChildGap(qsizetype index)
+{
+    const qsizetype count = childCount();
+    const bool sums = m_childLengthSumsValid && m_childLengthSumsGap > 0;
+    while (m_childGap < index) {
+        PLOutlineNode *child = m_children[size_t(m_childGap)].get();
+        if (child->m_parent == this) {
+            child->m_indexInParent = m_childGap;
+            child->m_indexFromBack = false;
+        }
+        if (const qsizetype length = lengthInParent(*child); sums && length != 0) {
+            addToChildLengthSum(m_childGap + m_childLengthSumsGap, -length);
+            addToChildLengthSum(m_childGap, length);
+        }
+        ++m_childGap;
+    }
+    while (m_childGap > index) {
+        --m_childGap;
+        PLOutlineNode *child = m_children[size_t(m_childGap)].get();
+        if (child->m_parent == this) {
+            child->m_indexInParent = count - m_childGap;
+            child->m_indexFromBack = true;
+        }
+        if (const qsizetype length = lengthInParent(*child); sums && length != 0) {
+            addToChildLengthSum(m_childGap, -length);
+            addToChildLengthSum(m_childGap + m_childLengthSumsGap, length);
+        }
+    }
+}
+
+void PLOutlineNode::insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned)
+{
+    moveChildGap(index);
+    m_children.insert(m_children.begin() + index, node);
+    if (owned) {
+        node->m_parent = this;
+        node->m_indexInParent = index;
+        node->m_indexFromBack = false;
+    }
+    ++m_childGap;
+    if (m_childLengthSumsValid && m_childLengthSumsGap == 0) {
+        m_childLengthSumsValid = false;
+    } else if (m_childLengthSumsValid) {
+        addToChildLengthSum(index, lengthInParent(*node));
+        --m_childLengthSumsGap;
+    }
+}
+
+void PLOutlineNode::eraseFromChildren(qsizetype index, qsizetype count)
+{
+    moveChildGap(index);
+    if (m_childLengthSumsValid) {
+        for (qsizetype i = index; i < index + count; ++i)
+            addToChildLengthSum(i + m_childLengthSumsGap, -lengthInParent(*m_children[size_t(i)]));
+        m_childLengthSumsGap += count;
+    }
+    m_children.erase(m_children.begin() + index, m_children.begin() + index + count);
 }
 
 PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *start) const
@@ -149,21 +214,25 @@ PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *star
         // The first child whose part of the text ends at or after the location.
         const qsizetype wanted = location - nodeStart - ownLength;
         const auto &sums = node->childLengthSums();
-        const size_t count = node->m_children.size();
+        const size_t slotCount = sums.size() - 1;
         size_t before = 0;
         qsizetype below = 0;
         if (wanted > 0) {
-            for (size_t step = std::bit_floor(count); step > 0; step >>= 1) {
-                if (before + step <= count && below + sums[before + step] < wanted) {
+            for (size_t step = std::bit_floor(slotCount); step > 0; step >>= 1) {
+                if (before + step <= slotCount && below + sums[before + step] < wanted) {
                     before += step;
                     below += sums[before];
                 }
             }
         }
-        if (before >= count)
+        // Only the first child, wanted at the very start, can be looked for among the empty slots.
+        const qsizetype gap = node->m_childGap;
+        const qsizetype slot = qsizetype(before);
+        const qsizetype index = slot < gap ? slot : std::max(gap, slot - node->m_childLengthSumsGap);
+        if (index >= node->childCount())
             break;
         nodeStart += ownLength + below;
-        node = node->m_children[before].get();
+        node = node->m_children[size_t(index)].get();
     }
     *start = nodeStart;
     return const_cast<PLOutlineNode *>(node);
@@ -199,7 +268,8 @@ std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::takeCommentRuleChange
 
 PLOutlineNode *PLOutlineNode::traversePredecessor() const
 {
-    if (PLOutlineNode *node = m_parent && m_indexInParent > 0 ? m_parent->m_children[size_t(m_indexInParent - 1)].get() : nullptr) {
+    const qsizetype index = indexInParent();
+    if (PLOutlineNode *node = index > 0 ? m_parent->m_children[size_t(index - 1)].get() : nullptr) {
         while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
             node = node->m_children.back().get();
         return node;
@@ -244,8 +314,8 @@ void PLOutlineNode::markNeighboursForFix()
     // Whoever reads this node's kind: itself, the node whose next step lands here, the left
     // sibling, and the children that compare their level with it.
     markForFix();
-    if (m_parent && m_indexInParent > 0)
-        m_parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+    if (const qsizetype index = indexInParent(); index > 0)
+        m_parent->m_children[size_t(index - 1)]->markLastDescendantsForFix();
     else if (m_parent)
         m_parent->markForFix();
     for (const auto &child : m_children) {
@@ -303,15 +373,6 @@ bool PLOutlineNode::hasChild(const PLOutlineNode *node) const
         && std::any_of(m_children.begin(), m_children.end(), [node](const auto &child) { return child.get() == node; });
 }
 
-void PLOutlineNode::renumberChildrenFrom(qsizetype index)
-{
-    for (qsizetype i = std::max<qsizetype>(index, 0); i < childCount(); ++i) {
-        PLOutlineNode *child = m_children[size_t(i)].get();
-        if (child->m_parent == this)
-            child->m_indexInParent = i;
-    }
-}
-
 void PLOutlineNode::detachFromParent()
 {
     PLOutlineNode *parent = m_parent;
@@ -319,33 +380,30 @@ void PLOutlineNode::detachFromParent()
         return;
     // The parent's list may hold the last share of this node.
     const auto self = share();
+    qsizetype index = position();
     if (m_type != FileRoot) {
         if (PLOutlineNode *after = nextNodeAfterSubtree())
             after->recordCommentRuleChange();
-        if (m_indexInParent > 0 && m_indexInParent < parent->childCount())
-            parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+        if (index > 0 && index < parent->childCount())
+            parent->m_children[size_t(index - 1)]->markLastDescendantsForFix();
         else
             parent->markForFix();
     }
     unlistFromParent();
-    auto &siblings = parent->m_children;
-    qsizetype index = m_indexInParent;
+    const auto &siblings = parent->m_children;
     if (index < 0 || index >= parent->childCount() || siblings[size_t(index)].get() != this)
         index = std::find(siblings.begin(), siblings.end(), self) - siblings.begin();
-    if (index < parent->childCount()) {
-        siblings.erase(siblings.begin() + index);
-        parent->renumberChildrenFrom(index);
-    }
+    if (index < parent->childCount())
+        parent->eraseFromChildren(index, 1);
     m_parent = nullptr;
     m_indexInParent = -1;
-    parent->childListChanged();
+    m_indexFromBack = false;
     if (m_type != FileRoot)
         parent->addToSubtreeLengths(-m_subtreeLength);
 }
 
 void PLOutlineNode::childInserted(qsizetype index)
 {
-    childListChanged();
     PLOutlineNode *child = m_children[size_t(index)].get();
     if (child->m_type == FileRoot) {
         // An include node's next step is its first child.
@@ -376,14 +434,12 @@ void PLOutlineNode::addChild(const std::shared_ptr<PLOutlineNode> &node)
     if (!node || node.get() == this || hasChild(node.get()))
         return;
     if (node->m_type == FileRoot) {
-        m_children.push_back(node);
+        insertIntoChildren(childCount(), node, false);
         childInserted(childCount() - 1);
         return;
     }
     node->detachFromParent();
-    m_children.push_back(node);
-    node->m_parent = this;
-    node->m_indexInParent = childCount() - 1;
+    insertIntoChildren(childCount(), node, true);
     childInserted(childCount() - 1);
 }
 
@@ -393,9 +449,7 @@ void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsiz
         return;
     node->detachFromParent();
     index = std::clamp<qsizetype>(index, 0, childCount());
-    m_children.insert(m_children.begin() + index, node);
-    node->m_parent = this;
-    renumberChildrenFrom(index);
+    insertIntoChildren(index, node, true);
     childInserted(index);
 }
 
@@ -410,20 +464,20 @@ void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, con
     replacement->detachFromParent();
     // The place the two share, as a removal and an insertion there would leave it, without moving
     // the siblings after it.
-    const qsizetype index = node->m_indexInParent;
+    const qsizetype index = node->position();
     if (PLOutlineNode *after = node->nextNodeAfterSubtree())
         after->recordCommentRuleChange();
     node->unlistFromParent();
     const auto kept = std::exchange(m_children[size_t(index)], replacement);
+    replacement->m_parent = this;
+    replacement->m_indexInParent = node->m_indexInParent;
+    replacement->m_indexFromBack = node->m_indexFromBack;
     node->m_parent = nullptr;
     node->m_indexInParent = -1;
-    replacement->m_parent = this;
-    replacement->m_indexInParent = index;
+    node->m_indexFromBack = false;
     const qsizetype delta = replacement->m_subtreeLength - kept->m_subtreeLength;
-    if (m_childLengthSumsValid) {
-        for (size_t i = size_t(index) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
-            m_childLengthSums[i] += delta;
-    }
+    if (m_childLengthSumsValid)
+        addToChildLengthSum(childSlot(index), delta);
     addToSubtreeLengths(delta);
     markAroundPlacedChild(index);
 }
@@ -436,26 +490,25 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
         node->detachFromParent();
         return;
     }
-    const auto it = std::find(m_children.begin(), m_children.end(), node);
-    const qsizetype index = it - m_children.begin();
-    m_children.erase(it);
-    renumberChildrenFrom(index);
-    childListChanged();
+    eraseFromChildren(std::find(m_children.begin(), m_children.end(), node) - m_children.begin(), 1);
     markForFix();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::leftSibling() const
 {
-    if (!m_parent || m_indexInParent <= 0)
+    if (!m_parent || position() <= 0)
         return nullptr;
-    return m_parent->childAtIndex(m_indexInParent - 1);
+    return m_parent->childAtIndex(position() - 1);
 }
 
 PLOutlineNode *PLOutlineNode::rightSiblingNode() const
 {
-    if (!m_parent || m_indexInParent < 0 || m_indexInParent + 1 >= m_parent->childCount())
+    if (!m_parent)
         return nullptr;
-    return m_parent->m_children[size_t(m_indexInParent + 1)].get();
+    const qsizetype index = position();
+    if (index < 0 || index + 1 >= m_parent->childCount())
+        return nullptr;
+    return m_parent->m_children[size_t(index + 1)].get();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::rightSibling() const
@@ -640,13 +693,16 @@ void PLOutlineNode::fixPending()
     // nothing waiting: nodes in front of the one being renested keep their places meanwhile.
     for (qsizetype limit = childCount() - 1; limit >= 0;) {
         PLOutlineNode *next = nullptr;
+        qsizetype nextIndex = -1;
         for (PLOutlineNode *listed : m_childrenToFix) {
-            if (listed->m_indexInParent <= limit && (!next || listed->m_indexInParent > next->m_indexInParent))
+            if (const qsizetype index = listed->position(); index <= limit && index > nextIndex) {
                 next = listed;
+                nextIndex = index;
+            }
         }
         if (!next)
             break;
-        limit = next->m_indexInParent - 1;
+        limit = nextIndex - 1;
         next->unlistFromParent();
         next->fixPending();
     }
@@ -726,7 +782,7 @@ void PLOutlineNode::fixStep()
         PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
         if (!grandparent || m_type > up->m_type)
             break;
-        grandparent->insertChild(share(), up->m_indexInParent + 1);
+        grandparent->insertChild(share(), up->position() + 1);
     }
 }
 
@@ -736,7 +792,7 @@ void PLOutlineNode::takeDeeperSiblings()
     if (!parent)
         return;
     auto &siblings = parent->m_children;
-    const qsizetype first = m_indexInParent + 1;
+    const qsizetype first = position() + 1;
     qsizetype end = first;
     while (end < parent->childCount() && siblings[size_t(end)]->m_type > m_type)
         ++end;
@@ -751,16 +807,10 @@ void PLOutlineNode::takeDeeperSiblings()
         node->unlistFromParent();
         runLength += node->m_subtreeLength;
     }
-    siblings.erase(siblings.begin() + first, siblings.begin() + end);
-    parent->renumberChildrenFrom(first);
-    parent->childListChanged();
+    parent->eraseFromChildren(first, end - first);
     const qsizetype kept = childCount();
-    for (const auto &node : run) {
-        node->m_parent = this;
-        node->m_indexInParent = childCount();
-        m_children.push_back(node);
-    }
-    childListChanged();
+    for (const auto &node : run)
+        insertIntoChildren(childCount(), node, true);
     parent->addToSubtreeLengths(-runLength);
     addToSubtreeLengths(runLength);
     for (size_t k = 0; k < run.size(); ++k) {

@@ -64,7 +64,7 @@ public:
     qsizetype childCount() const { return qsizetype(m_children.size()); }
     std::shared_ptr<PLOutlineNode> childAtIndex(qsizetype index) const;
     // The position among the parent's children, or -1 for a node without a parent.
-    qsizetype indexInParent() const { return m_parent ? m_indexInParent : -1; }
+    qsizetype indexInParent() const { return m_parent ? position() : -1; }
     std::shared_ptr<PLOutlineNode> parent() const { return m_parent ? m_parent->shared_from_this() : nullptr; }
     bool hasChild(const PLOutlineNode *node) const;
     // The roots of the files an include or bibliography node names, in the order of the names.
@@ -142,13 +142,20 @@ private:
     void recordCommentRuleChange();
     void replaceContent(qsizetype location, qsizetype length, const QString &string);
     void addToSubtreeLengths(qsizetype delta);
-    void childListChanged();
     void childInserted(qsizetype index);
     const std::vector<qsizetype> &childLengthSums() const;
+    // The place of a child among the slots of the length sums, which keep a gap at the child gap.
+    qsizetype childSlot(qsizetype index) const { return index < m_childGap ? index : index + m_childLengthSumsGap; }
+    void addToChildLengthSum(qsizetype slot, qsizetype delta) const;
+    // Only the children between the old and the new gap are renumbered.
+    void moveChildGap(qsizetype index);
+    // The node goes in at the index; an owned node takes this node as its parent.
+    void insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned);
+    void eraseFromChildren(qsizetype index, qsizetype count);
+    qsizetype position() const { return m_indexFromBack ? m_parent->childCount() - m_indexInParent : m_indexInParent; }
     std::shared_ptr<PLOutlineNode> share() const;
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
-    void renumberChildrenFrom(qsizetype index);
     // A child just placed at the index: the nodes whose next step it changes are fixed again.
     void markAroundPlacedChild(qsizetype index);
     // Takes in the run of deeper nodes that directly follow this one among its siblings.
@@ -162,14 +169,22 @@ private:
     std::vector<std::shared_ptr<PLOutlineNode>> m_children;
     // Not owning; a parent clears it in its children when it goes.
     PLOutlineNode *m_parent = nullptr;
-    // Kept in step with the parent's list so sibling steps cost no search.
+    // The position in the parent's list, counted from its end when the node stands at or behind the
+    // parent's child gap, so that sibling steps cost no search and a change at the gap renumbers
+    // no sibling.
     qsizetype m_indexInParent = -1;
+    bool m_indexFromBack = false;
+    // Children before this index count their position from the front of the list, the rest from
+    // its back. Edits of one place keep meeting the gap there.
+    qsizetype m_childGap = 0;
     // The answer of isLastLineCommented for the current content; -1 until asked.
     mutable qint8 m_lastLineCommented = -1;
 
     qsizetype m_subtreeLength;
-    // A Fenwick tree over the children's subtree lengths, rebuilt when the list of children changed.
+    // A Fenwick tree over the children's subtree lengths with empty slots at the child gap, which
+    // insertions there fill and removals there add to; rebuilt only when the empty slots run out.
     mutable std::vector<qsizetype> m_childLengthSums;
+    mutable qsizetype m_childLengthSumsGap = 0;
     mutable bool m_childLengthSumsValid = false;
 
     // This node's renesting step may act; its listed children hold such nodes below them.
