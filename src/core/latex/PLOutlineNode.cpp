@@ -56,7 +56,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::createBibliographyNode(const QStri
 PLOutlineNode::~PLOutlineNode()
 {
     for (const auto &child : m_children) {
-        if (child->m_parent == this) {
+        if (child && child->m_parent == this) {
             child->m_parent = nullptr;
             child->m_listedForFix = false;
         }
@@ -121,11 +121,11 @@ const std::vector<qsizetype> &PLOutlineNode::childLengthSums() const
         return m_childLengthSums;
     const qsizetype count = childCount();
     // Room for a run of insertions at the gap before the next rebuild.
-    m_childLengthSumsGap = count > 0 ? std::max<qsizetype>(16, count / 8) : 0;
+    m_childLengthSumsGap = count > 0 ? std::max<qsizetype>(4, count / 8) : 0;
     const size_t slotCount = size_t(count + m_childLengthSumsGap);
     m_childLengthSums.assign(slotCount + 1, 0);
     for (qsizetype i = 0; i < count; ++i)
-        m_childLengthSums[size_t(childSlot(i)) + 1] = lengthInParent(*m_children[size_t(i)]);
+        m_childLengthSums[size_t(childSlot(i)) + 1] = lengthInParent(*childAt(i));
     for (size_t i = 1; i <= slotCount; ++i) {
         if (const size_t up = i + (i & (~i + 1)); up <= slotCount)
             m_childLengthSums[up] += m_childLengthSums[i];
@@ -139,7 +139,8 @@ void PLOutlineNode::moveChildGap(qsizetype index)
     const qsizetype count = childCount();
     const bool sums = m_childLengthSumsValid && m_childLengthSumsGap > 0;
     while (m_childGap < index) {
-        PLOutlineNode *child = m_children[size_t(m_childGap)].get();
+        auto &entry = m_children[size_t(m_childGap + m_childStorageGap)];
+        PLOutlineNode *child = entry.get();
         if (child->m_parent == this) {
             child->m_indexInParent = m_childGap;
             child->m_indexFromBack = false;
@@ -148,6 +149,8 @@ void PLOutlineNode::moveChildGap(qsizetype index)
             addToChildLengthSum(m_childGap + m_childLengthSumsGap, -length);
             addToChildLengthSum(m_childGap, length);
         }
+        if (m_childStorageGap > 0)
+            m_children[size_t(m_childGap)] = std::move(entry);
         ++m_childGap;
     }
     while (m_childGap > index) {
@@ -161,13 +164,21 @@ void PLOutlineNode::moveChildGap(qsizetype index)
             addToChildLengthSum(m_childGap, -length);
             addToChildLengthSum(m_childGap + m_childLengthSumsGap, length);
         }
+        if (m_childStorageGap > 0)
+            m_children[size_t(m_childGap + m_childStorageGap)] = std::move(m_children[size_t(m_childGap)]);
     }
 }
 
 void PLOutlineNode::insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned)
 {
     moveChildGap(index);
-    m_children.insert(m_children.begin() + index, node);
+    if (m_childStorageGap == 0) {
+        // Room for a run of insertions here.
+        m_childStorageGap = std::max<qsizetype>(4, childCount() / 8);
+        m_children.insert(m_children.begin() + index, size_t(m_childStorageGap), nullptr);
+    }
+    m_children[size_t(index)] = node;
+    --m_childStorageGap;
     if (owned) {
         node->m_parent = this;
         node->m_indexInParent = index;
@@ -187,23 +198,44 @@ void PLOutlineNode::eraseFromChildren(qsizetype index, qsizetype count)
     moveChildGap(index);
     if (m_childLengthSumsValid) {
         for (qsizetype i = index; i < index + count; ++i)
-            addToChildLengthSum(i + m_childLengthSumsGap, -lengthInParent(*m_children[size_t(i)]));
+            addToChildLengthSum(i + m_childLengthSumsGap, -lengthInParent(*childAt(i)));
         m_childLengthSumsGap += count;
     }
-    m_children.erase(m_children.begin() + index, m_children.begin() + index + count);
+    for (qsizetype i = index; i < index + count; ++i)
+        m_children[size_t(i + m_childStorageGap)].reset();
+    m_childStorageGap += count;
+}
+
+const std::vector<std::shared_ptr<PLOutlineNode>> &PLOutlineNode::children() const
+{
+    if (m_childStorageGap > 0) {
+        const auto gap = m_children.begin() + m_childGap;
+        m_children.erase(gap, gap + m_childStorageGap);
+        m_childStorageGap = 0;
+    }
+    return m_children;
+}
+
+qsizetype PLOutlineNode::indexOfChild(const PLOutlineNode *node) const
+{
+    const auto found = std::find_if(m_children.begin(), m_children.end(), [node](const auto &child) { return child.get() == node; });
+    const qsizetype entry = found - m_children.begin();
+    if (found == m_children.end())
+        return childCount();
+    return entry < m_childGap ? entry : entry - m_childStorageGap;
 }
 
 PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *start) const
 {
-    if (m_children.empty())
+    if (childCount() == 0)
         return nullptr;
     const PLOutlineNode *node = this;
     qsizetype nodeStart = 0;
     if (location > m_subtreeLength) {
         // Past the end: the last node of the file's walk.
-        node = m_children.back().get();
-        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
-            node = node->m_children.back().get();
+        node = lastChild();
+        while (!node->isFileReference() && node->lastChild() && node->lastChild()->m_type != FileRoot)
+            node = node->lastChild();
         *start = m_subtreeLength - node->contentLength();
         return const_cast<PLOutlineNode *>(node);
     }
@@ -232,7 +264,7 @@ PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *star
         if (index >= node->childCount())
             break;
         nodeStart += ownLength + below;
-        node = node->m_children[size_t(index)].get();
+        node = node->childAt(index).get();
     }
     *start = nodeStart;
     return const_cast<PLOutlineNode *>(node);
@@ -269,9 +301,9 @@ std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::takeCommentRuleChange
 PLOutlineNode *PLOutlineNode::traversePredecessor() const
 {
     const qsizetype index = indexInParent();
-    if (PLOutlineNode *node = index > 0 ? m_parent->m_children[size_t(index - 1)].get() : nullptr) {
-        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
-            node = node->m_children.back().get();
+    if (PLOutlineNode *node = index > 0 ? m_parent->childAt(index - 1).get() : nullptr) {
+        while (!node->isFileReference() && node->lastChild() && node->lastChild()->m_type != FileRoot)
+            node = node->lastChild();
         return node;
     }
     return m_parent && m_parent->m_type != FileRoot ? m_parent : nullptr;
@@ -303,9 +335,9 @@ void PLOutlineNode::markLastDescendantsForFix()
     // Their walk goes on past this node's subtree, to whatever follows it now.
     for (PLOutlineNode *node = this;;) {
         node->markForFix();
-        if (node->m_children.empty() || node->m_children.back()->m_type == FileRoot)
+        if (!node->lastChild() || node->lastChild()->m_type == FileRoot)
             return;
-        node = node->m_children.back().get();
+        node = node->lastChild();
     }
 }
 
@@ -315,11 +347,11 @@ void PLOutlineNode::markNeighboursForFix()
     // sibling, and the children that compare their level with it.
     markForFix();
     if (const qsizetype index = indexInParent(); index > 0)
-        m_parent->m_children[size_t(index - 1)]->markLastDescendantsForFix();
+        m_parent->childAt(index - 1)->markLastDescendantsForFix();
     else if (m_parent)
         m_parent->markForFix();
     for (const auto &child : m_children) {
-        if (child->m_type != FileRoot)
+        if (child && child->m_type != FileRoot)
             child->markForFix();
     }
 }
@@ -351,14 +383,14 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) cons
 {
     if (index < 0 || index >= childCount())
         return nullptr;
-    return m_children[size_t(index)];
+    return childAt(index);
 }
 
 std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::includedRoots() const
 {
     std::vector<std::shared_ptr<PLOutlineNode>> roots;
     std::copy_if(m_children.begin(), m_children.end(), std::back_inserter(roots),
-                 [](const auto &child) { return child->m_type == FileRoot; });
+                 [](const auto &child) { return child && child->m_type == FileRoot; });
     return roots;
 }
 
@@ -385,14 +417,13 @@ void PLOutlineNode::detachFromParent()
         if (PLOutlineNode *after = nextNodeAfterSubtree())
             after->recordCommentRuleChange();
         if (index > 0 && index < parent->childCount())
-            parent->m_children[size_t(index - 1)]->markLastDescendantsForFix();
+            parent->childAt(index - 1)->markLastDescendantsForFix();
         else
             parent->markForFix();
     }
     unlistFromParent();
-    const auto &siblings = parent->m_children;
-    if (index < 0 || index >= parent->childCount() || siblings[size_t(index)].get() != this)
-        index = std::find(siblings.begin(), siblings.end(), self) - siblings.begin();
+    if (index < 0 || index >= parent->childCount() || parent->childAt(index).get() != this)
+        index = parent->indexOfChild(this);
     if (index < parent->childCount())
         parent->eraseFromChildren(index, 1);
     m_parent = nullptr;
@@ -404,7 +435,7 @@ void PLOutlineNode::detachFromParent()
 
 void PLOutlineNode::childInserted(qsizetype index)
 {
-    PLOutlineNode *child = m_children[size_t(index)].get();
+    PLOutlineNode *child = childAt(index).get();
     if (child->m_type == FileRoot) {
         // An include node's next step is its first child.
         markForFix();
@@ -416,14 +447,14 @@ void PLOutlineNode::childInserted(qsizetype index)
 
 void PLOutlineNode::markAroundPlacedChild(qsizetype index)
 {
-    PLOutlineNode *child = m_children[size_t(index)].get();
+    PLOutlineNode *child = childAt(index).get();
     if (index > 0)
-        m_children[size_t(index - 1)]->markLastDescendantsForFix();
+        childAt(index - 1)->markLastDescendantsForFix();
     else
         markForFix();
     child->markLastDescendantsForFix();
     for (const auto &grandchild : child->m_children) {
-        if (grandchild->m_type != FileRoot)
+        if (grandchild && grandchild->m_type != FileRoot)
             grandchild->markForFix();
     }
     child->recordCommentRuleChange();
@@ -468,7 +499,7 @@ void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, con
     if (PLOutlineNode *after = node->nextNodeAfterSubtree())
         after->recordCommentRuleChange();
     node->unlistFromParent();
-    const auto kept = std::exchange(m_children[size_t(index)], replacement);
+    const auto kept = std::exchange(m_children[size_t(index < m_childGap ? index : index + m_childStorageGap)], replacement);
     replacement->m_parent = this;
     replacement->m_indexInParent = node->m_indexInParent;
     replacement->m_indexFromBack = node->m_indexFromBack;
@@ -490,7 +521,7 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
         node->detachFromParent();
         return;
     }
-    eraseFromChildren(std::find(m_children.begin(), m_children.end(), node) - m_children.begin(), 1);
+    eraseFromChildren(indexOfChild(node.get()), 1);
     markForFix();
 }
 
@@ -508,7 +539,7 @@ PLOutlineNode *PLOutlineNode::rightSiblingNode() const
     const qsizetype index = position();
     if (index < 0 || index + 1 >= m_parent->childCount())
         return nullptr;
-    return m_parent->m_children[size_t(index + 1)].get();
+    return m_parent->childAt(index + 1).get();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::rightSibling() const
@@ -528,8 +559,8 @@ bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, 
 
 PLOutlineNode *PLOutlineNode::nextNodeInTree() const
 {
-    if (!m_children.empty())
-        return m_children.front().get();
+    if (childCount() > 0)
+        return childAt(0).get();
     return nextNodeAfterSubtree();
 }
 
@@ -557,8 +588,8 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::previousNode() const
     auto node = leftSibling();
     if (!node)
         return parent();
-    while (!node->m_children.empty())
-        node = node->m_children.back();
+    while (node->childCount() > 0)
+        node = node->childAt(node->childCount() - 1);
     return node;
 }
 
@@ -677,7 +708,7 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
     // so the child stays alive while it is renested.
     for (qsizetype i = childCount() - 1; i >= 0; --i) {
         if (i < childCount()) {
-            PLOutlineNode *child = m_children[size_t(i)].get();
+            PLOutlineNode *child = childAt(i).get();
             child->unlistFromParent();
             child->fixTree(fixedRoots);
         }
@@ -767,12 +798,13 @@ void PLOutlineNode::fixStep()
         // Whatever still hangs below the merged node follows its text, so it stays in order here.
         qsizetype at = 0;
         for (const auto &child : std::vector(merged->m_children)) {
-            if (child->m_type != FileRoot)
+            if (child && child->m_type != FileRoot)
                 insertChild(child, at++);
         }
         next = nullptr;
     }
-    if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next))
+    // A deeper right sibling goes with the run below.
+    if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next) && next != rightSiblingNode())
         addChild(next->share());
     // A heading takes in the deeper nodes that follow it at every level it climbs through, so
     // the nodes after it never end up in front of it.
@@ -791,16 +823,17 @@ void PLOutlineNode::takeDeeperSiblings()
     PLOutlineNode *parent = m_parent;
     if (!parent)
         return;
-    auto &siblings = parent->m_children;
     const qsizetype first = position() + 1;
     qsizetype end = first;
-    while (end < parent->childCount() && siblings[size_t(end)]->m_type > m_type)
+    while (end < parent->childCount() && parent->childAt(end)->m_type > m_type)
         ++end;
     if (end == first)
         return;
     // The run leaves its parent in one piece; the marks and records below are the ones that moving
     // its nodes one by one would leave, made in the same order.
-    std::vector<std::shared_ptr<PLOutlineNode>> run(siblings.begin() + first, siblings.begin() + end);
+    std::vector<std::shared_ptr<PLOutlineNode>> run;
+    for (qsizetype i = first; i < end; ++i)
+        run.push_back(parent->childAt(i));
     PLOutlineNode *afterRun = run.back()->nextNodeAfterSubtree();
     qsizetype runLength = 0;
     for (const auto &node : run) {
@@ -819,8 +852,8 @@ void PLOutlineNode::takeDeeperSiblings()
         const qsizetype index = kept + qsizetype(k);
         // This node's last descendants as they stood when the node arrived, then the node's place.
         markForFix();
-        if (index > 0 && m_children[size_t(index - 1)]->m_type != FileRoot)
-            m_children[size_t(index - 1)]->markLastDescendantsForFix();
+        if (index > 0 && childAt(index - 1)->m_type != FileRoot)
+            childAt(index - 1)->markLastDescendantsForFix();
         markAroundPlacedChild(index);
     }
 }

@@ -60,8 +60,8 @@ public:
         return m_type == Text && (m_textNodeSubType == FileInclude || m_textNodeSubType == Bibliography);
     }
 
-    const std::vector<std::shared_ptr<PLOutlineNode>> &children() const { return m_children; }
-    qsizetype childCount() const { return qsizetype(m_children.size()); }
+    const std::vector<std::shared_ptr<PLOutlineNode>> &children() const;
+    qsizetype childCount() const { return qsizetype(m_children.size()) - m_childStorageGap; }
     std::shared_ptr<PLOutlineNode> childAtIndex(qsizetype index) const;
     // The position among the parent's children, or -1 for a node without a parent.
     qsizetype indexInParent() const { return m_parent ? position() : -1; }
@@ -153,6 +153,12 @@ private:
     void insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned);
     void eraseFromChildren(qsizetype index, qsizetype count);
     qsizetype position() const { return m_indexFromBack ? m_parent->childCount() - m_indexInParent : m_indexInParent; }
+    const std::shared_ptr<PLOutlineNode> &childAt(qsizetype index) const
+    {
+        return m_children[size_t(index < m_childGap ? index : index + m_childStorageGap)];
+    }
+    PLOutlineNode *lastChild() const { return m_children.size() > size_t(m_childStorageGap) ? childAt(childCount() - 1).get() : nullptr; }
+    qsizetype indexOfChild(const PLOutlineNode *node) const;
     std::shared_ptr<PLOutlineNode> share() const;
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
@@ -166,7 +172,10 @@ private:
     QString m_name;
     QString m_content;
     std::weak_ptr<PLFile> m_file;
-    std::vector<std::shared_ptr<PLOutlineNode>> m_children;
+    // The children in order, with m_childStorageGap empty entries at the child gap for insertions
+    // there; closed when the list is handed out.
+    mutable std::vector<std::shared_ptr<PLOutlineNode>> m_children;
+    mutable qsizetype m_childStorageGap = 0;
     // Not owning; a parent clears it in its children when it goes.
     PLOutlineNode *m_parent = nullptr;
     // The position in the parent's list, counted from its end when the node stands at or behind the
