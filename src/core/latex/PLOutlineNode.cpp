@@ -850,10 +850,8 @@ void PLOutlineNode::takeDeeperSiblings()
         if (PLOutlineNode *after = k + 1 < run.size() ? run[k + 1].get() : afterRun)
             after->recordCommentRuleChange();
         const qsizetype index = kept + qsizetype(k);
-        // This node's last descendants as they stood when the node arrived, then the node's place.
+        // Leaving its old place marked this node; the new place marks what a placed child does.
         markForFix();
-        if (index > 0 && childAt(index - 1)->m_type != FileRoot)
-            childAt(index - 1)->markLastDescendantsForFix();
         markAroundPlacedChild(index);
     }
 }
