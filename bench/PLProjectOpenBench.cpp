@@ -2,6 +2,7 @@
 
 #include "core/project/PLFile.h"
 #include "core/project/PLFilePool.h"
+#include "core/latex/PLOutlineNode.h"
 #include "core/editor/PLTextContentBuffer.h"
 
 #include <QFileInfo>
@@ -89,6 +90,35 @@ void BM_OpenProject(benchmark::State &state)
     state.SetBytesProcessed(state.iterations() * generated.bytes());
 }
 BENCHMARK(BM_OpenProject)->Unit(benchmark::kMillisecond)->MinTime(3.0);
+
+// One file of the given number of top-level headings, each followed by text, a subsection and a
+// paragraph heading that it takes in when the outline is nested: items per second stay flat when
+// opening is linear in the number of headings.
+void BM_OpenFileWithManyHeadings(benchmark::State &state)
+{
+    QTemporaryDir folder;
+    PLProjectModelBench::useTemporarySettings(folder);
+    const QString path = QDir(folder.path()).filePath(QStringLiteral("headings.tex"));
+    QString text;
+    for (qint64 i = 0; i < state.range(0); ++i)
+        text += QStringLiteral("\\section{Heading %1}\nSome words.\n\\subsection{Detail %1}\nMore words.\n"
+                               "\\paragraph{Remark}\nThe end of it.\n")
+                    .arg(i);
+    PLProjectModelBench::writeText(path, text);
+    for (auto _ : state) {
+        state.PauseTiming();
+        auto pool = std::make_unique<PLFilePool>();
+        state.ResumeTiming();
+        const auto file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        benchmark::DoNotOptimize(file->outlineRootNode()->childCount());
+        state.PauseTiming();
+        pool.reset();
+        state.ResumeTiming();
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.counters["headings"] = double(state.range(0));
+}
+BENCHMARK(BM_OpenFileWithManyHeadings)->Unit(benchmark::kMillisecond)->Arg(5000)->Arg(20000);
 
 // Typing and removing one character in the root file's text: the whole project's outline is
 // renested after each replacement, since included roots hang below the root's include nodes.

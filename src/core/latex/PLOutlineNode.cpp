@@ -16,6 +16,12 @@ std::unordered_set<const PLOutlineNode *> &rootsWaitingForFix()
     return roots;
 }
 
+// What a child adds to its parent's length: included files' roots hold none of its text.
+qsizetype lengthInParent(const PLOutlineNode &child)
+{
+    return child.type() == PLOutlineNode::FileRoot ? 0 : child.subtreeLength();
+}
+
 }
 
 PLOutlineNode::PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file)
@@ -50,7 +56,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::createBibliographyNode(const QStri
 PLOutlineNode::~PLOutlineNode()
 {
     for (const auto &child : m_children) {
-        if (child->m_parent == this) {
+        if (child && child->m_parent == this) {
             child->m_parent = nullptr;
             child->m_listedForFix = false;
         }
@@ -101,48 +107,139 @@ void PLOutlineNode::addToSubtreeLengths(qsizetype delta)
         PLOutlineNode *parent = node->m_parent;
         if (node->m_type == FileRoot || !parent)
             return;
-        if (parent->m_childLengthSumsValid) {
-            auto &sums = parent->m_childLengthSums;
-            for (size_t i = size_t(node->m_indexInParent) + 1; i < sums.size(); i += i & (~i + 1))
-                sums[i] += delta;
-        }
+        if (parent->m_childLengthSumsValid)
+            parent->addToChildLengthSum(parent->childSlot(node->position()), delta);
         node = parent;
     }
 }
 
-void PLOutlineNode::childListChanged()
+void PLOutlineNode::addToChildLengthSum(qsizetype slot, qsizetype delta) const
 {
-    m_childLengthSumsValid = false;
+    for (size_t i = size_t(slot) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
+        m_childLengthSums[i] += delta;
 }
 
 const std::vector<qsizetype> &PLOutlineNode::childLengthSums() const
 {
     if (m_childLengthSumsValid)
         return m_childLengthSums;
-    const size_t count = m_children.size();
-    m_childLengthSums.assign(count + 1, 0);
-    for (size_t i = 1; i <= count; ++i) {
-        const PLOutlineNode *child = m_children[i - 1].get();
-        if (child->m_type != FileRoot)
-            m_childLengthSums[i] += child->m_subtreeLength;
-        if (const size_t up = i + (i & (~i + 1)); up <= count)
+    const qsizetype count = childCount();
+    // Room for a run of insertions at the gap before the next rebuild.
+    m_childLengthSumsGap = count > 0 ? std::max<qsizetype>(4, count / 8) : 0;
+    const size_t slotCount = size_t(count + m_childLengthSumsGap);
+    m_childLengthSums.assign(slotCount + 1, 0);
+    for (qsizetype i = 0; i < count; ++i)
+        m_childLengthSums[size_t(childSlot(i)) + 1] = lengthInParent(*childAt(i));
+    for (size_t i = 1; i <= slotCount; ++i) {
+        if (const size_t up = i + (i & (~i + 1)); up <= slotCount)
             m_childLengthSums[up] += m_childLengthSums[i];
     }
     m_childLengthSumsValid = true;
     return m_childLengthSums;
 }
 
+void PLOutlineNode::moveChildGap(qsizetype index)
+{
+    const qsizetype count = childCount();
+    const bool sums = m_childLengthSumsValid && m_childLengthSumsGap > 0;
+    while (m_childGap < index) {
+        auto &entry = m_children[size_t(m_childGap + m_childStorageGap)];
+        PLOutlineNode *child = entry.get();
+        if (child->m_parent == this) {
+            child->m_indexInParent = m_childGap;
+            child->m_indexFromBack = false;
+        }
+        if (const qsizetype length = lengthInParent(*child); sums && length != 0) {
+            addToChildLengthSum(m_childGap + m_childLengthSumsGap, -length);
+            addToChildLengthSum(m_childGap, length);
+        }
+        if (m_childStorageGap > 0)
+            m_children[size_t(m_childGap)] = std::move(entry);
+        ++m_childGap;
+    }
+    while (m_childGap > index) {
+        --m_childGap;
+        PLOutlineNode *child = m_children[size_t(m_childGap)].get();
+        if (child->m_parent == this) {
+            child->m_indexInParent = count - m_childGap;
+            child->m_indexFromBack = true;
+        }
+        if (const qsizetype length = lengthInParent(*child); sums && length != 0) {
+            addToChildLengthSum(m_childGap, -length);
+            addToChildLengthSum(m_childGap + m_childLengthSumsGap, length);
+        }
+        if (m_childStorageGap > 0)
+            m_children[size_t(m_childGap + m_childStorageGap)] = std::move(m_children[size_t(m_childGap)]);
+    }
+}
+
+void PLOutlineNode::insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned)
+{
+    moveChildGap(index);
+    if (m_childStorageGap == 0) {
+        // Room for a run of insertions here.
+        m_childStorageGap = std::max<qsizetype>(4, childCount() / 8);
+        m_children.insert(m_children.begin() + index, size_t(m_childStorageGap), nullptr);
+    }
+    m_children[size_t(index)] = node;
+    --m_childStorageGap;
+    if (owned) {
+        node->m_parent = this;
+        node->m_indexInParent = index;
+        node->m_indexFromBack = false;
+    }
+    ++m_childGap;
+    if (m_childLengthSumsValid && m_childLengthSumsGap == 0) {
+        m_childLengthSumsValid = false;
+    } else if (m_childLengthSumsValid) {
+        addToChildLengthSum(index, lengthInParent(*node));
+        --m_childLengthSumsGap;
+    }
+}
+
+void PLOutlineNode::eraseFromChildren(qsizetype index, qsizetype count)
+{
+    moveChildGap(index);
+    if (m_childLengthSumsValid) {
+        for (qsizetype i = index; i < index + count; ++i)
+            addToChildLengthSum(i + m_childLengthSumsGap, -lengthInParent(*childAt(i)));
+        m_childLengthSumsGap += count;
+    }
+    for (qsizetype i = index; i < index + count; ++i)
+        m_children[size_t(i + m_childStorageGap)].reset();
+    m_childStorageGap += count;
+}
+
+const std::vector<std::shared_ptr<PLOutlineNode>> &PLOutlineNode::children() const
+{
+    if (m_childStorageGap > 0) {
+        const auto gap = m_children.begin() + m_childGap;
+        m_children.erase(gap, gap + m_childStorageGap);
+        m_childStorageGap = 0;
+    }
+    return m_children;
+}
+
+qsizetype PLOutlineNode::indexOfChild(const PLOutlineNode *node) const
+{
+    const auto found = std::find_if(m_children.begin(), m_children.end(), [node](const auto &child) { return child.get() == node; });
+    const qsizetype entry = found - m_children.begin();
+    if (found == m_children.end())
+        return childCount();
+    return entry < m_childGap ? entry : entry - m_childStorageGap;
+}
+
 PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *start) const
 {
-    if (m_children.empty())
+    if (childCount() == 0)
         return nullptr;
     const PLOutlineNode *node = this;
     qsizetype nodeStart = 0;
     if (location > m_subtreeLength) {
         // Past the end: the last node of the file's walk.
-        node = m_children.back().get();
-        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
-            node = node->m_children.back().get();
+        node = lastChild();
+        while (!node->isFileReference() && node->lastChild() && node->lastChild()->m_type != FileRoot)
+            node = node->lastChild();
         *start = m_subtreeLength - node->contentLength();
         return const_cast<PLOutlineNode *>(node);
     }
@@ -153,21 +250,25 @@ PLOutlineNode *PLOutlineNode::nodeAtLocation(qsizetype location, qsizetype *star
         // The first child whose part of the text ends at or after the location.
         const qsizetype wanted = location - nodeStart - ownLength;
         const auto &sums = node->childLengthSums();
-        const size_t count = node->m_children.size();
+        const size_t slotCount = sums.size() - 1;
         size_t before = 0;
         qsizetype below = 0;
         if (wanted > 0) {
-            for (size_t step = std::bit_floor(count); step > 0; step >>= 1) {
-                if (before + step <= count && below + sums[before + step] < wanted) {
+            for (size_t step = std::bit_floor(slotCount); step > 0; step >>= 1) {
+                if (before + step <= slotCount && below + sums[before + step] < wanted) {
                     before += step;
                     below += sums[before];
                 }
             }
         }
-        if (before >= count)
+        // Only the first child, wanted at the very start, can be looked for among the empty slots.
+        const qsizetype gap = node->m_childGap;
+        const qsizetype slot = qsizetype(before);
+        const qsizetype index = slot < gap ? slot : std::max(gap, slot - node->m_childLengthSumsGap);
+        if (index >= node->childCount())
             break;
         nodeStart += ownLength + below;
-        node = node->m_children[before].get();
+        node = node->childAt(index).get();
     }
     *start = nodeStart;
     return const_cast<PLOutlineNode *>(node);
@@ -203,9 +304,10 @@ std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::takeCommentRuleChange
 
 PLOutlineNode *PLOutlineNode::traversePredecessor() const
 {
-    if (PLOutlineNode *node = m_parent && m_indexInParent > 0 ? m_parent->m_children[size_t(m_indexInParent - 1)].get() : nullptr) {
-        while (!node->isFileReference() && !node->m_children.empty() && node->m_children.back()->m_type != FileRoot)
-            node = node->m_children.back().get();
+    const qsizetype index = indexInParent();
+    if (PLOutlineNode *node = index > 0 ? m_parent->childAt(index - 1).get() : nullptr) {
+        while (!node->isFileReference() && node->lastChild() && node->lastChild()->m_type != FileRoot)
+            node = node->lastChild();
         return node;
     }
     return m_parent && m_parent->m_type != FileRoot ? m_parent : nullptr;
@@ -237,9 +339,9 @@ void PLOutlineNode::markLastDescendantsForFix()
     // Their walk goes on past this node's subtree, to whatever follows it now.
     for (PLOutlineNode *node = this;;) {
         node->markForFix();
-        if (node->m_children.empty() || node->m_children.back()->m_type == FileRoot)
+        if (!node->lastChild() || node->lastChild()->m_type == FileRoot)
             return;
-        node = node->m_children.back().get();
+        node = node->lastChild();
     }
 }
 
@@ -248,12 +350,12 @@ void PLOutlineNode::markNeighboursForFix()
     // Whoever reads this node's kind: itself, the node whose next step lands here, the left
     // sibling, and the children that compare their level with it.
     markForFix();
-    if (m_parent && m_indexInParent > 0)
-        m_parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+    if (const qsizetype index = indexInParent(); index > 0)
+        m_parent->childAt(index - 1)->markLastDescendantsForFix();
     else if (m_parent)
         m_parent->markForFix();
     for (const auto &child : m_children) {
-        if (child->m_type != FileRoot)
+        if (child && child->m_type != FileRoot)
             child->markForFix();
     }
 }
@@ -264,8 +366,10 @@ void PLOutlineNode::unlistFromParent()
         return;
     m_listedForFix = false;
     if (m_parent) {
+        // The latest listed are the likeliest to leave again: a renesting pass lists the nodes it
+        // has just been through.
         auto &listed = m_parent->m_childrenToFix;
-        listed.erase(std::find(listed.begin(), listed.end(), this));
+        listed.erase(std::next(std::find(listed.rbegin(), listed.rend(), this)).base());
     }
 }
 
@@ -283,14 +387,14 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) cons
 {
     if (index < 0 || index >= childCount())
         return nullptr;
-    return m_children[size_t(index)];
+    return childAt(index);
 }
 
 std::vector<std::shared_ptr<PLOutlineNode>> PLOutlineNode::includedRoots() const
 {
     std::vector<std::shared_ptr<PLOutlineNode>> roots;
     std::copy_if(m_children.begin(), m_children.end(), std::back_inserter(roots),
-                 [](const auto &child) { return child->m_type == FileRoot; });
+                 [](const auto &child) { return child && child->m_type == FileRoot; });
     return roots;
 }
 
@@ -305,15 +409,6 @@ bool PLOutlineNode::hasChild(const PLOutlineNode *node) const
         && std::any_of(m_children.begin(), m_children.end(), [node](const auto &child) { return child.get() == node; });
 }
 
-void PLOutlineNode::renumberChildrenFrom(qsizetype index)
-{
-    for (qsizetype i = std::max<qsizetype>(index, 0); i < childCount(); ++i) {
-        PLOutlineNode *child = m_children[size_t(i)].get();
-        if (child->m_parent == this)
-            child->m_indexInParent = i;
-    }
-}
-
 void PLOutlineNode::detachFromParent()
 {
     PLOutlineNode *parent = m_parent;
@@ -321,34 +416,30 @@ void PLOutlineNode::detachFromParent()
         return;
     // The parent's list may hold the last share of this node.
     const auto self = share();
+    qsizetype index = position();
     if (m_type != FileRoot) {
         if (PLOutlineNode *after = nextNodeAfterSubtree())
             after->recordCommentRuleChange();
-        if (m_indexInParent > 0 && m_indexInParent < parent->childCount())
-            parent->m_children[size_t(m_indexInParent - 1)]->markLastDescendantsForFix();
+        if (index > 0 && index < parent->childCount())
+            parent->childAt(index - 1)->markLastDescendantsForFix();
         else
             parent->markForFix();
     }
     unlistFromParent();
-    auto &siblings = parent->m_children;
-    qsizetype index = m_indexInParent;
-    if (index < 0 || index >= parent->childCount() || siblings[size_t(index)].get() != this)
-        index = std::find(siblings.begin(), siblings.end(), self) - siblings.begin();
-    if (index < parent->childCount()) {
-        siblings.erase(siblings.begin() + index);
-        parent->renumberChildrenFrom(index);
-    }
+    if (index < 0 || index >= parent->childCount() || parent->childAt(index).get() != this)
+        index = parent->indexOfChild(this);
+    if (index < parent->childCount())
+        parent->eraseFromChildren(index, 1);
     m_parent = nullptr;
     m_indexInParent = -1;
-    parent->childListChanged();
+    m_indexFromBack = false;
     if (m_type != FileRoot)
         parent->addToSubtreeLengths(-m_subtreeLength);
 }
 
 void PLOutlineNode::childInserted(qsizetype index)
 {
-    childListChanged();
-    PLOutlineNode *child = m_children[size_t(index)].get();
+    PLOutlineNode *child = childAt(index).get();
     if (child->m_type == FileRoot) {
         // An include node's next step is its first child.
         markForFix();
@@ -360,14 +451,14 @@ void PLOutlineNode::childInserted(qsizetype index)
 
 void PLOutlineNode::markAroundPlacedChild(qsizetype index)
 {
-    PLOutlineNode *child = m_children[size_t(index)].get();
+    PLOutlineNode *child = childAt(index).get();
     if (index > 0)
-        m_children[size_t(index - 1)]->markLastDescendantsForFix();
+        childAt(index - 1)->markLastDescendantsForFix();
     else
         markForFix();
     child->markLastDescendantsForFix();
     for (const auto &grandchild : child->m_children) {
-        if (grandchild->m_type != FileRoot)
+        if (grandchild && grandchild->m_type != FileRoot)
             grandchild->markForFix();
     }
     child->recordCommentRuleChange();
@@ -378,14 +469,12 @@ void PLOutlineNode::addChild(const std::shared_ptr<PLOutlineNode> &node)
     if (!node || node.get() == this || hasChild(node.get()))
         return;
     if (node->m_type == FileRoot) {
-        m_children.push_back(node);
+        insertIntoChildren(childCount(), node, false);
         childInserted(childCount() - 1);
         return;
     }
     node->detachFromParent();
-    m_children.push_back(node);
-    node->m_parent = this;
-    node->m_indexInParent = childCount() - 1;
+    insertIntoChildren(childCount(), node, true);
     childInserted(childCount() - 1);
 }
 
@@ -395,9 +484,7 @@ void PLOutlineNode::insertChild(const std::shared_ptr<PLOutlineNode> &node, qsiz
         return;
     node->detachFromParent();
     index = std::clamp<qsizetype>(index, 0, childCount());
-    m_children.insert(m_children.begin() + index, node);
-    node->m_parent = this;
-    renumberChildrenFrom(index);
+    insertIntoChildren(index, node, true);
     childInserted(index);
 }
 
@@ -412,20 +499,20 @@ void PLOutlineNode::replaceChild(const std::shared_ptr<PLOutlineNode> &node, con
     replacement->detachFromParent();
     // The place the two share, as a removal and an insertion there would leave it, without moving
     // the siblings after it.
-    const qsizetype index = node->m_indexInParent;
+    const qsizetype index = node->position();
     if (PLOutlineNode *after = node->nextNodeAfterSubtree())
         after->recordCommentRuleChange();
     node->unlistFromParent();
-    const auto kept = std::exchange(m_children[size_t(index)], replacement);
+    const auto kept = std::exchange(m_children[size_t(index < m_childGap ? index : index + m_childStorageGap)], replacement);
+    replacement->m_parent = this;
+    replacement->m_indexInParent = node->m_indexInParent;
+    replacement->m_indexFromBack = node->m_indexFromBack;
     node->m_parent = nullptr;
     node->m_indexInParent = -1;
-    replacement->m_parent = this;
-    replacement->m_indexInParent = index;
+    node->m_indexFromBack = false;
     const qsizetype delta = replacement->m_subtreeLength - kept->m_subtreeLength;
-    if (m_childLengthSumsValid) {
-        for (size_t i = size_t(index) + 1; i < m_childLengthSums.size(); i += i & (~i + 1))
-            m_childLengthSums[i] += delta;
-    }
+    if (m_childLengthSumsValid)
+        addToChildLengthSum(childSlot(index), delta);
     addToSubtreeLengths(delta);
     markAroundPlacedChild(index);
 }
@@ -438,26 +525,25 @@ void PLOutlineNode::removeChild(const std::shared_ptr<PLOutlineNode> &node)
         node->detachFromParent();
         return;
     }
-    const auto it = std::find(m_children.begin(), m_children.end(), node);
-    const qsizetype index = it - m_children.begin();
-    m_children.erase(it);
-    renumberChildrenFrom(index);
-    childListChanged();
+    eraseFromChildren(indexOfChild(node.get()), 1);
     markForFix();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::leftSibling() const
 {
-    if (!m_parent || m_indexInParent <= 0)
+    if (!m_parent || position() <= 0)
         return nullptr;
-    return m_parent->childAtIndex(m_indexInParent - 1);
+    return m_parent->childAtIndex(position() - 1);
 }
 
 PLOutlineNode *PLOutlineNode::rightSiblingNode() const
 {
-    if (!m_parent || m_indexInParent < 0 || m_indexInParent + 1 >= m_parent->childCount())
+    if (!m_parent)
         return nullptr;
-    return m_parent->m_children[size_t(m_indexInParent + 1)].get();
+    const qsizetype index = position();
+    if (index < 0 || index + 1 >= m_parent->childCount())
+        return nullptr;
+    return m_parent->childAt(index + 1).get();
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::rightSibling() const
@@ -477,8 +563,8 @@ bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, 
 
 PLOutlineNode *PLOutlineNode::nextNodeInTree() const
 {
-    if (!m_children.empty())
-        return m_children.front().get();
+    if (childCount() > 0)
+        return childAt(0).get();
     return nextNodeAfterSubtree();
 }
 
@@ -506,8 +592,8 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::previousNode() const
     auto node = leftSibling();
     if (!node)
         return parent();
-    while (!node->m_children.empty())
-        node = node->m_children.back();
+    while (node->childCount() > 0)
+        node = node->childAt(node->childCount() - 1);
     return node;
 }
 
@@ -626,7 +712,7 @@ void PLOutlineNode::fixTree(RootSet &fixedRoots)
     // so the child stays alive while it is renested.
     for (qsizetype i = childCount() - 1; i >= 0; --i) {
         if (i < childCount()) {
-            PLOutlineNode *child = m_children[size_t(i)].get();
+            PLOutlineNode *child = childAt(i).get();
             child->unlistFromParent();
             child->fixTree(fixedRoots);
         }
@@ -642,13 +728,16 @@ void PLOutlineNode::fixPending()
     // nothing waiting: nodes in front of the one being renested keep their places meanwhile.
     for (qsizetype limit = childCount() - 1; limit >= 0;) {
         PLOutlineNode *next = nullptr;
+        qsizetype nextIndex = -1;
         for (PLOutlineNode *listed : m_childrenToFix) {
-            if (listed->m_indexInParent <= limit && (!next || listed->m_indexInParent > next->m_indexInParent))
+            if (const qsizetype index = listed->position(); index <= limit && index > nextIndex) {
                 next = listed;
+                nextIndex = index;
+            }
         }
         if (!next)
             break;
-        limit = next->m_indexInParent - 1;
+        limit = nextIndex - 1;
         next->unlistFromParent();
         next->fixPending();
     }
@@ -713,22 +802,60 @@ void PLOutlineNode::fixStep()
         // Whatever still hangs below the merged node follows its text, so it stays in order here.
         qsizetype at = 0;
         for (const auto &child : std::vector(merged->m_children)) {
-            if (child->m_type != FileRoot)
+            if (child && child->m_type != FileRoot)
                 insertChild(child, at++);
         }
         next = nullptr;
     }
-    if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next))
+    // A deeper right sibling goes with the run below.
+    if (next && next->m_type != FileRoot && next->m_type > m_type && !hasChild(next) && next != rightSiblingNode())
         addChild(next->share());
     // A heading takes in the deeper nodes that follow it at every level it climbs through, so
     // the nodes after it never end up in front of it.
     for (;;) {
-        for (PLOutlineNode *sibling = rightSiblingNode(); sibling && sibling->m_type > m_type; sibling = rightSiblingNode())
-            addChild(sibling->share());
+        takeDeeperSiblings();
         PLOutlineNode *up = m_parent;
         PLOutlineNode *grandparent = up ? up->m_parent : nullptr;
         if (!grandparent || m_type > up->m_type)
             break;
-        grandparent->insertChild(share(), up->m_indexInParent + 1);
+        grandparent->insertChild(share(), up->position() + 1);
+    }
+}
+
+void PLOutlineNode::takeDeeperSiblings()
+{
+    PLOutlineNode *parent = m_parent;
+    if (!parent)
+        return;
+    const qsizetype first = position() + 1;
+    qsizetype end = first;
+    while (end < parent->childCount() && parent->childAt(end)->m_type > m_type)
+        ++end;
+    if (end == first)
+        return;
+    // The run leaves its parent in one piece; the marks and records below are the ones that moving
+    // its nodes one by one would leave, made in the same order.
+    std::vector<std::shared_ptr<PLOutlineNode>> run;
+    for (qsizetype i = first; i < end; ++i)
+        run.push_back(parent->childAt(i));
+    PLOutlineNode *afterRun = run.back()->nextNodeAfterSubtree();
+    qsizetype runLength = 0;
+    for (const auto &node : run) {
+        node->unlistFromParent();
+        runLength += node->m_subtreeLength;
+    }
+    parent->eraseFromChildren(first, end - first);
+    const qsizetype kept = childCount();
+    for (const auto &node : run)
+        insertIntoChildren(childCount(), node, true);
+    parent->addToSubtreeLengths(-runLength);
+    addToSubtreeLengths(runLength);
+    for (size_t k = 0; k < run.size(); ++k) {
+        if (PLOutlineNode *after = k + 1 < run.size() ? run[k + 1].get() : afterRun)
+            after->recordCommentRuleChange();
+        const qsizetype index = kept + qsizetype(k);
+        // Leaving its old place marked this node; the new place marks what a placed child does.
+        markForFix();
+        markAroundPlacedChild(index);
     }
 }

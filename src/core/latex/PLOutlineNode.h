@@ -60,11 +60,11 @@ public:
         return m_type == Text && (m_textNodeSubType == FileInclude || m_textNodeSubType == Bibliography);
     }
 
-    const std::vector<std::shared_ptr<PLOutlineNode>> &children() const { return m_children; }
-    qsizetype childCount() const { return qsizetype(m_children.size()); }
+    const std::vector<std::shared_ptr<PLOutlineNode>> &children() const;
+    qsizetype childCount() const { return qsizetype(m_children.size()) - m_childStorageGap; }
     std::shared_ptr<PLOutlineNode> childAtIndex(qsizetype index) const;
     // The position among the parent's children, or -1 for a node without a parent.
-    qsizetype indexInParent() const { return m_parent ? m_indexInParent : -1; }
+    qsizetype indexInParent() const { return m_parent ? position() : -1; }
     std::shared_ptr<PLOutlineNode> parent() const { return m_parent ? m_parent->shared_from_this() : nullptr; }
     bool hasChild(const PLOutlineNode *node) const;
     // The roots of the files an include or bibliography node names, in the order of the names.
@@ -142,32 +142,58 @@ private:
     void recordCommentRuleChange();
     void replaceContent(qsizetype location, qsizetype length, const QString &string);
     void addToSubtreeLengths(qsizetype delta);
-    void childListChanged();
     void childInserted(qsizetype index);
     const std::vector<qsizetype> &childLengthSums() const;
+    // The place of a child among the slots of the length sums, which keep a gap at the child gap.
+    qsizetype childSlot(qsizetype index) const { return index < m_childGap ? index : index + m_childLengthSumsGap; }
+    void addToChildLengthSum(qsizetype slot, qsizetype delta) const;
+    // Only the children between the old and the new gap are renumbered.
+    void moveChildGap(qsizetype index);
+    // The node goes in at the index; an owned node takes this node as its parent.
+    void insertIntoChildren(qsizetype index, const std::shared_ptr<PLOutlineNode> &node, bool owned);
+    void eraseFromChildren(qsizetype index, qsizetype count);
+    qsizetype position() const { return m_indexFromBack ? m_parent->childCount() - m_indexInParent : m_indexInParent; }
+    const std::shared_ptr<PLOutlineNode> &childAt(qsizetype index) const
+    {
+        return m_children[size_t(index < m_childGap ? index : index + m_childStorageGap)];
+    }
+    PLOutlineNode *lastChild() const { return m_children.size() > size_t(m_childStorageGap) ? childAt(childCount() - 1).get() : nullptr; }
+    qsizetype indexOfChild(const PLOutlineNode *node) const;
     std::shared_ptr<PLOutlineNode> share() const;
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
-    void renumberChildrenFrom(qsizetype index);
     // A child just placed at the index: the nodes whose next step it changes are fixed again.
     void markAroundPlacedChild(qsizetype index);
+    // Takes in the run of deeper nodes that directly follow this one among its siblings.
+    void takeDeeperSiblings();
 
     quint32 m_type;
     quint32 m_textNodeSubType = PlainText;
     QString m_name;
     QString m_content;
     std::weak_ptr<PLFile> m_file;
-    std::vector<std::shared_ptr<PLOutlineNode>> m_children;
+    // The children in order, with m_childStorageGap empty entries at the child gap for insertions
+    // there; closed when the list is handed out.
+    mutable std::vector<std::shared_ptr<PLOutlineNode>> m_children;
+    mutable qsizetype m_childStorageGap = 0;
     // Not owning; a parent clears it in its children when it goes.
     PLOutlineNode *m_parent = nullptr;
-    // Kept in step with the parent's list so sibling steps cost no search.
+    // The position in the parent's list, counted from its end when the node stands at or behind the
+    // parent's child gap, so that sibling steps cost no search and a change at the gap renumbers
+    // no sibling.
     qsizetype m_indexInParent = -1;
+    bool m_indexFromBack = false;
+    // Children before this index count their position from the front of the list, the rest from
+    // its back. Edits of one place keep meeting the gap there.
+    qsizetype m_childGap = 0;
     // The answer of isLastLineCommented for the current content; -1 until asked.
     mutable qint8 m_lastLineCommented = -1;
 
     qsizetype m_subtreeLength;
-    // A Fenwick tree over the children's subtree lengths, rebuilt when the list of children changed.
+    // A Fenwick tree over the children's subtree lengths with empty slots at the child gap, which
+    // insertions there fill and removals there add to; rebuilt only when the empty slots run out.
     mutable std::vector<qsizetype> m_childLengthSums;
+    mutable qsizetype m_childLengthSumsGap = 0;
     mutable bool m_childLengthSumsValid = false;
 
     // This node's renesting step may act; its listed children hold such nodes below them.

@@ -199,3 +199,86 @@ INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeFixTreeTest, ::testing::Values(
                 {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}));
 
 }
+
+// Edits of a long list of children: each child must know its place, and locating by subtree
+// lengths must agree with adding up the children one by one, however far apart the edits are and
+// however many of them land in one place.
+struct ChildEdit
+{
+    char kind; // 'i'nsert before, 'a'ppend, 'r'emove, re'p'lace, 'g'row the content
+    int at;
+    int times;
+};
+
+struct ChildEditCase
+{
+    const char *label;
+    int children;
+    std::vector<ChildEdit> edits;
+};
+
+void PrintTo(const ChildEditCase &c, std::ostream *os)
+{
+    *os << c.label;
+}
+
+class PLOutlineNodeChildEditTest : public ::testing::TestWithParam<ChildEditCase>
+{
+};
+
+TEST_P(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
+{
+    const auto fileRoot = root();
+    int made = 0;
+    // Lengths 0 to 2, so that empty children sit between the others.
+    const auto fresh = [&] {
+        ++made;
+        return node(PLOutlineNode::Text, QString(made % 3, QChar(u'a' + made % 26)));
+    };
+    for (int i = 0; i < GetParam().children; ++i)
+        fileRoot->addChild(fresh());
+    const auto check = [&](const std::string &step) {
+        qsizetype end = 0;
+        for (qsizetype i = 0; i < fileRoot->childCount(); ++i) {
+            const auto child = fileRoot->childAtIndex(i);
+            ASSERT_EQ(child->indexInParent(), i) << step;
+            ASSERT_EQ(child->rightSibling(), fileRoot->childAtIndex(i + 1)) << step;
+            end += child->contentLength();
+        }
+        ASSERT_EQ(fileRoot->subtreeLength(), end) << step;
+        for (qsizetype location = 0; location <= end + 1; ++location) {
+            qsizetype start = 0;
+            qsizetype expectedStart = 0;
+            qsizetype expected = 0;
+            while (expected + 1 < fileRoot->childCount() && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
+                expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
+            const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
+            ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;
+            ASSERT_EQ(start, expectedStart) << step << " at " << location;
+        }
+    };
+    check("before the edits");
+    for (const auto &[kind, at, times] : GetParam().edits) {
+        for (int t = 0; t < times; ++t) {
+            const auto target = fileRoot->childAtIndex(at);
+            if (kind == 'i')
+                fileRoot->insertChild(fresh(), at);
+            else if (kind == 'a')
+                fileRoot->addChild(fresh());
+            else if (kind == 'r')
+                fileRoot->removeChild(target);
+            else if (kind == 'p')
+                fileRoot->replaceChild(target, node(PLOutlineNode::Text, QStringLiteral("replaced")));
+            else
+                target->setContent(target->content() + QStringLiteral("grown"));
+            check(std::string(1, kind) + std::to_string(at) + " #" + std::to_string(t));
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeChildEditTest, ::testing::Values(
+    ChildEditCase{"a run of insertions at one place", 20, {{'i', 10, 40}, {'r', 10, 40}}},
+    ChildEditCase{"edits far apart", 60, {{'i', 5, 1}, {'r', 50, 2}, {'i', 30, 1}, {'p', 0, 1}, {'r', 0, 1}, {'g', 56, 1}, {'p', 40, 1}}},
+    ChildEditCase{"removals from the front, then appends", 30, {{'r', 0, 10}, {'a', 0, 25}, {'g', 3, 2}, {'i', 0, 3}}},
+    ChildEditCase{"growth on both sides of the last edit", 40, {{'i', 20, 1}, {'g', 35, 1}, {'g', 2, 1}, {'p', 21, 1}, {'r', 39, 1}}},
+    ChildEditCase{"emptied and filled again", 3, {{'r', 0, 3}, {'a', 0, 20}, {'i', 20, 2}}}));
