@@ -7,6 +7,7 @@
 
 int main(int argc, char **argv)
 {
+    PLTest::prepareProcess();
     // Settings go to a folder of this run only.
     QTemporaryDir configHome;
     qputenv("XDG_CONFIG_HOME", configHome.path().toLocal8Bit());

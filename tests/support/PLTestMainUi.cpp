@@ -7,6 +7,7 @@
 
 int main(int argc, char **argv)
 {
+    PLTest::prepareProcess();
     // Test discovery runs this binary without the test environment: default to offscreen here.
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");

@@ -20,6 +20,9 @@ QByteArray readFile(const QString &path);
 
 QString dataPath(const QString &relative);
 
+// Called first in main, before any thread or child process exists.
+void prepareProcess();
+
 }
 
 // Readable strings and ranges in test failures.

@@ -1,6 +1,7 @@
 #include "core/typesetting/PLTexCommandLine.h"
 
 #include "core/project/PLFile.h"
+#include "core/foundation/PLThreadHandOff.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
 
@@ -15,11 +16,14 @@ QString texFolder(const QString &setting)
 
 QString texFolder()
 {
+    // The settings store is the main thread's: a job takes what it needs of it when it starts.
+    Q_ASSERT(PLThreadHandOff::isMainThread());
     return texFolder(PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsTexLocation));
 }
 
 QString engineProgram(int engine)
 {
+    Q_ASSERT(PLThreadHandOff::isMainThread());
     if (engine == PLFile::XeLaTeXEngine)
         return QStringLiteral("xelatex");
     return PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsTypesettingEngine);

@@ -3,6 +3,7 @@
 #include "core/project/PLFile.h"
 
 #include "core/foundation/PLLogging.h"
+#include "core/foundation/PLThreadHandOff.h"
 #include "core/typesetting/PLStreamDecoder.h"
 #include "core/typesetting/PLSyncTexSearch.h"
 #include "core/typesetting/PLTexCommandLine.h"
@@ -10,60 +11,8 @@
 #include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QCoreApplication>
-#include <QEvent>
 #include <QFileInfo>
 #include <QThread>
-
-#include <deque>
-#include <mutex>
-
-namespace {
-
-// Carries calls from job threads to the main thread. The calls go through a queue under a mutex of
-// our own, and the event that wakes the main thread carries nothing: every result a job made is
-// handed over by that mutex, which ThreadSanitizer sees, not by the library's event queue alone.
-class MainThreadRelay : public QObject
-{
-public:
-    static MainThreadRelay &instance()
-    {
-        // Made on the main thread by the first job's start; never destroyed, as jobs may end late.
-        static auto *relay = new MainThreadRelay;
-        return *relay;
-    }
-
-    void post(std::function<void()> call)
-    {
-        {
-            const std::lock_guard lock(m_mutex);
-            m_calls.push_back(std::move(call));
-        }
-        QCoreApplication::postEvent(this, new QEvent(QEvent::User));
-    }
-
-protected:
-    bool event(QEvent *event) override
-    {
-        if (event->type() != QEvent::User)
-            return QObject::event(event);
-        std::deque<std::function<void()>> calls;
-        {
-            const std::lock_guard lock(m_mutex);
-            calls.swap(m_calls);
-        }
-        for (std::function<void()> &call : calls) {
-            call();
-            call = nullptr;
-        }
-        return true;
-    }
-
-private:
-    std::mutex m_mutex;
-    std::deque<std::function<void()>> m_calls;
-};
-
-}
 
 bool PLCapturedOutput::append(const QString &chunk)
 {
@@ -129,14 +78,13 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
     assertOnOwnerThread();
     if (m_started.exchange(true))
         return;
-    MainThreadRelay::instance();
     m_source = source;
     if (!m_source.filePath.isEmpty())
         m_pdfBefore = PdfState::of(m_source.pdfPath());
     m_running = true;
     // The job's thread owns the operation until the job is over; its last act hands that
-    // ownership to the main thread through the relay, behind the end message, so the operation is
-    // released there and never while the job's thread still touches it.
+    // ownership to the main thread, behind the end message, so the operation is released there
+    // and never while the job's thread still touches it.
     QThread *thread = QThread::create([job = shared_from_this()]() mutable {
         job->assertOnJobThread();
         job->main();
@@ -148,7 +96,7 @@ void PLTypesettingOperation::startJob(const PLTypesettingSource &source)
         }
         job->m_running = false;
         job->announceEnd();
-        MainThreadRelay::instance().post([job = std::move(job)] {});
+        PLThreadHandOff::runOnMainThread([job = std::move(job)] {});
     });
     thread->setObjectName(QStringLiteral("typesetting"));
     m_jobThread = thread;
@@ -217,7 +165,7 @@ QString PLTypesettingOperation::droppedOutputNote(const QString &launchPath, qin
 
 void PLTypesettingOperation::onMainThread(std::function<void()> call)
 {
-    MainThreadRelay::instance().post([self = shared_from_this(), call = std::move(call)] { call(); });
+    PLThreadHandOff::runOnMainThread([self = shared_from_this(), call = std::move(call)] { call(); });
 }
 
 PLTypesettingSource PLTypesettingSource::fromFile(const PLFile &file)

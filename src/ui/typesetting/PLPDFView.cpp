@@ -1,6 +1,7 @@
 #include "ui/typesetting/PLPDFView.h"
 
 #include "core/foundation/PLLogging.h"
+#include "core/foundation/PLThreadHandOff.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
 
@@ -11,11 +12,12 @@
 #include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPointer>
 #include <QPdfDocument>
 #include <QPdfSelection>
 #include <QScrollBar>
 #include <QTimer>
-#include <QtConcurrent>
+#include <QThread>
 
 namespace {
 constexpr int kPageGap = 8;
@@ -46,9 +48,8 @@ PLPDFView::PLPDFView(QWidget *parent) : QAbstractScrollArea(parent)
 
 PLPDFView::~PLPDFView()
 {
-    // A worker still renders from a document that dies with the view.
-    for (QFutureWatcher<QImage> *watcher : std::as_const(m_renders))
-        watcher->waitForFinished();
+    // Renders not yet started are skipped; those under way end on their own document.
+    ++m_wanted->serial;
 }
 
 bool PLPDFView::loadData(const QByteArray &bytes)
@@ -458,39 +459,43 @@ void PLPDFView::render(int page)
     const QSize size = (QSizeF(m_pageRects.at(page).size()) * ratio).toSize();
     const quint64 generation = m_generation;
     const qreal zoom = m_zoomFactor;
-    // The watcher keeps the document alive until the worker has finished with it, so the last
-    // reference always goes on this thread.
+    // The worker holds the document until it hands its result back, so the document outlives every
+    // render and its last reference always goes on this thread.
     std::shared_ptr<QPdfDocument> document = m_document;
-    auto *watcher = new QFutureWatcher<QImage>(this);
-    m_renders.append(watcher);
-    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, document, page, generation, zoom, ratio] {
-        m_renders.removeOne(watcher);
-        watcher->deleteLater();
-        if (generation != m_generation || !qFuzzyCompare(zoom, m_zoomFactor))
-            return;
-        m_pending.remove(page);
-        QImage image = watcher->result();
-        // Skipped because it had scrolled away; asked again if it has come back meanwhile.
-        if (image.isNull()) {
-            if (page >= m_wanted->first && page <= m_wanted->last)
-                render(page);
-            return;
-        }
-        image.setDevicePixelRatio(ratio);
-        m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
-        evictFarthestPages();
-        requestVisiblePages();
-        viewport()->update();
-        emit pageRendered(page);
-    });
-    QPdfDocument *raw = document.get();
     std::shared_ptr<WantedPages> wanted = m_wanted;
     const quint64 serial = wanted->serial;
-    watcher->setFuture(QtConcurrent::run([raw, page, size, wanted, serial] {
-        if (wanted->serial != serial || page < wanted->first || page > wanted->last)
-            return QImage();
-        return raw->render(page, size);
-    }));
+    QPointer<PLPDFView> view(this);
+    PLThreadHandOff::runOnWorker([view, document = std::move(document), wanted = std::move(wanted), page, size, serial,
+                                  generation, zoom, ratio]() mutable {
+        QImage image;
+        if (wanted->serial == serial && page >= wanted->first && page <= wanted->last)
+            image = document->render(page, size);
+        PLThreadHandOff::runOnMainThread([view = std::move(view), document = std::move(document), page, generation,
+                                          zoom, ratio, image = std::move(image)]() mutable {
+            if (view)
+                view->adoptRender(page, generation, zoom, ratio, std::move(image));
+        });
+    });
+}
+
+void PLPDFView::adoptRender(int page, quint64 generation, qreal zoom, qreal ratio, QImage image)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (generation != m_generation || !qFuzzyCompare(zoom, m_zoomFactor))
+        return;
+    m_pending.remove(page);
+    // Skipped because it had scrolled away; asked again if it has come back meanwhile.
+    if (image.isNull()) {
+        if (page >= m_wanted->first && page <= m_wanted->last)
+            render(page);
+        return;
+    }
+    image.setDevicePixelRatio(ratio);
+    m_cache.insert(page, CachedPage{image, zoom, ratio, generation});
+    evictFarthestPages();
+    requestVisiblePages();
+    viewport()->update();
+    emit pageRendered(page);
 }
 
 void PLPDFView::evictFarthestPages()

@@ -3,7 +3,6 @@
 #include "core/typesetting/PLPdfPageRotations.h"
 
 #include <QAbstractScrollArea>
-#include <QFutureWatcher>
 #include <QHash>
 #include <QImage>
 #include <QPolygonF>
@@ -139,6 +138,7 @@ private:
     void updateScrollBars();
     void requestVisiblePages();
     void render(int page);
+    void adoptRender(int page, quint64 generation, qreal zoom, qreal ratio, QImage image);
     void evictFarthestPages();
     int firstVisiblePage() const;
     void invalidateRenders();
@@ -172,7 +172,6 @@ private:
     QSize m_contentSize;
     QHash<int, CachedPage> m_cache;
     QSet<int> m_pending;
-    QList<QFutureWatcher<QImage> *> m_renders;
     // Each page's text, read once per document for find.
     QList<QString> m_pageTexts;
     QString m_selectionText;

@@ -18,6 +18,7 @@
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
+#include <QThread>
 
 PLTypesetterProgressViewController::PLTypesetterProgressViewController(PLDocument *document, XSWindowController *windowController,
                                                                        QObject *parent)
@@ -149,6 +150,7 @@ void PLTypesetterProgressViewController::showEngine(int engine)
 
 void PLTypesetterProgressViewController::latexTransformerDidStartWorkingOnFileWithName(const QString &fileName)
 {
+    Q_ASSERT(QThread::currentThread() == thread());
     // A file the log names again counts again: the value may pass the maximum, and the bar then
     // simply stays full.
     ++m_progressValue;
@@ -187,6 +189,7 @@ void PLTypesetterProgressViewController::showCouldNotFindEngineAlert(int engine,
 
 void PLTypesetterProgressViewController::latexTransformerDidFinish(PLLatexTransformer *transformer)
 {
+    Q_ASSERT(QThread::currentThread() == thread());
     if (transformer != m_transformer.get())
         return;
     showSummary();
