@@ -22,6 +22,7 @@ declare -A seeds=(
   [PLLatexStringParserFuzzer]="$documents $root/samples"
   [PLLatexHighlighterFuzzer]="$documents $root/samples"
   [PLBibliographyHighlighterFuzzer]="$documents $root/samples"
+  [PLOutlineEditFuzzer]="$documents $root/samples"
   [PLLogStringParserFuzzer]="$documents"
   [PLTypesettingLogFileParserFuzzer]="$documents"
   [PLSyncTexFuzzer]="$root/fuzz/seeds/synctex"
