@@ -1,5 +1,6 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 
+#include "core/foundation/PLBracedCommandScan.h"
 #include "core/foundation/PLRegularExpressionHelper.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
 #include "core/foundation/PLStringLineCalculations.h"
@@ -48,59 +49,6 @@ std::pair<char32_t, qsizetype> codePointAt(const QString &string, qsizetype i, q
     return {c.unicode(), 1};
 }
 const QString kIncludeLink = QStringLiteral("file://");
-
-// Reads a braced command at the backslash at i: one of the names (none is a prefix of another), a
-// star where allowed, an opening brace, then at least one character of the line's content and the
-// first closing brace after it. Answers the argument and the end of the command; an argument that
-// does not close on the line is not found, and the command then reaches to the end of the line's
-// content, so that it is read only once. The end is i itself when no command starts there.
-std::pair<PLRange, qsizetype> readBracedCommand(const QString &string, qsizetype i, qsizetype end,
-                                                std::initializer_list<QStringView> names, bool star)
-{
-    const QChar *text = string.constData();
-    for (const QStringView name : names) {
-        qsizetype at = i + 1;
-        if (end - at < name.size() || !std::equal(name.begin(), name.end(), text + at))
-            continue;
-        at += name.size();
-        if (star && at < end && text[at] == u'*')
-            ++at;
-        if (at >= end || text[at] != u'{')
-            return {PLNotFoundRange, i};
-        const qsizetype open = at + 1;
-        if (open < end && !PLStringLineCalculations::endsLineContent(text[open])) {
-            qsizetype close = open + 1;
-            while (close < end && text[close] != u'}' && !PLStringLineCalculations::endsLineContent(text[close]))
-                ++close;
-            if (close < end && text[close] == u'}')
-                return {PLRange{open, close - open}, close + 1};
-        }
-        qsizetype stop = open;
-        while (stop < end && !PLStringLineCalculations::endsLineContent(text[stop]))
-            ++stop;
-        return {PLNotFoundRange, stop};
-    }
-    return {PLNotFoundRange, i};
-}
-
-// The first braced command of the list in the range whose argument closes: the whole command, or
-// only its argument.
-PLRange firstBracedCommand(const QString &string, qsizetype location, qsizetype length,
-                           std::initializer_list<QStringView> names, bool star, bool argumentOnly)
-{
-    const qsizetype end = std::min(location + length, string.size());
-    for (qsizetype i = std::max<qsizetype>(location, 0); i < end;) {
-        if (string.at(i) != u'\\') {
-            ++i;
-            continue;
-        }
-        const auto [argument, stop] = readBracedCommand(string, i, end, names, star);
-        if (argument.isFound())
-            return argumentOnly ? argument : PLRange{i, stop - i};
-        i = stop == i ? i + 1 : stop;
-    }
-    return PLNotFoundRange;
-}
 
 // The commands the heading and include expressions start with: a line holding none of them
 // cannot match either expression.
@@ -219,9 +167,9 @@ PLRange PLLatexSyntaxHighlighterDelegate::functionLocator(const QString &string,
 PLRange PLLatexSyntaxHighlighterDelegate::structureDividerLocator(const QString &string, qsizetype location,
                                                                   qsizetype length)
 {
-    return firstBracedCommand(string, location, length,
-                              {u"part", u"chapter", u"section", u"subsection", u"subsubsection", u"paragraph"}, true,
-                              false);
+    return PLBracedCommandScan::firstBracedCommand(
+        string, PLRange{location, length},
+        {u"part", u"chapter", u"section", u"subsection", u"subsubsection", u"paragraph"}, true, false);
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, qsizetype location, qsizetype length)
@@ -241,7 +189,8 @@ PLRange PLLatexSyntaxHighlighterDelegate::commentLocator(const QString &string, 
 
 PLRange PLLatexSyntaxHighlighterDelegate::linkLocator(const QString &string, qsizetype location, qsizetype length)
 {
-    return firstBracedCommand(string, location, length, {u"input", u"include", u"bibliography"}, false, true);
+    return PLBracedCommandScan::firstBracedCommand(string, PLRange{location, length},
+                                                   {u"input", u"include", u"bibliography"}, false, true);
 }
 
 PLRange PLLatexSyntaxHighlighterDelegate::firstMarkedMatch(const QString &pattern, const QString &string,

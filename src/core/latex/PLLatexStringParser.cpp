@@ -2,6 +2,7 @@
 
 #include "core/project/PLFile.h"
 #include "core/project/PLFilePool.h"
+#include "core/foundation/PLBracedCommandScan.h"
 #include "core/foundation/PLLogging.h"
 #include "core/latex/PLOutlineNode.h"
 #include "core/foundation/PLStringLineCalculations.h"
@@ -140,7 +141,6 @@ private:
 };
 
 constexpr QStringView kHeadingNames[] = {u"part", u"chapter", u"section", u"subsection", u"subsubsection", u"paragraph"};
-constexpr QStringView kFileReferenceNames[] = {u"input", u"include", u"bibliography"};
 
 // Just past the name that follows a backslash, when it is one of the names; -1 otherwise. No name
 // is a prefix of another, so the first that fits is the only one.
@@ -225,26 +225,8 @@ PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange 
 
 PLRange PLLatexStringParser::fileReferenceInRange(const QString &text, PLRange range)
 {
-    const QStringView view = QStringView(text).first(std::clamp<qsizetype>(range.end(), 0, text.size()));
-    qsizetype at = view.indexOf(u'\\', std::max<qsizetype>(range.location, 0));
-    while (at >= 0) {
-        const qsizetype open = endOfCommandName(view, at + 1, kFileReferenceNames);
-        if (open < 0 || open >= view.size() || view[open] != u'{') {
-            at = view.indexOf(u'\\', at + 1);
-            continue;
-        }
-        // The argument's first character may be a "}" itself.
-        const qsizetype argument = open + 1;
-        qsizetype close = argument;
-        while (close < view.size() && !PLStringLineCalculations::endsLineContent(view[close])
-               && (close == argument || view[close] != u'}'))
-            ++close;
-        if (close < view.size() && close > argument && view[close] == u'}')
-            return PLRange{at, close + 1 - at};
-        // A later command on this line would need a "}" that this one did not find.
-        at = view.indexOf(u'\\', close);
-    }
-    return PLNotFoundRange;
+    // The argument's first character may be a "}" itself.
+    return PLBracedCommandScan::firstBracedCommand(text, range, {u"input", u"include", u"bibliography"}, false, false);
 }
 
 std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &content) const
