@@ -145,15 +145,6 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
 
-TEST(PLOutlineNodeTest, lastLineCommented)
-{
-    EXPECT_TRUE(node(PLOutlineNode::Text, QStringLiteral("a\n% b"))->isLastLineCommented());
-    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("% a\nb"))->isLastLineCommented());
-    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("% a\n"))->isLastLineCommented());
-    EXPECT_FALSE(node(PLOutlineNode::Text, QStringLiteral("50\\%"))->isLastLineCommented());
-    EXPECT_FALSE(node(PLOutlineNode::Text, QString())->isLastLineCommented());
-}
-
 struct FixTreeCase
 {
     const char *label;

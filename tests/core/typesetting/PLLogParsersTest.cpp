@@ -17,6 +17,7 @@
 #include <sys/stat.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -25,19 +26,8 @@ using namespace PLTypesettingTest;
 
 const QString kFolder = QStringLiteral("/project/");
 
-// One item as the test tables write it: the file relative to the project folder.
-struct ExpectedItem
-{
-    std::string message;
-    int line;
-    std::string file;
-    friend bool operator==(const ExpectedItem &, const ExpectedItem &) = default;
-};
-
-void PrintTo(const ExpectedItem &item, std::ostream *os)
-{
-    *os << "{" << ::testing::PrintToString(item.message) << ", " << item.line << ", " << item.file << "}";
-}
+// One item as the test tables write it: message, line, and the file relative to the project folder.
+using ExpectedItem = std::tuple<std::string, int, std::string>;
 
 std::vector<ExpectedItem> described(const PLLogStringParser::Items &items, int type)
 {
@@ -45,26 +35,18 @@ std::vector<ExpectedItem> described(const PLLogStringParser::Items &items, int t
     for (const std::shared_ptr<PLLogItem> &item : items) {
         EXPECT_EQ(item->type(), type);
         const QString path = item->filePath().isNull() ? QStringLiteral("<none>") : item->filePath();
-        result.push_back({item->message().toStdString(), item->line(),
-                          (path.startsWith(kFolder) ? path.mid(kFolder.size()) : path).toStdString()});
+        result.emplace_back(item->message().toStdString(), item->line(),
+                            (path.startsWith(kFolder) ? path.mid(kFolder.size()) : path).toStdString());
     }
     return result;
 }
 
-// One item of the strategies' parser: the file as the engine wrote it, and the advice.
-struct StrategyItem
-{
-    std::string filename;
-    int line;
-    std::string message;
-    std::string advice;
-    friend bool operator==(const StrategyItem &, const StrategyItem &) = default;
-};
+// One item of the strategies' parser: the file as the engine wrote it, line, message and advice.
+using StrategyItem = std::tuple<std::string, int, std::string, std::string>;
 
-void PrintTo(const StrategyItem &item, std::ostream *os)
+StrategyItem described(const PLTypesettingLogFileParserItem &item)
 {
-    *os << "{" << item.filename << ", " << item.line << ", " << ::testing::PrintToString(item.message) << ", "
-        << ::testing::PrintToString(item.advice) << "}";
+    return {item.filename().toStdString(), item.line(), item.message().toStdString(), item.advice().toStdString()};
 }
 
 std::vector<StrategyItem> described(const PLTypesettingLogFileParser &parser)
@@ -73,8 +55,7 @@ std::vector<StrategyItem> described(const PLTypesettingLogFileParser &parser)
     for (const PLTypesettingLogFileParserItem &item : parser.items()) {
         EXPECT_EQ(item.type(), 0);
         EXPECT_EQ(item.column(), 0);
-        result.push_back({item.filename().toStdString(), item.line(), item.message().toStdString(),
-                          item.advice().toStdString()});
+        result.push_back(described(item));
     }
     return result;
 }
@@ -481,8 +462,7 @@ TEST(StrategiesLines, SkippingLinesGivesTheItemsOfReadingEveryLine)
         PLTypesettingLogFileParserStrategy::moveToLineContaining(content, 0, &lineStart, &lineEnd);
         while (lineEnd < content.size()) {
             if (const auto item = reading.makeItemFromContent(content, &lineStart, &lineEnd))
-                expected.push_back({item->filename().toStdString(), item->line(), item->message().toStdString(),
-                                    item->advice().toStdString()});
+                expected.push_back(described(*item));
             PLTypesettingLogFileParserStrategy::moveToNextLine(content, &lineStart, &lineEnd);
         }
         ASSERT_EQ(described(skipping), expected) << content.toStdString();
