@@ -19,7 +19,6 @@
 #include <QScrollBar>
 #include <QToolTip>
 #include <QTextBlock>
-#include <QUndoStack>
 
 #include <algorithm>
 
@@ -53,7 +52,7 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     connect(this, &QPlainTextEdit::cursorPositionChanged, this, &PLTextView::selectionDidMove);
     connect(this, &QPlainTextEdit::selectionChanged, this, &PLTextView::selectionDidMove);
 
-    QUndoStack *history = m_buffer->undoManager();
+    PLUndoManager *history = m_buffer->undoManager();
     setActionHandler(PLAction::Undo, [this](QAction *) { undo(); }, [history](QAction *) { return history->canUndo(); });
     setActionHandler(PLAction::Redo, [this](QAction *) { redo(); }, [history](QAction *) { return history->canRedo(); });
     setActionHandler(PLAction::Cut, [this](QAction *) { cutSelection(); },
@@ -187,7 +186,7 @@ void PLTextView::focusInEvent(QFocusEvent *event)
 void PLTextView::contextMenuEvent(QContextMenuEvent *event)
 {
     QMenu menu(this);
-    const QUndoStack *history = m_buffer->undoManager();
+    const PLUndoManager *history = m_buffer->undoManager();
     const bool hasSelection = textCursor().hasSelection();
     menu.addAction(tr("&Undo"), QKeySequence::Undo, this, &PLTextView::undo)->setEnabled(history->canUndo());
     menu.addAction(tr("&Redo"), QKeySequence::Redo, this, &PLTextView::redo)->setEnabled(history->canRedo());
@@ -588,8 +587,8 @@ void PLTextView::shiftSelectedLines(bool outdent)
 
     qsizetype start = selection.location;
     qsizetype end = selection.end();
-    QUndoStack *history = m_buffer->undoManager();
-    history->beginMacro(outdent ? tr("Outdent") : tr("Indent"));
+    PLUndoManager *history = m_buffer->undoManager();
+    history->beginMacro();
     for (const Edit &edit : std::as_const(edits)) {
         if (!replaceCharactersAsTyped(edit.range, edit.string))
             continue;
@@ -688,8 +687,8 @@ void PLTextView::toggleCommentOfCurrentLine()
     // caret at the start of a line moves with its text.
     qsizetype start = selection.location;
     qsizetype end = selection.end();
-    QUndoStack *history = m_buffer->undoManager();
-    history->beginMacro(tr("Toggle Comment"));
+    PLUndoManager *history = m_buffer->undoManager();
+    history->beginMacro();
     for (const PLRange &line : std::as_const(lines)) {
         // Read in place: putting the whole text together again after each line's edit would cost
         // the length of the file per line.
