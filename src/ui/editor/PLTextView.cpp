@@ -6,6 +6,7 @@
 #include "core/editor/PLTextAttributes.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLQColor.h"
 #include "ui/editor/PLTextViewDelegate.h"
 #include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLTextViewLineOverlayView.h"
@@ -86,9 +87,9 @@ void PLTextView::applyEditorBackgroundColor()
     const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     QPalette colours = palette();
     if (const auto background = defaults.colorForKey(PLUserDefaultsEditorBackgroundColor))
-        colours.setColor(QPalette::Base, background->toQColor());
+        colours.setColor(QPalette::Base, PLQColor(*background));
     if (const auto text = defaults.colorForKey(PLUserDefaultsEditorColorText))
-        colours.setColor(QPalette::Text, text->toQColor());
+        colours.setColor(QPalette::Text, PLQColor(*text));
     setPalette(colours);
 }
 
@@ -448,9 +449,9 @@ QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attribut
 {
     QTextCharFormat format;
     if (const auto foreground = attributes.foregroundColor())
-        format.setForeground(foreground->toQColor());
-    if (const auto background = attributes.backgroundColor(); background && background->toQColor().alpha() > 0)
-        format.setBackground(background->toQColor());
+        format.setForeground(PLQColor(*foreground));
+    if (const auto background = attributes.backgroundColor(); background && PLQColor(*background).alpha() > 0)
+        format.setBackground(PLQColor(*background));
     if (const auto font = attributes.font()) {
         const QString key = font->family + QLatin1Char('/') + QString::number(font->pointSize);
         auto known = m_fonts.find(key);
