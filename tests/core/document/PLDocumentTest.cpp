@@ -17,7 +17,6 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QUndoStack>
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,6 @@
 #include "core/foundation/PLUserDefaultsConstants.h"
 
 #include <QSignalSpy>
-#include <QUndoStack>
 
 using namespace PLTest;
 

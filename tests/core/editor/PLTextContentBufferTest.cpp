@@ -6,7 +6,6 @@
 #include "core/editor/PLTextContentBufferEditObserver.h"
 
 #include <QSignalSpy>
-#include <QUndoStack>
 
 #include <functional>
 

@@ -4,7 +4,6 @@
 #include "PLOutlineTestSupport.h"
 #include "core/editor/PLTextContentBuffer.h"
 
-#include <QUndoStack>
 
 using namespace PLTest;
 
