@@ -15,16 +15,18 @@
 class PLGapBuffer
 {
 public:
-    explicit PLGapBuffer(QStringView text = {});
+    // Shares the text's characters until the first edit, so a file just read is held once.
+    explicit PLGapBuffer(QString text = {});
 
-    qsizetype size() const { return qsizetype(m_text.size()) - gapLength(); }
+    qsizetype size() const { return m_text.size() - gapLength(); }
     QChar at(qsizetype index) const
     {
-        return QChar(m_text[size_t(index < m_gapStart ? index : index + gapLength())]);
+        return m_text.constData()[index < m_gapStart ? index : index + gapLength()];
     }
     QChar operator[](qsizetype index) const { return at(index); }
     // The characters of a range, clipped to the text.
     QString mid(qsizetype location, qsizetype length) const;
+    // Shares the characters when no gap is open in them.
     QString toString() const;
 
     // Replaces the characters of a range inside the text.
@@ -46,7 +48,8 @@ private:
     // Puts the line gap where the lines starting before the location end.
     void moveLineGap(qsizetype location);
 
-    std::vector<char16_t> m_text;
+    // The characters with the gap in them.
+    QString m_text;
     qsizetype m_gapStart = 0;
     qsizetype m_gapEnd = 0;
     // Starts in front of the line gap are locations; those behind it are distances from the end
