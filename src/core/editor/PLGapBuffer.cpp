@@ -13,22 +13,28 @@ qsizetype slackFor(qsizetype size)
 }
 }
 
-PLGapBuffer::PLGapBuffer(QString text)
-    : m_text(std::move(text)), m_gapStart(m_text.size()), m_gapEnd(m_text.size())
+PLGapBuffer::PLGapBuffer(QString text) : m_text(std::move(text)), m_gapStart(m_text.size()), m_gapEnd(m_text.size())
 {
-    // Read straight from the text, which has no gap yet: opening a project indexes every file.
-    m_lineStarts.push_back(0);
-    const qsizetype length = m_text.size();
-    const char16_t *const units = reinterpret_cast<const char16_t *>(m_text.constData());
-    for (qsizetype p = 0; p < length; ++p) {
-        // Most characters lie between the terminators.
-        if (units[p] > u'\r' && units[p] < 0x85)
-            continue;
-        const QChar c(units[p]);
-        if (PLStringLineCalculations::isLineTerminator(c) && !(c == u'\r' && p + 1 < length && units[p + 1] == u'\n'))
-            m_lineStarts.push_back(p + 1);
-    }
+}
+
+void PLGapBuffer::findLineStarts() const
+{
+    m_lineStarts.assign(1, 0);
+    const QChar *const units = m_text.constData();
+    // The characters in front of the gap, then those behind it, each at its place in the text.
+    const auto scan = [&](qsizetype from, qsizetype to, qsizetype shift) {
+        for (qsizetype i = from; i < to; ++i) {
+            // Most characters lie between the terminators.
+            if (units[i].unicode() > u'\r' && units[i].unicode() < 0x85)
+                continue;
+            if (isLineStart(i - shift + 1))
+                m_lineStarts.push_back(i - shift + 1);
+        }
+    };
+    scan(0, m_gapStart, 0);
+    scan(m_gapEnd, m_text.size(), gapLength());
     m_lineGapStart = m_lineGapEnd = qsizetype(m_lineStarts.size());
+    m_lineStartsKnown = true;
 }
 
 bool PLGapBuffer::isLineStart(qsizetype location) const
@@ -127,8 +133,22 @@ void PLGapBuffer::moveLineGap(qsizetype location)
     }
 }
 
+void PLGapBuffer::replaceCharacters(qsizetype location, qsizetype length, QStringView string)
+{
+    moveGap(location, string.size() - length);
+    m_gapEnd += length;
+    if (!string.isEmpty())
+        std::memcpy(m_text.data() + m_gapStart, string.data(), size_t(string.size()) * sizeof(QChar));
+    m_gapStart += string.size();
+}
+
 void PLGapBuffer::replace(qsizetype location, qsizetype length, QStringView string)
 {
+    // Lines nobody asked about yet are found in the text as it stands when they are.
+    if (!m_lineStartsKnown) {
+        replaceCharacters(location, length, string);
+        return;
+    }
     // A line start depends on the characters on both sides of it, so the starts from the location
     // to the end of the replaced characters are found again in the new ones.
     moveLineGap(location);
@@ -136,11 +156,7 @@ void PLGapBuffer::replace(qsizetype location, qsizetype length, QStringView stri
     while (m_lineGapEnd < qsizetype(m_lineStarts.size()) && oldSize - m_lineStarts[size_t(m_lineGapEnd)] <= location + length)
         ++m_lineGapEnd;
 
-    moveGap(location, string.size() - length);
-    m_gapEnd += length;
-    if (!string.isEmpty())
-        std::memcpy(m_text.data() + m_gapStart, string.data(), size_t(string.size()) * sizeof(QChar));
-    m_gapStart += string.size();
+    replaceCharacters(location, length, string);
 
     const qsizetype last = std::min(location + string.size(), size());
     for (qsizetype p = location; p <= last; ++p) {
