@@ -4,6 +4,9 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <charconv>
+#include <iterator>
+
 namespace {
 constexpr qsizetype kFlushBytes = 64 * 1024;
 
@@ -149,7 +152,10 @@ void PLCliJsonWriter::string(QStringView text)
 void PLCliJsonWriter::number(qint64 number)
 {
     beginValue();
-    m_bytes.append(QByteArray::number(number));
+    // Written in place: a node's type and sub-type are two of these for every node of an outline.
+    char digits[24];
+    const auto written = std::to_chars(std::begin(digits), std::end(digits), number);
+    m_bytes.append(digits, qsizetype(written.ptr - digits));
 }
 
 void PLCliJsonWriter::boolean(bool flag)

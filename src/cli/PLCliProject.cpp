@@ -39,12 +39,17 @@ void writeOutline(PLCliJsonWriter &writer, const std::shared_ptr<PLOutlineNode> 
     writer.beginObject();
     writer.key(u"children");
     writer.beginArray();
-    const bool cycle = path.contains(node.get());
+    // Only an include closes a loop, and it always leads to a file's root: the other nodes of a
+    // file form a tree, so only roots need looking up.
+    const bool root = node->type() == PLOutlineNode::FileRoot;
+    const bool cycle = root && path.contains(node.get());
     if (!cycle) {
-        path.insert(node.get());
+        if (root)
+            path.insert(node.get());
         for (const auto &child : node->children())
             writeOutline(writer, child, withContent, path);
-        path.remove(node.get());
+        if (root)
+            path.remove(node.get());
     }
     writer.endArray();
     if (withContent) {

@@ -4,7 +4,13 @@
 
 #include <QCoreApplication>
 
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+
+#include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 void printHelp()
@@ -21,10 +27,35 @@ void printHelp()
     const QByteArray bytes = text.toLocal8Bit();
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
+
+// A project's texts and outline are many small blocks that live until the command ends, and
+// first touching each page of them cost a third of opening one. The heap is therefore reserved up
+// front in large pages, where the system offers them, and freed memory is kept for reuse instead
+// of being handed back. Only address space is reserved: pages count once they are used.
+void reserveHeapInLargePages()
+{
+    constexpr int reserve = 1 << 30;
+    constexpr uintptr_t largePage = uintptr_t(2) << 20;
+    // Blocks up to the largest threshold the allocator takes, most files' texts, come from the
+    // heap too rather than from a mapping of their own each.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, -1);
+    mallopt(M_TOP_PAD, reserve);
+    const uintptr_t start = uintptr_t(sbrk(0));
+    // Larger than what is left at the top of the heap, so the heap grows by the whole reserve.
+    void *volatile grown = malloc(mallinfo2().keepcost + 4096);
+    free(grown);
+    mallopt(M_TOP_PAD, 128 << 10);
+    const uintptr_t end = uintptr_t(sbrk(0));
+    const uintptr_t from = (start + largePage - 1) & ~(largePage - 1);
+    if (end > from + largePage)
+        madvise(reinterpret_cast<void *>(from), end - from, MADV_HUGEPAGE);
+}
 }
 
 int main(int argc, char *argv[])
 {
+    reserveHeapInLargePages();
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("plumeo-cli"));
     QCoreApplication::setApplicationVersion(QStringLiteral(PLUMEO_VERSION));

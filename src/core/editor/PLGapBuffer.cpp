@@ -13,21 +13,28 @@ qsizetype slackFor(qsizetype size)
 }
 }
 
-PLGapBuffer::PLGapBuffer(QStringView text)
-    : m_text(text.utf16(), text.utf16() + text.size()), m_gapStart(text.size()), m_gapEnd(text.size())
+PLGapBuffer::PLGapBuffer(QString text) : m_text(std::move(text)), m_gapStart(m_text.size()), m_gapEnd(m_text.size())
 {
-    // Read straight from the text, which has no gap yet: opening a project indexes every file.
-    m_lineStarts.push_back(0);
-    const char16_t *const units = text.utf16();
-    for (qsizetype p = 0; p < text.size(); ++p) {
-        // Most characters lie between the terminators.
-        if (units[p] > u'\r' && units[p] < 0x85)
-            continue;
-        const QChar c(units[p]);
-        if (PLStringLineCalculations::isLineTerminator(c) && !(c == u'\r' && p + 1 < text.size() && units[p + 1] == u'\n'))
-            m_lineStarts.push_back(p + 1);
-    }
+}
+
+void PLGapBuffer::findLineStarts() const
+{
+    m_lineStarts.assign(1, 0);
+    const QChar *const units = m_text.constData();
+    // The characters in front of the gap, then those behind it, each at its place in the text.
+    const auto scan = [&](qsizetype from, qsizetype to, qsizetype shift) {
+        for (qsizetype i = from; i < to; ++i) {
+            // Most characters lie between the terminators.
+            if (units[i].unicode() > u'\r' && units[i].unicode() < 0x85)
+                continue;
+            if (isLineStart(i - shift + 1))
+                m_lineStarts.push_back(i - shift + 1);
+        }
+    };
+    scan(0, m_gapStart, 0);
+    scan(m_gapEnd, m_text.size(), gapLength());
     m_lineGapStart = m_lineGapEnd = qsizetype(m_lineStarts.size());
+    m_lineStartsKnown = true;
 }
 
 bool PLGapBuffer::isLineStart(qsizetype location) const
@@ -47,16 +54,16 @@ QString PLGapBuffer::mid(qsizetype location, qsizetype length) const
     if (length == 0)
         return QString();
     QString result(length, Qt::Uninitialized);
-    char16_t *out = reinterpret_cast<char16_t *>(result.data());
+    QChar *out = result.data();
     const qsizetype front = std::clamp<qsizetype>(m_gapStart - location, 0, length);
-    std::memcpy(out, m_text.data() + location, size_t(front) * sizeof(char16_t));
-    std::memcpy(out + front, m_text.data() + location + front + gapLength(), size_t(length - front) * sizeof(char16_t));
+    std::memcpy(out, m_text.constData() + location, size_t(front) * sizeof(QChar));
+    std::memcpy(out + front, m_text.constData() + location + front + gapLength(), size_t(length - front) * sizeof(QChar));
     return result;
 }
 
 QString PLGapBuffer::toString() const
 {
-    return mid(0, size());
+    return gapLength() == 0 ? m_text : mid(0, size());
 }
 
 qsizetype PLGapBuffer::lineForLocation(qsizetype location) const
@@ -79,24 +86,33 @@ void PLGapBuffer::moveGap(qsizetype location, qsizetype needed)
     if (gapLength() < needed) {
         const qsizetype length = size();
         const qsizetype gap = needed + slackFor(length);
-        std::vector<char16_t> grown(size_t(length + gap));
-        for (qsizetype i = 0; i < location; ++i)
-            grown[size_t(i)] = m_text[size_t(i < m_gapStart ? i : i + gapLength())];
-        for (qsizetype i = location; i < length; ++i)
-            grown[size_t(i + gap)] = m_text[size_t(i < m_gapStart ? i : i + gapLength())];
+        QString grown(length + gap, Qt::Uninitialized);
+        QChar *out = grown.data();
+        const QChar *in = m_text.constData();
+        // Before the location, then after it, each side read around the old gap.
+        const auto copy = [&](qsizetype from, qsizetype to, qsizetype at) {
+            const qsizetype front = std::clamp<qsizetype>(m_gapStart, from, to);
+            std::memcpy(out + at, in + from, size_t(front - from) * sizeof(QChar));
+            std::memcpy(out + at + front - from, in + front + gapLength(), size_t(to - front) * sizeof(QChar));
+        };
+        copy(0, location, 0);
+        copy(location, length, location + gap);
         m_text = std::move(grown);
         m_gapStart = location;
         m_gapEnd = location + gap;
         return;
     }
+    if (location == m_gapStart)
+        return;
+    QChar *text = m_text.data();
     if (location < m_gapStart) {
         const qsizetype moved = m_gapStart - location;
-        std::memmove(m_text.data() + m_gapEnd - moved, m_text.data() + location, size_t(moved) * sizeof(char16_t));
+        std::memmove(text + m_gapEnd - moved, text + location, size_t(moved) * sizeof(QChar));
         m_gapStart -= moved;
         m_gapEnd -= moved;
-    } else if (location > m_gapStart) {
+    } else {
         const qsizetype moved = location - m_gapStart;
-        std::memmove(m_text.data() + m_gapStart, m_text.data() + m_gapEnd, size_t(moved) * sizeof(char16_t));
+        std::memmove(text + m_gapStart, text + m_gapEnd, size_t(moved) * sizeof(QChar));
         m_gapStart += moved;
         m_gapEnd += moved;
     }
@@ -117,8 +133,22 @@ void PLGapBuffer::moveLineGap(qsizetype location)
     }
 }
 
+void PLGapBuffer::replaceCharacters(qsizetype location, qsizetype length, QStringView string)
+{
+    moveGap(location, string.size() - length);
+    m_gapEnd += length;
+    if (!string.isEmpty())
+        std::memcpy(m_text.data() + m_gapStart, string.data(), size_t(string.size()) * sizeof(QChar));
+    m_gapStart += string.size();
+}
+
 void PLGapBuffer::replace(qsizetype location, qsizetype length, QStringView string)
 {
+    // Lines nobody asked about yet are found in the text as it stands when they are.
+    if (!m_lineStartsKnown) {
+        replaceCharacters(location, length, string);
+        return;
+    }
     // A line start depends on the characters on both sides of it, so the starts from the location
     // to the end of the replaced characters are found again in the new ones.
     moveLineGap(location);
@@ -126,10 +156,7 @@ void PLGapBuffer::replace(qsizetype location, qsizetype length, QStringView stri
     while (m_lineGapEnd < qsizetype(m_lineStarts.size()) && oldSize - m_lineStarts[size_t(m_lineGapEnd)] <= location + length)
         ++m_lineGapEnd;
 
-    moveGap(location, string.size() - length);
-    m_gapEnd += length;
-    std::copy(string.utf16(), string.utf16() + string.size(), m_text.begin() + m_gapStart);
-    m_gapStart += string.size();
+    replaceCharacters(location, length, string);
 
     const qsizetype last = std::min(location + string.size(), size());
     for (qsizetype p = location; p <= last; ++p) {

@@ -46,16 +46,14 @@ namespace PLBracedCommandScan {
 PLRange firstBracedCommand(const QString &string, PLRange range, std::initializer_list<QStringView> names, bool star,
                            bool argumentOnly)
 {
-    const qsizetype end = std::min(range.location + range.length, string.size());
-    for (qsizetype i = std::max<qsizetype>(range.location, 0); i < end;) {
-        if (string.at(i) != u'\\') {
-            ++i;
-            continue;
-        }
+    const qsizetype end = std::clamp<qsizetype>(range.location + range.length, 0, string.size());
+    // Backslashes are found by the vectorised character search: most of a text lies between them.
+    const QStringView text = QStringView(string).first(end);
+    for (qsizetype i = text.indexOf(u'\\', std::max<qsizetype>(range.location, 0)); i >= 0;) {
         const auto [argument, stop] = readBracedCommand(string, i, end, names, star);
         if (argument.isFound())
             return argumentOnly ? argument : PLRange{i, stop - i};
-        i = stop == i ? i + 1 : stop;
+        i = text.indexOf(u'\\', stop == i ? i + 1 : stop);
     }
     return PLNotFoundRange;
 }

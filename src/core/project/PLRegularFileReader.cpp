@@ -64,9 +64,11 @@ Result read(const QString &path)
         result.failure = QStringLiteral("“%1” is not a regular file (a device, a pipe or a socket) and is not read.").arg(name);
         return result;
     }
-    // Read one byte past the limit, so that a file still growing is refused rather than cut.
+    // Room for one byte more than the file holds: the read that finds its end then needs no larger
+    // copy, and a file still growing is seen. Reading goes on to one byte past the limit, so such a
+    // file is refused rather than cut.
     QByteArray bytes;
-    bytes.resize(qsizetype(info.st_size));
+    bytes.resize(qsizetype(info.st_size) + 1);
     qsizetype filled = 0;
     for (;;) {
         if (filled == bytes.size()) {

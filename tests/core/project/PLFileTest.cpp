@@ -106,6 +106,25 @@ TEST_F(PLFileTest, unreadablePathsOpenEmptyAndNeverBreakTheParse)
     EXPECT_EQ(outlineText(binary->outlineRootNode()), binary->content());
 }
 
+// Sizes around the reader's first buffer, which holds one byte more than the file, and its growth.
+TEST_F(PLFileTest, regularFilesAreReadWholeWhateverTheirSize)
+{
+    for (const qsizetype size : {0, 1, 4095, 4096, 4097, 70001}) {
+        SCOPED_TRACE(size);
+        QByteArray bytes(size, Qt::Uninitialized);
+        for (qsizetype i = 0; i < size; ++i)
+            bytes[i] = char(' ' + i % 90);
+        const QString name = path(QStringLiteral("sized%1.tex").arg(size));
+        writeFile(name, bytes);
+        const PLRegularFileReader::Result read = PLRegularFileReader::read(name);
+        ASSERT_TRUE(read.bytes);
+        EXPECT_EQ(*read.bytes, bytes);
+        EXPECT_EQ(read.state.size, size);
+        EXPECT_EQ(read.state.digest, PLFileDiskState::digestOf(bytes));
+        EXPECT_EQ(open(name)->content(), QString::fromLatin1(bytes));
+    }
+}
+
 // A Latin-1 file opened with the UTF-8 setting was written back as UTF-8 at the first save, so
 // every accented letter changed on disk. It goes back in the encoding it was decoded with.
 TEST_F(PLFileTest, aFileReadInTheFallbackEncodingIsSavedBackByteForByte)
