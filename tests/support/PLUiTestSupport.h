@@ -2,6 +2,7 @@
 
 #include "core/document/PLDocument.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/foundation/PLError.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -145,6 +146,17 @@ protected:
     PLMainAreaViewController *mainArea() const { return windowController->splitViewController()->mainAreaViewController(); }
     PLSplitViewContentViewController *pane(int index = 0) const { return editor->splitViewContentControllerAtIndex(index); }
     PLTextView *textView(int index = 0) const { return pane(index)->textContentView(); }
+    QAction *menuItem(PLAction action, int tag = -1) const { return PLTest::menuItem(window, action, tag); }
+    bool isEnabled(PLAction action, int tag = -1) const
+    {
+        return PLResponderChain::validateMenuItem(window, action, menuItem(action, tag));
+    }
+    // The typesetting job's finish notification, for the document or another.
+    void postJobFinished(QObject *ofDocument)
+    {
+        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
+    }
 
     Project project;
     PLDocumentController documents;

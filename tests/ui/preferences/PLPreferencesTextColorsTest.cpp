@@ -4,12 +4,8 @@
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "PLUiTestSupport.h"
 
-#include <QCheckBox>
-#include <QHeaderView>
 #include <QPushButton>
 #include <QSettings>
-#include <QStandardItemModel>
-#include <QTreeView>
 
 namespace {
 
@@ -55,26 +51,6 @@ protected:
     std::unique_ptr<PLPreferencesWindowController> preferences;
     PLPreferencesTextColorsViewController *colors = nullptr;
 };
-
-// Every row of both groups has a foreground and a background well, each bound to its own setting.
-TEST_F(TextColorsPane, EveryRowHasTwoWellsBoundToItsSettings)
-{
-    const QAbstractItemModel *model = colors->syntaxColorsOutline()->model();
-    ASSERT_EQ(model->rowCount(), 2);
-    for (int group = 0; group < 2; ++group) {
-        EXPECT_TRUE(colors->syntaxColorsOutline()->isExpanded(model->index(group, 0)));
-        for (int row = 0; row < model->rowCount(model->index(group, 0)); ++row) {
-            const PLSyntaxHighlightingColorSetting &setting = colors->colorProperties().at(group).propertyAtIndex(row);
-            for (const auto &[column, key] : {std::pair{"foreground", setting.foreground()}, std::pair{"background", setting.background()}}) {
-                PLColorWell *well = colors->colorWellAt(group, row, QLatin1String(column));
-                ASSERT_NE(well, nullptr) << column;
-                EXPECT_EQ(well->userDefaultsKey(), key);
-                EXPECT_TRUE(well->color().has_value());
-                EXPECT_EQ(well->color(), defaults().colorForKey(key));
-            }
-        }
-    }
-}
 
 TEST_F(TextColorsPane, EveryWellStoresAtOnceAndAnnouncesItsOwnChange)
 {

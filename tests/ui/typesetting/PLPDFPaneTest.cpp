@@ -1,5 +1,4 @@
 #include "../../core/typesetting/PLTypesettingTestSupport.h"
-#include "core/foundation/PLDictionaryKeys.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"
@@ -110,13 +109,6 @@ protected:
         return false;
     }
 
-    // The job's finish notification, for this window's document or another.
-    void finishJob(QObject *ofDocument)
-    {
-        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
-                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
-    }
-
     PLSplitViewContentViewController *shownPane = nullptr;
 };
 
@@ -203,11 +195,11 @@ TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
 
     PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
     QObject otherDocument;
-    finishJob(&otherDocument);
+    postJobFinished(&otherDocument);
     EXPECT_EQ(pdfView()->document(), nullptr);
     EXPECT_NE(shownPane->noPDFFoundView(), nullptr);
 
-    finishJob(document);
+    postJobFinished(document);
     WAIT_UNTIL(pdfView()->pageCount() == 4);
     EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
@@ -236,7 +228,7 @@ TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
     else
         PLTest::writeFile(pdfPath, *replacement ? typeset(QString::fromLatin1(replacement)) : QByteArray());
     QSignalSpy changed(pdfView(), &PLPDFView::documentChanged);
-    finishJob(document);
+    postJobFinished(document);
     // Before any page of the new document is rendered, the old pages stand in: no blank flash.
     EXPECT_TRUE(showsInk());
     if (replacement && *replacement)
@@ -260,12 +252,6 @@ INSTANTIATE_TEST_SUITE_P(Replacements, PDFPaneReload,
 // Ctrl+click there brings back its file and line, also for a chapter in a subfolder.
 class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<std::tuple<const char *, const char *, int>>
 {
-protected:
-    QAction *syncItem(int tag) const { return PLTest::menuItem(window, PLAction::PerformTexSyncMenuAction, tag); }
-    bool isEnabled(int tag) const
-    {
-        return PLResponderChain::validateMenuItem(window, PLAction::PerformTexSyncMenuAction, syncItem(tag));
-    }
 };
 
 TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
@@ -286,9 +272,9 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     ASSERT_GE(lineStart, 0);
     textPane->textContentView()->setSelectedRange(PLRange{lineStart, 0});
     editor->focusOnSplitViewContentViewController(textPane);
-    EXPECT_TRUE(isEnabled(0));
-    EXPECT_FALSE(isEnabled(1));
-    syncItem(0)->trigger();
+    EXPECT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 0));
+    EXPECT_FALSE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
+    menuItem(PLAction::PerformTexSyncMenuAction, 0)->trigger();
 
     PLPDFView *view = pdfView();
     ASSERT_EQ(view->highlightedPage(), page);
@@ -313,9 +299,9 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     // The menu's way back works from the point the last click chose.
     textPane->setFile(document->mainFile());
     editor->focusOnSplitViewContentViewController(shownPane);
-    EXPECT_FALSE(isEnabled(0));
-    ASSERT_TRUE(isEnabled(1));
-    syncItem(1)->trigger();
+    EXPECT_FALSE(isEnabled(PLAction::PerformTexSyncMenuAction, 0));
+    ASSERT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
+    menuItem(PLAction::PerformTexSyncMenuAction, 1)->trigger();
     EXPECT_EQ(textPane->file(), file);
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
 }

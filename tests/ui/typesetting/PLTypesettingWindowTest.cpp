@@ -1,5 +1,4 @@
 #include "../../core/typesetting/PLTypesettingTestSupport.h"
-#include "core/foundation/PLDictionaryKeys.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
 #include "ui/typesetting/PLPdfPrinter.h"
@@ -63,8 +62,6 @@ protected:
         typeset();
         ASSERT_TRUE(QTest::qWaitFor([this] { return progress->progressValue() >= 1; }, kJobTimeout));
     }
-    QAction *menuItem(PLAction action) const { return PLTest::menuItem(window, action); }
-    bool isEnabled(PLAction action) const { return PLResponderChain::validateMenuItem(window, action, menuItem(action)); }
     void typeset() const { menuItem(PLAction::Typeset)->trigger(); }
     bool waitForFinish(int count = 1) const
     {
@@ -300,8 +297,7 @@ TEST_F(TypesettingWindow, TheErrorListReloadsForItsOwnJobKeepsItsHeightAndOpensA
     PLDocument other;
     for (QObject *of : {static_cast<QObject *>(&other), static_cast<QObject *>(document)}) {
         EXPECT_EQ(table->currentItem(), table->topLevelItem(1));
-        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
-                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(of)}});
+        postJobFinished(of);
     }
     EXPECT_EQ(table->currentItem(), nullptr);
 

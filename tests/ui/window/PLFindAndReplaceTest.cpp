@@ -118,32 +118,29 @@ TEST_F(FindBar, FindKeysWalkTheHitsBothWaysAndWrapAround)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 5}));
 }
 
-TEST_F(FindBar, NothingChangesWithoutAHitOrWhileTheBarIsHidden)
-{
-    textView()->setSelectedRange(PLRange{6, 2});
-    openBarWithString(QStringLiteral("delta"));
-    press(Qt::Key_Return);
-    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
-
-    bar->findTextField()->setText(QStringLiteral("alpha"));
-    press(Qt::Key_Escape);
-    press(Qt::Key_G, Qt::ControlModifier);
-    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
-    EXPECT_FALSE(bar->isShown());
-}
-
-TEST_F(FindBar, UseSelectionForFindFillsTheFieldWithTheSelectedText)
+// Ctrl+E fills the field with the selected text, or empties it; nothing changes without a hit or
+// while the bar is hidden.
+TEST_F(FindBar, UseSelectionFillsTheFieldAndNothingChangesWithoutAHitOrWhileHidden)
 {
     textView()->setSelectedRange(PLRange{6, 4});
     press(Qt::Key_E, Qt::ControlModifier);
     EXPECT_TRUE(bar->isShown());
     EXPECT_EQ(bar->findTextField()->text(), QStringLiteral("beta"));
     EXPECT_EQ(QApplication::focusWidget(), bar->findTextField());
-
     press(Qt::Key_Escape);
     textView()->setSelectedRange(PLRange{6, 0});
     press(Qt::Key_E, Qt::ControlModifier);
     EXPECT_EQ(bar->findTextField()->text(), QString());
+
+    textView()->setSelectedRange(PLRange{6, 2});
+    QTest::keyClicks(bar->findTextField(), QStringLiteral("delta"));
+    press(Qt::Key_Return);
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
+    bar->findTextField()->setText(QStringLiteral("alpha"));
+    press(Qt::Key_Escape);
+    press(Qt::Key_G, Qt::ControlModifier);
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{6, 2}));
+    EXPECT_FALSE(bar->isShown());
 }
 
 // Whatever the held modifiers call it, the button replaces the selection once.

@@ -19,7 +19,9 @@ protected:
     bool send(PLAction action, QAction *item = nullptr) { return PLResponderChain::sendAction(window, action, item); }
 };
 
-TEST_F(SplitPanes, FreshAccountShowsOneTextPaneAndSplittingHalvesIt)
+// A fresh account shows one text pane; splitting halves it, and closing a pane focuses the one that
+// takes its place.
+TEST_F(SplitPanes, SplittingHalvesAPaneAndClosingFocusesTheOneThatTakesItsPlace)
 {
     open();
     ASSERT_EQ(editor->splitViewCount(), 1);
@@ -39,12 +41,7 @@ TEST_F(SplitPanes, FreshAccountShowsOneTextPaneAndSplittingHalvesIt)
         EXPECT_EQ(entry.value(PLSplitViewSetupContentType).toInt(), 0);
         EXPECT_NEAR(entry.value(PLSplitViewSetupContentPercentageWidth).toDouble(), 50.0, 1.0);
     }
-}
 
-TEST_F(SplitPanes, ClosingAPaneFocusesTheOneThatTakesItsPlace)
-{
-    open();
-    pane(0)->splitView(Qt::NoModifier);
     pane(1)->splitView(Qt::NoModifier);
     ASSERT_EQ(editor->splitViewCount(), 3);
     PLSplitViewContentViewController *first = pane(0);
@@ -106,14 +103,14 @@ TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBo
 {
     open();
     // The menu items that move the focus to the left (tag 0) and to the right (tag 1).
-    QAction *left = PLTest::menuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, 0);
-    QAction *right = PLTest::menuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, 1);
+    QAction *left = menuItem(PLAction::NavigateToSplitViewMenuItemPressed, 0);
+    QAction *right = menuItem(PLAction::NavigateToSplitViewMenuItemPressed, 1);
     ASSERT_TRUE(left && right);
-    EXPECT_FALSE(PLResponderChain::validateMenuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, right));
+    EXPECT_FALSE(isEnabled(PLAction::NavigateToSplitViewMenuItemPressed, 1));
 
     pane(0)->splitView(Qt::NoModifier);
     pane(1)->splitView(Qt::NoModifier);
-    EXPECT_TRUE(PLResponderChain::validateMenuItem(window, PLAction::NavigateToSplitViewMenuItemPressed, right));
+    EXPECT_TRUE(isEnabled(PLAction::NavigateToSplitViewMenuItemPressed, 1));
     editor->focusOnSplitViewContentViewController(pane(2));
 
     EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, right));
@@ -159,10 +156,24 @@ TEST_F(SplitPanes, AStoredLayoutReopensWithItsPanesAndWidths)
     EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
 }
 
-TEST_F(SplitPanes, SidebarDividerStaysBetween150PointsAndHalfTheWindow)
+// A narrowing window takes width from the sidebar first and gives it back; the divider stays
+// between 150 points and half the window.
+TEST_F(SplitPanes, TheSidebarGivesWayToTheTextAndItsDividerStaysBetween150PointsAndHalfTheWindow)
 {
     open();
     PLDocumentSplitViewController *split = windowController->splitViewController();
+    const auto sidebarWidth = [&](int windowWidth) {
+        window->resize(windowWidth, 700);
+        QCoreApplication::processEvents();
+        return split->splitView()->sizes().at(0);
+    };
+    const int chosen = PLDocumentSplitViewController::defaultSidebarWidth;
+    EXPECT_EQ(sidebarWidth(1200), chosen);
+    EXPECT_LT(sidebarWidth(chosen + PLDocumentSplitViewController::comfortableEditorWidth - 40), chosen);
+    EXPECT_GE(split->splitView()->sizes().at(1), PLDocumentSplitViewController::comfortableEditorWidth);
+    EXPECT_EQ(sidebarWidth(500), PLDocumentSplitViewController::minimumSidebarWidth);
+    EXPECT_EQ(sidebarWidth(1200), chosen);
+
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     const int width = split->splitView()->width();
 
@@ -183,23 +194,6 @@ TEST_F(SplitPanes, SidebarDividerStaysBetween150PointsAndHalfTheWindow)
     QCoreApplication::processEvents();
     EXPECT_EQ(others.windowControllerForDocument(other)->splitViewController()->splitView()->sizes().at(0), 300);
     others.closeAllDocuments();
-}
-
-TEST_F(SplitPanes, ANarrowingWindowTakesWidthFromTheSidebarFirstAndGivesItBack)
-{
-    open();
-    PLDocumentSplitViewController *split = windowController->splitViewController();
-    const auto sidebarWidth = [&](int windowWidth) {
-        window->resize(windowWidth, 700);
-        QCoreApplication::processEvents();
-        return split->splitView()->sizes().at(0);
-    };
-    const int chosen = PLDocumentSplitViewController::defaultSidebarWidth;
-    EXPECT_EQ(sidebarWidth(1200), chosen);
-    EXPECT_LT(sidebarWidth(chosen + PLDocumentSplitViewController::comfortableEditorWidth - 40), chosen);
-    EXPECT_GE(split->splitView()->sizes().at(1), PLDocumentSplitViewController::comfortableEditorWidth);
-    EXPECT_EQ(sidebarWidth(500), PLDocumentSplitViewController::minimumSidebarWidth);
-    EXPECT_EQ(sidebarWidth(1200), chosen);
 }
 
 }
