@@ -364,8 +364,9 @@ TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
-                         ::testing::Values(std::tuple{PLPDFView::SinglePage, 1, false}, std::tuple{PLPDFView::SinglePageContinuous, 4, false},
-                                           std::tuple{PLPDFView::TwoUp, 2, true}, std::tuple{PLPDFView::TwoUpContinuous, 4, true}));
+                         ::testing::Values(std::tuple{PLPDFView::SinglePage, 1, false},
+                                           std::tuple{PLPDFView::SinglePageContinuous, 4, false}, std::tuple{PLPDFView::TwoUp, 2, true},
+                                           std::tuple{PLPDFView::TwoUpContinuous, 4, true}));
 
 // Find walks the hits in both directions, ignoring case, and wraps at either end; the fixture
 // holds "page" on pages 0, 1, 2 and 3 (the third in "fills the third page"). The find bar's

@@ -79,7 +79,8 @@ protected:
 };
 
 // A fixture, the summary and what the strip says beside it; a PDF is written when it says nothing.
-class TypesettingOutcome : public TypesettingWindow, public ::testing::WithParamInterface<std::tuple<const char *, const char *, const char *>>
+class TypesettingOutcome : public TypesettingWindow,
+                           public ::testing::WithParamInterface<std::tuple<const char *, const char *, const char *>>
 {
 };
 
@@ -109,7 +110,8 @@ TEST_P(TypesettingOutcome, TheStripShowsWhatTheJobFound)
 INSTANTIATE_TEST_SUITE_P(Fixtures, TypesettingOutcome,
                          // The engine ends with status 1 after errors: the errors say enough, the status would only
                          // repeat them. The error list's test has the subfolder project's summary.
-                         ::testing::Values(std::tuple{"clean", "", ""}, std::tuple{"missing-input", "2 errors found", "No PDF was written"}));
+                         ::testing::Values(std::tuple{"clean", "", ""},
+                                           std::tuple{"missing-input", "2 errors found", "No PDF was written"}));
 
 // An engine in an endless loop is ended from the menu, and the strip says so. Regression guard: a
 // second Ctrl+T during the job must not start a second engine, yet it still announces a start; the
@@ -191,7 +193,8 @@ TEST_F(TypesettingWindow, TypesetSavesFirstAdvisesOnTheErrorAndTheConsoleShowsTh
     EXPECT_TRUE(output().startsWith(QStringLiteral("This is pdfTeX")));
 
     PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
-    buffer->replaceCharactersInRange(PLRange{0, buffer->length()}, QStringLiteral("\\documentclass{article}\\begin{document}Fine.\\end{document}\n"));
+    buffer->replaceCharactersInRange(PLRange{0, buffer->length()},
+                                     QStringLiteral("\\documentclass{article}\\begin{document}Fine.\\end{document}\n"));
     ASSERT_TRUE(document->isDocumentEdited());
     typeset();
     EXPECT_TRUE(console->console()->toPlainText().isEmpty());
