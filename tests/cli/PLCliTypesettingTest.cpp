@@ -2,7 +2,6 @@
 #include "PLCliRunner.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
 
-#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -18,24 +17,17 @@ TEST(CliTypesetting, LogReadsACapturedOutputAsTheRootFilesDocumentWould)
 {
     const PLCliRun run = runCli({"log", documentPath(QStringLiteral("subfolder/output.txt")), "--root", "/p/main.tex"});
     ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+    // What each item holds is the parsers' own test; here the root places the files.
     ASSERT_EQ(run.at("errorsFound").toArray().size(), 1);
-    EXPECT_EQ(run.at("errorsFound.0.type").toInt(), 1);
-    EXPECT_EQ(run.at("errorsFound.0.line").toInt(), 4);
-    EXPECT_EQ(run.at("errorsFound.0.message").toString(), QStringLiteral("Undefined control sequence."));
     EXPECT_EQ(run.at("errorsFound.0.file").toString(), QStringLiteral("/p/chapters/one.tex"));
     EXPECT_EQ(run.at("warningsFound").toArray().size(), 4);
-    ASSERT_EQ(run.at("files").toArray().size(), 1);
-    EXPECT_EQ(run.at("files.0.warnings").toInt(), 4);
     EXPECT_EQ(run.at("files.0.errors").toInt(), 1);
-    EXPECT_TRUE(run.at("didFinishParsing").toBool());
 
     const PLCliRun strategies =
         runCli({"log", documentPath(QStringLiteral("missing-package/output.txt")), "--root", "/p/main.tex", "--strategies"});
     ASSERT_EQ(strategies.exitCode, 0) << strategies.standardError.toStdString();
     ASSERT_EQ(strategies.at("items").toArray().size(), 2);
     EXPECT_EQ(strategies.at("items.0.advice").toString(), QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?"));
-    EXPECT_EQ(strategies.at("items.0.line").toInt(), 3);
-    EXPECT_EQ(strategies.at("items.0.filename").toString(), QString());
     EXPECT_EQ(strategies.at("items.1.filename").toString(), QStringLiteral("./main.tex"));
 }
 
@@ -48,12 +40,9 @@ TEST(CliTypesetting, TypesetRunsTheJobAndSummarisesWhatItFound)
     const PLCliRun run = runCli({"typeset", folder + QStringLiteral("main.tex")});
     ASSERT_EQ(run.exitCode, 1) << run.standardError.toStdString();
     EXPECT_EQ(run.at("summary").toString(), QStringLiteral("1 error and 4 warnings found"));
-    EXPECT_EQ(run.at("engine").toString(), QStringLiteral("pdflatex"));
     EXPECT_EQ(run.at("launchPath").toString(), QStringLiteral("/usr/texbin/pdflatex"));
     EXPECT_EQ(run.at("fileNames").toVariant().toStringList(), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
-    EXPECT_EQ(run.at("pdfPath").toString(), folder + QStringLiteral("main.pdf"));
     EXPECT_TRUE(run.at("pdfExists").toBool());
-    EXPECT_FALSE(run.at("stopped").toBool());
     // The engine's output was streamed to standard error.
     EXPECT_TRUE(run.standardError.contains("Output written on main.pdf"));
 }
@@ -69,8 +58,6 @@ TEST(CliTypesetting, StopAfterEndsAHangingEngine)
     EXPECT_TRUE(run.standardError.endsWith("plumeo-cli: no PDF was written\n"));
     EXPECT_TRUE(run.at("stopped").toBool());
     EXPECT_TRUE(run.at("engineFailure").isNull());
-    // That the rest of the job is skipped is the drivers' own test.
-    EXPECT_EQ(run.at("runs").toArray().size(), 1);
 }
 
 TEST(CliTypesetting, SyncTexForwardAndBackAgain)
@@ -81,17 +68,13 @@ TEST(CliTypesetting, SyncTexForwardAndBackAgain)
     const QString main = folder + QStringLiteral("main.tex");
 
     const PLCliRun forward = runCli({"synctex", "forward", main, folder + QStringLiteral("chapters/one.tex"), "4", "0"});
-    ASSERT_EQ(forward.exitCode, 0) << forward.standardError.toStdString();
     // The places themselves are checked against the synctex tool with the search; here the command
     // must hand them on so that the way back lands where it started.
-    ASSERT_FALSE(forward.at("results").toArray().isEmpty()) << forward.standardOutput.toStdString();
-    EXPECT_GT(forward.at("results.0.page").toInt(), 0);
+    ASSERT_GT(forward.at("results.0.page").toInt(), 0) << forward.standardError.toStdString();
 
     const PLCliRun backward = runCli({"synctex", "backward", main, QString::number(forward.at("results.0.page").toInt()),
                                       QString::number(forward.at("results.0.h").toDouble()),
                                       QString::number(forward.at("results.0.v").toDouble())});
-    ASSERT_EQ(backward.exitCode, 0) << backward.standardError.toStdString();
-    ASSERT_FALSE(backward.at("results").toArray().isEmpty());
     EXPECT_EQ(backward.at("results.0.filePath").toString(), folder + QStringLiteral("chapters/one.tex"));
     EXPECT_EQ(backward.at("results.0.line").toInt(), 4);
 }
@@ -103,25 +86,16 @@ class CliWithStandIns : public ::testing::Test
 protected:
     void SetUp() override
     {
-        m_configHome = qgetenv("XDG_CONFIG_HOME");
-        qputenv("XDG_CONFIG_HOME", dir.filePath(QStringLiteral("config")).toLocal8Bit());
-        setSetting(PLUserDefaultsTexLocation, texFolder());
+        settings.set(PLUserDefaultsTexLocation, texFolder());
         PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")), "\\documentclass{article}\\begin{document}x\\end{document}\n");
     }
-    void TearDown() override { qputenv("XDG_CONFIG_HOME", m_configHome); }
 
-    void setSetting(const QString &key, const QVariant &value)
-    {
-        QSettings(dir.filePath(QStringLiteral("config/plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
-    }
     QString texFolder() const { return dir.filePath(QStringLiteral("texbin")); }
     void writeEngine(const QByteArray &script) { writeProgram(texFolder() + QStringLiteral("/pdflatex"), script); }
     QString mainPath() const { return dir.filePath(QStringLiteral("main.tex")); }
 
     QTemporaryDir dir;
-
-private:
-    QByteArray m_configHome;
+    const PLCliSettings settings{dir.filePath(QStringLiteral("config"))};
 };
 
 // Regression: with no TeX where the settings say, the command ended with status 1, an empty
@@ -137,19 +111,8 @@ TEST_F(CliWithStandIns, AMissingEngineIsToldInTheWordsOfTheWindowsAlert)
     EXPECT_FALSE(run.at("engineFound").toBool());
 }
 
-struct FailingEngineCase
-{
-    const char *what;
-    QByteArray script; // empty: the engine is a folder
-    const char *failure;
-};
-
-void PrintTo(const FailingEngineCase &c, std::ostream *os)
-{
-    *os << c.what;
-}
-
-class CliFailingEngine : public CliWithStandIns, public ::testing::WithParamInterface<FailingEngineCase>
+// The engine's script (none: the engine is a folder) and how its failure begins.
+class CliFailingEngine : public CliWithStandIns, public ::testing::WithParamInterface<std::pair<QByteArray, const char *>>
 {
 };
 
@@ -157,15 +120,15 @@ class CliFailingEngine : public CliWithStandIns, public ::testing::WithParamInte
 // status 0 and an empty summary.
 TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
 {
-    const FailingEngineCase &c = GetParam();
-    if (c.script.isEmpty())
+    const auto &[script, expected] = GetParam();
+    if (script.isEmpty())
         QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
     else
-        writeEngine(c.script);
+        writeEngine(script);
     const PLCliRun run = runCli({"typeset", mainPath()});
     EXPECT_EQ(run.exitCode, 1);
     const QString failure = run.at("engineFailure").toString();
-    EXPECT_TRUE(failure.startsWith(QString::fromUtf8(c.failure))) << failure.toStdString();
+    EXPECT_TRUE(failure.startsWith(QString::fromUtf8(expected))) << failure.toStdString();
     EXPECT_TRUE(run.standardError.contains(QByteArray("plumeo-cli: the engine failed: " + failure.toUtf8()))) << run.standardError.toStdString();
     EXPECT_TRUE(run.at("runs.0.failed").toBool());
     EXPECT_EQ(run.at("runs.0.description").toString(), failure);
@@ -174,9 +137,8 @@ TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
 INSTANTIATE_TEST_SUITE_P(
     Table, CliFailingEngine,
     // How each ending is worded is the runner's; here one that ran and one that could not.
-    ::testing::Values(FailingEngineCase{"file-size limit half way", "#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n",
-                                        "pdflatex was ended by signal 25"},
-                      FailingEngineCase{"a folder", QByteArray(), "could not run "}));
+    ::testing::Values(std::pair{QByteArray("#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n"), "pdflatex was ended by signal 25"},
+                      std::pair{QByteArray(), "could not run "}));
 
 // Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
 TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)

@@ -4,7 +4,9 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QDir>
 #include <QProcess>
+#include <QSettings>
 #include <QString>
 #include <QStringList>
 
@@ -18,6 +20,26 @@ inline QJsonValue jsonAt(QJsonValue value, const char *path)
     }
     return value;
 }
+
+// A settings store of its own, in the folder, for the commands run while it lives: they read the
+// same store as the application.
+class PLCliSettings
+{
+public:
+    explicit PLCliSettings(const QString &folder) : m_folder(folder), m_previous(qgetenv("XDG_CONFIG_HOME"))
+    {
+        qputenv("XDG_CONFIG_HOME", folder.toLocal8Bit());
+    }
+    ~PLCliSettings() { qputenv("XDG_CONFIG_HOME", m_previous); }
+    void set(const QString &key, const QVariant &value) const
+    {
+        QSettings(QDir(m_folder).filePath(QStringLiteral("plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
+    }
+
+private:
+    QString m_folder;
+    QByteArray m_previous;
+};
 
 // Runs the plumeo-cli binary the way a script would and keeps what it printed.
 struct PLCliRun

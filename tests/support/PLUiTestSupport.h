@@ -2,6 +2,7 @@
 
 #include "core/document/PLDocument.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "core/foundation/PLDictionaryKeys.h"
 #include "core/foundation/PLError.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/foundation/PLUserDefaults.h"
@@ -25,7 +26,6 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
-#include <QDirIterator>
 #include <QMainWindow>
 #include <QMenu>
 #include <QMenuBar>
@@ -44,18 +44,6 @@
 // Helpers of the widget tests.
 namespace PLTest {
 
-// Copies a typesetting fixture document's sources, not its captured outputs, into the folder.
-inline void copyFixture(const QString &name, const QString &folder)
-{
-    const QString source = dataPath(QStringLiteral("typesetting/documents/") + name);
-    QDirIterator it(source, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        if (!path.endsWith(QStringLiteral(".txt")))
-            writeFile(QDir(folder).filePath(QDir(source).relativeFilePath(path)), readFile(path));
-    }
-}
-
 // A project in a temporary folder, written file by file.
 class Project
 {
@@ -72,19 +60,17 @@ private:
 };
 
 // Answers the next message box with the button, as the user would: from inside the box's own
-// event loop. Records the box's text and informative text.
-inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *text = nullptr, QString *informativeText = nullptr)
+// event loop. Records the box's text.
+inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *text = nullptr)
 {
     auto *timer = new QTimer(qApp);
     timer->setInterval(5);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, button, text, informativeText] {
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, button, text] {
         auto *box = qobject_cast<QMessageBox *>(QApplication::activeModalWidget());
         if (!box || !box->isVisible())
             return;
         if (text)
             *text = box->text();
-        if (informativeText)
-            *informativeText = box->informativeText();
         timer->stop();
         timer->deleteLater();
         box->button(button)->click();
@@ -158,6 +144,18 @@ protected:
 
     PLMainAreaViewController *mainArea() const { return windowController->splitViewController()->mainAreaViewController(); }
     PLSplitViewContentViewController *pane(int index = 0) const { return editor->splitViewContentControllerAtIndex(index); }
+    PLTextView *textView(int index = 0) const { return pane(index)->textContentView(); }
+    QAction *menuItem(PLAction action, int tag = -1) const { return PLTest::menuItem(window, action, tag); }
+    bool isEnabled(PLAction action, int tag = -1) const
+    {
+        return PLResponderChain::validateMenuItem(window, action, menuItem(action, tag));
+    }
+    // The typesetting job's finish notification, for the document or another.
+    void postJobFinished(QObject *ofDocument)
+    {
+        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
+                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
+    }
 
     Project project;
     PLDocumentController documents;
@@ -167,20 +165,29 @@ protected:
     PLSplitViewController *editor = nullptr;
 };
 
-// The application launched on a project of one file, whose window controller it gives.
-class LaunchedApplicationTest : public ::testing::Test
+// The application with fresh settings; its projects are closed, unsaved changes thrown away, after
+// the test.
+class ApplicationTest : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        resetSettings();
-        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
-        controller = application.documentController()->windowControllers().constFirst();
-    }
+    void SetUp() override { resetSettings(); }
     void TearDown() override { closeDiscardingChanges(*application.documentController()); }
 
     Project project;
     PLApplicationController application;
+};
+
+// The application launched on a project of one file, whose window controller it gives.
+class LaunchedApplicationTest : public ApplicationTest
+{
+protected:
+    void SetUp() override
+    {
+        ApplicationTest::SetUp();
+        application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
+        controller = application.documentController()->windowControllers().constFirst();
+    }
+
     PLDocumentWindowController *controller = nullptr;
 };
 

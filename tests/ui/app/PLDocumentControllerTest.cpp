@@ -7,22 +7,15 @@
 
 namespace {
 
-class DocumentController : public ::testing::Test
+// Projects opened in windows that are not shown; the fixture's own members hold the last one.
+class DocumentController : public PLTest::ProjectWindowTest
 {
 protected:
-    void SetUp() override { PLTest::resetSettings(); }
-    void TearDown() override { PLTest::closeDiscardingChanges(documents); }
-
     PLDocument *open(const QString &path)
     {
-        PLError error;
-        PLDocument *document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
-        EXPECT_NE(document, nullptr) << error.message.toStdString();
+        openWindow(path, QSize(900, 500), false);
         return document;
     }
-
-    PLTest::Project project;
-    PLDocumentController documents;
 };
 
 TEST_F(DocumentController, RecentProjectsAreMostRecentFirstWithoutRepeatsAndBounded)
@@ -36,9 +29,6 @@ TEST_F(DocumentController, RecentProjectsAreMostRecentFirstWithoutRepeatsAndBoun
     EXPECT_EQ(recent.at(0).toLocalFile(), QStringLiteral("/p/5.tex"));
     EXPECT_EQ(recent.at(1).toLocalFile(), QStringLiteral("/p/11.tex"));
     EXPECT_EQ(recent.count(QUrl::fromLocalFile(QStringLiteral("/p/5.tex"))), 1);
-
-    documents.clearRecentDocuments();
-    EXPECT_TRUE(documents.recentDocumentURLs().isEmpty());
 }
 
 TEST_F(DocumentController, OneWindowPerProjectAndOneFileObjectPerPath)
@@ -49,7 +39,6 @@ TEST_F(DocumentController, OneWindowPerProjectAndOneFileObjectPerPath)
 
     PLDocument *a = open(first);
     EXPECT_EQ(open(project.path(QStringLiteral("./first.tex"))), a);
-    EXPECT_EQ(documents.documents().size(), 1);
     EXPECT_EQ(documents.recentDocumentURLs().constFirst().toLocalFile(), first);
 
     PLDocument *b = open(second);
@@ -65,37 +54,30 @@ TEST_F(DocumentController, OneWindowPerProjectAndOneFileObjectPerPath)
     EXPECT_EQ(commonOfB->content(), QStringLiteral("\\section{Shared}\n"));
 }
 
-struct PromptCase
-{
-    QMessageBox::StandardButton answer;
-    bool closes;
-    const char *onDisk;
-};
-
-class UnsavedChanges : public DocumentController, public ::testing::WithParamInterface<PromptCase>
+// The answer, whether the window closes and what the file then holds.
+class UnsavedChanges : public DocumentController,
+                       public ::testing::WithParamInterface<std::tuple<QMessageBox::StandardButton, bool, const char *>>
 {
 };
 
 TEST_P(UnsavedChanges, ClosingAnEditedProjectAsksFirst)
 {
+    const auto [answer, closes, onDisk] = GetParam();
     const QString path = project.write(QStringLiteral("main.tex"), QStringLiteral("Draft.\n"));
-    PLDocument *document = open(path);
-    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
-    document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("New "));
-    EXPECT_TRUE(controller->window()->isWindowModified());
-
+    open(path)->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("New "));
+    EXPECT_TRUE(window->isWindowModified());
     QString question;
-    PLTest::answerNextMessageBox(GetParam().answer, &question);
-    EXPECT_EQ(controller->close(), GetParam().closes);
+    PLTest::answerNextMessageBox(answer, &question);
+    EXPECT_EQ(windowController->close(), closes);
     EXPECT_TRUE(question.contains(QStringLiteral("main.tex")));
-    EXPECT_EQ(documents.documents().isEmpty(), GetParam().closes);
-    EXPECT_EQ(PLTest::readFile(path), QByteArray(GetParam().onDisk));
+    EXPECT_EQ(documents.documents().isEmpty(), closes);
+    EXPECT_EQ(PLTest::readFile(path), QByteArray(onDisk));
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, UnsavedChanges,
-                         ::testing::Values(PromptCase{QMessageBox::Cancel, false, "Draft.\n"},
-                                           PromptCase{QMessageBox::Discard, true, "Draft.\n"},
-                                           PromptCase{QMessageBox::Save, true, "New Draft.\n"}));
+                         ::testing::Values(std::tuple{QMessageBox::Cancel, false, "Draft.\n"},
+                                           std::tuple{QMessageBox::Discard, true, "Draft.\n"},
+                                           std::tuple{QMessageBox::Save, true, "New Draft.\n"}));
 
 TEST_F(DocumentController, QuittingStopsAtTheFirstProjectTheUserKeeps)
 {
@@ -111,11 +93,9 @@ TEST_F(DocumentController, QuittingStopsAtTheFirstProjectTheUserKeeps)
 TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesActive)
 {
     const QString chapter = project.write(QStringLiteral("chapter.tex"), QStringLiteral("\\section{Old}\n"));
-    PLDocument *document = open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
-    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
-    PLSplitViewController *editor = controller->splitViewController()->mainAreaViewController()->editorSplitViewController();
+    open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
     const auto file = document->mainFile()->filesInDocument().constFirst();
-    editor->splitViewContentControllerAtIndex(0)->setFile(file);
+    pane()->setFile(file);
 
     project.write(QStringLiteral("chapter.tex"), QStringLiteral("\\section{New}\n"));
     QFile changed(chapter);
@@ -123,11 +103,10 @@ TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesAct
     ASSERT_TRUE(changed.setFileTime(QDateTime::currentDateTime().addSecs(60), QFileDevice::FileModificationTime));
     changed.close();
     QEvent activation(QEvent::WindowActivate);
-    QApplication::sendEvent(controller->window(), &activation);
-
+    QApplication::sendEvent(window, &activation);
     EXPECT_EQ(file->content(), QStringLiteral("\\section{New}\n"));
-    EXPECT_EQ(editor->splitViewContentControllerAtIndex(0)->textContentView()->toPlainText(), QStringLiteral("\\section{New}\n"));
-    PLDocumentOutlineItemModel *outline = controller->splitViewController()->sideBarViewController()->dataSource();
+    EXPECT_EQ(textView()->toPlainText(), QStringLiteral("\\section{New}\n"));
+    PLDocumentOutlineItemModel *outline = windowController->splitViewController()->sideBarViewController()->dataSource();
     const QModelIndex included = outline->index(0, 0, outline->index(0, 0));
     EXPECT_EQ(outline->index(0, 0, included).data().toString(), QStringLiteral("New"));
 }
@@ -137,34 +116,29 @@ TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesAct
 TEST_F(DocumentController, SavingOverAFileChangedOnDiskAsksOverwriteReloadOrCancel)
 {
     const QString chapter = project.write(QStringLiteral("chapter.tex"), QStringLiteral("mine\n"));
-    PLDocument *document = open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
-    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
+    open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
     const auto file = document->mainFile()->filesInDocument().constFirst();
     file->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("more "));
     project.write(QStringLiteral("chapter.tex"), QStringLiteral("theirs\n"));
 
     QString question;
     PLTest::answerNextMessageBox(QMessageBox::Discard, &question);
-    EXPECT_TRUE(controller->saveDocument());
+    EXPECT_TRUE(windowController->saveDocument());
     EXPECT_TRUE(question.contains(QStringLiteral("chapter.tex")));
     EXPECT_EQ(file->content(), QStringLiteral("theirs\n"));
     EXPECT_EQ(PLTest::readFile(chapter), QByteArray("theirs\n"));
-    EXPECT_FALSE(controller->window()->isWindowModified());
+    EXPECT_FALSE(window->isWindowModified());
 }
 
 TEST_F(DocumentController, SaveAsMovesEveryPaneToTheNewMainFile)
 {
-    PLDocument *document = open(project.write(QStringLiteral("draft.tex"), QStringLiteral("\\section{Kept}\n")));
-    PLDocumentWindowController *controller = documents.windowControllerForDocument(document);
-    PLSplitViewController *editor = controller->splitViewController()->mainAreaViewController()->editorSplitViewController();
-    editor->splitViewContentControllerAtIndex(0)->splitView(Qt::NoModifier);
-
+    open(project.write(QStringLiteral("draft.tex"), QStringLiteral("\\section{Kept}\n")));
+    pane()->splitView(Qt::NoModifier);
     const QString newPath = project.path(QStringLiteral("final.tex"));
     ASSERT_TRUE(document->saveDocumentAs(newPath));
     for (PLSplitViewContentViewController *pane : editor->contentViewControllers())
         EXPECT_EQ(pane->file()->stringPath(), newPath);
     EXPECT_EQ(PLTest::readFile(newPath), QByteArray("\\section{Kept}\n"));
-    EXPECT_TRUE(controller->window()->windowTitle().startsWith(QStringLiteral("final.tex")));
 }
 
 }

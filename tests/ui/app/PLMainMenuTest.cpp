@@ -29,31 +29,11 @@ protected:
     QList<QMenu *> menus;
 };
 
-TEST_F(MainMenu, HasTheUsualMenusWithLaterFeaturesPresentButDisabled)
+// An open menu enables what the window can do; the typesetting, pane and sync items have their
+// windows' tests.
+TEST_F(MainMenu, OpenMenusEnableWhatTheWindowCanDoAndClosedOnesLeaveShortcutsLive)
 {
-    QStringList titles;
-    for (QMenu *menu : menus)
-        titles << menu->title().remove(u'&');
-    EXPECT_EQ(titles, (QStringList{QStringLiteral("File"), QStringLiteral("Edit"), QStringLiteral("View"),
-                                   QStringLiteral("Typeset"), QStringLiteral("Window"), QStringLiteral("Help")}));
-
-    EXPECT_EQ(shown(0), (QStringList{QStringLiteral("New"), QStringLiteral("Open…"), QStringLiteral("Open Recent"),
-                                     QStringLiteral("Open Quickly…"), QStringLiteral("Save"), QStringLiteral("Save As…"),
-                                     QStringLiteral("Export PDF…"), QStringLiteral("Print…"), QStringLiteral("Close"),
-                                     QStringLiteral("Quit")}));
     EXPECT_FALSE(shown(1).contains(QStringLiteral("Find and Replace… -")));
-    // No job runs: Typeset is offered, Stop is not.
-    EXPECT_EQ(shown(3), (QStringList{QStringLiteral("Typeset"), QStringLiteral("Stop Typesetting -"),
-                                     QStringLiteral("Show Console"), QStringLiteral("Show Errors and Warnings"),
-                                     // The focused pane shows text: the way to the PDF is offered, the way back is not.
-                                     QStringLiteral("Show in PDF"), QStringLiteral("Show in Source -"),
-                                     QStringLiteral("Remove Typesetting By-products")}));
-    // With one pane there is nowhere to move the focus, and no pane to close.
-    const QStringList view = shown(2);
-    EXPECT_TRUE(view.contains(QStringLiteral("Next Pane -")));
-    EXPECT_TRUE(view.contains(QStringLiteral("Close Pane -")));
-    EXPECT_TRUE(view.contains(QStringLiteral("Split Pane")));
-
     // Plain X11 desktops have no standard keys for these two.
     QMap<PLAction, QKeySequence> keys;
     for (QMenu *menu : std::as_const(menus))

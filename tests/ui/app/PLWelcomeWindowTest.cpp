@@ -6,12 +6,9 @@
 
 namespace {
 
-class WelcomeWindow : public ::testing::Test
+class WelcomeWindow : public PLTest::ApplicationTest
 {
 protected:
-    void SetUp() override { PLTest::resetSettings(); }
-    void TearDown() override { PLTest::closeDiscardingChanges(*application.documentController()); }
-
     PLWelcomeWindowMainViewController *launch(const QStringList &files = {})
     {
         application.applicationDidFinishLaunching(files);
@@ -20,9 +17,6 @@ protected:
     }
 
     bool welcomeIsShown() { return application.welcomeWindowController()->window()->isVisible(); }
-
-    PLTest::Project project;
-    PLApplicationController application;
 };
 
 TEST_F(WelcomeWindow, LaunchingWithNothingToOpenShowsItAndNoUntitledProject)

@@ -26,41 +26,33 @@ protected:
     PLTextView *view = nullptr;
 };
 
-struct ListCase
-{
-    const char *name;
-    QString text;
-    std::vector<qsizetype> indices;
-    int digits;
-    int pixelSize = 40;
-};
-
-class RulerLines : public Ruler, public ::testing::WithParamInterface<ListCase>
+// A text, its line starts, the digits its widest number needs and the label font's pixel size: a
+// large font makes every digit count show in the width, a tiny one the least width.
+class RulerLines : public Ruler, public ::testing::WithParamInterface<std::tuple<const char *, std::vector<qsizetype>, int, int>>
 {
 };
 
-// A large label font makes every digit count show in the width; a tiny one the least width.
 TEST_P(RulerLines, ListsEveryLineAndIsAsWideAsTheLineCountNeeds)
 {
-    PLLineNumbersRulerView *ruler = showRuler(GetParam().text);
-    QFont large = ruler->font();
-    large.setPixelSize(GetParam().pixelSize);
-    ruler->setFont(large);
-    EXPECT_EQ(ruler->lineIndices(), GetParam().indices);
-    EXPECT_EQ(ruler->requiredThickness(), expectedThickness(large, GetParam().digits));
+    const auto &[text, indices, digits, pixelSize] = GetParam();
+    PLLineNumbersRulerView *ruler = showRuler(QString::fromLatin1(text));
+    QFont font = ruler->font();
+    font.setPixelSize(pixelSize);
+    ruler->setFont(font);
+    EXPECT_EQ(ruler->lineIndices(), indices);
+    EXPECT_EQ(ruler->requiredThickness(), expectedThickness(font, digits));
     QCoreApplication::processEvents();
-    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, GetParam().digits));
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(font, digits));
     EXPECT_EQ(ruler->width(), int(ruler->ruleThickness()));
     EXPECT_EQ(view->viewport()->x(), ruler->width());
 }
 
+using Lines = std::vector<qsizetype>;
 INSTANTIATE_TEST_SUITE_P(Texts, RulerLines,
-                         ::testing::Values(ListCase{"empty", QString(), {0}, 1},
-                                           ListCase{"trailingNewline", QStringLiteral("a\n"), {0, 2}, 1},
-                                           ListCase{"nineEntries", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n"), {0, 2, 4, 6, 8, 10, 12, 14, 16}, 1},
-                                           ListCase{"tenEntries", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n9\n"), {0, 2, 4, 6, 8, 10, 12, 14, 16, 18}, 2},
-                                           ListCase{"neverNarrowerThan22Pixels", QStringLiteral("one line"), {0}, 1, 6}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         ::testing::Values(std::tuple{"", Lines{0}, 1, 40}, std::tuple{"a\n", Lines{0, 2}, 1, 40},
+                                           std::tuple{"1\n2\n3\n4\n5\n6\n7\n8\n", Lines{0, 2, 4, 6, 8, 10, 12, 14, 16}, 1, 40},
+                                           std::tuple{"1\n2\n3\n4\n5\n6\n7\n8\n9\n", Lines{0, 2, 4, 6, 8, 10, 12, 14, 16, 18}, 2, 40},
+                                           std::tuple{"one line", Lines{0}, 1, 6}));
 
 TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
 {

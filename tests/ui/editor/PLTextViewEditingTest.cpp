@@ -6,150 +6,103 @@ namespace {
 
 using PLTest::EditorTest;
 
-struct PairCase
-{
-    const char *name;
-    QString typed;
-    QString text;
-    qsizetype caret;
-};
-
-using TextViewPairs = PLTest::EditorTestWithParam<PairCase>;
+// Typed text, the text it makes of "ab" typed at 1, and where the caret lands.
+using TextViewPairs = PLTest::EditorTestWithParam<std::tuple<const char *, const char *, qsizetype>>;
 
 TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
 {
+    const auto [typed, text, caret] = GetParam();
     PLTextView *view = showText(QStringLiteral("ab"));
     view->setSelectedRange(PLRange{1, 0});
-
-    QTest::keyClicks(view, GetParam().typed);
-    EXPECT_EQ(view->contentBuffer()->string(), GetParam().text);
-    EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret, 0}));
+    QTest::keyClicks(view, QString::fromLatin1(typed));
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(text));
+    EXPECT_EQ(view->selectedRange(), (PLRange{caret, 0}));
     EXPECT_EQ(view->file()->selectedRange(), view->selectedRange());
     QTest::keyClick(view, Qt::Key_Right);
-    EXPECT_EQ(view->selectedRange(), (PLRange{GetParam().caret + 1, 0}));
+    EXPECT_EQ(view->selectedRange(), (PLRange{caret + 1, 0}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Typed, TextViewPairs,
-                         ::testing::Values(PairCase{"parenthesis", QStringLiteral("("), QStringLiteral("a()b"), 2},
-                                           PairCase{"quote", QStringLiteral("\""), QStringLiteral("a``\"b"), 3},
-                                           PairCase{"closingIsNotPaired", QStringLiteral(")"), QStringLiteral("a)b"), 2}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         ::testing::Values(std::tuple{"(", "a()b", 2}, std::tuple{"\"", "a``\"b", 3}, std::tuple{")", "a)b", 2}));
 
-struct FormatCase
-{
-    const char *name;
-    PLAction action;
-    QString command;
-};
-
-using TextViewFormatting = PLTest::EditorTestWithParam<FormatCase>;
+using TextViewFormatting = PLTest::EditorTestWithParam<std::pair<PLAction, const char *>>;
 
 TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
 {
     PLTextView *view = showText(QStringLiteral("say word now"));
-    const QString command = GetParam().command;
-
+    const auto [action, name] = GetParam();
+    const QString command = QString::fromLatin1(name);
     view->setSelectedRange(PLRange{4, 4});
-    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
     EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
     EXPECT_EQ(view->selectedRange(), (PLRange{4 + command.size() + 6, 0}));
 
     view->setSelectedRange(PLRange{0, 0});
-    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
     EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
     EXPECT_EQ(view->selectedRange(), (PLRange{command.size() + 1, 0}));
     // Typing goes between the braces; applying the command again nests it.
     QTest::keyClicks(view, QStringLiteral("x"));
     view->setSelectedRange(PLRange{command.size() + 1, 1});
-    ASSERT_TRUE(PLResponderChain::sendAction(&window, GetParam().action, nullptr));
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
     EXPECT_TRUE(view->contentBuffer()->string().startsWith(QStringLiteral("%1{%1{x}}").arg(command)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Commands, TextViewFormatting,
-                         ::testing::Values(FormatCase{"bold", PLAction::ToggleBold, QStringLiteral("\\textbf")},
-                                           FormatCase{"italic", PLAction::ToggleItalic, QStringLiteral("\\textit")},
-                                           FormatCase{"underline", PLAction::ToggleUnderline, QStringLiteral("\\underline")}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         ::testing::Values(std::pair{PLAction::ToggleBold, "\\textbf"}, std::pair{PLAction::ToggleItalic, "\\textit"},
+                                           std::pair{PLAction::ToggleUnderline, "\\underline"}));
 
-struct CommentCase
-{
-    const char *name;
-    QString text;
-    PLRange selection;
-    QString toggled;
-};
-
-using TextViewComments = PLTest::EditorTestWithParam<CommentCase>;
+// A text, the selection and the text after the toggle.
+using TextViewComments = PLTest::EditorTestWithParam<std::tuple<const char *, PLRange, const char *>>;
 
 TEST_P(TextViewComments, EachLineTogglesByItselfAndOneUndoRevertsThemAll)
 {
-    PLTextView *view = showText(GetParam().text);
-    view->setSelectedRange(GetParam().selection);
-
+    const auto [text, selection, toggled] = GetParam();
+    PLTextView *view = showText(QString::fromLatin1(text));
+    view->setSelectedRange(selection);
     ASSERT_TRUE(PLResponderChain::sendAction(&window, PLAction::ToggleCommentOfCurrentLine, nullptr));
-    EXPECT_EQ(view->contentBuffer()->string(), GetParam().toggled);
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(toggled));
     view->contentBuffer()->undoManager()->undo();
-    EXPECT_EQ(view->contentBuffer()->string(), GetParam().text);
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(text));
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Lines, TextViewComments,
-    ::testing::Values(
-        CommentCase{"mixedSelection", QStringLiteral("first\n  %second\nthird\n"), PLRange{2, 15}, QStringLiteral("%first\n  second\n%third\n")},
-        CommentCase{"onlyOnePercentGoes", QStringLiteral("%%x"), PLRange{1, 0}, QStringLiteral("%x")},
-        CommentCase{"emptyLine", QStringLiteral("a\n\nb"), PLRange{2, 0}, QStringLiteral("a\n%\nb")},
-        CommentCase{"emptyLastLine", QStringLiteral("a\n"), PLRange{2, 0}, QStringLiteral("a\n%")},
-        CommentCase{"blankLineAtColumnZero", QStringLiteral("\t \n"), PLRange{1, 0}, QStringLiteral("%\t \n")},
-        CommentCase{"indentedLineAtColumnZero", QStringLiteral("\t\\item x"), PLRange{3, 0}, QStringLiteral("%\t\\item x")},
-        CommentCase{"selectionEndingAtALineStart", QStringLiteral("a\nb\nc"), PLRange{0, 2}, QStringLiteral("%a\nb\nc")},
-        CommentCase{"windowsLineEnds", QStringLiteral("a\r\n%b\r\nc"), PLRange{0, 8}, QStringLiteral("%a\r\nb\r\n%c")}),
-    [](const auto &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Lines, TextViewComments,
+                         ::testing::Values(std::tuple{"first\n  %second\nthird\n", PLRange{2, 15}, "%first\n  second\n%third\n"},
+                                           std::tuple{"%%x", PLRange{1, 0}, "%x"}, std::tuple{"a\n\nb", PLRange{2, 0}, "a\n%\nb"},
+                                           std::tuple{"a\n", PLRange{2, 0}, "a\n%"}, std::tuple{"\t\\item x", PLRange{3, 0}, "%\t\\item x"},
+                                           std::tuple{"a\nb\nc", PLRange{0, 2}, "%a\nb\nc"},
+                                           std::tuple{"a\r\n%b\r\nc", PLRange{0, 8}, "%a\r\nb\r\n%c"}));
 
-struct IndentCase
-{
-    const char *name;
-    QString text;
-    PLRange selection;
-    Qt::Key key;
-    QString shifted;
-    PLRange shiftedSelection;
-};
-
-using TextViewIndent = PLTest::EditorTestWithParam<IndentCase>;
+// A text, the selection, the key, the text after it and the selection after it.
+using TextViewIndent = PLTest::EditorTestWithParam<std::tuple<const char *, PLRange, Qt::Key, const char *, PLRange>>;
 
 TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
 {
-    const IndentCase &shift = GetParam();
-    PLTextView *view = showText(shift.text);
-    view->setSelectedRange(shift.selection);
-
-    QTest::keyClick(view, shift.key, shift.key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
-    EXPECT_EQ(view->contentBuffer()->string(), shift.shifted);
-    EXPECT_EQ(view->selectedRange(), shift.shiftedSelection);
+    const auto [before, selection, key, after, selectionAfter] = GetParam();
+    const QString text = QString::fromLatin1(before);
+    PLTextView *view = showText(text);
+    view->setSelectedRange(selection);
+    QTest::keyClick(view, key, key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(after));
+    EXPECT_EQ(view->selectedRange(), selectionAfter);
     // A key that changed nothing leaves no empty step to undo.
     PLUndoManager *history = view->contentBuffer()->undoManager();
-    EXPECT_EQ(history->count(), shift.shifted == shift.text ? 0 : 1);
+    EXPECT_EQ(history->count(), text == QString::fromLatin1(after) ? 0 : 1);
     history->undo();
-    EXPECT_EQ(view->contentBuffer()->string(), shift.text);
+    EXPECT_EQ(view->contentBuffer()->string(), text);
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Selections, TextViewIndent,
-    ::testing::Values(
-        IndentCase{"twoLines", QStringLiteral("a\nb\nc"), PLRange{0, 3}, Qt::Key_Tab, QStringLiteral("\ta\n\tb\nc"), PLRange{0, 5}},
-        IndentCase{"partOfTwoLines", QStringLiteral("ab\ncd"), PLRange{1, 3}, Qt::Key_Tab, QStringLiteral("\tab\n\tcd"), PLRange{2, 4}},
-        IndentCase{"endAtALineStartLeavesThatLine", QStringLiteral("a\nb\nc"), PLRange{0, 4}, Qt::Key_Tab,
-                   QStringLiteral("\ta\n\tb\nc"), PLRange{0, 6}},
-        IndentCase{"emptyLinesStayEmpty", QStringLiteral("a\n\nb"), PLRange{0, 4}, Qt::Key_Tab, QStringLiteral("\ta\n\n\tb"), PLRange{0, 6}},
-        IndentCase{"windowsLineEnds", QStringLiteral("a\r\nb\r\nc"), PLRange{0, 4}, Qt::Key_Tab, QStringLiteral("\ta\r\n\tb\r\nc"),
-                   PLRange{0, 6}},
-        IndentCase{"withinOneLineTypesATab", QStringLiteral("ab\nc"), PLRange{0, 1}, Qt::Key_Tab, QStringLiteral("\tb\nc"), PLRange{1, 0}},
-        IndentCase{"outdentATabOrFourSpaces", QStringLiteral("\t\ta\n      b\nc"), PLRange{2, 9}, Qt::Key_Backtab,
-                   QStringLiteral("\ta\n  b\nc"), PLRange{1, 5}},
-        IndentCase{"outdentTheCaretLine", QStringLiteral("x\n\ty"), PLRange{3, 0}, Qt::Key_Backtab, QStringLiteral("x\ny"), PLRange{2, 0}},
-        IndentCase{"outdentWithNothingToTake", QStringLiteral("a\nb"), PLRange{0, 3}, Qt::Key_Backtab, QStringLiteral("a\nb"),
-                   PLRange{0, 3}}),
-    [](const auto &info) { return std::string(info.param.name); });
+    ::testing::Values(std::tuple{"a\nb\nc", PLRange{0, 3}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 5}},
+                      std::tuple{"ab\ncd", PLRange{1, 3}, Qt::Key_Tab, "\tab\n\tcd", PLRange{2, 4}},
+                      std::tuple{"a\nb\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 6}},
+                      std::tuple{"a\n\nb", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\n\tb", PLRange{0, 6}},
+                      std::tuple{"a\r\nb\r\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\r\n\tb\r\nc", PLRange{0, 6}},
+                      std::tuple{"ab\nc", PLRange{0, 1}, Qt::Key_Tab, "\tb\nc", PLRange{1, 0}},
+                      std::tuple{"\t\ta\n      b\nc", PLRange{2, 9}, Qt::Key_Backtab, "\ta\n  b\nc", PLRange{1, 5}},
+                      std::tuple{"x\n\ty", PLRange{3, 0}, Qt::Key_Backtab, "x\ny", PLRange{2, 0}},
+                      std::tuple{"a\nb", PLRange{0, 3}, Qt::Key_Backtab, "a\nb", PLRange{0, 3}}));
 
 TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByTogglingAgain)
 {

@@ -18,7 +18,8 @@ protected:
     }
 };
 
-TEST_F(Band, CoversTheRowOfTheCaretAcrossTheView)
+// The band covers the caret's row across the view and lets clicks through to the text.
+TEST_F(Band, CoversTheRowOfTheCaretAndLetsClicksThrough)
 {
     PLTextView *view = showText(QStringLiteral("first\nsecond\nthird"));
     view->setSelectedRange(PLRange{8, 0});
@@ -29,6 +30,13 @@ TEST_F(Band, CoversTheRowOfTheCaretAcrossTheView)
     // The caret at the very end of a last line that has text stays on that line.
     view->setSelectedRange(PLRange{18, 0});
     EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 17));
+
+    QTextCursor cursor(view->document());
+    cursor.setPosition(15);
+    const QPoint onBand(view->cursorRect(cursor).center().x(), view->lineHightlightView()->geometry().center().y());
+    ASSERT_EQ(view->viewport()->childAt(onBand), nullptr);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, onBand);
+    EXPECT_EQ(view->selectedRange(), (PLRange{15, 0}));
 }
 
 TEST_F(Band, FollowsTheTextWhenTheViewScrollsOrResizes)
@@ -46,25 +54,28 @@ TEST_F(Band, FollowsTheTextWhenTheViewScrollsOrResizes)
     EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, view->selectedRange().location));
 }
 
+// On an empty last line the band sits sixteen pixels below the last row; in an empty text it is
+// sixteen pixels high on the first row.
 TEST_F(Band, OnAnEmptyLastLineItIsSixteenPixelsHighOneBandBelowTheLastRow)
 {
-    PLTextView *view = showText(QStringLiteral("a\nb\n"));
-    view->setSelectedRange(PLRange{4, 0});
-    EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 3).translated(0, 16));
-
-    PLTextView *windows = makeView(open(QStringLiteral("a\r\nb\r\n"), QStringLiteral("windows.tex")));
-    window.layout()->addWidget(windows);
-    QCoreApplication::processEvents();
-    windows->setFocus();
-    windows->setSelectedRange(PLRange{6, 0});
-    EXPECT_EQ(windows->lineHightlightView()->geometry(), rowOf(windows, 3).translated(0, 16));
-
-    PLTextView *empty = makeView(open(QString(), QStringLiteral("empty.tex")));
-    window.layout()->addWidget(empty);
-    QCoreApplication::processEvents();
-    empty->setFocus();
-    empty->updateLineHighlightPosition();
-    EXPECT_EQ(empty->lineHightlightView()->geometry(), QRect(0, rowOf(empty, 0).top(), empty->viewport()->width(), 16));
+    // A text, the caret at its end, the row the band is below and how far.
+    const std::tuple<QString, qsizetype, qsizetype, int> cases[] = {
+        {QStringLiteral("a\nb\n"), 4, 3, 16}, {QStringLiteral("a\r\nb\r\n"), 6, 3, 16}, {QString(), 0, 0, 0}};
+    QList<PLTextView *> views;
+    for (const auto &[text, end, row, below] : cases)
+        views << makeView(open(text, QStringLiteral("%1.tex").arg(views.size())));
+    show({views[0], views[1], views[2]});
+    for (qsizetype i = 0; i < views.size(); ++i) {
+        const auto &[text, end, row, below] = cases[i];
+        PLTextView *view = views[i];
+        view->setFocus();
+        view->setSelectedRange(PLRange{end, 0});
+        view->updateLineHighlightPosition();
+        QRect expected = rowOf(view, row).translated(0, below);
+        if (text.isEmpty())
+            expected.setHeight(16);
+        EXPECT_EQ(view->lineHightlightView()->geometry(), expected) << i;
+    }
 }
 
 TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
@@ -90,19 +101,6 @@ TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
     EXPECT_NEAR(middle.blueF(), 0.8, 0.02);
     EXPECT_NEAR(edge.greenF(), 0.2, 0.02);
     EXPECT_NEAR(edge.redF(), 0.0, 0.02);
-}
-
-TEST_F(Band, ClicksGoThroughToTheText)
-{
-    PLTextView *view = showText(QStringLiteral("first line\nsecond line\n"));
-    view->setSelectedRange(PLRange{3, 0});
-    const QRect band = view->lineHightlightView()->geometry();
-    QTextCursor cursor(view->document());
-    cursor.setPosition(7);
-    const QPoint onBand(view->cursorRect(cursor).center().x(), band.center().y());
-    ASSERT_EQ(view->viewport()->childAt(onBand), nullptr);
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, onBand);
-    EXPECT_EQ(view->selectedRange(), (PLRange{7, 0}));
 }
 
 }

@@ -5,12 +5,8 @@
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "PLUiTestSupport.h"
 
-#include <QCheckBox>
-#include <QHeaderView>
 #include <QPushButton>
 #include <QSettings>
-#include <QStandardItemModel>
-#include <QTreeView>
 
 namespace {
 
@@ -40,88 +36,36 @@ public:
     QStringList names;
 };
 
-class TextColorsPane : public ::testing::Test
+class TextColorsPane : public PLTest::ProjectWindowTest
 {
 protected:
     void SetUp() override
     {
-        PLTest::resetSettings();
+        ProjectWindowTest::SetUp();
         preferences = std::make_unique<PLPreferencesWindowController>();
         preferences->window();
-        pane = qobject_cast<PLPreferencesTextColorsViewController *>(
+        colors = qobject_cast<PLPreferencesTextColorsViewController *>(
             preferences->viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierTextColor));
-        ASSERT_NE(pane, nullptr);
+        ASSERT_NE(colors, nullptr);
     }
 
     std::unique_ptr<PLPreferencesWindowController> preferences;
-    PLPreferencesTextColorsViewController *pane = nullptr;
+    PLPreferencesTextColorsViewController *colors = nullptr;
 };
-
-TEST_F(TextColorsPane, ShowsTheGroupsAndRowsEachRowWithTwoBoundWells)
-{
-    QTreeView *outline = pane->syntaxColorsOutline();
-    const QAbstractItemModel *model = outline->model();
-    const char *expected[] = {"LaTeX|\\part, \\chapter, \\section, \\subsection ...|Functions (\\begin etc.)|Commented areas|$|[] {} ()",
-                              "BIB|@article, @unpublished, @incollection ...|key = value"};
-    ASSERT_EQ(model->rowCount(), 2);
-    EXPECT_EQ(model->columnCount(), 3);
-    for (int group = 0; group < 2; ++group) {
-        const QModelIndex groupIndex = model->index(group, 0);
-        QStringList titles = {groupIndex.data().toString()};
-        EXPECT_TRUE(outline->isExpanded(groupIndex));
-        for (int column : {1, 2}) {
-            EXPECT_EQ(model->index(group, column).data().toString(), QString());
-            EXPECT_EQ(outline->indexWidget(model->index(group, column)), nullptr);
-        }
-        for (int row = 0; row < model->rowCount(groupIndex); ++row) {
-            titles << model->index(row, 0, groupIndex).data().toString();
-            const PLSyntaxHighlightingColorSetting &setting = pane->colorProperties().at(group).propertyAtIndex(row);
-            for (const auto &[column, key] : {std::pair{"foreground", setting.foreground()}, std::pair{"background", setting.background()}}) {
-                PLColorWell *well = pane->colorWellAt(group, row, QLatin1String(column));
-                ASSERT_NE(well, nullptr) << column;
-                EXPECT_EQ(well->userDefaultsKey(), key);
-                EXPECT_TRUE(well->color().has_value());
-                EXPECT_EQ(well->color(), defaults().colorForKey(key));
-            }
-        }
-        EXPECT_EQ(titles.join(u'|'), QString::fromLatin1(expected[group]));
-    }
-
-    const struct
-    {
-        PLColorWell *well;
-        const QString &key;
-    } singles[] = {{pane->backgroundColor(), PLUserDefaultsEditorBackgroundColor},
-                   {pane->textColor(), PLUserDefaultsEditorColorText},
-                   {pane->lineHighlightBackground(), PLUserDefaultsEditorColorLineHighlighter},
-                   {pane->lineHighlightBorder(), PLUserDefaultsEditorColorLineHighlighterBorders}};
-    for (const auto &[well, key] : singles) {
-        EXPECT_EQ(well->userDefaultsKey(), key);
-        EXPECT_EQ(well->color(), defaults().colorForKey(key));
-    }
-    EXPECT_TRUE(pane->syntaxHighlightingEnabledCheckbox()->isChecked());
-}
 
 TEST_F(TextColorsPane, EveryWellStoresAtOnceAndAnnouncesItsOwnChange)
 {
     const PLColor colour = PLColor::rgb(0.1, 0.2, 0.3, 0.4);
-    const struct
-    {
-        const char *name;
-        PLColorWell *well;
-        const QString &notification;
-    } cases[] = {
-        {"background", pane->backgroundColor(), PLNotificationEditorBackgroundColorDidChange},
-        {"text", pane->textColor(), PLNotificationEditorTextStyleDidChange},
-        {"line highlight", pane->lineHighlightBackground(), PLNotificationEditorLineHighlightColorDidChange},
-        // The border is part of the line highlight, not of the text style.
-        {"line highlight border", pane->lineHighlightBorder(), PLNotificationEditorLineHighlightColorDidChange},
-        {"comments", pane->colorWellAt(0, 2, QStringLiteral("foreground")), PLNotificationEditorTextStyleDidChange},
-        {"bibliography keys background", pane->colorWellAt(1, 1, QStringLiteral("background")),
-         PLNotificationEditorTextStyleDidChange},
-    };
-    for (const auto &[name, well, notification] : cases) {
-        SCOPED_TRACE(name);
+    // The border is part of the line highlight, not of the text style.
+    const std::pair<PLColorWell *, QString> cases[] = {
+        {colors->backgroundColor(), PLNotificationEditorBackgroundColorDidChange},
+        {colors->textColor(), PLNotificationEditorTextStyleDidChange},
+        {colors->lineHighlightBackground(), PLNotificationEditorLineHighlightColorDidChange},
+        {colors->lineHighlightBorder(), PLNotificationEditorLineHighlightColorDidChange},
+        {colors->colorWellAt(0, 2, QStringLiteral("foreground")), PLNotificationEditorTextStyleDidChange},
+        {colors->colorWellAt(1, 1, QStringLiteral("background")), PLNotificationEditorTextStyleDidChange}};
+    for (const auto &[well, notification] : cases) {
+        SCOPED_TRACE(well->userDefaultsKey().toStdString());
         const std::optional<PLColor> before = defaults().colorForKey(well->userDefaultsKey());
         {
             // No colour is never stored, but is still announced.
@@ -139,17 +83,12 @@ TEST_F(TextColorsPane, EveryWellStoresAtOnceAndAnnouncesItsOwnChange)
 
 TEST_F(TextColorsPane, APickedCommentColourRecoloursTheCommentsOfEveryOpenFileAtOnce)
 {
-    PLTest::Project project;
-    PLDocumentController documents;
-    QList<PLDocument *> opened;
+    QList<PLTextView *> views;
     for (const QString &name : {QStringLiteral("one.tex"), QStringLiteral("two.tex")}) {
-        const QString path = project.write(name, QStringLiteral("Text % a comment\n\\section{A}\n"));
-        PLError error;
-        opened << documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
-        ASSERT_NE(opened.last(), nullptr) << error.message.toStdString();
+        openWindow(project.write(name, QStringLiteral("Text % a comment\n\\section{A}\n")), QSize(900, 500), false);
+        views << textView();
     }
-
-    PLColorWell *comments = pane->colorWellAt(0, 2, QStringLiteral("foreground"));
+    PLColorWell *comments = colors->colorWellAt(0, 2, QStringLiteral("foreground"));
     QTest::mouseClick(comments, Qt::LeftButton);
     QColorDialog *dialog = comments->colorDialog();
     ASSERT_NE(dialog, nullptr);
@@ -158,18 +97,13 @@ TEST_F(TextColorsPane, APickedCommentColourRecoloursTheCommentsOfEveryOpenFileAt
     dialog->setCurrentColor(picked);
     dialog->accept();
     EXPECT_EQ(PLQColor(*onDisk(PLUserDefaultsEditorColorCommentedAreas)), picked);
-
-    for (PLDocument *document : opened) {
-        const PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
+    for (const PLTextView *view : views) {
+        const PLTextContentBuffer *buffer = view->contentBuffer();
         const qsizetype comment = buffer->string().indexOf(u'%') + 3;
         EXPECT_EQ(PLQColor(*buffer->attributesAtIndex(comment).foregroundColor()), picked);
         EXPECT_NE(PLQColor(*buffer->attributesAtIndex(0).foregroundColor()), picked);
-        const PLTextView *view = documents.windowControllerForDocument(document)
-                                     ->splitViewController()->mainAreaViewController()->editorSplitViewController()
-                                     ->splitViewContentControllerAtIndex(0)->textContentView();
         EXPECT_EQ(PLTest::shownColour(*view, comment), picked);
     }
-    PLTest::closeDiscardingChanges(documents);
 }
 
 TEST_F(TextColorsPane, ResetWritesTheResetColoursAndShowsThemInEveryWell)
@@ -178,7 +112,7 @@ TEST_F(TextColorsPane, ResetWritesTheResetColoursAndShowsThemInEveryWell)
     for (const QString &key : {PLUserDefaultsEditorColorCommentedAreas, PLUserDefaultsEditorBackgroundColor,
                                PLUserDefaultsEditorColorBIBKeyBackground, PLUserDefaultsEditorColorLineHighlighterBorders})
         defaults().setColor(green, key);
-    pane->reloadColorWells();
+    colors->reloadColorWells();
     PLPreferencesWindowController another;
     another.window();
     auto *shown = qobject_cast<PLPreferencesTextColorsViewController *>(
@@ -191,26 +125,19 @@ TEST_F(TextColorsPane, ResetWritesTheResetColoursAndShowsThemInEveryWell)
                                                     PLNotificationEditorLineHighlightColorDidChange,
                                                     PLNotificationEditorTextStyleDidChange}));
 
-    const struct
-    {
-        const QString &key;
-        PLColor color;
-    } resetColours[] = {
+    const std::pair<QString, PLColor> resetColours[] = {
         {PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
         {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},
         {PLUserDefaultsEditorColorBIBKeyBackground, PLColor::rgb(1.0, 1.0, 1.0, 0.0)},
         {PLUserDefaultsEditorColorLineHighlighterBorders, PLColor::white(0.0, 1.0)},
         {PLUserDefaultsEditorColorStructureDividersBackground, PLColor::rgb(0.77, 0.102, 0.086, 0.1)},
-        {PLUserDefaultsEditorColorLineHighlighter, PLColor::rgb(0.286, 0.121, 0.808, 1.0)},
-    };
+        {PLUserDefaultsEditorColorLineHighlighter, PLColor::rgb(0.286, 0.121, 0.808, 1.0)}};
     for (const auto &[key, color] : resetColours) {
         EXPECT_EQ(onDisk(key), color) << key.toStdString();
         EXPECT_EQ(defaults().colorForKey(key), color) << key.toStdString();
     }
-    EXPECT_EQ(shown->colorWellAt(0, 2, QStringLiteral("foreground"))->color(), resetColours[0].color);
-    EXPECT_EQ(shown->colorWellAt(1, 1, QStringLiteral("background"))->color(), resetColours[2].color);
-    EXPECT_EQ(shown->backgroundColor()->color(), resetColours[1].color);
-    EXPECT_EQ(shown->lineHighlightBorder()->color(), resetColours[3].color);
+    EXPECT_EQ(shown->colorWellAt(0, 2, QStringLiteral("foreground"))->color(), resetColours[0].second);
+    EXPECT_EQ(shown->colorWellAt(1, 1, QStringLiteral("background"))->color(), resetColours[2].second);
 }
 
 }

@@ -1,4 +1,4 @@
-#include "core/foundation/PLDictionaryKeys.h"
+#include "../../core/typesetting/PLTypesettingTestSupport.h"
 #include "ui/typesetting/PLNoPDFFoundView.h"
 #include "core/latex/PLOutlineNode.h"
 #include "ui/typesetting/PLPDFView.h"
@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QPainter>
 #include <QPdfDocument>
-#include <QProcess>
 #include <QScrollBar>
 #include <QSignalSpy>
 
@@ -47,14 +46,10 @@ protected:
         const QString target = folder.filePath(name);
         if (!QFileInfo::exists(target)) {
             if (const QString source = generatedSource(name); source.isEmpty())
-                PLTest::copyFixture(name, target);
+                PLTypesettingTest::copyDocument(name, target);
             else
                 PLTest::writeFile(target + QStringLiteral("/main.tex"), source.toUtf8());
-            QProcess engine;
-            engine.setWorkingDirectory(target);
-            engine.start(QStringLiteral("/usr/texbin/pdflatex"),
-                         {QStringLiteral("-synctex=1"), QStringLiteral("-interaction=nonstopmode"), QStringLiteral("main")});
-            engine.waitForFinished(120000);
+            PLTypesettingTest::typeset(target);
         }
         return target;
     }
@@ -68,17 +63,11 @@ protected:
     // switched to the PDF.
     void open(bool withPdf)
     {
-        writeProject(withPdf);
-        openAt(project.path(QStringLiteral("main.tex")));
-    }
-
-    void writeProject(bool withPdf)
-    {
-        project.write(QStringLiteral("main.tex"), QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("main.tex"))));
-        project.write(QStringLiteral("chapters/third.tex"),
-                      QString::fromUtf8(typeset(QStringLiteral("pages"), QStringLiteral("chapters/third.tex"))));
+        for (const QString &file : {QStringLiteral("main.tex"), QStringLiteral("chapters/third.tex")})
+            PLTest::writeFile(project.path(file), typeset(QStringLiteral("pages"), file));
         if (withPdf)
             PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
+        openAt(project.path(QStringLiteral("main.tex")));
     }
 
     void openAt(const QString &mainPath)
@@ -97,6 +86,15 @@ protected:
     }
 
     PLPDFView *pdfView() const { return shownPane->pdfView(); }
+    QRect visibleArea() const { return QRect(pdfView()->scrollOrigin(), pdfView()->viewport()->size()); }
+
+    // Where a point of the page is in the viewport.
+    QPoint viewportPoint(int page, const QPointF &point) const
+    {
+        const qreal scale = pdfView()->pageRect(page).width() / pdfView()->document()->pagePointSize(page).width();
+        return pdfView()->pageRect(page).topLeft() + (pdfView()->pageToDrawn(page).map(point) * scale).toPoint()
+               - pdfView()->scrollOrigin();
+    }
 
     // True when the PDF view shows some dark pixel: text drawn, not blank pages.
     bool showsInk() const
@@ -111,24 +109,17 @@ protected:
         return false;
     }
 
-    // The job's finish notification, for this window's document or another.
-    void finishJob(QObject *ofDocument)
-    {
-        PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
-                                                   {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
-    }
-
     PLSplitViewContentViewController *shownPane = nullptr;
 };
 
-TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
+// Zooms by keys and Ctrl+wheel render at the new size.
+TEST_F(PDFPane, AnExistingPdfIsShownAtOnceRenderedOffTheUiThreadAndZoomed)
 {
     open(true);
     ASSERT_NE(pdfView()->document(), nullptr);
     EXPECT_EQ(pdfView()->pageCount(), 4);
     EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
-    EXPECT_EQ(shownPane->titleTextField()->text(), QStringLiteral("main.pdf"));
     WAIT_UNTIL(pdfView()->isPageRendered(0));
     // Pages far below the viewport are not rendered before they are scrolled near.
     EXPECT_FALSE(pdfView()->isPageRendered(3));
@@ -141,6 +132,26 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceAndRenderedOffTheUiThread)
     EXPECT_NEAR(qreal(landscape.width()) / landscape.height(), 11.0 / 8.5, 0.01);
     EXPECT_LT(qreal(portrait.width()) / portrait.height(), 1.0);
     EXPECT_NEAR(landscape.center().x(), portrait.center().x(), 1);
+
+    pdfView()->goToPage(0);
+    pdfView()->setFocus();
+    QTest::keyClick(pdfView(), Qt::Key_Plus, Qt::ControlModifier);
+    EXPECT_GT(pdfView()->pageRect(0).width(), portrait.width());
+    WAIT_UNTIL(pdfView()->isPageRendered(0));
+    QTest::keyClick(pdfView(), Qt::Key_0, Qt::ControlModifier);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), portrait.size());
+    QTest::keyClick(pdfView(), Qt::Key_Minus, Qt::ControlModifier);
+    EXPECT_LT(pdfView()->pageRect(0).width(), portrait.width());
+    const QPointF centre = pdfView()->viewport()->rect().center();
+    QWheelEvent wheel(centre, pdfView()->viewport()->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
+                      Qt::ControlModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(pdfView()->viewport(), &wheel);
+    EXPECT_EQ(pdfView()->pageRect(0).size(), portrait.size());
+    WAIT_UNTIL(pdfView()->isPageRendered(0));
+    // The widest page, the landscape one, fills the width.
+    pdfView()->zoomToFitWidth();
+    EXPECT_NEAR(pdfView()->pageRect(3).width(), pdfView()->viewport()->width() - 16, 2);
+    EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
 }
 
 // Pages are drawn from images of the screen's own pixels: what the view shows equals a rendering
@@ -184,26 +195,19 @@ TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
 
     PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
     QObject otherDocument;
-    finishJob(&otherDocument);
+    postJobFinished(&otherDocument);
     EXPECT_EQ(pdfView()->document(), nullptr);
     EXPECT_NE(shownPane->noPDFFoundView(), nullptr);
 
-    finishJob(document);
+    postJobFinished(document);
     WAIT_UNTIL(pdfView()->pageCount() == 4);
     EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(pdfView()->isVisibleTo(window));
 }
 
-struct ReloadCase
-{
-    const char *name;
-    // The file the next job leaves: "pages", "clean", "" for an empty file, nullptr for none.
-    const char *replacement;
-    int pageCount;
-    bool originClamped;
-};
-
-class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<ReloadCase>
+// The file the next job leaves ("pages", "clean", "" for an empty file, nullptr for none), the
+// pages then shown and whether the origin is clamped.
+class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<std::tuple<const char *, int, bool>>
 {
 };
 
@@ -211,7 +215,7 @@ class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<Reloa
 // PDF leaves the previous document on screen with its rendered pages.
 TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
 {
-    const ReloadCase &reload = GetParam();
+    const auto [replacement, pageCount, originClamped] = GetParam();
     open(true);
     pdfView()->setScrollOrigin(pdfView()->pageRect(2).topLeft());
     WAIT_UNTIL(pdfView()->isPageRendered(2));
@@ -219,143 +223,92 @@ TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
     QPdfDocument *shown = pdfView()->document();
 
     const QString pdfPath = project.path(QStringLiteral("main.pdf"));
-    if (!reload.replacement)
+    if (!replacement)
         QFile::remove(pdfPath);
     else
-        PLTest::writeFile(pdfPath, *reload.replacement ? typeset(QString::fromLatin1(reload.replacement)) : QByteArray());
+        PLTest::writeFile(pdfPath, *replacement ? typeset(QString::fromLatin1(replacement)) : QByteArray());
     QSignalSpy changed(pdfView(), &PLPDFView::documentChanged);
-    finishJob(document);
+    postJobFinished(document);
     // Before any page of the new document is rendered, the old pages stand in: no blank flash.
     EXPECT_TRUE(showsInk());
-    if (reload.replacement && *reload.replacement)
+    if (replacement && *replacement)
         WAIT_UNTIL(changed.count() == 1);
     else
         EXPECT_EQ(pdfView()->document(), shown);
-
-    EXPECT_EQ(pdfView()->pageCount(), reload.pageCount);
+    EXPECT_EQ(pdfView()->pageCount(), pageCount);
     EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
-    if (reload.originClamped)
+    if (originClamped)
         EXPECT_EQ(pdfView()->verticalScrollBar()->value(), pdfView()->verticalScrollBar()->maximum());
     else
         EXPECT_EQ(pdfView()->scrollOrigin(), origin);
-    WAIT_UNTIL(pdfView()->isPageRendered(reload.pageCount - 1));
+    WAIT_UNTIL(pdfView()->isPageRendered(pageCount - 1));
 }
 
 INSTANTIATE_TEST_SUITE_P(Replacements, PDFPaneReload,
-                         ::testing::Values(ReloadCase{"SamePdfAgain", "pages", 4, false},
-                                           ReloadCase{"ShorterPdf", "clean", 1, true},
-                                           ReloadCase{"EmptyFile", "", 4, false},
-                                           ReloadCase{"DeletedFile", nullptr, 4, false}),
-                         [](const auto &info) { return std::string(info.param.name); });
+                         ::testing::Values(std::tuple{"pages", 4, false}, std::tuple{"clean", 1, true}, std::tuple{"", 4, false},
+                                           std::tuple{static_cast<const char *>(nullptr), 4, false}));
 
-TEST_F(PDFPane, ZoomsByKeysAndCtrlWheelAndRendersAtTheNewSize)
+// The PDF pane beside a text pane: the source line's text is found on its page (0-based), and a
+// Ctrl+click there brings back its file and line, also for a chapter in a subfolder.
+class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<std::tuple<const char *, const char *, int>>
 {
-    open(true);
-    const QSize actual = pdfView()->pageRect(0).size();
-    pdfView()->setFocus();
-    QTest::keyClick(pdfView(), Qt::Key_Plus, Qt::ControlModifier);
-    EXPECT_GT(pdfView()->pageRect(0).width(), actual.width());
-    WAIT_UNTIL(pdfView()->isPageRendered(0));
-    QTest::keyClick(pdfView(), Qt::Key_0, Qt::ControlModifier);
-    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
-    QTest::keyClick(pdfView(), Qt::Key_Minus, Qt::ControlModifier);
-    EXPECT_LT(pdfView()->pageRect(0).width(), actual.width());
-
-    const QPointF centre = pdfView()->viewport()->rect().center();
-    QWheelEvent wheel(centre, pdfView()->viewport()->mapToGlobal(centre), QPoint(), QPoint(0, 120), Qt::NoButton,
-                      Qt::ControlModifier, Qt::NoScrollPhase, false);
-    QApplication::sendEvent(pdfView()->viewport(), &wheel);
-    EXPECT_EQ(pdfView()->pageRect(0).size(), actual);
-    WAIT_UNTIL(pdfView()->isPageRendered(0));
-
-    // The widest page, the landscape one, fills the width.
-    pdfView()->zoomToFitWidth();
-    EXPECT_NEAR(pdfView()->pageRect(3).width(), pdfView()->viewport()->width() - 16, 2);
-    EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
-}
-
-struct SyncCase
-{
-    const char *file;
-    const char *text;
-    int page; // 0-based
-};
-
-// The PDF pane beside a text pane: the source line's text is found on its page, and a Ctrl+click
-// there brings back its file and line, also for a chapter in a subfolder.
-class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<SyncCase>
-{
-protected:
-    QAction *syncItem(int tag) const { return PLTest::menuItem(window, PLAction::PerformTexSyncMenuAction, tag); }
-    bool isEnabled(int tag) const
-    {
-        return PLResponderChain::validateMenuItem(window, PLAction::PerformTexSyncMenuAction, syncItem(tag));
-    }
 };
 
 TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
 {
-    const SyncCase &sync = GetParam();
+    const auto [fileName, lineText, page] = GetParam();
     // The typeset folder itself: its SyncTeX file names the sources where the engine read them.
     const QDir folder(typesetFolder(QStringLiteral("pages")));
     openAt(folder.filePath(QStringLiteral("main.tex")));
     editor->splitViewWithController(shownPane);
     PLSplitViewContentViewController *textPane = editor->splitViewContentControllerAtIndex(1);
-    std::shared_ptr<PLFile> file;
-    for (const std::shared_ptr<PLFile> &candidate : document->filesInDocument()) {
-        if (candidate->stringPath() == folder.filePath(QString::fromLatin1(sync.file)))
-            file = candidate;
-    }
+    std::shared_ptr<PLFile> file = document->mainFile();
+    if (const QString path = folder.filePath(QString::fromLatin1(fileName)); file->stringPath() != path)
+        file = file->fileInDocumentWithPath(path);
     ASSERT_NE(file, nullptr);
     textPane->setFile(file);
     const QString text = file->contentBuffer()->string();
-    const qsizetype lineStart = text.indexOf(QString::fromLatin1(sync.text));
+    const qsizetype lineStart = text.indexOf(QString::fromLatin1(lineText));
     ASSERT_GE(lineStart, 0);
-    const int line = int(text.left(lineStart).count(QLatin1Char('\n'))) + 1;
     textPane->textContentView()->setSelectedRange(PLRange{lineStart, 0});
     editor->focusOnSplitViewContentViewController(textPane);
-    EXPECT_TRUE(isEnabled(0));
-    EXPECT_FALSE(isEnabled(1));
-    syncItem(0)->trigger();
+    EXPECT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 0));
+    EXPECT_FALSE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
+    menuItem(PLAction::PerformTexSyncMenuAction, 0)->trigger();
 
     PLPDFView *view = pdfView();
-    ASSERT_EQ(view->highlightedPage(), sync.page);
+    ASSERT_EQ(view->highlightedPage(), page);
     const QRectF area = view->highlightedArea();
     // The highlight sits on the line's own text.
-    const QString pageText = view->document()->getAllText(sync.page).text();
-    const qsizetype index = pageText.indexOf(QString::fromLatin1(sync.text));
+    const QString pageText = view->document()->getAllText(page).text();
+    const qsizetype index = pageText.indexOf(QString::fromLatin1(lineText));
     ASSERT_GE(index, 0) << pageText.toStdString();
-    const QRectF lineArea = view->document()->getSelectionAtIndex(sync.page, int(index), int(qstrlen(sync.text))).boundingRectangle();
+    const QRectF lineArea = view->document()->getSelectionAtIndex(page, int(index), int(qstrlen(lineText))).boundingRectangle();
     EXPECT_TRUE(lineArea.intersects(area));
-    EXPECT_EQ(view->selectionPage(), sync.page);
-    EXPECT_TRUE(QString::fromLatin1(sync.text).contains(view->selectedText().trimmed())) << view->selectedText().toStdString();
-    const QRect visible(view->scrollOrigin(), view->viewport()->size());
-    EXPECT_TRUE(visible.intersects(view->pageRect(sync.page)));
+    EXPECT_EQ(view->selectionPage(), page);
+    EXPECT_TRUE(QString::fromLatin1(lineText).contains(view->selectedText().trimmed())) << view->selectedText().toStdString();
+    EXPECT_TRUE(visibleArea().intersects(view->pageRect(page)));
 
     // Away from the line, then back from the PDF.
     textPane->setFile(document->mainFile());
     textPane->textContentView()->setSelectedRange(PLRange{0, 0});
-    const qreal scale = view->pageRect(sync.page).width() / view->document()->pagePointSize(sync.page).width();
-    const QPoint click = view->pageRect(sync.page).topLeft() + (area.center() * scale).toPoint() - view->scrollOrigin();
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, click);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, viewportPoint(page, area.center()));
     EXPECT_EQ(textPane->file(), file);
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
-    EXPECT_EQ(text.left(textPane->textContentView()->selectedRange().location).count(QLatin1Char('\n')) + 1, line);
 
     // The menu's way back works from the point the last click chose.
     textPane->setFile(document->mainFile());
     editor->focusOnSplitViewContentViewController(shownPane);
-    EXPECT_FALSE(isEnabled(0));
-    ASSERT_TRUE(isEnabled(1));
-    syncItem(1)->trigger();
+    EXPECT_FALSE(isEnabled(PLAction::PerformTexSyncMenuAction, 0));
+    ASSERT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
+    menuItem(PLAction::PerformTexSyncMenuAction, 1)->trigger();
     EXPECT_EQ(textPane->file(), file);
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
 }
 
 INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
-                         ::testing::Values(SyncCase{"main.tex", "The second page holds", 1},
-                                           SyncCase{"chapters/third.tex", "A chapter from a subfolder", 2},
-                                           SyncCase{"main.tex", "The last page.", 3}));
+                         ::testing::Values(std::tuple{"chapters/third.tex", "A chapter from a subfolder", 2},
+                                           std::tuple{"main.tex", "The last page.", 3}));
 
 // An outline row chosen while the focused pane shows the PDF shows where its section was typeset.
 TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
@@ -372,14 +325,8 @@ TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
     EXPECT_TRUE(shownPane->isPdfToggled());
 }
 
-struct ModeCase
-{
-    PLPDFView::DisplayMode mode;
-    int pagesLaidOut;
-    bool sideBySide;
-};
-
-class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<ModeCase>
+// A mode, the pages it lays out and whether side by side.
+class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<std::tuple<PLPDFView::DisplayMode, int, bool>>
 {
 };
 
@@ -387,26 +334,26 @@ class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<
 // modes that show one spread at a time turn to the next spread on Page Down past its end.
 TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
 {
-    const ModeCase &mode = GetParam();
+    const auto [mode, pagesLaidOut, sideBySide] = GetParam();
     open(true);
     EXPECT_EQ(pdfView()->displayMode(), PLPDFView::SinglePageContinuous);
-    pdfView()->setDisplayMode(mode.mode);
-    EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode), int(mode.mode));
+    pdfView()->setDisplayMode(mode);
+    EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode), int(mode));
 
     int laidOut = 0;
     for (int page = 0; page < pdfView()->pageCount(); ++page)
         laidOut += pdfView()->pageRect(page).isNull() ? 0 : 1;
-    EXPECT_EQ(laidOut, mode.pagesLaidOut);
-    EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), mode.sideBySide);
+    EXPECT_EQ(laidOut, pagesLaidOut);
+    EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), sideBySide);
     WAIT_UNTIL(pdfView()->isPageRendered(0));
 
     editor->splitViewWithControllerAndDisplayPDF(shownPane);
-    EXPECT_EQ(editor->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode.mode);
+    EXPECT_EQ(editor->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode);
 
     pdfView()->setFocus();
     for (int press = 0; press < 20; ++press)
         QTest::keyClick(pdfView(), Qt::Key_PageDown);
-    const int lastSpreadPage = mode.pagesLaidOut == 4 ? 0 : 4 - mode.pagesLaidOut;
+    const int lastSpreadPage = pagesLaidOut == 4 ? 0 : 4 - pagesLaidOut;
     EXPECT_EQ(pdfView()->currentPage(), lastSpreadPage);
     EXPECT_FALSE(pdfView()->pageRect(3).isNull());
     // The top of the last page holds its text. Pages off the shown spread must not have been
@@ -417,10 +364,9 @@ TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
-                         ::testing::Values(ModeCase{PLPDFView::SinglePage, 1, false},
-                                           ModeCase{PLPDFView::SinglePageContinuous, 4, false},
-                                           ModeCase{PLPDFView::TwoUp, 2, true},
-                                           ModeCase{PLPDFView::TwoUpContinuous, 4, true}));
+                         ::testing::Values(std::tuple{PLPDFView::SinglePage, 1, false},
+                                           std::tuple{PLPDFView::SinglePageContinuous, 4, false}, std::tuple{PLPDFView::TwoUp, 2, true},
+                                           std::tuple{PLPDFView::TwoUpContinuous, 4, true}));
 
 // Find walks the hits in both directions, ignoring case, and wraps at either end; the fixture
 // holds "page" on pages 0, 1, 2 and 3 (the third in "fills the third page"). The find bar's
@@ -438,8 +384,7 @@ TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
     };
     EXPECT_EQ(walk(true, 5), (QList<int>{0, 1, 2, 3, 0}));
     EXPECT_EQ(walk(false, 2), (QList<int>{3, 2}));
-    const QRect visible(pdfView()->scrollOrigin(), pdfView()->viewport()->size());
-    EXPECT_TRUE(visible.intersects(pdfView()->pageRect(2)));
+    EXPECT_TRUE(visibleArea().intersects(pdfView()->pageRect(2)));
     EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
     EXPECT_EQ(pdfView()->highlightedPage(), 2);
 }
@@ -456,8 +401,6 @@ protected:
         openAt(project.path(QStringLiteral("main.tex")));
         ASSERT_NE(pdfView()->document(), nullptr);
     }
-
-    QRect visibleArea() const { return QRect(pdfView()->scrollOrigin(), pdfView()->viewport()->size()); }
 };
 
 // The book stays whole in memory when its file goes, finds its one needle from anywhere, renders
@@ -494,14 +437,8 @@ TEST_F(PDFPaneOddDocuments, AFiveHundredPageBookScrollsFindsAndKeepsItsCacheInBu
     WAIT_UNTIL(pdfView()->isPageRendered(0));
 }
 
-struct TurnCase
-{
-    int page;
-    const char *word;
-    const char *line;
-};
-
-class PDFPaneTurnedPages : public PDFPane, public ::testing::WithParamInterface<TurnCase>
+// A page of the turned document and the first word on it.
+class PDFPaneTurnedPages : public PDFPane, public ::testing::WithParamInterface<std::pair<int, const char *>>
 {
 protected:
     // True when the page as the engine draws it has ink inside the area (points of the page).
@@ -520,14 +457,6 @@ protected:
         }
         return dark > 20;
     }
-
-    // Where a point of the page is in the viewport.
-    QPoint viewportPoint(int page, const QPointF &point) const
-    {
-        const qreal scale = pdfView()->pageRect(page).width() / pdfView()->document()->pagePointSize(page).width();
-        return pdfView()->pageRect(page).topLeft() + (pdfView()->pageToDrawn(page).map(point) * scale).toPoint()
-               - pdfView()->scrollOrigin();
-    }
 };
 
 // Find highlights the word where it is drawn; a press clears the selection, a drag along the word
@@ -535,27 +464,27 @@ protected:
 // Ctrl+click there goes back to that line.
 TEST_P(PDFPaneTurnedPages, FindSelectionAndSyncLandOnTheDrawnText)
 {
-    const TurnCase &c = GetParam();
+    const auto [page, firstWord] = GetParam();
     openAt(typesetFolder(QStringLiteral("turned")) + QStringLiteral("/main.tex"));
     ASSERT_EQ(pdfView()->pageCount(), 4);
-    EXPECT_EQ(pdfView()->pageRotation(c.page), c.page * 90);
+    EXPECT_EQ(pdfView()->pageRotation(page), page * 90);
     // Wider than the viewport, so that pages lie where their rectangles say.
     pdfView()->setZoomFactor(2);
-    const QString word = QString::fromLatin1(c.word);
+    const QString word = QString::fromLatin1(firstWord);
 
     shownPane->findAndHighlightString(word, 1);
-    ASSERT_EQ(pdfView()->highlightedPage(), c.page);
+    ASSERT_EQ(pdfView()->highlightedPage(), page);
     const QRectF area = pdfView()->highlightedArea();
-    EXPECT_TRUE(inkUnder(c.page, area));
+    EXPECT_TRUE(inkUnder(page, area));
 
-    QTest::mousePress(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, viewportPoint(c.page, QPointF(area.left() + 1, area.center().y())));
+    QTest::mousePress(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, viewportPoint(page, QPointF(area.left() + 1, area.center().y())));
     EXPECT_TRUE(pdfView()->selectedText().isEmpty());
-    const QPoint end = viewportPoint(c.page, QPointF(area.right() - 1, area.center().y()));
+    const QPoint end = viewportPoint(page, QPointF(area.right() - 1, area.center().y()));
     QMouseEvent drag(QEvent::MouseMove, end, pdfView()->viewport()->mapToGlobal(end), Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(pdfView()->viewport(), &drag);
     QTest::mouseRelease(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, end);
     EXPECT_EQ(pdfView()->selectedText(), word);
-    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, viewportPoint(c.page, area.center()));
+    QTest::mouseDClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, viewportPoint(page, area.center()));
     EXPECT_EQ(pdfView()->selectedText(), word);
     pdfView()->setFocus();
     QTest::keyClick(pdfView(), Qt::Key_C, Qt::ControlModifier);
@@ -564,24 +493,22 @@ TEST_P(PDFPaneTurnedPages, FindSelectionAndSyncLandOnTheDrawnText)
     editor->splitViewWithController(shownPane);
     PLSplitViewContentViewController *textPane = editor->splitViewContentControllerAtIndex(1);
     const QString text = document->mainFile()->contentBuffer()->string();
-    const qsizetype lineStart = text.indexOf(QString::fromLatin1(c.line));
+    const qsizetype lineStart = text.indexOf(QStringLiteral("\\pdfpageattr{/Rotate %1}").arg(page * 90));
     ASSERT_GE(lineStart, 0);
     editor->syncPDFToLocationInFile(document->mainFile(), lineStart);
-    ASSERT_EQ(pdfView()->highlightedPage(), c.page);
+    ASSERT_EQ(pdfView()->highlightedPage(), page);
     const QRectF line = pdfView()->highlightedArea();
     EXPECT_TRUE(line.intersects(area));
-    EXPECT_TRUE(inkUnder(c.page, line));
+    EXPECT_TRUE(inkUnder(page, line));
 
     textPane->textContentView()->setSelectedRange(PLRange{0, 0});
-    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::ControlModifier, viewportPoint(c.page, area.center()));
+    QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::ControlModifier, viewportPoint(page, area.center()));
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
 }
 
 INSTANTIATE_TEST_SUITE_P(Turns, PDFPaneTurnedPages,
-                         ::testing::Values(TurnCase{0, "Zero", "\\pdfpageattr{/Rotate 0}"},
-                                           TurnCase{1, "Ninety", "\\pdfpageattr{/Rotate 90}"},
-                                           TurnCase{2, "Upside", "\\pdfpageattr{/Rotate 180}"},
-                                           TurnCase{3, "Three", "\\pdfpageattr{/Rotate 270}"}));
+                         ::testing::Values(std::pair{0, "Zero"}, std::pair{1, "Ninety"}, std::pair{2, "Upside"},
+                                           std::pair{3, "Three"}));
 
 // Without a text layer find, selection and copy find nothing, a double click asks only for the
 // source of its point (a plain click not even that), and nothing is highlighted.
