@@ -48,11 +48,6 @@ struct EngineChoiceCase
     const char *banner;
 };
 
-void PrintTo(const EngineChoiceCase &c, std::ostream *os)
-{
-    *os << c.document << " with " << c.engineSetting;
-}
-
 class LatexTransformerEngineChoice : public LatexTransformerTest, public ::testing::WithParamInterface<EngineChoiceCase>
 {
 };

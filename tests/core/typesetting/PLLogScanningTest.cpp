@@ -117,14 +117,7 @@ struct ScannerCase
     std::function<PLRange(const QString &text)> anchored;
 };
 
-void PrintTo(const ScannerCase &c, std::ostream *os)
-{
-    *os << c.pattern;
-}
-
-class LogScanningAgreesWithAPlainSearch : public ::testing::TestWithParam<ScannerCase>
-{
-};
+using LogScanningAgreesWithAPlainSearch = ::testing::TestWithParam<ScannerCase>;
 
 TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
 {
@@ -139,7 +132,7 @@ TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
         if (c.firstMatchOnly)
             expected = expected.mid(0, c.groups.size());
         ASSERT_EQ(c.scan(pattern, text, range), expected)
-            << "text " << text.toStdString() << " range " << range.location << "+" << range.length;
+            << c.pattern << " on " << text.toStdString() << " range " << range.location << "+" << range.length;
         if (c.anchored) {
             ASSERT_EQ(c.anchored(text), PLRegularExpressionHelper::firstMatchInRange(pattern, text, PLRange{0, text.size()},
                                                                                      PLRegularExpressionHelper::Anchored, 0))
@@ -203,25 +196,12 @@ TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
     EXPECT_EQ(PLLogScanning::nameOfOpenedFile(text, PLRange{text.size(), 0}), QString());
 }
 
-struct IntegerCase
+// Leading digits are read like the platform reads them.
+TEST(LogIntegerValue, ReadsLeadingDigitsLikeThePlatform)
 {
-    const char16_t *text;
-    int value;
-};
-
-class LogIntegerValue : public ::testing::TestWithParam<IntegerCase>
-{
-};
-
-TEST_P(LogIntegerValue, ReadsLeadingDigitsLikeThePlatform)
-{
-    EXPECT_EQ(PLLogScanning::integerValue(QStringView(GetParam().text)), GetParam().value);
+    for (const auto &[text, value] : {std::pair{u"", 0}, {u"  7\n", 7}, {u"3a", 3}, {u"x3", 0}, {u"-4", -4}, {u"+5", 5},
+                                      {u"99999999999999", 2147483647}, {u"-99999999999999", -2147483647 - 1}})
+        EXPECT_EQ(PLLogScanning::integerValue(QStringView(text)), value) << QString::fromUtf16(text).toStdString();
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, LogIntegerValue,
-                         ::testing::Values(IntegerCase{u"", 0}, IntegerCase{u"12", 12}, IntegerCase{u"  7\n", 7},
-                                           IntegerCase{u"3a", 3}, IntegerCase{u"x3", 0}, IntegerCase{u"-4", -4},
-                                           IntegerCase{u"+5", 5}, IntegerCase{u"99999999999999", 2147483647},
-                                           IntegerCase{u"-99999999999999", -2147483647 - 1}));
 
 }

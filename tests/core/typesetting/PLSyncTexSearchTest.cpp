@@ -15,58 +15,35 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-struct ConvertRangeCase
+// The line of the range's start and its offset in the line; only the start counts, even when the
+// range reaches into later lines.
+TEST(SyncTexConvertRange, GivesTheLineOfTheStartAndItsOffsetInTheLine)
 {
-    const char16_t *text;
-    PLRange range;
-    int line;
-    int column;
-};
-
-class SyncTexConvertRange : public ::testing::TestWithParam<ConvertRangeCase>
-{
-};
-
-TEST_P(SyncTexConvertRange, GivesTheLineOfTheStartAndItsOffsetInTheLine)
-{
-    const ConvertRangeCase &c = GetParam();
-    int line = -2;
-    int column = -2;
-    PLSyncTexCalculationUtil().convertRange(c.range, QString::fromUtf16(c.text), &line, &column);
-    EXPECT_EQ(line, c.line);
-    EXPECT_EQ(column, c.column);
+    for (const auto &[text, range, expectedLine, expectedColumn] :
+         {std::tuple<const char16_t *, PLRange, int, int>{u"", {0, 0}, 1, 0}, {u"abc\ndef", {2, 0}, 1, 2}, {u"abc\ndef", {4, 2}, 2, 0},
+          {u"ab\r\ncd\u2028ef", {5, 4}, 2, 1}, {u"a\n\n\n\n\n\n\n\n\n\n\nline twelve", {12, 5}, 12, 0}}) {
+        int line = -2;
+        int column = -2;
+        PLSyncTexCalculationUtil().convertRange(range, QString::fromUtf16(text), &line, &column);
+        EXPECT_EQ(std::pair(line, column), std::pair(expectedLine, expectedColumn)) << QString::fromUtf16(text).toStdString();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, SyncTexConvertRange,
-    ::testing::Values(ConvertRangeCase{u"", {0, 0}, 1, 0}, ConvertRangeCase{u"abc\ndef", {0, 3}, 1, 0},
-                      ConvertRangeCase{u"abc\ndef", {2, 0}, 1, 2}, ConvertRangeCase{u"abc\ndef", {4, 2}, 2, 0},
-                      ConvertRangeCase{u"abc\ndef", {6, 1}, 2, 2},
-                      // Only the start of the range counts, even when it reaches into later lines.
-                      ConvertRangeCase{u"ab\r\ncd\u2028ef", {5, 4}, 2, 1},
-                      ConvertRangeCase{u"a\n\n\n\n\n\n\n\n\n\n\nline twelve", {12, 5}, 12, 0}));
 
 class SyncTexSearch : public ::testing::Test
 {
 protected:
     static void SetUpTestSuite()
     {
-        folder = new QTemporaryDir;
+        folder = std::make_unique<QTemporaryDir>();
         copyDocument(QStringLiteral("subfolder"), folder->path());
         typeset(folder->path());
     }
-    static void TearDownTestSuite()
-    {
-        delete folder;
-        folder = nullptr;
-    }
+    static void TearDownTestSuite() { folder.reset(); }
 
     static QString path(const QString &name) { return folder->path() + u'/' + name; }
 
-    static QTemporaryDir *folder;
+    static inline std::unique_ptr<QTemporaryDir> folder;
 };
-
-QTemporaryDir *SyncTexSearch::folder = nullptr;
 
 double number(const QMap<QString, QString> &record, const char *key)
 {
@@ -204,18 +181,14 @@ class SyncTexDamagedData : public ::testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        folder = new QTemporaryDir;
+        folder = std::make_unique<QTemporaryDir>();
         copyDocument(QStringLiteral("clean"), folder->path());
         typeset(folder->path());
-        whole = new QByteArray(PLTest::readFile(folder->filePath(QStringLiteral("main.synctex.gz"))));
-        text = new QByteArray(runProgram(QStringLiteral("zcat"), {QStringLiteral("main.synctex.gz")}, folder->path()).output.toUtf8());
+        whole = std::make_unique<QByteArray>(PLTest::readFile(folder->filePath(QStringLiteral("main.synctex.gz"))));
+        text = std::make_unique<QByteArray>(
+            runProgram(QStringLiteral("zcat"), {QStringLiteral("main.synctex.gz")}, folder->path()).output.toUtf8());
     }
-    static void TearDownTestSuite()
-    {
-        delete text;
-        delete whole;
-        delete folder;
-    }
+    static void TearDownTestSuite() { text.reset(), whole.reset(), folder.reset(); }
 
     static QList<std::pair<std::string, QByteArray>> damagedCopies()
     {
@@ -251,15 +224,10 @@ protected:
         return copies;
     }
 
-    static QTemporaryDir *folder;
+    static inline std::unique_ptr<QTemporaryDir> folder;
     // The file as the engine wrote it, and its text.
-    static QByteArray *whole;
-    static QByteArray *text;
+    static inline std::unique_ptr<QByteArray> whole, text;
 };
-
-QTemporaryDir *SyncTexDamagedData::folder = nullptr;
-QByteArray *SyncTexDamagedData::whole = nullptr;
-QByteArray *SyncTexDamagedData::text = nullptr;
 
 TEST_F(SyncTexDamagedData, WholeDataIsAcceptedInEveryFormTheLibraryReads)
 {

@@ -164,59 +164,43 @@ TEST_F(TexTaskRunner, AProgramThatLeavesAChildHoldingItsOutputDoesNotHoldUpTheRu
     ::kill(pid_t(sleeper), SIGKILL);
 }
 
-struct EndingCase
-{
-    const char *what;
-    QByteArray script; // empty: the folder itself is the program
-    QFile::Permissions permissions;
-    bool started;
-    int exitCode;
-    int signal;
-    bool failed;
-    const char *description; // null: could not be started
-};
-
-void PrintTo(const EndingCase &c, std::ostream *os)
-{
-    *os << c.what;
-}
-
-class TexTaskRunnerEndings : public TexTaskRunner, public ::testing::WithParamInterface<EndingCase>
-{
-};
-
 // Regression: a program that could not be run, that failed or that a signal ended (a file-size
 // limit half way through the PDF) went unnoticed.
-TEST_P(TexTaskRunnerEndings, AreToldApart)
+TEST_F(TexTaskRunner, EndingsAreToldApart)
 {
-    const EndingCase &c = GetParam();
-    QString program = folder.path();
-    if (!c.script.isEmpty()) {
-        program = folder.filePath(QStringLiteral("engine"));
-        writeProgram(program, c.script, c.permissions);
-    }
-    BackgroundRun run(runner, program, folder.path());
-    ASSERT_TRUE(run.finishesWithin(10s));
-    const PLTexRunResult result = run.result();
-    EXPECT_EQ(result.started, c.started);
-    EXPECT_EQ(result.exitCode, c.exitCode);
-    EXPECT_EQ(result.signal, c.signal);
-    EXPECT_EQ(result.failed(), c.failed);
-    if (c.started) {
-        EXPECT_EQ(result.description(), QString::fromUtf8(c.description));
-    } else {
-        EXPECT_TRUE(result.description().startsWith(QStringLiteral("could not run ") + program)) << result.description().toStdString();
+    // The script (none: the folder itself is the program), its permissions, whether it started,
+    // its exit code and signal, whether the run failed, and the description (null: not started).
+    const struct
+    {
+        QByteArray script;
+        QFile::Permissions permissions;
+        bool started;
+        int exitCode, signal;
+        bool failed;
+        const char *description;
+    } cases[] = {{"#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
+                 {"#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
+                 {"#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true, "engine was ended by signal 25 (File size limit exceeded)"},
+                 {"#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
+                 {QByteArray(), {}, false, -1, 0, true, nullptr}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.script.toStdString());
+        QString program = folder.path();
+        if (!c.script.isEmpty()) {
+            program = folder.filePath(QStringLiteral("engine"));
+            QFile::remove(program);
+            writeProgram(program, c.script, c.permissions);
+        }
+        BackgroundRun run(runner, program, folder.path());
+        ASSERT_TRUE(run.finishesWithin(10s));
+        const PLTexRunResult result = run.result();
+        EXPECT_EQ(std::tuple(result.started, result.exitCode, result.signal, result.failed()),
+                  std::tuple(c.started, c.exitCode, c.signal, c.failed));
+        EXPECT_TRUE(c.started ? result.description() == QString::fromUtf8(c.description)
+                              : result.description().startsWith(QStringLiteral("could not run ") + program + u':'))
+            << result.description().toStdString();
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, TexTaskRunnerEndings,
-    ::testing::Values(EndingCase{"success", "#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
-                      EndingCase{"failure", "#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
-                      EndingCase{"file-size limit", "#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true,
-                                 "engine was ended by signal 25 (File size limit exceeded)"},
-                      EndingCase{"not executable", "#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
-                      EndingCase{"a folder", QByteArray(), {}, false, -1, 0, true, nullptr}));
 
 // Regression: standard error was read only when the program ended, so a flood of it piled up in
 // memory; it is read as it comes and only its last part is kept.
