@@ -7,33 +7,13 @@
 
 namespace {
 
-struct LinesCase
+TEST(PLLineIndicesTest, listsTheFirstCharacterOfEveryLine)
 {
-    const char *name;
-    QString text;
-    std::vector<qsizetype> indices;
-};
-
-class PLLineIndicesListTest : public ::testing::TestWithParam<LinesCase>
-{
-};
-
-TEST_P(PLLineIndicesListTest, listsTheFirstCharacterOfEveryLine)
-{
-    PLLineIndices lines;
-    EXPECT_EQ(lines.indicesForText(GetParam().text), GetParam().indices);
+    for (const auto &[text, indices] : {std::pair<QString, std::vector<qsizetype>>{QString(), {0}}, {QStringLiteral("a\nb\n"), {0, 2, 4}},
+                                        {QStringLiteral("a\r\n\rb\n\nc"), {0, 3, 4, 6, 7}},
+                                        {QStringLiteral("a\u0085b\u2028c\u2029"), {0, 2, 4, 6}}})
+        EXPECT_EQ(PLLineIndices().indicesForText(text), indices) << text.toStdString();
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, PLLineIndicesListTest,
-    ::testing::Values(LinesCase{"empty", QString(), {0}}, LinesCase{"oneLine", QStringLiteral("abc"), {0}},
-                      LinesCase{"finalNewline", QStringLiteral("a\nb\n"), {0, 2, 4}},
-                      LinesCase{"onlyNewline", QStringLiteral("\n"), {0, 1}},
-                      LinesCase{"crLfIsOneTerminator", QStringLiteral("a\r\nb\r\n"), {0, 3, 6}},
-                      LinesCase{"loneCrAndLf", QStringLiteral("a\r\n\rb\n\nc"), {0, 3, 4, 6, 7}},
-                      LinesCase{"unicodeTerminators", QStringLiteral("a\u0085b\u2028c\u2029"), {0, 2, 4, 6}},
-                      LinesCase{"nineLines", QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8\n9"), {0, 2, 4, 6, 8, 10, 12, 14, 16}}),
-    [](const auto &info) { return std::string(info.param.name); });
 
 TEST(PLLineIndicesTest, findsTheLineHoldingALocation)
 {

@@ -28,29 +28,6 @@ protected:
     std::shared_ptr<PLFile> file;
 };
 
-struct RuleSetCase
-{
-    const char *name;
-    bool bibliography;
-};
-
-class PLSyntaxHighlighterRuleSet : public PLSyntaxHighlighterBufferTest, public ::testing::WithParamInterface<RuleSetCase>
-{
-};
-
-TEST_P(PLSyntaxHighlighterRuleSet, FollowsTheLowerCasedFileType)
-{
-    PLTextContentBuffer *buffer = open(QString::fromLatin1(GetParam().name), QStringLiteral("@article{k,\n"));
-    buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
-    const QString key = GetParam().bibliography ? PLUserDefaultsEditorColorBIBType : PLUserDefaultsEditorColorText;
-    EXPECT_EQ(buffer->attributesAtIndex(1).foregroundColor(), color(key)) << GetParam().name;
-}
-
-INSTANTIATE_TEST_SUITE_P(Names, PLSyntaxHighlighterRuleSet,
-                         ::testing::Values(RuleSetCase{"refs.bib", true}, RuleSetCase{"refs.BIB", true},
-                                           RuleSetCase{"refs.tex.Bib", true}, RuleSetCase{"refs.bib.tex", false},
-                                           RuleSetCase{"refs.bibx", false}, RuleSetCase{"bib", false}));
-
 TEST_F(PLSyntaxHighlighterBufferTest, TypingColoursTheLinesOfTheFilteredTextOnly)
 {
     PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("a\n\tb\nc\n"));

@@ -86,49 +86,66 @@ std::string links(const PLTextStorage &storage)
     return result;
 }
 
-struct RuleCase
+// Each line's tokens are painted in order: per character, the class of its foreground (its
+// background is the same class, none for 't') and 'l' where it links to "file://".
+TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
 {
-    const char *what;
-    bool bibliography;
-    const char16_t *line;
-    // The class of each character's foreground; its background is the same class, none for 't'.
-    const char *foreground;
-    // 'l' where the character links to "file://"; null when nothing links.
-    const char *link;
-};
-
-class PLSyntaxHighlighterRules : public ::testing::TestWithParam<RuleCase>
-{
-protected:
-    void SetUp() override
-    {
-        PLTest::resetSettings();
-        giveEveryClassItsOwnColours();
+    PLTest::resetSettings();
+    giveEveryClassItsOwnColours();
+    // Whether the bibliography rules apply; the line; the foreground classes; the links (null: none).
+    const std::tuple<bool, const char16_t *, const char *, const char *> cases[] = {
+        {false, u"50\\% of \\textbf{x} % note\n", "ttfffttt" "fffffff" "btbt" "cccccc" "t", nullptr},
+        // A comment at column 0 wins over everything.
+        {false, u"%\\section{A} $x$\n", "cccccccccccccccc" "t", nullptr},
+        // A starred heading, its braces repainted.
+        {false, u"\\section*{Intro} text\n", "sssssssss" "b" "sssss" "b" "tttttt", nullptr},
+        // Only the first brace group belongs to the heading.
+        {false, u"\\paragraph{P}{Q}\n", "ssssssssss" "bsb" "btb" "t", nullptr},
+        // Dollar signs alone, not the mathematics.
+        {false, u"Let $x^2$ be\n", "tttt" "d" "ttt" "d" "tttt", nullptr},
+        // A command takes one following space.
+        {false, u"\\item one\n", "ffffff" "tttt", nullptr},
+        {false, u"a\\\\ b\n", "tffftt", nullptr},
+        {false, u"\\% x % y\n", "fff" "tt" "ccc" "t", nullptr},
+        // A comment after a word character takes it along.
+        {false, u"x% y\n", "tccct", nullptr},
+        {false, u"\\input{chapters/intro}\n", "ffffff" "b" "tttttttttttttt" "b" "t", "......." "llllllllllllll" ".."},
+        {false, u"\\bibliography{refs.bib}\n", "fffffffffffff" "b" "tttttttt" "b" "t", ".............." "llllllll" ".."},
+        // A commented include still links.
+        {false, u"% \\input{old}\n", "ccccccccccccc" "t", "........." "lll" ".."},
+        // A heading's argument runs to its first closing brace.
+        {false, u"\\section{A \\section{B} x\n", "ssssssss" "b" "ss" "ssssssss" "b" "s" "b" "ttt", nullptr},
+        // A heading whose argument does not close is a command.
+        {false, u"\\section{\n", "ffffffff" "b" "t", nullptr},
+        // A star is only allowed right before the brace.
+        {false, u"\\section*x{A}\n", "ffffffff" "tt" "btb" "t", nullptr},
+        // An include's argument is at least one character, a brace too.
+        {false, u"\\input{}}\n", "ffffff" "bbb" "t", "......." "l" ".."},
+        {false, u"$a$", "dtd", nullptr},
+        {true, u"@article{key,\n", "yyyyyyyy" "b" "ttttt", nullptr},
+        // A field, its braces repainted.
+        {true, u"  title = {A},\n", "kkkkkkkkkk" "bkb" "tt", nullptr},
+        // LaTeX rules win inside a field.
+        {true, u"  note = {50\\% done}\n", "kkkkkkkkk" "b" "kk" "fff" "kkkk" "b" "t", nullptr},
+        // A field needs spaces around the equals sign.
+        {true, u"  title={A},\n", "tttttttt" "btb" "tt", nullptr},
+        // LaTeX rules alone do not know entry types.
+        {false, u"@article{key,\n", "tttttttt" "b" "ttttt", nullptr}};
+    for (const auto &[bibliography, text, foreground, link] : cases) {
+        const QString line = QString::fromUtf16(text);
+        SCOPED_TRACE(line.toStdString());
+        ASSERT_EQ(qsizetype(std::strlen(foreground)), line.size());
+        PLPlainTextStorage storage(line);
+        PLSyntaxHighlighter highlighter(&storage, bibliography ? std::unique_ptr<PLSyntaxHighlighterDelegate>(std::make_unique<PLBIBSyntaxHightlighterDelegate>())
+                                                               : std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+        highlighter.userDefaultsDidChangeEditorTextColor();
+        std::string background = foreground;
+        std::replace(background.begin(), background.end(), 't', '.');
+        EXPECT_EQ(foregroundClasses(storage), foreground);
+        EXPECT_EQ(backgroundClasses(storage), background);
+        EXPECT_EQ(links(storage), link ? std::string(link) : std::string(size_t(line.size()), '.'));
+        EXPECT_EQ(storage.attributesAtIndex(0).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
     }
-};
-
-TEST_P(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
-{
-    const RuleCase &c = GetParam();
-    const QString line = QString::fromUtf16(c.line);
-    ASSERT_EQ(qsizetype(std::strlen(c.foreground)), line.size()) << c.what;
-
-    PLPlainTextStorage storage(line);
-    std::unique_ptr<PLSyntaxHighlighterDelegate> rules;
-    if (c.bibliography)
-        rules = std::make_unique<PLBIBSyntaxHightlighterDelegate>();
-    else
-        rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
-    PLSyntaxHighlighter highlighter(&storage, std::move(rules));
-    highlighter.userDefaultsDidChangeEditorTextColor();
-
-    std::string background = c.foreground;
-    std::replace(background.begin(), background.end(), 't', '.');
-    EXPECT_EQ(foregroundClasses(storage), c.foreground) << c.what;
-    EXPECT_EQ(backgroundClasses(storage), background) << c.what;
-    EXPECT_EQ(links(storage), c.link ? std::string(c.link) : std::string(size_t(line.size()), '.')) << c.what;
-    PLRange fontRun;
-    EXPECT_EQ(storage.attributesAtIndex(0, &fontRun).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
 }
 
 // Text whose colouring once backtracked for minutes: a field whose value wraps onto the next lines
@@ -152,54 +169,5 @@ TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePa
     EXPECT_EQ(colours.substr(0, entryColours.size()), entryColours);
     EXPECT_EQ(colours.find_first_not_of('t', entryColours.size()), std::string::npos);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Latex, PLSyntaxHighlighterRules,
-    ::testing::Values(
-        RuleCase{"escaped percent, command, braces and a comment", false, u"50\\% of \\textbf{x} % note\n",
-                 "ttfffttt" "fffffff" "btbt" "cccccc" "t", nullptr},
-        RuleCase{"a comment at column 0 wins over everything", false, u"%\\section{A} $x$\n",
-                 "cccccccccccccccc" "t", nullptr},
-        RuleCase{"starred heading, braces repainted", false, u"\\section*{Intro} text\n",
-                 "sssssssss" "b" "sssss" "b" "tttttt", nullptr},
-        RuleCase{"heading then comment", false, u"\\section{A} % c\n", "ssssssss" "bsb" "t" "ccc" "t", nullptr},
-        RuleCase{"only the first brace group belongs to the heading", false, u"\\paragraph{P}{Q}\n",
-                 "ssssssssss" "bsb" "btb" "t", nullptr},
-        RuleCase{"dollar signs alone, not the mathematics", false, u"Let $x^2$ be\n", "tttt" "d" "ttt" "d" "tttt",
-                 nullptr},
-        RuleCase{"a command takes one following space", false, u"\\item one\n", "ffffff" "tttt", nullptr},
-        RuleCase{"a line break command", false, u"a\\\\ b\n", "tffftt", nullptr},
-        RuleCase{"escaped percent at the start, comment later", false, u"\\% x % y\n", "fff" "tt" "ccc" "t",
-                 nullptr},
-        RuleCase{"a comment after a word character", false, u"x% y\n", "tccct", nullptr},
-        RuleCase{"input without extension", false, u"\\input{chapters/intro}\n",
-                 "ffffff" "b" "tttttttttttttt" "b" "t", "......." "llllllllllllll" ".."},
-        RuleCase{"include with extension", false, u"\\include{a.tex}\n", "ffffffff" "b" "ttttt" "b" "t",
-                 "........." "lllll" ".."},
-        RuleCase{"bibliography with extension", false, u"\\bibliography{refs.bib}\n",
-                 "fffffffffffff" "b" "tttttttt" "b" "t", ".............." "llllllll" ".."},
-        RuleCase{"a commented include still links", false, u"% \\input{old}\n", "ccccccccccccc" "t",
-                 "........." "lll" ".."},
-        RuleCase{"a heading's argument runs to its first closing brace", false, u"\\section{A \\section{B} x\n",
-                 "ssssssss" "b" "ss" "ssssssss" "b" "s" "b" "ttt", nullptr},
-        RuleCase{"a heading whose argument does not close is a command", false, u"\\section{\n",
-                 "ffffffff" "b" "t", nullptr},
-        RuleCase{"a star is only allowed right before the brace", false, u"\\section*x{A}\n",
-                 "ffffffff" "tt" "btb" "t", nullptr},
-        RuleCase{"an include's argument is at least one character, a brace too", false, u"\\input{}}\n",
-                 "ffffff" "bbb" "t", "......." "l" ".."},
-        RuleCase{"no terminator on the last line", false, u"$a$", "dtd", nullptr}));
-
-INSTANTIATE_TEST_SUITE_P(
-    Bibliography, PLSyntaxHighlighterRules,
-    ::testing::Values(RuleCase{"entry type", true, u"@article{key,\n", "yyyyyyyy" "b" "ttttt", nullptr},
-                      RuleCase{"a field, its braces repainted", true, u"  title = {A},\n", "kkkkkkkkkk" "bkb" "tt",
-                               nullptr},
-                      RuleCase{"LaTeX rules win inside a field", true, u"  note = {50\\% done}\n",
-                               "kkkkkkkkk" "b" "kk" "fff" "kkkk" "b" "t", nullptr},
-                      RuleCase{"a field needs spaces around the equals sign", true, u"  title={A},\n",
-                               "tttttttt" "btb" "tt", nullptr},
-                      RuleCase{"LaTeX rules alone do not know entry types", false, u"@article{key,\n",
-                               "tttttttt" "b" "ttttt", nullptr}));
 
 }
