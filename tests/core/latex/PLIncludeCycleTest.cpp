@@ -54,53 +54,37 @@ protected:
     }
 };
 
-struct CycleCase
+TEST_F(PLIncludeCycleTest, everyFileOpensOnceAndTheLoopingIncludeStaysEmpty)
 {
-    const char *label;
-    std::vector<std::pair<const char *, const char *>> files;
-    QStringList expectedProject;
-};
-
-void PrintTo(const CycleCase &c, std::ostream *os)
-{
-    *os << c.label;
+    // The files, the first one opened, and the project it makes: a self include, two files, a
+    // chain of three, a bibliography naming its includer, a shared file (no loop); spellings of one
+    // path are one file: without cleaning, each spelling opened a new copy and the outline grew
+    // without end.
+    const std::pair<std::vector<std::pair<const char *, const char *>>, QStringList> cases[] = {
+        {{{"a.tex", "\\input{a}"}}, {QStringLiteral("a.tex")}},
+        {{{"a.tex", "\\input{b}"}, {"b.tex", "\\section{B}\\input{a}"}}, {QStringLiteral("a.tex"), QStringLiteral("b.tex")}},
+        {{{"a.tex", "\\input{b}"}, {"b.tex", "\\input{c}"}, {"c.tex", "\\include{a}\\input{b}"}},
+         {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("c.tex")}},
+        {{{"a.tex", "\\bibliography{r}"}, {"r.bib", "\\input{a}"}}, {QStringLiteral("a.tex"), QStringLiteral("r.bib")}},
+        {{{"a.tex", "\\input{b}\\input{c}"}, {"b.tex", "\\input{d}"}, {"c.tex", "\\input{d}"}, {"d.tex", "d"}},
+         {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("d.tex"), QStringLiteral("c.tex")}},
+        {{{"two.tex", "\\input{./two}\\input{.//two}"}}, {QStringLiteral("two.tex")}},
+        {{{"a.tex", "\\input{b}\\input{./b}\\input{sub/../b.tex}\\bibliography{./r,r}"}, {"b.tex", "\\input{sub//../a}"}, {"r.bib", ""}},
+         {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("r.bib")}}};
+    for (const auto &[files, expectedProject] : cases) {
+        for (const auto &[name, text] : files)
+            write(QString::fromUtf8(name), QString::fromUtf8(text));
+        const auto main = open(QString::fromUtf8(files.front().first));
+        EXPECT_EQ(projectNames(main), expectedProject);
+        EXPECT_EQ(pool.filesOpened().size(), expectedProject.size());
+        for (const auto &file : main->allFilesInDocument())
+            EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+        EXPECT_GT(nodesReachable(main->outlineRootNode()), 0);
+        expectRowsAgree(PLDocumentOutlineViewDataSource(main), nullptr, 0);
+        main->close();
+        EXPECT_TRUE(pool.filesOpened().isEmpty());
+    }
 }
-
-class PLIncludeCycleTableTest : public PLIncludeCycleTest, public ::testing::WithParamInterface<CycleCase>
-{
-};
-
-TEST_P(PLIncludeCycleTableTest, everyFileOpensOnceAndTheLoopingIncludeStaysEmpty)
-{
-    for (const auto &[name, text] : GetParam().files)
-        write(QString::fromUtf8(name), QString::fromUtf8(text));
-    const auto main = open(QString::fromUtf8(GetParam().files.front().first));
-    EXPECT_EQ(projectNames(main), GetParam().expectedProject);
-    EXPECT_EQ(pool.filesOpened().size(), GetParam().expectedProject.size());
-    for (const auto &file : main->allFilesInDocument())
-        EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
-    EXPECT_GT(nodesReachable(main->outlineRootNode()), 0);
-    expectRowsAgree(PLDocumentOutlineViewDataSource(main), nullptr, 0);
-    main->close();
-    EXPECT_TRUE(pool.filesOpened().isEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(Projects, PLIncludeCycleTableTest, ::testing::Values(
-    CycleCase{"self include", {{"a.tex", "\\input{a}"}}, {QStringLiteral("a.tex")}},
-    CycleCase{"two files", {{"a.tex", "\\input{b}"}, {"b.tex", "\\section{B}\\input{a}"}},
-              {QStringLiteral("a.tex"), QStringLiteral("b.tex")}},
-    CycleCase{"chain of three", {{"a.tex", "\\input{b}"}, {"b.tex", "\\input{c}"}, {"c.tex", "\\include{a}\\input{b}"}},
-              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("c.tex")}},
-    CycleCase{"bibliography naming its includer", {{"a.tex", "\\bibliography{r}"}, {"r.bib", "\\input{a}"}},
-              {QStringLiteral("a.tex"), QStringLiteral("r.bib")}},
-    CycleCase{"shared file is no loop", {{"a.tex", "\\input{b}\\input{c}"}, {"b.tex", "\\input{d}"}, {"c.tex", "\\input{d}"}, {"d.tex", "d"}},
-              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("d.tex"), QStringLiteral("c.tex")}},
-    // Spellings of one path are one file: without cleaning, each spelling opened a new copy and the
-    // outline grew without end.
-    CycleCase{"self include through dot paths", {{"two.tex", "\\input{./two}\\input{.//two}"}}, {QStringLiteral("two.tex")}},
-    CycleCase{"one file under three spellings", {{"a.tex", "\\input{b}\\input{./b}\\input{sub/../b.tex}\\bibliography{./r,r}"},
-                                                 {"b.tex", "\\input{sub//../a}"}, {"r.bib", ""}},
-              {QStringLiteral("a.tex"), QStringLiteral("b.tex"), QStringLiteral("r.bib")}}));
 
 // A chain deeper than the parser follows ends in an include without a child instead of a stack
 // overflow; a fresh open of the next file carries on from there.

@@ -9,22 +9,10 @@
 // expressions they replaced live on here only, as the reference: both must find the same commands.
 namespace {
 
-struct ScanCase
-{
-    const char *label;
-    QString expression;
-    PLRange (*scan)(const QString &text, PLRange range);
-};
-
-void PrintTo(const ScanCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-const ScanCase kScans[] = {
-    {"headings", QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?[\{\[])re"),
+const std::pair<QString, PLRange (*)(const QString &text, PLRange range)> kScans[] = {
+    {QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?[\{\[])re"),
      PLLatexStringParser::headingCommandInRange},
-    {"fileReferences", QStringLiteral(R"re(\\(input|include|bibliography)\{(.+?)(\.tex|\.bib)?\})re"),
+    {QStringLiteral(R"re(\\(input|include|bibliography)\{(.+?)(\.tex|\.bib)?\})re"),
      PLLatexStringParser::fileReferenceInRange},
 };
 
@@ -57,33 +45,27 @@ std::string describe(const QString &text, PLRange range)
     return "in \"" + text.mid(range.location, range.length).toStdString() + "\"";
 }
 
-class PLLatexStringParserScan : public ::testing::TestWithParam<ScanCase>
+TEST(PLLatexStringParserScan, FindsWhatTheExpressionFound)
 {
-};
-
-TEST_P(PLLatexStringParserScan, FindsWhatTheExpressionFound)
-{
-    const ScanCase &scan = GetParam();
     const QString text = generatedCorpus();
-    // Every command of the whole text, each search going on from the end of the last match.
-    PLRange found = scan.scan(text, PLRange{0, text.size()});
-    PLRegularExpressionHelper::enumerateMatches(scan.expression, text, PLRange{0, text.size()}, [&](const PLRegexMatch &match) {
-        EXPECT_EQ(found, match.range()) << describe(text, PLRange{match.range().location, 40});
-        found = scan.scan(text, PLRange{match.range().end(), text.size() - match.range().end()});
-        return true;
-    });
-    EXPECT_FALSE(found.isFound());
-    // Ranges that start and end anywhere, cutting commands and lines.
-    std::mt19937 random(5);
-    for (int i = 0; i < 3000; ++i) {
-        const qsizetype location = qsizetype(random() % quint32(text.size()));
-        const PLRange range{location, std::min<qsizetype>(qsizetype(random() % 120), text.size() - location)};
-        ASSERT_EQ(scan.scan(text, range), PLRegularExpressionHelper::firstMatchInRange(scan.expression, text, range))
-            << describe(text, range);
+    for (const auto &[expression, scan] : kScans) {
+        // Every command of the whole text, each search going on from the end of the last match.
+        PLRange found = scan(text, PLRange{0, text.size()});
+        PLRegularExpressionHelper::enumerateMatches(expression, text, PLRange{0, text.size()}, [&](const PLRegexMatch &match) {
+            EXPECT_EQ(found, match.range()) << describe(text, PLRange{match.range().location, 40});
+            found = scan(text, PLRange{match.range().end(), text.size() - match.range().end()});
+            return true;
+        });
+        EXPECT_FALSE(found.isFound());
+        // Ranges that start and end anywhere, cutting commands and lines.
+        std::mt19937 random(5);
+        for (int i = 0; i < 3000; ++i) {
+            const qsizetype location = qsizetype(random() % quint32(text.size()));
+            const PLRange range{location, std::min<qsizetype>(qsizetype(random() % 120), text.size() - location)};
+            ASSERT_EQ(scan(text, range), PLRegularExpressionHelper::firstMatchInRange(expression, text, range))
+                << describe(text, range);
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(EachCommandKind, PLLatexStringParserScan, ::testing::ValuesIn(kScans),
-                         [](const auto &info) { return std::string(info.param.label); });
 
 }

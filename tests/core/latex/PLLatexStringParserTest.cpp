@@ -8,25 +8,6 @@ using namespace PLTest;
 
 namespace {
 
-struct ParseCase
-{
-    const char *label;
-    const char16_t *text;
-    Lines nodes;
-};
-
-void PrintTo(const ParseCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-// Parsing in an untitled file: no include resolves to a path, so these cases touch no disk.
-class PLLatexStringParserTableTest : public ::testing::TestWithParam<ParseCase>
-{
-protected:
-    PLFilePool pool;
-};
-
 Lines flatLines(const QList<std::shared_ptr<PLOutlineNode>> &nodes)
 {
     QStringList lines;
@@ -35,74 +16,54 @@ Lines flatLines(const QList<std::shared_ptr<PLOutlineNode>> &nodes)
     return toLines(lines);
 }
 
-TEST_P(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
+// Parsing in an untitled file: no include resolves to a path, so these cases touch no disk.
+TEST(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
 {
+    PLFilePool pool;
     const auto file = PLFile::untitledFileWithName(QStringLiteral("untitled"), nullptr);
-    PLLatexStringParser parser(file);
-    const QString text = QString::fromUtf16(GetParam().text);
-    const auto nodes = parser.parseString(text);
-    EXPECT_EQ(flatLines(nodes), GetParam().nodes);
-    QString joined;
-    for (const auto &node : nodes)
-        joined += node->content();
-    EXPECT_EQ(joined, text);
+    const std::pair<const char16_t *, Lines> cases[] = {
+        {u"\\section*{A {nested} title}", {"text ||", "section \"A {nested} title\" |\\\\section*{A {nested} title}|", "text ||"}},
+        {u"\\part{P}\\chapter{C}\\subsection{S}\\subsubsection{T}\\paragraph{U}", {"text ||", "part \"P\" |\\\\part{P}|", "text ||",
+         "chapter \"C\" |\\\\chapter{C}|", "text ||", "subsection \"S\" |\\\\subsection{S}|", "text ||",
+         "subsubsection \"T\" |\\\\subsubsection{T}|", "text ||", "paragraph \"U\" |\\\\paragraph{U}|", "text ||"}},
+        // Unknown sectioning name.
+        {u"\\subparagraph{X}", {"text |\\\\subparagraph{X}|"}},
+        {u"% \\section{Old}\nafter", {"text |% \\\\section{|", "text |Old}\\nafter|"}},
+        {u"100\\% \\section{A}", {"text |100\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
+        // Doubled backslash still escapes.
+        {u"\\\\% \\section{A}", {"text |\\\\\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
+        {u"% note\n\\section{A}", {"text |% note\\n|", "section \"A\" |\\\\section{A}|", "text ||"}},
+        {u"\\section{Broken\ntitle}", {"text ||", "text |\\\\section{Broken|", "text |\\ntitle}|"}},
+        // Carriage return stays in the title.
+        {u"\\section{A\r\nB}", {"text ||", "text |\\\\section{A\\r|", "text |\\nB}|"}},
+        {u"\\chapter[Short]{Long title}", {"text ||", "chapter \"Long title\" |\\\\chapter[Short]{Long title}|", "text ||"}},
+        {u"\\section[A {]} [b]{T}", {"text ||", "section \"T\" |\\\\section[A {]} [b]{T}|", "text ||"}},
+        // Short title not closed on its line.
+        {u"\\section[A\n]{T}", {"text |\\\\section[A\\n]{T}|"}},
+        // Short title without a title after it.
+        {u"\\section[A] {T}\\section{U}", {"text |\\\\section[A] {T}|", "section \"U\" |\\\\section{U}|", "text ||"}},
+        {u"a\\input{chap}b", {"text |a|", "input |\\\\input{chap}|", "text |b|"}},
+        {u"\\bibliography{refs}", {"text ||", "bib |\\\\bibliography{refs}|", "text ||"}}, {u"\\input {chap}", {"text |\\\\input {chap}|"}},
+        {u"\\input{}", {"text |\\\\input{}|"}},
+        // Graphics are no include.
+        {u"\\includegraphics{x}", {"text |\\\\includegraphics{x}|"}}, {u"x % \\input{a} y", {"text |x % \\\\input{a}|", "text | y|"}},
+        {u"x\n%\\chapter{Intro}\\input{intro}\ny\\input{b}", {"text |x\\n%\\\\chapter{|", "text |Intro}\\\\input{intro}|", "text |\\ny|",
+         "input |\\\\input{b}|", "text ||"}},
+        // Commands sharing one line: the comment state follows the line from command to command.
+        {u"\\input{a}\\%\\input{b}%\\input{c}\r\\input{d}", {"text ||", "input |\\\\input{a}|", "text |\\\\%|", "input |\\\\input{b}|",
+         "text |%\\\\input{c}|", "text |\\r|", "input |\\\\input{d}|", "text ||"}},
+        {u"\\section{A} % \\section{B} \\section{C}\u2029\\section{D}", {"text ||", "section \"A\" |\\\\section{A}|",
+         "text | % \\\\section{|", "text |B} \\\\section{|", "text |C}\u2029|", "section \"D\" |\\\\section{D}|", "text ||"}}};
+    for (const auto &[input, nodes] : cases) {
+        const QString text = QString::fromUtf16(input);
+        const auto parsed = PLLatexStringParser(file).parseString(text);
+        EXPECT_EQ(flatLines(parsed), nodes);
+        QString joined;
+        for (const auto &node : parsed)
+            joined += node->content();
+        EXPECT_EQ(joined, text);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Headings, PLLatexStringParserTableTest, ::testing::Values(
-    ParseCase{"plain section", u"\\section{Intro}",
-              {"text ||", "section \"Intro\" |\\\\section{Intro}|", "text ||"}},
-    ParseCase{"starred with nested braces", u"\\section*{A {nested} title}",
-              {"text ||", "section \"A {nested} title\" |\\\\section*{A {nested} title}|", "text ||"}},
-    ParseCase{"every level", u"\\part{P}\\chapter{C}\\subsection{S}\\subsubsection{T}\\paragraph{U}",
-              {"text ||", "part \"P\" |\\\\part{P}|", "text ||", "chapter \"C\" |\\\\chapter{C}|", "text ||",
-               "subsection \"S\" |\\\\subsection{S}|", "text ||", "subsubsection \"T\" |\\\\subsubsection{T}|", "text ||",
-               "paragraph \"U\" |\\\\paragraph{U}|", "text ||"}},
-    ParseCase{"starred part keeps type one", u"\\part*{X}",
-              {"text ||", "part \"X\" |\\\\part*{X}|", "text ||"}},
-    ParseCase{"unknown sectioning name", u"\\subparagraph{X}", {"text |\\\\subparagraph{X}|"}},
-    ParseCase{"commented heading", u"% \\section{Old}\nafter",
-              {"text |% \\\\section{|", "text |Old}\\nafter|"}},
-    ParseCase{"escaped percent does not comment", u"100\\% \\section{A}",
-              {"text |100\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
-    ParseCase{"doubled backslash still escapes", u"\\\\% \\section{A}",
-              {"text |\\\\\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
-    ParseCase{"comment on an earlier line only", u"% note\n\\section{A}",
-              {"text |% note\\n|", "section \"A\" |\\\\section{A}|", "text ||"}},
-    ParseCase{"title broken by a line feed", u"\\section{Broken\ntitle}",
-              {"text ||", "text |\\\\section{Broken|", "text |\\ntitle}|"}},
-    ParseCase{"carriage return stays in the title", u"\\section{A\r\nB}",
-              {"text ||", "text |\\\\section{A\\r|", "text |\\nB}|"}},
-    ParseCase{"title at the end of the text", u"x\\section{A", {"text |x|", "text |\\\\section{A|", "text ||"}},
-    ParseCase{"short title in brackets", u"\\chapter[Short]{Long title}",
-              {"text ||", "chapter \"Long title\" |\\\\chapter[Short]{Long title}|", "text ||"}},
-    ParseCase{"brackets and braces inside the short title", u"\\section[A {]} [b]{T}",
-              {"text ||", "section \"T\" |\\\\section[A {]} [b]{T}|", "text ||"}},
-    ParseCase{"short title not closed on its line", u"\\section[A\n]{T}", {"text |\\\\section[A\\n]{T}|"}},
-    ParseCase{"short title without a title after it", u"\\section[A] {T}\\section{U}",
-              {"text |\\\\section[A] {T}|", "section \"U\" |\\\\section{U}|", "text ||"}},
-    ParseCase{"text around headings", u"a\n\\section{A}\nb\n\\subsection{B}\nc",
-              {"text |a\\n|", "section \"A\" |\\\\section{A}|", "text |\\nb\\n|", "subsection \"B\" |\\\\subsection{B}|",
-               "text |\\nc|"}}));
-
-INSTANTIATE_TEST_SUITE_P(Includes, PLLatexStringParserTableTest, ::testing::Values(
-    ParseCase{"input", u"a\\input{chap}b", {"text |a|", "input |\\\\input{chap}|", "text |b|"}},
-    ParseCase{"include", u"\\include{chap}", {"text ||", "input |\\\\include{chap}|", "text ||"}},
-    ParseCase{"bibliography", u"\\bibliography{refs}", {"text ||", "bib |\\\\bibliography{refs}|", "text ||"}},
-    ParseCase{"space before the brace", u"\\input {chap}", {"text |\\\\input {chap}|"}},
-    ParseCase{"empty argument", u"\\input{}", {"text |\\\\input{}|"}},
-    ParseCase{"graphics are no include", u"\\includegraphics{x}", {"text |\\\\includegraphics{x}|"}},
-    ParseCase{"commented include stays text", u"x % \\input{a} y",
-              {"text |x % \\\\input{a}|", "text | y|"}},
-    ParseCase{"include after a commented heading on its line", u"x\n%\\chapter{Intro}\\input{intro}\ny\\input{b}",
-              {"text |x\\n%\\\\chapter{|", "text |Intro}\\\\input{intro}|", "text |\\ny|", "input |\\\\input{b}|",
-               "text ||"}},
-    // Commands sharing one line: the comment state follows the line from command to command.
-    ParseCase{"comment sign between commands on one line", u"\\input{a}\\%\\input{b}%\\input{c}\r\\input{d}",
-              {"text ||", "input |\\\\input{a}|", "text |\\\\%|", "input |\\\\input{b}|", "text |%\\\\input{c}|",
-               "text |\\r|", "input |\\\\input{d}|", "text ||"}},
-    ParseCase{"headings sharing a commented line", u"\\section{A} % \\section{B} \\section{C}\u2029\\section{D}",
-              {"text ||", "section \"A\" |\\\\section{A}|", "text | % \\\\section{|", "text |B} \\\\section{|",
-               "text |C}\u2029|", "section \"D\" |\\\\section{D}|", "text ||"}}));
 
 TEST(PLLatexStringParserTest, commentTestLooksAtTheLineBeforeTheLocation)
 {

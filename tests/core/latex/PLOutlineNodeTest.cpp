@@ -145,49 +145,34 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
 
-struct FixTreeCase
-{
-    const char *label;
-    std::vector<std::pair<quint32, const char *>> flat;
-    Lines nested;
-};
+constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter, T = PLOutlineNode::Text,
+                  I = PLOutlineNode::Text + 1;
 
-void PrintTo(const FixTreeCase &c, std::ostream *os)
+// Sections take deeper nodes, a chapter closes sections, adjacent text merges but not across an
+// include, and a commented line makes the next include text.
+TEST(PLOutlineNodeTest, fixTreeNestsAFlatList)
 {
-    *os << c.label;
-}
-
-class PLOutlineNodeFixTreeTest : public ::testing::TestWithParam<FixTreeCase>
-{
-};
-
-TEST_P(PLOutlineNodeFixTreeTest, nestsAFlatList)
-{
-    const auto fileRoot = root();
-    for (const auto &[type, content] : GetParam().flat) {
-        const QString text = QString::fromUtf8(content);
-        if (type == PLOutlineNode::Text + 1)
-            fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
-        else
-            fileRoot->addChild(node(type, text, type == PLOutlineNode::Text ? QStringLiteral("text") : text));
+    const std::pair<std::vector<std::pair<quint32, const char *>>, Lines> cases[] = {
+        {{{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
+         {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
+        {{{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
+        {{{T, "a"}, {I, "\\input{x}"}, {T, "b"}}, {"text |a|", "input |\\\\input{x}|", "text |b|"}},
+        {{{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
+         {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
+        {{{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}}, {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}};
+    for (const auto &[flat, nested] : cases) {
+        const auto fileRoot = root();
+        for (const auto &[type, content] : flat) {
+            const QString text = QString::fromUtf8(content);
+            if (type == I)
+                fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
+            else
+                fileRoot->addChild(node(type, text, type == T ? QStringLiteral("text") : text));
+        }
+        fileRoot->fixTree();
+        EXPECT_EQ(toLines(dumpOutline(fileRoot)), nested);
     }
-    fileRoot->fixTree();
-    EXPECT_EQ(toLines(dumpOutline(fileRoot)), GetParam().nested);
 }
-
-constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter,
-                  T = PLOutlineNode::Text, I = PLOutlineNode::Text + 1;
-
-INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeFixTreeTest, ::testing::Values(
-    FixTreeCase{"sections take deeper nodes", {{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
-                {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
-    FixTreeCase{"adjacent text merges", {{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
-    FixTreeCase{"text next to an include stays apart", {{T, "a"}, {I, "\\input{x}"}, {T, "b"}},
-                {"text |a|", "input |\\\\input{x}|", "text |b|"}},
-    FixTreeCase{"a chapter closes sections", {{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
-                {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
-    FixTreeCase{"commented line makes the next include text", {{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}},
-                {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}));
 
 }
 
@@ -201,75 +186,62 @@ struct ChildEdit
     int times;
 };
 
-struct ChildEditCase
+TEST(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
 {
-    const char *label;
-    int children;
-    std::vector<ChildEdit> edits;
-};
-
-void PrintTo(const ChildEditCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-class PLOutlineNodeChildEditTest : public ::testing::TestWithParam<ChildEditCase>
-{
-};
-
-TEST_P(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
-{
-    const auto fileRoot = root();
-    int made = 0;
-    // Lengths 0 to 2, so that empty children sit between the others.
-    const auto fresh = [&] {
-        ++made;
-        return node(PLOutlineNode::Text, QString(made % 3, QChar(u'a' + made % 26)));
-    };
-    for (int i = 0; i < GetParam().children; ++i)
-        fileRoot->addChild(fresh());
-    const auto check = [&](const std::string &step) {
-        qsizetype end = 0;
-        for (qsizetype i = 0; i < fileRoot->childCount(); ++i) {
-            const auto child = fileRoot->childAtIndex(i);
-            ASSERT_EQ(child->indexInParent(), i) << step;
-            ASSERT_EQ(child->rightSibling(), fileRoot->childAtIndex(i + 1)) << step;
-            end += child->contentLength();
-        }
-        ASSERT_EQ(fileRoot->subtreeLength(), end) << step;
-        for (qsizetype location = 0; location <= end + 1; ++location) {
-            qsizetype start = 0;
-            qsizetype expectedStart = 0;
-            qsizetype expected = 0;
-            while (expected + 1 < fileRoot->childCount() && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
-                expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
-            const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
-            ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;
-            ASSERT_EQ(start, expectedStart) << step << " at " << location;
-        }
-    };
-    check("before the edits");
-    for (const auto &[kind, at, times] : GetParam().edits) {
-        for (int t = 0; t < times; ++t) {
-            const auto target = fileRoot->childAtIndex(at);
-            if (kind == 'i')
-                fileRoot->insertChild(fresh(), at);
-            else if (kind == 'a')
-                fileRoot->addChild(fresh());
-            else if (kind == 'r')
-                fileRoot->removeChild(target);
-            else if (kind == 'p')
-                fileRoot->replaceChild(target, node(PLOutlineNode::Text, QStringLiteral("replaced")));
-            else
-                target->setContent(target->content() + QStringLiteral("grown"));
-            check(std::string(1, kind) + std::to_string(at) + " #" + std::to_string(t));
+    // The number of children and the edits: a run of insertions at one place, edits far apart,
+    // removals from the front then appends, growth on both sides of the last edit, emptied and filled.
+    const std::pair<int, std::vector<ChildEdit>> cases[] = {
+        {20, {{'i', 10, 40}, {'r', 10, 40}}},
+        {60, {{'i', 5, 1}, {'r', 50, 2}, {'i', 30, 1}, {'p', 0, 1}, {'r', 0, 1}, {'g', 56, 1}, {'p', 40, 1}}},
+        {30, {{'r', 0, 10}, {'a', 0, 25}, {'g', 3, 2}, {'i', 0, 3}}},
+        {40, {{'i', 20, 1}, {'g', 35, 1}, {'g', 2, 1}, {'p', 21, 1}, {'r', 39, 1}}},
+        {3, {{'r', 0, 3}, {'a', 0, 20}, {'i', 20, 2}}}};
+    for (const auto &[children, edits] : cases) {
+        const auto fileRoot = root();
+        int made = 0;
+        // Lengths 0 to 2, so that empty children sit between the others.
+        const auto fresh = [&] {
+            ++made;
+            return node(PLOutlineNode::Text, QString(made % 3, QChar(u'a' + made % 26)));
+        };
+        for (int i = 0; i < children; ++i)
+            fileRoot->addChild(fresh());
+        const auto check = [&](const std::string &step) {
+            qsizetype end = 0;
+            for (qsizetype i = 0; i < fileRoot->childCount(); ++i) {
+                const auto child = fileRoot->childAtIndex(i);
+                ASSERT_EQ(child->indexInParent(), i) << step;
+                ASSERT_EQ(child->rightSibling(), fileRoot->childAtIndex(i + 1)) << step;
+                end += child->contentLength();
+            }
+            ASSERT_EQ(fileRoot->subtreeLength(), end) << step;
+            for (qsizetype location = 0; location <= end + 1; ++location) {
+                qsizetype start = 0;
+                qsizetype expectedStart = 0;
+                qsizetype expected = 0;
+                while (expected + 1 < fileRoot->childCount() && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
+                    expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
+                const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
+                ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;
+                ASSERT_EQ(start, expectedStart) << step << " at " << location;
+            }
+        };
+        check("before the edits");
+        for (const auto &[kind, at, times] : edits) {
+            for (int t = 0; t < times; ++t) {
+                const auto target = fileRoot->childAtIndex(at);
+                if (kind == 'i')
+                    fileRoot->insertChild(fresh(), at);
+                else if (kind == 'a')
+                    fileRoot->addChild(fresh());
+                else if (kind == 'r')
+                    fileRoot->removeChild(target);
+                else if (kind == 'p')
+                    fileRoot->replaceChild(target, node(PLOutlineNode::Text, QStringLiteral("replaced")));
+                else
+                    target->setContent(target->content() + QStringLiteral("grown"));
+                check(std::string(1, kind) + std::to_string(at) + " #" + std::to_string(t));
+            }
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeChildEditTest, ::testing::Values(
-    ChildEditCase{"a run of insertions at one place", 20, {{'i', 10, 40}, {'r', 10, 40}}},
-    ChildEditCase{"edits far apart", 60, {{'i', 5, 1}, {'r', 50, 2}, {'i', 30, 1}, {'p', 0, 1}, {'r', 0, 1}, {'g', 56, 1}, {'p', 40, 1}}},
-    ChildEditCase{"removals from the front, then appends", 30, {{'r', 0, 10}, {'a', 0, 25}, {'g', 3, 2}, {'i', 0, 3}}},
-    ChildEditCase{"growth on both sides of the last edit", 40, {{'i', 20, 1}, {'g', 35, 1}, {'g', 2, 1}, {'p', 21, 1}, {'r', 39, 1}}},
-    ChildEditCase{"emptied and filled again", 3, {{'r', 0, 3}, {'a', 0, 20}, {'i', 20, 2}}}));

@@ -8,21 +8,6 @@ using namespace PLTest;
 
 namespace {
 
-struct EditCase
-{
-    const char *label;
-    const char16_t *text;
-    PLRange range;
-    const char16_t *replacement;
-    Lines notifications;
-    Lines outline;
-};
-
-void PrintTo(const EditCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
 class PLOutlineNodeTreeChangesHandlerTest : public ProjectTest
 {
 protected:
@@ -39,76 +24,73 @@ protected:
     }
 };
 
-class PLOutlineEditScriptTest : public PLOutlineNodeTreeChangesHandlerTest, public ::testing::WithParamInterface<EditCase>
-{
-};
-
 // One replacement through the buffer: the notifications it posts, in order, and the outline after.
-TEST_P(PLOutlineEditScriptTest, replacementPatchesTheTree)
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, replacementPatchesTheTree)
 {
-    const EditCase &c = GetParam();
-    const auto file = open(QString::fromUtf16(c.text));
-    OutlineNotificationRecorder recorder;
-    file->contentBuffer()->replaceCharactersInRange(c.range, QString::fromUtf16(c.replacement));
-    EXPECT_EQ(recorder.summary(), c.notifications);
-    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), c.outline);
-    EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
-    // The edit names the file's root; a file that the edit opens announces its own parse.
-    for (const auto &n : recorder.notifications) {
-        if (*n.objectType == typeid(PLOutlineNode))
-            EXPECT_EQ(n.object, file->outlineRootNode().get()) << n.name.toStdString();
-        else
-            EXPECT_NE(n.object, file.get()) << n.name.toStdString();
+    const std::tuple<const char16_t *, PLRange, const char16_t *, Lines, Lines> cases[] = {
+        // Typing in plain text.
+        {u"ab\n\\section{A}", {1, 0}, u"x", {"added text |axb\\n|", "removed text |axb\\n|", "changed"},
+         {"text |axb\\n|", "section \"A\" |\\\\section{A}|", "  text ||"}},
+        // Typing in a section title.
+        {u"a\n\\section{Intro}\nbody\n\\subsection{S}\nmore", {12, 0}, u"x",
+         {"added text ||", "added section \"Ixntro\" |\\\\section{Ixntro}|", "added text ||",
+          "removed section \"Ixntro\" |\\\\section{Ixntro}|", "changed"},
+         {"text |a\\n|", "section \"Ixntro\" |\\\\section{Ixntro}|", "  text |\\nbody\\n|",
+          "  subsection \"S\" |\\\\subsection{S}|", "    text |\\nmore|"}},
+        // A new heading in the middle of text.
+        {u"\\section{A}\nfirst second\n\\subsection{C}\nx", {18, 0}, u"\\section{B}",
+         {"added text |second\\n|", "added section \"B\" |\\\\section{B}|", "added text |\\nfirst |",
+          "removed text |\\nfirst \\\\section{B}second\\n|", "changed"},
+         {"text ||", "section \"A\" |\\\\section{A}|", "  text |\\nfirst |", "section \"B\" |\\\\section{B}|",
+          "  text |second\\n|", "  subsection \"C\" |\\\\subsection{C}|", "    text |\\nx|"}},
+        // A location at a boundary goes to the earlier node.
+        {u"ab\\section{A}", {2, 0}, u"x", {"added text |abx|", "removed text |abx|", "changed"},
+         {"text |abx|", "section \"A\" |\\\\section{A}|", "  text ||"}},
+        // Typing right after an include keeps its file.
+        {u"\\input{a}", {9, 0}, u"\n",
+         {"added text |\\n|", "added input |\\\\input{a}|", "added text ||", "removed input \"text\" |\\\\input{a}\\n|", "changed"},
+         {"text ||", "input |\\\\input{a}|", "  root a.tex", "text |\\n|"}},
+        // Commenting out an include.
+        {u"\\input{a}\nafter", {0, 0}, u"%", {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
+         {"text |%\\\\input{a}\\nafter|"}},
+        // A broken title turns the heading into text.
+        {u"x\\section{A}\ny", {11, 0}, u"\n",
+         {"added text |\\n}|", "added text |\\\\section{A|", "added text ||", "removed section \"A\n\" |\\\\section{A\\n}|", "changed"},
+         {"text |x\\\\section{A\\n}\\ny|"}},
+        // Renaming an include.
+        {u"\\input{a}", {7, 1}, u"b",
+         {"added text ||", "added text ||", "added input |\\\\input{b}|", "added text ||", "removed input \"text\" |\\\\input{b}|",
+          "changed"}, {"text ||", "input |\\\\input{b}|", "  root b.tex", "text ||"}},
+        // Deleting across a heading.
+        {u"intro\n\\section{A}\nbody\n\\section{B}\nend", {2, 18}, u"",
+         {"removed text |\\nbody\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
+         {"text |indy\\n|", "section \"B\" |\\\\section{B}|", "  text |\\nend|"}},
+        // The merged node is decided from its start.
+        {u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ", {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
+         {"chapter \"C\" |\\\\chapter{C} ody|"}},
+        // Children of the last covered node stay in order.
+        {u"x\n\\section{A}\\subsection{B}1\\subsection{C}2", {1, 11}, u"",
+         {"added text |x\\n|", "added text |x\\n|", "added text |x\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
+         {"text |x}|", "subsection \"B\" |\\\\subsection{B}|", "  text |1|", "subsection \"C\" |\\\\subsection{C}|", "  text |2|"}},
+        // Deleting an include closes its file.
+        {u"x\\input{a}y", {0, 11}, u"z", {"removed text |y|", "removed input |\\\\input{a}|", "changed"}, {"text |z|"}}};
+    for (const auto &[text, range, replacement, notifications, outline] : cases) {
+        const auto file = open(QString::fromUtf16(text));
+        OutlineNotificationRecorder recorder;
+        file->contentBuffer()->replaceCharactersInRange(range, QString::fromUtf16(replacement));
+        EXPECT_EQ(recorder.summary(), notifications);
+        EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), outline);
+        EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+        // The edit names the file's root; a file that the edit opens announces its own parse.
+        for (const auto &n : recorder.notifications) {
+            if (*n.objectType == typeid(PLOutlineNode))
+                EXPECT_EQ(n.object, file->outlineRootNode().get()) << n.name.toStdString();
+            else
+                EXPECT_NE(n.object, file.get()) << n.name.toStdString();
+        }
+        file->close();
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(OneNode, PLOutlineEditScriptTest, ::testing::Values(
-    EditCase{"typing in plain text", u"ab\n\\section{A}", {1, 0}, u"x",
-             {"added text |axb\\n|", "removed text |axb\\n|", "changed"},
-             {"text |axb\\n|", "section \"A\" |\\\\section{A}|", "  text ||"}},
-    EditCase{"typing in a section title", u"a\n\\section{Intro}\nbody\n\\subsection{S}\nmore", {12, 0}, u"x",
-             {"added text ||", "added section \"Ixntro\" |\\\\section{Ixntro}|", "added text ||",
-              "removed section \"Ixntro\" |\\\\section{Ixntro}|", "changed"},
-             {"text |a\\n|", "section \"Ixntro\" |\\\\section{Ixntro}|", "  text |\\nbody\\n|",
-              "  subsection \"S\" |\\\\subsection{S}|", "    text |\\nmore|"}},
-    EditCase{"a new heading in the middle of text", u"\\section{A}\nfirst second\n\\subsection{C}\nx", {18, 0}, u"\\section{B}",
-             {"added text |second\\n|", "added section \"B\" |\\\\section{B}|", "added text |\\nfirst |",
-              "removed text |\\nfirst \\\\section{B}second\\n|", "changed"},
-             {"text ||", "section \"A\" |\\\\section{A}|", "  text |\\nfirst |", "section \"B\" |\\\\section{B}|",
-              "  text |second\\n|", "  subsection \"C\" |\\\\subsection{C}|", "    text |\\nx|"}},
-    EditCase{"a location at a boundary goes to the earlier node", u"ab\\section{A}", {2, 0}, u"x",
-             {"added text |abx|", "removed text |abx|", "changed"},
-             {"text |abx|", "section \"A\" |\\\\section{A}|", "  text ||"}},
-    EditCase{"typing right after an include keeps its file", u"\\input{a}", {9, 0}, u"\n",
-             {"added text |\\n|", "added input |\\\\input{a}|", "added text ||", "removed input \"text\" |\\\\input{a}\\n|",
-              "changed"},
-             {"text ||", "input |\\\\input{a}|", "  root a.tex", "text |\\n|"}},
-    EditCase{"commenting out an include", u"\\input{a}\nafter", {0, 0}, u"%",
-             {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
-             {"text |%\\\\input{a}\\nafter|"}},
-    EditCase{"a broken title turns the heading into text", u"x\\section{A}\ny", {11, 0}, u"\n",
-             {"added text |\\n}|", "added text |\\\\section{A|", "added text ||", "removed section \"A\n\" |\\\\section{A\\n}|",
-              "changed"},
-             {"text |x\\\\section{A\\n}\\ny|"}},
-    EditCase{"renaming an include", u"\\input{a}", {7, 1}, u"b",
-             {"added text ||", "added text ||", "added input |\\\\input{b}|", "added text ||", "removed input \"text\" |\\\\input{b}|",
-              "changed"},
-             {"text ||", "input |\\\\input{b}|", "  root b.tex", "text ||"}}));
-
-INSTANTIATE_TEST_SUITE_P(SeveralNodes, PLOutlineEditScriptTest, ::testing::Values(
-    EditCase{"deleting across a heading", u"intro\n\\section{A}\nbody\n\\section{B}\nend", {2, 18}, u"",
-             {"removed text |\\nbody\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
-             {"text |indy\\n|", "section \"B\" |\\\\section{B}|", "  text |\\nend|"}},
-    EditCase{"the merged node is decided from its start", u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ",
-             {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
-             {"chapter \"C\" |\\\\chapter{C} ody|"}},
-    EditCase{"children of the last covered node stay in order", u"x\n\\section{A}\\subsection{B}1\\subsection{C}2", {1, 11}, u"",
-             {"added text |x\\n|", "added text |x\\n|", "added text |x\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
-             {"text |x}|", "subsection \"B\" |\\\\subsection{B}|", "  text |1|", "subsection \"C\" |\\\\subsection{C}|",
-              "  text |2|"}},
-    EditCase{"deleting an include closes its file", u"x\\input{a}y", {0, 11}, u"z",
-             {"removed text |y|", "removed input |\\\\input{a}|", "changed"},
-             {"text |z|"}}));
 
 TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
 {
