@@ -28,29 +28,6 @@ protected:
     std::shared_ptr<PLFile> file;
 };
 
-TEST_F(PLSyntaxHighlighterBufferTest, TypingColoursTheLinesOfTheFilteredTextOnly)
-{
-    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("a\n\tb\nc\n"));
-    QSignalSpy edits(buffer, &PLTextStorage::didProcessEditing);
-    QSignalSpy painted(buffer, &PLTextStorage::didEditAttributes);
-
-    // The pairing filter makes "(" two characters: both are in the range the highlighter gets, and
-    // only their line is painted.
-    buffer->replaceCharactersInRange(PLRange{4, 0}, QStringLiteral("("));
-    ASSERT_EQ(edits.size(), 1);
-    EXPECT_EQ(edits[0][0].value<PLRange>(), (PLRange{4, 2}));
-    ASSERT_EQ(painted.size(), 1);
-    EXPECT_EQ(painted[0][0].value<PLRange>(), (PLRange{2, 5}));
-
-    // Return after the tab-indented line inserts "\n\t": its range reaches into the new line, so
-    // both lines are coloured; the text after the line feed is part of the new line.
-    buffer->replaceCharactersInRange(PLRange{6, 0}, QStringLiteral("\n"));
-    EXPECT_EQ(buffer->string(), QStringLiteral("a\n\tb()\n\t\nc\n"));
-    EXPECT_EQ(edits[1][0].value<PLRange>(), (PLRange{6, 2}));
-    ASSERT_EQ(painted.size(), 2);
-    EXPECT_EQ(painted[1][0].value<PLRange>(), (PLRange{2, 7}));
-}
-
 // Regression: a file opened with text showed no colours until its first edit.
 TEST_F(PLSyntaxHighlighterBufferTest, TheTextAFileOpensWithIsColouredWhenFirstRead)
 {

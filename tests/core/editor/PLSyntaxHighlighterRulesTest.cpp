@@ -86,7 +86,8 @@ std::string links(const PLTextStorage &storage)
     return result;
 }
 
-// Each line's tokens are painted in order: per character, the class of its foreground (its
+// Which characters each class paints alone is the pattern equivalence test's; here, which class
+// wins where several paint. Each line's tokens are painted in order: per character, the class of its foreground (its
 // background is the same class, none for 't') and 'l' where it links to "file://".
 TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
 {
@@ -101,27 +102,15 @@ TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
         {false, u"\\section*{Intro} text\n", "sssssssss" "b" "sssss" "b" "tttttt", nullptr},
         // Only the first brace group belongs to the heading.
         {false, u"\\paragraph{P}{Q}\n", "ssssssssss" "bsb" "btb" "t", nullptr},
-        // Dollar signs alone, not the mathematics.
-        {false, u"Let $x^2$ be\n", "tttt" "d" "ttt" "d" "tttt", nullptr},
-        // A command takes one following space.
-        {false, u"\\item one\n", "ffffff" "tttt", nullptr},
-        {false, u"a\\\\ b\n", "tffftt", nullptr},
         {false, u"\\% x % y\n", "fff" "tt" "ccc" "t", nullptr},
-        // A comment after a word character takes it along.
-        {false, u"x% y\n", "tccct", nullptr},
         {false, u"\\input{chapters/intro}\n", "ffffff" "b" "tttttttttttttt" "b" "t", "......." "llllllllllllll" ".."},
         {false, u"\\bibliography{refs.bib}\n", "fffffffffffff" "b" "tttttttt" "b" "t", ".............." "llllllll" ".."},
         // A commented include still links.
         {false, u"% \\input{old}\n", "ccccccccccccc" "t", "........." "lll" ".."},
         // A heading's argument runs to its first closing brace.
         {false, u"\\section{A \\section{B} x\n", "ssssssss" "b" "ss" "ssssssss" "b" "s" "b" "ttt", nullptr},
-        // A heading whose argument does not close is a command.
-        {false, u"\\section{\n", "ffffffff" "b" "t", nullptr},
-        // A star is only allowed right before the brace.
-        {false, u"\\section*x{A}\n", "ffffffff" "tt" "btb" "t", nullptr},
         // An include's argument is at least one character, a brace too.
         {false, u"\\input{}}\n", "ffffff" "bbb" "t", "......." "l" ".."},
-        {false, u"$a$", "dtd", nullptr},
         {true, u"@article{key,\n", "yyyyyyyy" "b" "ttttt", nullptr},
         // A field, its braces repainted.
         {true, u"  title = {A},\n", "kkkkkkkkkk" "bkb" "tt", nullptr},

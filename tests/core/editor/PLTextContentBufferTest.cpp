@@ -68,21 +68,6 @@ TEST_F(PLTextContentBufferTest, undoRemovesOneReplacementAtATimeAndRedoBringsItB
     EXPECT_EQ(buffer->undoManager()->count(), 2);
 }
 
-TEST_F(PLTextContentBufferTest, undoReplaysRemovedTextWithoutTypingFilters)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\t\n"));
-    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("\t\n"));
-    buffer->replaceCharactersInRange(PLRange{0, 2}, QStringLiteral("("));
-    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
-    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("("));
-    buffer->undoManager()->redo();
-    EXPECT_EQ(buffer->string(), QString());
-}
-
 TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
 {
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("abc"));

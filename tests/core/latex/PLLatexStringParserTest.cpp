@@ -16,7 +16,9 @@ Lines flatLines(const QList<std::shared_ptr<PLOutlineNode>> &nodes)
     return toLines(lines);
 }
 
-// Parsing in an untitled file: no include resolves to a path, so these cases touch no disk.
+// Parsing in an untitled file: no include resolves to a path, so these cases touch no disk. The
+// random outline test pins what plain headings, includes and comments give; these rows are the
+// shapes its edits do not make.
 TEST(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
 {
     PLFilePool pool;
@@ -28,12 +30,8 @@ TEST(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
          "subsubsection \"T\" |\\\\subsubsection{T}|", "text ||", "paragraph \"U\" |\\\\paragraph{U}|", "text ||"}},
         // Unknown sectioning name.
         {u"\\subparagraph{X}", {"text |\\\\subparagraph{X}|"}},
-        {u"% \\section{Old}\nafter", {"text |% \\\\section{|", "text |Old}\\nafter|"}},
-        {u"100\\% \\section{A}", {"text |100\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
         // Doubled backslash still escapes.
         {u"\\\\% \\section{A}", {"text |\\\\\\\\% |", "section \"A\" |\\\\section{A}|", "text ||"}},
-        {u"% note\n\\section{A}", {"text |% note\\n|", "section \"A\" |\\\\section{A}|", "text ||"}},
-        {u"\\section{Broken\ntitle}", {"text ||", "text |\\\\section{Broken|", "text |\\ntitle}|"}},
         // Carriage return stays in the title.
         {u"\\section{A\r\nB}", {"text ||", "text |\\\\section{A\\r|", "text |\\nB}|"}},
         {u"\\chapter[Short]{Long title}", {"text ||", "chapter \"Long title\" |\\\\chapter[Short]{Long title}|", "text ||"}},
@@ -42,8 +40,7 @@ TEST(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
         {u"\\section[A\n]{T}", {"text |\\\\section[A\\n]{T}|"}},
         // Short title without a title after it.
         {u"\\section[A] {T}\\section{U}", {"text |\\\\section[A] {T}|", "section \"U\" |\\\\section{U}|", "text ||"}},
-        {u"a\\input{chap}b", {"text |a|", "input |\\\\input{chap}|", "text |b|"}},
-        {u"\\bibliography{refs}", {"text ||", "bib |\\\\bibliography{refs}|", "text ||"}}, {u"\\input {chap}", {"text |\\\\input {chap}|"}},
+        {u"\\input {chap}", {"text |\\\\input {chap}|"}},
         {u"\\input{}", {"text |\\\\input{}|"}},
         // Graphics are no include.
         {u"\\includegraphics{x}", {"text |\\\\includegraphics{x}|"}}, {u"x % \\input{a} y", {"text |x % \\\\input{a}|", "text | y|"}},

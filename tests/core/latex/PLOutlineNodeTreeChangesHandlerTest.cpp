@@ -25,46 +25,13 @@ protected:
 };
 
 // One replacement through the buffer: the notifications it posts, in order, and the outline after.
+// The random invariant test pins both for every kind of edit; these rows show a few by name.
 TEST_F(PLOutlineNodeTreeChangesHandlerTest, replacementPatchesTheTree)
 {
     const std::tuple<const char16_t *, PLRange, const char16_t *, Lines, Lines> cases[] = {
-        // Typing in plain text.
-        {u"ab\n\\section{A}", {1, 0}, u"x", {"added text |axb\\n|", "removed text |axb\\n|", "changed"},
-         {"text |axb\\n|", "section \"A\" |\\\\section{A}|", "  text ||"}},
-        // Typing in a section title.
-        {u"a\n\\section{Intro}\nbody\n\\subsection{S}\nmore", {12, 0}, u"x",
-         {"added text ||", "added section \"Ixntro\" |\\\\section{Ixntro}|", "added text ||",
-          "removed section \"Ixntro\" |\\\\section{Ixntro}|", "changed"},
-         {"text |a\\n|", "section \"Ixntro\" |\\\\section{Ixntro}|", "  text |\\nbody\\n|",
-          "  subsection \"S\" |\\\\subsection{S}|", "    text |\\nmore|"}},
-        // A new heading in the middle of text.
-        {u"\\section{A}\nfirst second\n\\subsection{C}\nx", {18, 0}, u"\\section{B}",
-         {"added text |second\\n|", "added section \"B\" |\\\\section{B}|", "added text |\\nfirst |",
-          "removed text |\\nfirst \\\\section{B}second\\n|", "changed"},
-         {"text ||", "section \"A\" |\\\\section{A}|", "  text |\\nfirst |", "section \"B\" |\\\\section{B}|",
-          "  text |second\\n|", "  subsection \"C\" |\\\\subsection{C}|", "    text |\\nx|"}},
-        // A location at a boundary goes to the earlier node.
-        {u"ab\\section{A}", {2, 0}, u"x", {"added text |abx|", "removed text |abx|", "changed"},
-         {"text |abx|", "section \"A\" |\\\\section{A}|", "  text ||"}},
-        // Typing right after an include keeps its file.
-        {u"\\input{a}", {9, 0}, u"\n",
-         {"added text |\\n|", "added input |\\\\input{a}|", "added text ||", "removed input \"text\" |\\\\input{a}\\n|", "changed"},
-         {"text ||", "input |\\\\input{a}|", "  root a.tex", "text |\\n|"}},
         // Commenting out an include.
         {u"\\input{a}\nafter", {0, 0}, u"%", {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
          {"text |%\\\\input{a}\\nafter|"}},
-        // A broken title turns the heading into text.
-        {u"x\\section{A}\ny", {11, 0}, u"\n",
-         {"added text |\\n}|", "added text |\\\\section{A|", "added text ||", "removed section \"A\n\" |\\\\section{A\\n}|", "changed"},
-         {"text |x\\\\section{A\\n}\\ny|"}},
-        // Renaming an include.
-        {u"\\input{a}", {7, 1}, u"b",
-         {"added text ||", "added text ||", "added input |\\\\input{b}|", "added text ||", "removed input \"text\" |\\\\input{b}|",
-          "changed"}, {"text ||", "input |\\\\input{b}|", "  root b.tex", "text ||"}},
-        // Deleting across a heading.
-        {u"intro\n\\section{A}\nbody\n\\section{B}\nend", {2, 18}, u"",
-         {"removed text |\\nbody\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
-         {"text |indy\\n|", "section \"B\" |\\\\section{B}|", "  text |\\nend|"}},
         // The merged node is decided from its start.
         {u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ", {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
          {"chapter \"C\" |\\\\chapter{C} ody|"}},
