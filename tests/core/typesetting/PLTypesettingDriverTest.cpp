@@ -2,8 +2,11 @@
 #include "PLTypesettingTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
+#include "core/typesetting/PLLogItem.h"
+#include "core/typesetting/PLStreamDecoder.h"
 
 #include <QThreadPool>
+#include <sys/stat.h>
 
 #include <gtest/gtest.h>
 
@@ -118,6 +121,201 @@ TEST_F(TypesetterTest, ReadsTheFirstRunWithItsOwnParserBeforeBibTeXRuns)
     ASSERT_EQ(job->finishedParser, job->driver().parser());
     ASSERT_EQ(job->finishedParser->itemCount(), 1);
     EXPECT_EQ(job->finishedParser->itemAtIndex(0)->line(), 3);
+}
+
+
+// The driver's common behaviour is in the typed driver suite; these are the transformer's own.
+class LatexTransformerTest : public DriverTest<TransformerJob>
+{
+protected:
+    PLLogStringParser &parser() { return job->parser(); }
+};
+
+TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngineRun)
+{
+    open(QStringLiteral("citations"));
+    EXPECT_TRUE(job->isRunning());
+    ASSERT_TRUE(waitForFinish());
+    // The log is parsed on the job's thread, before the end is told.
+    EXPECT_EQ(events->kinds(false), TransformerJob::jobThreadKinds);
+    EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
+
+    // BibTeX ran and its output was shown; the runs after it resolved the citations.
+    const QString output = events->texts(QStringLiteral("output")).join(QString());
+    EXPECT_TRUE(output.contains(QStringLiteral("This is BibTeX")));
+    EXPECT_EQ(output.count(QStringLiteral("This is pdfTeX")), 3);
+    EXPECT_TRUE(QFile::exists(folder + QStringLiteral("main.bbl")));
+    EXPECT_FALSE(PLTest::readFile(folder + QStringLiteral("main.log")).contains("Citation `knuth1984'"));
+    // The parsed log is the first run's, which did not know the citations yet.
+    ASSERT_EQ(parser().warningsFound().size(), 4);
+    EXPECT_EQ(parser().warningsFound().first()->message(), QStringLiteral("Citation `knuth1984' on page 1 undefined "));
+    EXPECT_EQ(parser().warningsFound().first()->filePath(), mainFile->stringPath());
+}
+
+struct EngineChoiceCase
+{
+    const char *document;
+    const char *engineSetting;
+    int engine;
+    const char *banner;
+};
+
+class LatexTransformerEngineChoice : public LatexTransformerTest, public ::testing::WithParamInterface<EngineChoiceCase>
+{
+};
+
+TEST_P(LatexTransformerEngineChoice, FollowsTheMagicCommentThenTheSetting)
+{
+    const EngineChoiceCase &c = GetParam();
+    PLUserDefaults::standardUserDefaults().setString(QString::fromUtf8(c.engineSetting), PLUserDefaultsTypesettingEngine);
+    open(QString::fromUtf8(c.document));
+    ASSERT_TRUE(waitForFinish());
+    ASSERT_FALSE(events->all().empty());
+    EXPECT_EQ(events->all().front().kind, QStringLiteral("engine"));
+    EXPECT_EQ(events->all().front().number, c.engine);
+    EXPECT_TRUE(events->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(c.banner)));
+    EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, LatexTransformerEngineChoice,
+                         ::testing::Values(EngineChoiceCase{"xelatex", "pdflatex", 2, "This is XeTeX"},
+                                           EngineChoiceCase{"clean", "xelatex", 0, "This is XeTeX"},
+                                           EngineChoiceCase{"clean", "pdflatex", 0, "This is pdfTeX"}));
+
+// A document from an untrusted source runs any command through shell escape; the setting turns it
+// off for the next job.
+TEST_F(LatexTransformerTest, ShellEscapeFollowsItsSetting)
+{
+    for (const bool enabled : {true, false}) {
+        SCOPED_TRACE(enabled);
+        PLUserDefaults::standardUserDefaults().setBool(enabled, PLUserDefaultsShellEscapeEnabled);
+        open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\immediate\\write18{touch escaped}"
+                                                     "\\begin{document}x\\end{document}\n"));
+        ASSERT_TRUE(waitForFinish());
+        EXPECT_EQ(QFile::exists(folder + QStringLiteral("escaped")), enabled);
+        EXPECT_TRUE(job->driver().wasPdfWritten());
+        QFile::remove(folder + QStringLiteral("escaped"));
+    }
+}
+
+// A TeX folder of stand-in programs that write down how they were run.
+class LatexTransformerWithStandIns : public LatexTransformerTest
+{
+protected:
+    void SetUp() override
+    {
+        LatexTransformerTest::SetUp();
+        texFolder = dir.filePath(QStringLiteral("texbin"));
+        writeProgram(texFolder + QStringLiteral("/pdflatex"),
+                     "#!/bin/sh\n"
+                     "echo \"engine $0 $*\" >> runs.txt\n"
+                     "n=$(/usr/bin/wc -l < runs.txt)\n"
+                     "echo \"(./main.tex\"\n"
+                     "echo \"LaTeX Warning: run $n\"\n"
+                     "echo\n");
+        writeProgram(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
+    }
+
+    QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }
+
+    QString texFolder;
+};
+
+// A setting of two characters or more is a folder whatever its last character; shorter ones are
+// used as they are.
+TEST_F(LatexTransformerWithStandIns, TheTexFolderRuleLooksAtTheSecondToLastCharacter)
+{
+    for (const QString &setting : QStringList{texFolder, texFolder + u'/', QStringLiteral("/"), QString()}) {
+        SCOPED_TRACE(setting.toStdString());
+        PLUserDefaults::standardUserDefaults().setString(setting, PLUserDefaultsTexLocation);
+        QFile::remove(dir.filePath(QStringLiteral("runs.txt")));
+        open(QStringLiteral("clean"));
+        ASSERT_TRUE(waitForFinish());
+        if (setting.size() < 2) {
+            EXPECT_EQ(events->texts(QStringLiteral("missing")), QStringList{setting + QStringLiteral("pdflatex")});
+            continue;
+        }
+        const QString engine = setting + QStringLiteral("/pdflatex");
+        const QString arguments = QStringLiteral(" -file-line-error -synctex=1 --interaction nonstopmode --shell-escape main\n");
+        EXPECT_EQ(runs(), QStringLiteral("engine ") + engine + arguments + QStringLiteral("bibtex ") + setting +
+                              QStringLiteral("/bibtex main\nengine ") + engine + arguments + QStringLiteral("engine ") +
+                              engine + arguments);
+        // Only the first run's output is parsed.
+        ASSERT_EQ(parser().warningsFound().size(), 1);
+        EXPECT_EQ(parser().warningsFound().first()->message(), QStringLiteral("run 1\n\n"));
+    }
+}
+
+// Regression: each chunk was decoded on its own, so a character split between two reads made
+// the chunk undecodable and lost it, with its warnings and errors. The stand-in stops after the
+// first byte of "é" until the job has passed on what it read, so the split falls there.
+TEST_F(LatexTransformerWithStandIns, ACharacterSplitBetweenTwoReadsIsKept)
+{
+    const QString gate = texFolder + QStringLiteral("/gate");
+    ASSERT_EQ(mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
+    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                      "#!/bin/sh\n"
+                      "echo '(./first.tex'\nprintf 'caf\\303'\n"
+                      "read go < \"$(dirname \"$0\")/gate\"\n"
+                      "printf '\\251\\n(./last.tex\\n'\n");
+    QFile::remove(texFolder + QStringLiteral("/bibtex"));
+    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    QString seen;
+    onOutput = [&seen, gate](const QString &output) {
+        seen += output;
+        if (!seen.endsWith(QStringLiteral("caf")))
+            return;
+        QFile release(gate);
+        if (release.open(QIODevice::WriteOnly))
+            release.write("\n");
+    };
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(waitForFinish());
+    EXPECT_EQ(events->texts(QStringLiteral("output")).join(QString()), QStringLiteral("(./first.tex\ncaf\u00e9\n(./last.tex\n"));
+    EXPECT_EQ(events->texts(QStringLiteral("file")), (QStringList{QStringLiteral("first.tex"), QStringLiteral("last.tex")}));
+    EXPECT_EQ(parser().currentFilePath(), folder + QStringLiteral("last.tex"));
+}
+
+// Regression: a flooding engine's output was kept whole for the parser, until memory ran out; the
+// kept part is bounded and the output says what was left out.
+TEST_F(LatexTransformerWithStandIns, AFloodingEnginesOutputIsKeptOnlyUpToABound)
+{
+    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
+                      "#!/bin/sh\necho '(./first.tex'\n/usr/bin/yes x | /usr/bin/head -c 20000000\necho '(./late.tex'\n");
+    QFile::remove(texFolder + QStringLiteral("/bibtex"));
+    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    open(QStringLiteral("clean"));
+    ASSERT_TRUE(waitForFinish());
+    const QStringList output = events->texts(QStringLiteral("output"));
+    EXPECT_TRUE(output.join(QString()).contains(QStringLiteral("x\n(./late.tex\n")));
+    ASSERT_FALSE(output.isEmpty());
+    EXPECT_TRUE(output.last().startsWith(QStringLiteral("\nPlumeo: only the first 16777216 characters of the output of pdflatex")))
+        << output.last().toStdString();
+    EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("first.tex")});
+    EXPECT_EQ(parser().currentFilePath(), folder + QStringLiteral("first.tex"));
+}
+
+TEST(StreamDecoder, KeepsACharacterSplitAnywhereAndDropsOnlyPiecesThatDoNotDecode)
+{
+    const QString text = QStringLiteral("Gr\u00fc\u00dfe \u65e5\u672c \U0001F600.");
+    for (const PLStringEncoding encoding : {PLStringEncodings::UTF8, PLStringEncodings::UTF16LittleEndian,
+                                            PLStringEncodings::ISOLatin2, PLStringEncodings::MacOSRoman}) {
+        SCOPED_TRACE(encoding);
+        const QString representable = PLStringEncodings::encode(text, encoding) ? text : QStringLiteral("Gr\u00fc\u00dfe.");
+        const QByteArray bytes = *PLStringEncodings::encode(representable, encoding);
+        for (qsizetype cut = 0; cut <= bytes.size(); ++cut) {
+            PLStreamDecoder decoder(encoding);
+            const std::optional<QString> first = decoder.decode(QByteArrayView(bytes).first(cut));
+            const std::optional<QString> second = decoder.decode(QByteArrayView(bytes).sliced(cut));
+            ASSERT_TRUE(first && second) << cut;
+            EXPECT_EQ(*first + *second, representable) << cut;
+        }
+    }
+    PLStreamDecoder decoder(PLStringEncodings::UTF8);
+    EXPECT_EQ(decoder.decode("a\xc3"), QStringLiteral("a"));
+    EXPECT_FALSE(decoder.decode("\xff b"));
+    EXPECT_EQ(decoder.decode("c\xc3\xa9"), QStringLiteral("c\u00e9"));
+    EXPECT_FALSE(PLStreamDecoder(0xdeadbeef).decode("a"));
 }
 
 }
