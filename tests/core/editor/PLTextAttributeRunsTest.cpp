@@ -129,6 +129,9 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
         const auto to = model.begin() + std::clamp(first + span, from, size);
         ASSERT_TRUE(enumerated == std::vector<PLTextAttributes>(model.begin() + from, to)) << "enumerating after step " << step;
     }
+    PLRange effective;
+    EXPECT_TRUE(runs.attributesAtIndex(runs.length(), &effective).isEmpty());
+    EXPECT_EQ(effective, PLNotFoundRange);
 }
 
 // New characters take the attributes the text system gives them: inside a run its own, at a
@@ -152,26 +155,6 @@ TEST(PLTextAttributeRuns, NewCharactersTakeTheAttributesTheTextSystemGivesThem)
         }
         EXPECT_EQ(actual.toStdString(), expected) << replaced.location << "+" << replaced.length;
     }
-}
-
-TEST(PLTextAttributeRuns, EffectiveRangesAreMaximalAfterPaintingPieceByPiece)
-{
-    PLTextAttributeRuns runs(10);
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{2, 3});
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{5, 2});
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{4, 4});
-    PLRange effective;
-    EXPECT_EQ(runs.attributesAtIndex(6, &effective).link(), QStringLiteral("file://"));
-    EXPECT_EQ(effective, (PLRange{2, 6}));
-    EXPECT_TRUE(runs.attributesAtIndex(9, &effective).isEmpty());
-    EXPECT_EQ(effective, (PLRange{8, 2}));
-    EXPECT_EQ(runs.runCount(), 3);
-
-    EXPECT_TRUE(runs.attributesAtIndex(10, &effective).isEmpty());
-    EXPECT_EQ(effective, PLNotFoundRange);
-
-    runs.removeAttribute(PLTextAttributeName::Link, PLRange{-5, 100});
-    EXPECT_EQ(runs.runCount(), 1);
 }
 
 }

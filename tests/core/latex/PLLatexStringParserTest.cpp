@@ -3,7 +3,6 @@
 #include "PLOutlineTestSupport.h"
 #include "core/foundation/PLRegularExpressionHelper.h"
 
-#include <QFile>
 #include <random>
 
 #include <gtest/gtest.h>

@@ -3,7 +3,6 @@
 #include "core/typesetting/PLSyncTexSearch.h"
 #include "PLTypesettingTestSupport.h"
 
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThreadPool>
 
