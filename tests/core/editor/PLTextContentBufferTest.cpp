@@ -102,20 +102,13 @@ TEST_F(PLTextContentBufferTest, outlineUpdatingCanBeSwitchedOff)
 
 TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
 {
-    const struct
-    {
-        const char *text;
-        int engine;
-    } cases[] = {
-        {"%!TEX TS-program = xelatex\n\\section{A}", PLFile::XeLaTeXEngine},
-        {"x %!TEX TS-program=xelatex  \n", PLFile::XeLaTeXEngine},
-        {"%!TEX TS-program = xelatex", PLFile::DefaultEngine},
-        {"%!TEX TS-program = XeLaTeX\n", PLFile::DefaultEngine},
-        {"\\section{A}\n%!TEX TS-program = xelatex\n", PLFile::DefaultEngine},
-    };
-    for (const auto &c : cases) {
-        bufferWith(QString::fromUtf8(c.text));
-        EXPECT_EQ(file->engine(), c.engine) << c.text;
+    const std::pair<const char *, int> cases[] = {
+        {"%!TEX TS-program = xelatex\n\\section{A}", PLFile::XeLaTeXEngine}, {"x %!TEX TS-program=xelatex  \n", PLFile::XeLaTeXEngine},
+        {"%!TEX TS-program = xelatex", PLFile::DefaultEngine}, {"%!TEX TS-program = XeLaTeX\n", PLFile::DefaultEngine},
+        {"\\section{A}\n%!TEX TS-program = xelatex\n", PLFile::DefaultEngine}};
+    for (const auto &[text, engine] : cases) {
+        bufferWith(QString::fromUtf8(text));
+        EXPECT_EQ(file->engine(), engine) << text;
         file->close();
     }
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\\section{A}"));
@@ -171,15 +164,12 @@ TEST(PLTextContentBufferObserverTest, theObserverHearsEveryReplacementBeforeTheV
 // The bibliography colouring goes by the extension of the buffer's name, in any case.
 TEST(PLTextContentBufferRulesTest, aBibNameGetsTheBibliographyColouring)
 {
-    const struct
-    {
-        const char *name;
-        bool bibliography;
-    } cases[] = {{"refs.bib", true}, {"REFS.Bib", true}, {".bib", true}, {"bib", false}, {"refs.bib.tex", false}, {"a.tex", false}};
-    for (const auto &c : cases) {
-        const PLTextContentBuffer buffer(QString::fromUtf8(c.name), nullptr, QStringLiteral("@book{k,}"));
-        EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, c.bibliography)
-            << c.name;
+    const std::pair<const char *, bool> cases[] = {{"refs.bib", true}, {"REFS.Bib", true}, {".bib", true}, {"bib", false}, {"refs.bib.tex",
+     false}, {"a.tex", false}};
+    for (const auto &[name, bibliography] : cases) {
+        const PLTextContentBuffer buffer(QString::fromUtf8(name), nullptr, QStringLiteral("@book{k,}"));
+        EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, bibliography)
+            << name;
     }
 }
 

@@ -67,20 +67,15 @@ TEST(PLLatexStringParserTableTest, cutsTextIntoNodesThatJoinBackToIt)
 
 TEST(PLLatexStringParserTest, commentTestLooksAtTheLineBeforeTheLocation)
 {
-    const struct
-    {
-        const char16_t *text;
-        qsizetype location;
-        bool commented;
-    } cases[] = {
+    const std::tuple<const char16_t *, qsizetype, bool> cases[] = {
         {u"% a", 3, true},        {u"a % b", 1, false},     {u"a % b", 3, true},
         {u"%", 0, false},         {u"%", 1, true},          {u"\\% b", 4, false},
         {u"% x \\% b", 8, true},  {u"%\nabc", 4, false},    {u"a\r\n% b", 6, true},
         {u"ab\\\\% c", 7, false}, {u"x\u2028% c", 4, true}, {u"% a\r\n", 4, true},
     };
-    for (const auto &c : cases) {
-        EXPECT_EQ(PLLatexStringParser::isLineCommentedInString(QString::fromUtf16(c.text), c.location), c.commented)
-            << visible(QString::fromUtf16(c.text)).toStdString() << " at " << c.location;
+    for (const auto &[text, location, commented] : cases) {
+        EXPECT_EQ(PLLatexStringParser::isLineCommentedInString(QString::fromUtf16(text), location), commented)
+            << visible(QString::fromUtf16(text)).toStdString() << " at " << location;
     }
 }
 

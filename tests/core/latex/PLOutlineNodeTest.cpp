@@ -81,23 +81,16 @@ TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
 
 TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
 {
-    const struct
-    {
-        const char *content;
-        const char *line;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"\\section{A}", "section \"A\" |\\\\section{A}|"},
         {"\\section{A} and more}", "section \"A} and more\" |\\\\section{A} and more}|"},
-        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"},
-        {"\\section*{A}", "text |\\\\section*{A}|"},
-        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"},
-        {" \\section{A}", "text | \\\\section{A}|"},
-        {"\\section{A", "text |\\\\section{A|"},
-    };
-    for (const auto &c : cases) {
+        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"}, {"\\section*{A}", "text |\\\\section*{A}|"},
+        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"}, {" \\section{A}", "text | \\\\section{A}|"},
+        {"\\section{A", "text |\\\\section{A|"}};
+    for (const auto &[content, line] : cases) {
         const auto n = node(PLOutlineNode::Section, QStringLiteral("x"), QStringLiteral("x"));
-        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(c.content)));
-        EXPECT_EQ(nodeLine(*n).toStdString(), c.line);
+        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(content)));
+        EXPECT_EQ(nodeLine(*n).toStdString(), line);
     }
     const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
     EXPECT_FALSE(include->replaceContentInRange(9, 1, QStringLiteral("x")));
@@ -112,31 +105,17 @@ TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
 
 TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
 {
-    const struct
-    {
-        const char *name;
-        const char *escaped;
-    } cases[] = {
-        {"Intro to \\emph{sets}", "Intro to sets"},
-        {"\\LaTeX{} basics", " basics"},
-        {"plain", "plain"},
-        {"a \\alpha b", "a alpha b"},
-        {"\\textbf{x}\\textit{y}", "xy"},
-        {"end \\", "end "},
-        {"\\}{", "}{"},
+    const std::pair<const char *, const char *> cases[] = {
+        {"Intro to \\emph{sets}", "Intro to sets"}, {"\\LaTeX{} basics", " basics"}, {"plain", "plain"}, {"a \\alpha b", "a alpha b"},
+        {"\\textbf{x}\\textit{y}", "xy"}, {"end \\", "end "}, {"\\}{", "}{"},
         // Markup with nothing to show in a list of titles.
-        {"$W$-types", "W-types"},
-        {"Models of $\\mathsf{HoTT}$", "Models of HoTT"},
-        {"Introduction\\label{sec:intro}", "Introduction"},
+        {"$W$-types", "W-types"}, {"Models of $\\mathsf{HoTT}$", "Models of HoTT"}, {"Introduction\\label{sec:intro}", "Introduction"},
         {"Results\\footnote[2]{Joint work.} and \\index{x}more", "Results and more"},
-        {"\\texorpdfstring{$\\mathcal{O}(n)$ bounds}{O(n) bounds}", "O(n) bounds"},
-        {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
-        {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"},
-        {"\\label{unclosed", "label{unclosed"},
-        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(c.name))->escapedName().toStdString(), c.escaped);
+        {"\\texorpdfstring{$\\mathcal{O}(n)$ bounds}{O(n) bounds}", "O(n) bounds"}, {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
+        {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"}, {"\\label{unclosed", "label{unclosed"},
+        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"}};
+    for (const auto &[name, escaped] : cases)
+        EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(name))->escapedName().toStdString(), escaped);
     // A file's name is shown as it is.
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
