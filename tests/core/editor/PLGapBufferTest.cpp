@@ -81,7 +81,8 @@ TEST(PLLineIndicesTest, listsTheFirstCharacterOfEveryLine)
 TEST(PLLineIndicesTest, findsTheLineHoldingALocation)
 {
     const std::vector<qsizetype> indices{0, 4, 9, 10, 20};
-    const std::vector<std::pair<qsizetype, qsizetype>> expected{{0, 0}, {3, 0}, {4, 1}, {8, 1}, {9, 2}, {10, 3}, {19, 3}, {20, 4}, {500, 4}};
+    const std::vector<std::pair<qsizetype, qsizetype>> expected{{0, 0}, {3, 0}, {4, 1}, {8, 1}, {9, 2}, {10, 3}, {19, 3}, {20, 4}, {500,
+     4}};
     for (const auto &[location, line] : expected)
         EXPECT_EQ(PLLineIndices::lineNumberForCharacterIndex(indices, location), line) << location;
     EXPECT_EQ(PLLineIndices::lineNumberForCharacterIndex({0}, 7), 0);

@@ -58,7 +58,8 @@ TEST_F(PLSyntaxHighlighterTest, EditsRecolourExactlyTheWholeLinesTheyTouched)
         RecordedLines lines;
         PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
         std::vector<PLRange> received;
-        QObject::connect(&storage, &PLTextStorage::didProcessEditing, [&](PLRange editedRange, qsizetype) { received.push_back(editedRange); });
+        QObject::connect(&storage, &PLTextStorage::didProcessEditing,
+                         [&](PLRange editedRange, qsizetype) { received.push_back(editedRange); });
         const QString replacement = QString::fromUtf16(c.replacement);
         storage.replaceCharactersInRange(c.replaced, replacement);
         EXPECT_EQ(lines, c.expected) << QString::fromUtf16(c.text).toStdString();
@@ -304,8 +305,10 @@ TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
         SCOPED_TRACE(line.toStdString());
         ASSERT_EQ(qsizetype(std::strlen(foreground)), line.size());
         PLPlainTextStorage storage(line);
-        PLSyntaxHighlighter highlighter(&storage, bibliography ? std::unique_ptr<PLSyntaxHighlighterDelegate>(std::make_unique<PLBIBSyntaxHightlighterDelegate>())
-                                                               : std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+        std::unique_ptr<PLSyntaxHighlighterDelegate> rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
+        if (bibliography)
+            rules = std::make_unique<PLBIBSyntaxHightlighterDelegate>();
+        PLSyntaxHighlighter highlighter(&storage, std::move(rules));
         highlighter.userDefaultsDidChangeEditorTextColor();
         std::string background = foreground;
         std::replace(background.begin(), background.end(), 't', '.');
@@ -580,7 +583,8 @@ TEST(PLSyntaxHighlighterPatternEquivalence, RewrittenRulesPaintWhatTheOldOnesPai
             EXPECT_EQ(oldLatex, newLatex) << "LaTeX rules differ " << firstDifference(text, oldLatex, newLatex);
             const std::string oldBibliography = paintedCharacters(text, std::make_unique<OldBibliographyRules>());
             const std::string newBibliography = paintedCharacters(text, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
-            EXPECT_EQ(oldBibliography, newBibliography) << "bibliography rules differ " << firstDifference(text, oldBibliography, newBibliography);
+            EXPECT_EQ(oldBibliography, newBibliography)
+                << "bibliography rules differ " << firstDifference(text, oldBibliography, newBibliography);
         }
     }
 }

@@ -196,7 +196,8 @@ TEST(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
                 qsizetype start = 0;
                 qsizetype expectedStart = 0;
                 qsizetype expected = 0;
-                while (expected + 1 < fileRoot->childCount() && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
+                while (expected + 1 < fileRoot->childCount()
+                       && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
                     expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
                 const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
                 ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;

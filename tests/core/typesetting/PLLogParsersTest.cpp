@@ -121,7 +121,8 @@ TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
          {{"", 3, "File `nosuchpackage.sty' not found.", "Did you spell the package name ('nosuchpackage') correctly?"},
           {"./main.tex", 3, kFatalTranscript, ""}}},
         {"missing-input", {}, {{"Emergency stop.", 4, "main.tex"}, {kFatal, 4, "main.tex"}},
-         {{"", 4, "File `nothere.tex' not found.", "Did you spell the file name ('nothere') correctly?"}, {"./main.tex", 4, kFatalTranscript, ""}}},
+         {{"", 4, "File `nothere.tex' not found.", "Did you spell the file name ('nothere') correctly?"}, {"./main.tex", 4,
+          kFatalTranscript, ""}}},
         // The strategies keep the last digit of line 12 only.
         {"illegal-parameter", {},
          {{"Illegal parameter number in definition of \\foo.", 12, "main.tex"},
@@ -130,7 +131,8 @@ TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
            "This is probably because you are refering to parametre #2 but the new command only accepts 1 parametre."},
           {"./main.tex", 14, "You can't use `macro parameter character #' in horizontal mode.\\foo #1->#1 and ##", ""}}},
         // "LaTeX Error:" is cut off and the blank after it kept.
-        {"missing-begin-document", {}, {{" Missing \\begin{document}.", 2, "main.tex"}}, {{"./main.tex", 2, "Missing \\begin{document}.", ""}}},
+        {"missing-begin-document", {}, {{" Missing \\begin{document}.", 2, "main.tex"}}, {{"./main.tex", 2, "Missing \\begin{document}.",
+         ""}}},
         {"only-in-preamble", {}, {{" Can be used only in preamble.", 3, "main.tex"}},
          {{"./main.tex", 3, "Can be used only in preamble.",
            "Try moving \\usepackage{amsmath} to the preamble of the document (the area before \\begin{document})."}}},
@@ -272,7 +274,8 @@ TEST(StrategiesRules, Hold)
         {u"./a.tex:12: LaTeX Error: Environment foo undefined.\n\nmore\n",
          {{"./a.tex", 12, "Environment foo undefined.", environmentAdvice("foo")}}},
         // The line of an illegal parameter keeps its last digit only.
-        {u"./a.tex:123: Illegal parameter number in definition of \\cmd.\n<to be read again>\n   3\nl.123 \\newcommand{\\cmd}[2]{#3}\nend\n",
+        {u"./a.tex:123: Illegal parameter number in definition of \\cmd.\n<to be read again>\n   3\n"
+         u"l.123 \\newcommand{\\cmd}[2]{#3}\nend\n",
          {{"./a.tex", 3, "Illegal parameter number in definition of \\cmd.",
            "This is probably because you are refering to parametre #3 but the new command only accepts 2 parametres."}}},
         // Four lines down there is no line number: the missing-file strategy declines with the
@@ -281,9 +284,11 @@ TEST(StrategiesRules, Hold)
          {{"./c.tex", 3, "Seen.", ""}}},
         // An error on the last line of a piece is lost.
         {u"(./a.tex\n./a.tex:1: Lost.\n(./b.tex\nx\n./b.tex:2: Also lost.", {}},
-        {u"(./a.tex\n./a.tex:1: Found.\n\nx\n(./b.tex\n./b.tex:2: Found too.\n\n", {{"./a.tex", 1, "Found.", ""}, {"./b.tex", 2, "Found too.", ""}}},
+        {u"(./a.tex\n./a.tex:1: Found.\n\nx\n(./b.tex\n./b.tex:2: Found too.\n\n", {{"./a.tex", 1, "Found.", ""}, {"./b.tex", 2,
+         "Found too.", ""}}},
         // A preamble command without its argument in the context gets no advice.
-        {u"./a.tex:3: LaTeX Error: Can be used only in preamble.\n\n1\n2\n3\n4\n5\n6\n7\n8\n", {{"./a.tex", 3, "Can be used only in preamble.", ""}}}};
+        {u"./a.tex:3: LaTeX Error: Can be used only in preamble.\n\n1\n2\n3\n4\n5\n6\n7\n8\n", {{"./a.tex", 3,
+         "Can be used only in preamble.", ""}}}};
     for (const auto &[log, items] : cases) {
         PLTypesettingLogFileParser strategies(nullptr);
         strategies.parseLogString(QString::fromUtf16(log));

@@ -490,7 +490,8 @@ TEST_F(TexTaskRunner, EndingsAreToldApart)
         const char *description;
     } cases[] = {{"#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
                  {"#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
-                 {"#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true, "engine was ended by signal 25 (File size limit exceeded)"},
+                 {"#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true,
+                  "engine was ended by signal 25 (File size limit exceeded)"},
                  {"#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
                  {QByteArray(), {}, false, -1, 0, true, nullptr}};
     for (const auto &c : cases) {
