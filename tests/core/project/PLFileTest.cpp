@@ -158,15 +158,6 @@ TEST_F(PLFileTest, saveAsClosesTheFileAndAnswersThePooledNewOne)
     EXPECT_EQ(file->saveToPath(path(QStringLiteral("missing/x.tex")), QString()), nullptr);
 }
 
-TEST_F(PLFileTest, replacingPastTheEndIsRefused)
-{
-    const auto file = open(write(QStringLiteral("a.tex"), QStringLiteral("abc")));
-    EXPECT_FALSE(file->replaceContentStringInRange(PLRange{2, 2}, QStringLiteral("x")));
-    EXPECT_EQ(file->content(), QStringLiteral("abc"));
-    EXPECT_TRUE(file->replaceContentStringInRange(PLRange{2, 1}, QStringLiteral("x")));
-    EXPECT_EQ(file->content(), QStringLiteral("abx"));
-}
-
 // The parser makes a file's outline and what keeps it in step; without one a file has text only.
 TEST_F(PLFileTest, onlyAFileWithAParserHasAnOutlineThatFollowsEdits)
 {
