@@ -5,8 +5,6 @@
 #include "core/typesetting/PLLogStringParserDelegate.h"
 #include "core/typesetting/PLTypesettingLogFileParser.h"
 #include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
-#include "core/foundation/PLNotificationCenter.h"
-#include "core/foundation/PLNotificationNameConstants.h"
 #include "PLTypesettingTestSupport.h"
 #include "core/typesetting/PLLogScanning.h"
 
