@@ -31,7 +31,7 @@
 
 namespace {
 
-QString q(const char *text)
+QString str(const char *text)
 {
     return QString::fromUtf8(text);
 }
@@ -46,9 +46,9 @@ protected:
     }
 
     QString path(const QString &relative) const { return QDir(m_dir.path()).filePath(relative); }
-    QString path(const char *relative) const { return path(q(relative)); }
+    QString path(const char *relative) const { return path(str(relative)); }
     void write(const QString &relative, const QByteArray &bytes) const { PLTest::writeFile(path(relative), bytes); }
-    void write(const char *relative, const QByteArray &bytes) const { write(q(relative), bytes); }
+    void write(const char *relative, const QByteArray &bytes) const { write(str(relative), bytes); }
     QByteArray read(const char *relative) const { return PLTest::readFile(path(relative)); }
     std::shared_ptr<PLFile> pooled(const char *relative) const { return PLFilePool::sharedFilePool().fileForPath(path(relative)); }
 
@@ -59,7 +59,7 @@ protected:
         EXPECT_TRUE(document->readFromURL(path(relative), QStringLiteral("tex"), &error)) << error.message.toStdString();
         return document;
     }
-    std::unique_ptr<PLDocument> open(const char *relative) { return open(q(relative)); }
+    std::unique_ptr<PLDocument> open(const char *relative) { return open(str(relative)); }
 
     static bool save(PLDocument &document)
     {
@@ -83,7 +83,7 @@ protected:
     }
     static void append(PLFile &file, const char *text)
     {
-        file.contentBuffer()->replaceCharactersInRange(PLRange{file.content().size(), 0}, q(text));
+        file.contentBuffer()->replaceCharactersInRange(PLRange{file.content().size(), 0}, str(text));
     }
 
     QTemporaryDir m_dir;
@@ -122,7 +122,7 @@ TEST_F(Document, AnEditedIncludedFileOutlivesItsIncludeWithItsEdits)
         const auto deeper = pooled("deeper.tex");
         ASSERT_TRUE(chap && deeper);
         deeper->replaceContentStringInRange(PLRange{0, 4}, QStringLiteral("mine"));
-        ASSERT_TRUE(main->replaceContentStringInRange(PLRange{location, length}, q(replacement)));
+        ASSERT_TRUE(main->replaceContentStringInRange(PLRange{location, length}, str(replacement)));
         EXPECT_FALSE(main->filesInDocument().contains(chap));
         EXPECT_EQ(pooled("deeper.tex"), deeper);
         EXPECT_EQ(deeper->content(), u"mine\n");
@@ -272,7 +272,7 @@ TEST_F(Document, SavingAFileChangedByAnotherProgramAsksFirst)
         EXPECT_EQ(document->saveDocument(&error), c.saved) << error.message.toStdString();
         EXPECT_EQ(delegate ? delegate->asked : QStringList(), c.asked ? QStringList{QStringLiteral("chap.tex")} : QStringList());
         EXPECT_EQ(read("chap.tex"), c.onDisk);
-        EXPECT_EQ(chap->content(), q(c.text));
+        EXPECT_EQ(chap->content(), str(c.text));
         EXPECT_EQ(document->isDocumentEdited(), !c.saved);
         if (!c.saved) {
             EXPECT_EQ(PLDocument::isSaveCancelled(error), bool(delegate));

@@ -156,13 +156,13 @@ TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
         {"interactive-prompt", {}, {{"error", 8, "main.tex"}}, {}}};
     for (const auto &c : cases) {
         SCOPED_TRACE(c.document);
-        PLLogStringParser parser(root);
-        parser.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-        EXPECT_EQ(described(parser.warningsFound(), PLLogItem::Warning), c.warnings);
-        EXPECT_EQ(described(parser.errorsFound(), PLLogItem::Error), c.errors);
-        PLTypesettingLogFileParser strategies(root);
-        strategies.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-        EXPECT_EQ(described(strategies), c.items);
+        PLLogStringParser fresh(root);
+        fresh.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
+        EXPECT_EQ(described(fresh.warningsFound(), PLLogItem::Warning), c.warnings);
+        EXPECT_EQ(described(fresh.errorsFound(), PLLogItem::Error), c.errors);
+        PLTypesettingLogFileParser freshStrategies(root);
+        freshStrategies.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
+        EXPECT_EQ(described(freshStrategies), c.items);
     }
 }
 
