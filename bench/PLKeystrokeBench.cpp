@@ -5,7 +5,6 @@
 #include "core/latex/PLOutlineNode.h"
 #include "core/editor/PLTextContentBuffer.h"
 
-#include <QUndoStack>
 
 #include <benchmark/benchmark.h>
 

@@ -7,7 +7,6 @@
 #include "core/latex/PLOutlineSettler.h"
 #include "core/editor/PLTextContentBuffer.h"
 
-#include <QUndoStack>
 
 #include <benchmark/benchmark.h>
 

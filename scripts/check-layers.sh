@@ -2,7 +2,8 @@
 # Fails when a folder of src/core includes a header from a folder it may not reach, so that the
 # dependencies inside the core stay one way:
 #   foundation <- editor <- project <- latex, typesetting <- document
-# A folder missing from the table below fails too: a new folder takes its place in it first.
+# A folder missing from the table below fails too: a new folder takes its place in it first. Nothing
+# in the core may include Qt Gui or Widgets.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 
@@ -42,7 +43,13 @@ for dir in "$root"/src/core/*/; do
         status=1
     done < <(grep -Hn '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' "${files[@]}" | sed "s|^$root/||" || true)
 done
+# The core is headless: a plain <QImage> finds no header there, since the core links Qt Core alone,
+# but a module-qualified include would still be found.
+if grep -rnE '^[[:space:]]*#[[:space:]]*include[[:space:]]*<Qt(Gui|Widgets)[/>]' "$root"/src/core | sed "s|^$root/||"; then
+    echo "src/core may not include Qt Gui or Widgets headers"
+    status=1
+fi
 if ((status == 0)); then
-    echo "core layers: every include goes one way"
+    echo "core layers: every include goes one way, and none reaches Qt Gui"
 fi
 exit $status

@@ -9,7 +9,6 @@
 
 #include <QJsonArray>
 #include <QJsonObject>
-#include <QUndoStack>
 
 #include <limits>
 

@@ -35,7 +35,6 @@
 #include <QTextBlock>
 #include <QTextLayout>
 #include <QTimer>
-#include <QUndoStack>
 #include <QUrl>
 
 // Waits on the event loop until the condition holds, failing the test if it never does (the

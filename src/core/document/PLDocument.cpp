@@ -18,7 +18,6 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QSet>
-#include <QUndoStack>
 #include <QUrl>
 
 namespace {
@@ -279,9 +278,9 @@ void PLDocument::watchEdits()
     for (const std::shared_ptr<PLFile> &file : filesHeld()) {
         connect(file->contentBuffer(), &PLTextStorage::didProcessEditing, this, &PLDocument::fileTextDidChange,
                 Qt::UniqueConnection);
-        QUndoStack *undo = file->contentBuffer()->undoManager();
-        connect(undo, &QUndoStack::cleanChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
-        connect(undo, &QUndoStack::indexChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
+        PLUndoManager *undo = file->contentBuffer()->undoManager();
+        connect(undo, &PLUndoManager::cleanChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
+        connect(undo, &PLUndoManager::indexChanged, this, &PLDocument::updateChangeCount, Qt::UniqueConnection);
     }
 }
 

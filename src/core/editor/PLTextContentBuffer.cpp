@@ -6,12 +6,8 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBufferEditObserver.h"
 
-#include <QUndoCommand>
-#include <QUndoStack>
-
-// One replacement as an undo step. The text is already replaced when the step is recorded, so the
-// first redo, which the stack runs on push, does nothing.
-class PLTextReplacementCommand : public QUndoCommand
+// One replacement as an undo step, recorded once the text is replaced.
+class PLTextReplacementCommand : public PLUndoCommand
 {
 public:
     PLTextReplacementCommand(PLTextContentBuffer *buffer, qsizetype location, QString replaced, QString inserted)
@@ -20,22 +16,13 @@ public:
     }
 
     void undo() override { m_buffer->replay(PLRange{m_location, m_inserted.size()}, m_replaced); }
-
-    void redo() override
-    {
-        if (m_recorded) {
-            m_recorded = false;
-            return;
-        }
-        m_buffer->replay(PLRange{m_location, m_replaced.size()}, m_inserted);
-    }
+    void redo() override { m_buffer->replay(PLRange{m_location, m_replaced.size()}, m_inserted); }
 
 private:
     PLTextContentBuffer *m_buffer;
     qsizetype m_location;
     QString m_replaced;
     QString m_inserted;
-    bool m_recorded = true;
 };
 
 namespace {
@@ -55,7 +42,7 @@ PLTextContentBuffer::PLTextContentBuffer(const QString &name, const std::shared_
       m_stringIsCurrent(true),
       m_file(file),
       m_name(name),
-      m_undoManager(new QUndoStack(this)),
+      m_undoManager(new PLUndoManager(this)),
       m_arrayWithBrakePoints{QStringLiteral("{"), QStringLiteral("["), QStringLiteral("("), QStringLiteral(")"),
                              QStringLiteral("]"), QStringLiteral("}")}
 {
@@ -133,7 +120,7 @@ void PLTextContentBuffer::replaceCharactersInRange(PLRange range, const QString 
     m_content.replace(range.location, range.length, replacement);
     m_stringIsCurrent = false;
     if (!m_replaying)
-        m_undoManager->push(new PLTextReplacementCommand(this, range.location, replaced, replacement));
+        m_undoManager->push(std::make_unique<PLTextReplacementCommand>(this, range.location, replaced, replacement));
     applyReplacement(range, replacement);
 }
 

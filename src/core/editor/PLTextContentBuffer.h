@@ -3,6 +3,7 @@
 #include "core/foundation/PLRange.h"
 #include "core/editor/PLGapBuffer.h"
 #include "core/editor/PLTextStorage.h"
+#include "core/editor/PLUndoManager.h"
 
 #include <QObject>
 #include <QString>
@@ -13,7 +14,6 @@
 class PLFile;
 class PLSyntaxHighlighter;
 class PLTextContentBufferEditObserver;
-class QUndoStack;
 
 // The text of one project file, shared by every pane that shows it, and the only place where that
 // text changes. Each replacement runs the typing filters, records one undo step, hands the edit to
@@ -53,7 +53,7 @@ public:
     qsizetype lineForLocation(qsizetype location) const { return m_content.lineForLocation(location); }
 
     // One history per file, shared by every pane that shows it.
-    QUndoStack *undoManager() const { return m_undoManager; }
+    PLUndoManager *undoManager() const { return m_undoManager; }
 
     // While off, the edit observer leaves the outline and the engine choice alone.
     bool updateOutlineWhenReplacingCharacters() const { return m_updateOutlineWhenReplacingCharacters; }
@@ -90,7 +90,7 @@ private:
     std::weak_ptr<PLFile> m_file;
     QString m_name;
     std::unique_ptr<PLTextContentBufferEditObserver> m_editObserver;
-    QUndoStack *m_undoManager;
+    PLUndoManager *m_undoManager;
     QStringList m_arrayWithBrakePoints;
     bool m_updateOutlineWhenReplacingCharacters = true;
     bool m_replaying = false;

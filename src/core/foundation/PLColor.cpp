@@ -39,12 +39,6 @@ PLColor PLColor::white(double whiteLevel, double alpha)
     return color;
 }
 
-QColor PLColor::toQColor() const
-{
-    return QColor::fromRgbF(float(redComponent()), float(greenComponent()), float(blueComponent()),
-                            float(alphaComponent()));
-}
-
 QString PLColor::hexName() const
 {
     return QStringLiteral("#%1%2%3%4")

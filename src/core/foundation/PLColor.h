@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QColor>
 #include <QString>
 
 #include <optional>
@@ -24,7 +23,6 @@ public:
     double whiteComponent() const { return m_c[0]; }
     double alphaComponent() const { return m_c[3]; }
 
-    QColor toQColor() const;
     // "#rrggbbaa", each component rounded to 8 bits.
     QString hexName() const;
 

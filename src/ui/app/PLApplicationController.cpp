@@ -1,7 +1,6 @@
 #include "ui/app/PLApplicationController.h"
 
 #include "ui/preferences/PLAboutPanel.h"
-#include "core/project/PLConstants.h"
 #include "core/document/PLDocument.h"
 #include "ui/app/PLDocumentController.h"
 #include "ui/app/PLDocumentWindowController.h"
@@ -16,7 +15,7 @@
 #include <QUrl>
 
 PLApplicationController::PLApplicationController(QObject *parent)
-    : QObject(parent), m_constants(std::make_unique<PLConstants>()), m_documentController(new PLDocumentController(this))
+    : QObject(parent), m_documentController(new PLDocumentController(this))
 {
     // The application decides itself when to end: the welcome window stands in for a
     // window-less application.

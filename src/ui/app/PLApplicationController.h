@@ -6,16 +6,13 @@
 #include <QPointer>
 #include <QStringList>
 
-#include <memory>
-
 class PLAboutPanel;
-class PLConstants;
 class PLDocumentController;
 class PLPreferencesWindowController;
 class PLWelcomeWindowController;
 
-// The application's delegate: registers the defaults before any window exists, owns the shared
-// images, opens the files it is given and shows the welcome window whenever no project is open.
+// The application's delegate: registers the defaults before any window exists, opens the files
+// it is given and shows the welcome window whenever no project is open.
 // A Linux desktop offers no way back into an application without a window, so closing the
 // welcome window with no project open quits.
 class PLApplicationController : public QObject, public PLResponder
@@ -47,7 +44,6 @@ public:
     void terminate();
 
 private:
-    std::unique_ptr<PLConstants> m_constants;
     PLDocumentController *m_documentController;
     PLWelcomeWindowController *m_welcomeWindowController = nullptr;
     PLPreferencesWindowController *m_preferencesWindowController = nullptr;

@@ -6,6 +6,7 @@
 #include "core/editor/PLTextAttributes.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
+#include "ui/editor/PLQColor.h"
 #include "ui/editor/PLTextViewDelegate.h"
 #include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLTextViewLineOverlayView.h"
@@ -19,7 +20,6 @@
 #include <QScrollBar>
 #include <QToolTip>
 #include <QTextBlock>
-#include <QUndoStack>
 
 #include <algorithm>
 
@@ -53,7 +53,7 @@ PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     connect(this, &QPlainTextEdit::cursorPositionChanged, this, &PLTextView::selectionDidMove);
     connect(this, &QPlainTextEdit::selectionChanged, this, &PLTextView::selectionDidMove);
 
-    QUndoStack *history = m_buffer->undoManager();
+    PLUndoManager *history = m_buffer->undoManager();
     setActionHandler(PLAction::Undo, [this](QAction *) { undo(); }, [history](QAction *) { return history->canUndo(); });
     setActionHandler(PLAction::Redo, [this](QAction *) { redo(); }, [history](QAction *) { return history->canRedo(); });
     setActionHandler(PLAction::Cut, [this](QAction *) { cutSelection(); },
@@ -87,9 +87,9 @@ void PLTextView::applyEditorBackgroundColor()
     const PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     QPalette colours = palette();
     if (const auto background = defaults.colorForKey(PLUserDefaultsEditorBackgroundColor))
-        colours.setColor(QPalette::Base, background->toQColor());
+        colours.setColor(QPalette::Base, PLQColor(*background));
     if (const auto text = defaults.colorForKey(PLUserDefaultsEditorColorText))
-        colours.setColor(QPalette::Text, text->toQColor());
+        colours.setColor(QPalette::Text, PLQColor(*text));
     setPalette(colours);
 }
 
@@ -187,7 +187,7 @@ void PLTextView::focusInEvent(QFocusEvent *event)
 void PLTextView::contextMenuEvent(QContextMenuEvent *event)
 {
     QMenu menu(this);
-    const QUndoStack *history = m_buffer->undoManager();
+    const PLUndoManager *history = m_buffer->undoManager();
     const bool hasSelection = textCursor().hasSelection();
     menu.addAction(tr("&Undo"), QKeySequence::Undo, this, &PLTextView::undo)->setEnabled(history->canUndo());
     menu.addAction(tr("&Redo"), QKeySequence::Redo, this, &PLTextView::redo)->setEnabled(history->canRedo());
@@ -449,9 +449,9 @@ QTextCharFormat PLTextView::formatForAttributes(const PLTextAttributes &attribut
 {
     QTextCharFormat format;
     if (const auto foreground = attributes.foregroundColor())
-        format.setForeground(foreground->toQColor());
-    if (const auto background = attributes.backgroundColor(); background && background->toQColor().alpha() > 0)
-        format.setBackground(background->toQColor());
+        format.setForeground(PLQColor(*foreground));
+    if (const auto background = attributes.backgroundColor(); background && PLQColor(*background).alpha() > 0)
+        format.setBackground(PLQColor(*background));
     if (const auto font = attributes.font()) {
         const QString key = font->family + QLatin1Char('/') + QString::number(font->pointSize);
         auto known = m_fonts.find(key);
@@ -588,8 +588,8 @@ void PLTextView::shiftSelectedLines(bool outdent)
 
     qsizetype start = selection.location;
     qsizetype end = selection.end();
-    QUndoStack *history = m_buffer->undoManager();
-    history->beginMacro(outdent ? tr("Outdent") : tr("Indent"));
+    PLUndoManager *history = m_buffer->undoManager();
+    history->beginMacro();
     for (const Edit &edit : std::as_const(edits)) {
         if (!replaceCharactersAsTyped(edit.range, edit.string))
             continue;
@@ -688,8 +688,8 @@ void PLTextView::toggleCommentOfCurrentLine()
     // caret at the start of a line moves with its text.
     qsizetype start = selection.location;
     qsizetype end = selection.end();
-    QUndoStack *history = m_buffer->undoManager();
-    history->beginMacro(tr("Toggle Comment"));
+    PLUndoManager *history = m_buffer->undoManager();
+    history->beginMacro();
     for (const PLRange &line : std::as_const(lines)) {
         // Read in place: putting the whole text together again after each line's edit would cost
         // the length of the file per line.

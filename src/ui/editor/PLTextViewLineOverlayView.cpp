@@ -4,6 +4,7 @@
 #include "core/foundation/PLNotificationNameConstants.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
+#include "ui/editor/PLQColor.h"
 
 #include <QPainter>
 
@@ -11,7 +12,7 @@ namespace {
 std::optional<QColor> colorSetting(const QString &key)
 {
     const auto color = PLUserDefaults::standardUserDefaults().colorForKey(key);
-    return color ? std::optional<QColor>(color->toQColor()) : std::nullopt;
+    return color ? std::optional<QColor>(PLQColor(*color)) : std::nullopt;
 }
 
 // A border drawn over the background inside the band, the way the band's own layer would hold it

@@ -2,6 +2,7 @@
 
 #include "ui/preferences/PLColorWellDelegate.h"
 #include "core/foundation/PLUserDefaults.h"
+#include "ui/editor/PLQColor.h"
 
 #include <QColorDialog>
 #include <QPainter>
@@ -37,7 +38,7 @@ void PLColorWell::activate()
         m_colorDialog->raise();
         return;
     }
-    m_colorDialog = new QColorDialog(m_color ? m_color->toQColor() : QColor(Qt::white), this);
+    m_colorDialog = new QColorDialog(m_color ? PLQColor(*m_color) : QColor(Qt::white), this);
     m_colorDialog->setAttribute(Qt::WA_DeleteOnClose);
     // Qt's own dialog, so the transparency control is always there.
     m_colorDialog->setOptions(QColorDialog::ShowAlphaChannel | QColorDialog::DontUseNativeDialog);
@@ -68,7 +69,7 @@ void PLColorWell::paintEvent(QPaintEvent *event)
             for (int x = swatch.left() + ((y - swatch.top()) / square % 2) * square; x <= swatch.right(); x += 2 * square)
                 painter.fillRect(QRect(x, y, square, square), QColor(0xcc, 0xcc, 0xcc));
         }
-        painter.fillRect(swatch, m_color->toQColor());
+        painter.fillRect(swatch, PLQColor(*m_color));
         painter.restore();
     } else {
         painter.setPen(QPen(palette().color(QPalette::Mid), 1.5));

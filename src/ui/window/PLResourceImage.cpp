@@ -1,6 +1,5 @@
 #include "ui/window/PLResourceImage.h"
 
-#include "core/project/PLConstants.h"
 #include "core/foundation/PLLogging.h"
 
 static void initUiResources()
@@ -16,7 +15,7 @@ static void initUiResources()
 QPixmap PLResourceImage(const QString &fileName)
 {
     initUiResources();
-    QPixmap image(PLConstants::resourcePath(fileName));
+    QPixmap image(QStringLiteral(":/images/") + fileName);
     if (image.isNull())
         qCWarning(lcUi) << "missing image resource" << fileName;
     image.setDevicePixelRatio(2.0);

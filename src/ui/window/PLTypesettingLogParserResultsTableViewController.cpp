@@ -1,6 +1,5 @@
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 
-#include "core/project/PLConstants.h"
 #include "core/foundation/PLDictionaryKeys.h"
 #include "core/document/PLDocument.h"
 #include "core/project/PLFile.h"
@@ -9,6 +8,7 @@
 #include "core/typesetting/PLLogStringParser.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/foundation/PLNotificationNameConstants.h"
+#include "ui/window/PLResourceImage.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTitleBarView.h"
 #include "ui/typesetting/PLTypesetterProgressViewController.h"
@@ -121,8 +121,8 @@ void PLTypesettingLogParserResultsTableViewController::reloadData()
     }
     QTreeWidget *list = errorOutlineTableView();
     list->clear();
-    const QIcon errorIcon(QPixmap::fromImage(PLConstants::sharedConstants().errorCellImageError()));
-    const QIcon warningIcon(QPixmap::fromImage(PLConstants::sharedConstants().errorCellImageWarning()));
+    const QIcon errorIcon(PLResourceImage(QStringLiteral("errorsAndWarningsTableViewErrorIcon.png")));
+    const QIcon warningIcon(PLResourceImage(QStringLiteral("errorsAndWarningsTableViewWarningIcon.png")));
     for (const std::shared_ptr<PLLogItem> &item : std::as_const(m_items)) {
         auto *row = new QTreeWidgetItem(list);
         row->setText(DescriptionColumn, item->message().simplified());

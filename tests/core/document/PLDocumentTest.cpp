@@ -12,7 +12,6 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QUndoStack>
 
 #include <gtest/gtest.h>
 

@@ -14,7 +14,6 @@
 #include "core/foundation/PLRegularExpressionHelper.h"
 
 #include <QSignalSpy>
-#include <QUndoStack>
 #include <QSettings>
 #include <QDir>
 #include <QDirIterator>

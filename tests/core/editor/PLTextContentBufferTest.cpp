@@ -7,7 +7,7 @@
 #include "core/editor/PLTextSearch.h"
 
 #include <QSignalSpy>
-#include <QUndoStack>
+
 #include <functional>
 
 #include <gtest/gtest.h>

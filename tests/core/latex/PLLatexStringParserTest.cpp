@@ -6,7 +6,6 @@
 #include "core/editor/PLTextContentBuffer.h"
 
 #include <random>
-#include <QUndoStack>
 
 #include <gtest/gtest.h>
 

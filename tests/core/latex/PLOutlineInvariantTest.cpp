@@ -4,7 +4,6 @@
 #include "core/editor/PLTextContentBuffer.h"
 
 #include <QCryptographicHash>
-#include <QUndoStack>
 
 #include <map>
 #include <random>
@@ -182,7 +181,7 @@ TEST_P(PLOutlineInvariantTest, nodesHoldTheTextAfterEveryReplacement)
                                               "\\subsection{Two}\n50\\% done\n\\bibliography{refs}\n\\section*{Three}\nend"));
     const auto file = PLFile::fileWithPath(main, std::make_shared<PLLatexFileContentOutlineParser>());
     PLTextContentBuffer *buffer = file->contentBuffer();
-    QUndoStack *undo = buffer->undoManager();
+    PLUndoManager *undo = buffer->undoManager();
     // Every step's project tree and notifications, folded into one digest per seed: the tree
     // updates must keep giving exactly the results recorded when they were first written.
     NodeNames names;

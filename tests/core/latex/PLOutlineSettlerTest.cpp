@@ -7,7 +7,6 @@
 
 #include <QFile>
 #include <QTest>
-#include <QUndoStack>
 
 #include <random>
 
@@ -163,7 +162,7 @@ protected:
     // but not in a fresh parse beside it.
     void editRandomly(PLTextContentBuffer *buffer, bool included)
     {
-        QUndoStack *undo = buffer->undoManager();
+        PLUndoManager *undo = buffer->undoManager();
         const int action = std::uniform_int_distribution<int>(0, 9)(random);
         if (action == 0 && undo->canUndo()) {
             undo->undo();

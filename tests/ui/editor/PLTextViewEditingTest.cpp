@@ -127,7 +127,7 @@ TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
     EXPECT_EQ(view->contentBuffer()->string(), shift.shifted);
     EXPECT_EQ(view->selectedRange(), shift.shiftedSelection);
     // A key that changed nothing leaves no empty step to undo.
-    QUndoStack *history = view->contentBuffer()->undoManager();
+    PLUndoManager *history = view->contentBuffer()->undoManager();
     EXPECT_EQ(history->count(), shift.shifted == shift.text ? 0 : 1);
     history->undo();
     EXPECT_EQ(view->contentBuffer()->string(), shift.text);

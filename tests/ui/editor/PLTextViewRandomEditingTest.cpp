@@ -186,7 +186,7 @@ TEST_P(TextViewRandomEditing, PanesMirrorTheBufferThroughAnyEditSequence)
 
     // The whole history replays to the file as opened, and forwards to where the run ended.
     const QString edited = file->contentBuffer()->string();
-    QUndoStack *undo = file->contentBuffer()->undoManager();
+    PLUndoManager *undo = file->contentBuffer()->undoManager();
     const int end = undo->index();
     while (undo->canUndo()) {
         QTest::keyClick(views[0], Qt::Key_Z, Qt::ControlModifier);

@@ -2,6 +2,7 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
+#include "ui/editor/PLQColor.h"
 
 #include <QInputMethodEvent>
 #include <QMimeData>
@@ -82,7 +83,7 @@ TEST_F(TextView, ComposingLeavesTheBufferAloneAndDroppedTextLandsWhereDropped)
 QColor bufferColour(const PLFile &file, qsizetype location)
 {
     const auto colour = file.contentBuffer()->attributesAtIndex(location).foregroundColor();
-    return colour ? colour->toQColor() : QColor();
+    return colour ? PLQColor(*colour) : QColor();
 }
 
 TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)

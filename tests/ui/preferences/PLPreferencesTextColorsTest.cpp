@@ -1,3 +1,4 @@
+#include "ui/editor/PLQColor.h"
 #include "ui/preferences/PLColorWell.h"
 #include "ui/preferences/PLPreferencesTextColorsViewController.h"
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
@@ -156,13 +157,13 @@ TEST_F(TextColorsPane, APickedCommentColourRecoloursTheCommentsOfEveryOpenFileAt
     const QColor picked(10, 200, 30, 128);
     dialog->setCurrentColor(picked);
     dialog->accept();
-    EXPECT_EQ(onDisk(PLUserDefaultsEditorColorCommentedAreas)->toQColor(), picked);
+    EXPECT_EQ(PLQColor(*onDisk(PLUserDefaultsEditorColorCommentedAreas)), picked);
 
     for (PLDocument *document : opened) {
         const PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
         const qsizetype comment = buffer->string().indexOf(u'%') + 3;
-        EXPECT_EQ(buffer->attributesAtIndex(comment).foregroundColor()->toQColor(), picked);
-        EXPECT_NE(buffer->attributesAtIndex(0).foregroundColor()->toQColor(), picked);
+        EXPECT_EQ(PLQColor(*buffer->attributesAtIndex(comment).foregroundColor()), picked);
+        EXPECT_NE(PLQColor(*buffer->attributesAtIndex(0).foregroundColor()), picked);
         const PLTextView *view = documents.windowControllerForDocument(document)
                                      ->splitViewController()->mainAreaViewController()->editorSplitViewController()
                                      ->splitViewContentControllerAtIndex(0)->textContentView();
