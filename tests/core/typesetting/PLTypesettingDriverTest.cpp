@@ -10,7 +10,6 @@
 #include <sys/stat.h>
 #include <QTemporaryDir>
 #include <QTest>
-#include <atomic>
 #include <future>
 #include <signal.h>
 
@@ -337,9 +336,7 @@ public:
                 [this](const QByteArray &chunk) {
                     std::lock_guard lock(m_mutex);
                     m_output += chunk;
-                    m_outputChunks.fetch_add(1);
-                    if (!m_errors.isEmpty())
-                        m_outputAfterErrors = true;
+                    m_outputAfterErrors = m_outputAfterErrors || !m_errors.isEmpty();
                 },
                 [this](const QByteArray &chunk) {
                     std::lock_guard lock(m_mutex);
@@ -348,10 +345,9 @@ public:
         });
     }
 
-    // Waits until some output has arrived.
     bool waitForOutput()
     {
-        return QTest::qWaitFor([this] { return m_outputChunks.load() > 0; }, 5000);
+        return QTest::qWaitFor([this] { return !output().isEmpty(); }, 5000);
     }
     bool finishesWithin(std::chrono::milliseconds limit) { return m_result.wait_for(limit) == std::future_status::ready; }
     PLTexRunResult result() { return m_result.get(); }
@@ -372,7 +368,6 @@ private:
     std::mutex m_mutex;
     QByteArray m_output;
     QByteArray m_errors;
-    std::atomic<int> m_outputChunks{0};
     bool m_outputAfterErrors = false;
     std::future<PLTexRunResult> m_result;
 };
