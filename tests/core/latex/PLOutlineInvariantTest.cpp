@@ -88,19 +88,13 @@ void dumpProject(const std::shared_ptr<PLOutlineNode> &node, int depth, NodeName
         dumpProject(child, depth + 1, names, lines);
 }
 
-QString describeRecords(const std::vector<std::pair<const PLOutlineNode *, qsizetype>> &records)
-{
-    QStringList lines;
-    for (const auto &[node, location] : records)
-        lines.append(QStringLiteral("%1 %2").arg(location).arg(nodeLine(*node)));
-    return lines.join(u'\n');
-}
+using Records = std::vector<std::pair<const PLOutlineNode *, qsizetype>>;
 
 // The nodes covering the range found by walking the file from its first node, which the helper's
 // steps down by subtree lengths must agree with.
-QString walkedRecords(const PLOutlineNode &root, PLRange range)
+Records walkedRecords(const PLOutlineNode &root, PLRange range)
 {
-    std::vector<std::pair<const PLOutlineNode *, qsizetype>> records;
+    Records records;
     const PLOutlineNode *node = root.childAtIndex(0).get();
     qsizetype offset = 0;
     for (; node->traverseRightNode() && node->contentLength() + offset < range.location; node = node->traverseRightNode())
@@ -110,16 +104,16 @@ QString walkedRecords(const PLOutlineNode &root, PLRange range)
         offset += node->contentLength();
         node = node->traverseRightNode();
     }
-    return describeRecords(records);
+    return records;
 }
 
-QString locatedRecords(const std::shared_ptr<PLOutlineNode> &root, PLRange range)
+Records locatedRecords(const std::shared_ptr<PLOutlineNode> &root, PLRange range)
 {
-    std::vector<std::pair<const PLOutlineNode *, qsizetype>> records;
+    Records records;
     const auto found = PLOutlineTreeHelper(root).locateNodesInRange(range.location, range.length);
     for (const auto &record : found->nodes())
         records.emplace_back(record.node().get(), record.location());
-    return describeRecords(records);
+    return records;
 }
 
 // The digests of seeds 1 to 20: the updates' exact trees and notifications, pinned so that any
@@ -230,7 +224,7 @@ TEST_P(PLOutlineInvariantTest, nodesHoldTheTextAfterEveryReplacement)
             std::uniform_int_distribution<qsizetype> at(0, buffer->length() + 2);
             const qsizetype from = at(probes);
             const PLRange probe{from, std::uniform_int_distribution<qsizetype>(0, 50)(probes)};
-            ASSERT_EQ(locatedRecords(root, probe).toStdString(), walkedRecords(*root, probe).toStdString());
+            ASSERT_EQ(locatedRecords(root, probe), walkedRecords(*root, probe));
         }
         dumpProject(root, 0, names, record);
         digest.addData(record.join(u'\n').toUtf8());

@@ -194,14 +194,10 @@ protected:
         QByteArray flipped = *whole;
         flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x40);
         QList<std::pair<std::string, QByteArray>> copies{
-            {"empty", QByteArray()},
-            {"one byte", whole->left(1)},
-            {"a byte changed in the middle", flipped},
-            {"without the gzip trailer", whole->chopped(8)},
-            {"junk after the last member", QByteArray(*whole + "junk")},
+            {"empty", QByteArray()}, {"one byte", whole->left(1)}, {"a byte changed in the middle", flipped},
+            {"without the gzip trailer", whole->chopped(8)}, {"junk after the last member", QByteArray(*whole + "junk")},
             {"text without its postamble, compressed whole", gzip(text->left(text->lastIndexOf("Postamble:")))},
-            {"text cut inside the post scriptum", gzip(text->chopped(3))},
-            {"plain text cut short", text->left(text->size() / 2)},
+            {"text cut inside the post scriptum", gzip(text->chopped(3))}, {"plain text cut short", text->left(text->size() / 2)},
             {"not SyncTeX at all", gzip("Postamble:\nCount:1\nPost scriptum:\n")}};
         // Whole files whose records were damaged: the library trusts every line it reads.
         const auto edited = [](const char *from, const char *to) {
@@ -211,8 +207,7 @@ protected:
         };
         copies.append({{"an input line without the colon after its tag", edited("Input:1:", "Input11:")},
                        {"an input line without a path", edited("Input:1:", "Input:1:\nInput:7:")},
-                       {"an unknown record", edited("Content:\n", "Content:\nQ1\n")},
-                       {"a box closed twice", edited("\n]\n", "\n]\n]\n")},
+                       {"an unknown record", edited("Content:\n", "Content:\nQ1\n")}, {"a box closed twice", edited("\n]\n", "\n]\n]\n")},
                        {"a box left open", edited("\n]\n", "\n")},
                        {"a box outside any page", edited("Content:\n", "Content:\n[1,1:0,0:0,0,0\n]\n")},
                        {"a record with a number missing", edited("\nx1,", "\nx1:")},
