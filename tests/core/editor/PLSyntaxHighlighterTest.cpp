@@ -6,12 +6,26 @@
 #include "PLTestSupport.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
+#include "core/editor/PLBIBSyntaxHightlighterDelegate.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "PLOutlineTestSupport.h"
+#include "core/editor/PLTextContentBuffer.h"
+#include "core/editor/PLSyntaxHighlightingColorReset.h"
+#include "core/foundation/PLRegularExpressionHelper.h"
+
+#include <QSignalSpy>
+#include <QSettings>
+#include <QDir>
+#include <QDirIterator>
+#include <random>
 
 #include <gtest/gtest.h>
 
+using namespace PLTest;
+
 namespace {
 
-using Lines = std::vector<std::pair<QString, qsizetype>>;
+using RecordedLines = std::vector<std::pair<QString, qsizetype>>;
 
 class PLSyntaxHighlighterTest : public ::testing::Test
 {
@@ -20,75 +34,53 @@ protected:
     PLUserDefaults &defaults() { return PLUserDefaults::standardUserDefaults(); }
 };
 
-struct EditCase
+TEST_F(PLSyntaxHighlighterTest, EditsRecolourExactlyTheWholeLinesTheyTouched)
 {
-    const char *what;
-    const char16_t *text;
-    PLRange replaced;
-    const char16_t *replacement;
-    Lines expected;
-};
-
-class PLSyntaxHighlighterEdits : public ::testing::TestWithParam<EditCase>
-{
-protected:
-    void SetUp() override { PLTest::resetSettings(); }
-};
-
-TEST_P(PLSyntaxHighlighterEdits, RecolourExactlyTheWholeLinesTheEditTouched)
-{
-    const EditCase &c = GetParam();
-    PLPlainTextStorage storage(QString::fromUtf16(c.text));
-    Lines lines;
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
-    std::vector<PLRange> received;
-    QObject::connect(&storage, &PLTextStorage::didProcessEditing,
-                     [&](PLRange editedRange, qsizetype) { received.push_back(editedRange); });
-
-    const QString replacement = QString::fromUtf16(c.replacement);
-    storage.replaceCharactersInRange(c.replaced, replacement);
-
-    EXPECT_EQ(lines, c.expected) << c.what;
-    ASSERT_EQ(received.size(), 1u);
-    EXPECT_EQ(received[0], (PLRange{c.replaced.location, replacement.size()}));
+    const struct
+    {
+        const char16_t *text;
+        PLRange replaced;
+        const char16_t *replacement;
+        RecordedLines expected;
+    } cases[] = {
+        {u"one\ntwo\nthree\n", {5, 0}, u"x", {{QStringLiteral("txwo\n"), 4}}},
+        {u"one\ntwo\nthree\n", {4, 0}, u"a\nb\nc", {{QStringLiteral("a\n"), 4}, {QStringLiteral("b\n"), 6}, {QStringLiteral("ctwo\n"), 8}}},
+        {u"one\ntwo\nthree\n", {2, 4}, u"X", {{QStringLiteral("onXo\n"), 0}}},
+        // A new line feed belongs to the line it ends.
+        {u"one\ntwo\n", {3, 0}, u"\n", {{QStringLiteral("one\n"), 0}}},
+        {u"one\n", {4, 0}, u"four", {{QStringLiteral("four"), 4}}},
+        {u"a\r\nb\r\nc", {4, 0}, u"x", {{QStringLiteral("bx\r\n"), 3}}},
+        // A line of a lone line feed is stepped over.
+        {u"a\nb", {1, 0}, u"\n\nz\n", {{QStringLiteral("a\n"), 0}, {QStringLiteral("z\n"), 3}}}};
+    for (const auto &c : cases) {
+        PLPlainTextStorage storage(QString::fromUtf16(c.text));
+        RecordedLines lines;
+        PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
+        std::vector<PLRange> received;
+        QObject::connect(&storage, &PLTextStorage::didProcessEditing,
+                         [&](PLRange editedRange, qsizetype) { received.push_back(editedRange); });
+        const QString replacement = QString::fromUtf16(c.replacement);
+        storage.replaceCharactersInRange(c.replaced, replacement);
+        EXPECT_EQ(lines, c.expected) << QString::fromUtf16(c.text).toStdString();
+        EXPECT_EQ(received, std::vector<PLRange>{(PLRange{c.replaced.location, replacement.size()})});
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, PLSyntaxHighlighterEdits,
-    ::testing::Values(
-        EditCase{"typing inside a line", u"one\ntwo\nthree\n", {5, 0}, u"x", {{QStringLiteral("txwo\n"), 4}}},
-        EditCase{"pasting three lines",
-                 u"one\ntwo\nthree\n",
-                 {4, 0},
-                 u"a\nb\nc",
-                 {{QStringLiteral("a\n"), 4}, {QStringLiteral("b\n"), 6}, {QStringLiteral("ctwo\n"), 8}}},
-        EditCase{"joining two lines", u"one\ntwo\nthree\n", {3, 1}, u"", {{QStringLiteral("onetwo\n"), 0}}},
-        EditCase{"replacing across a line end", u"one\ntwo\nthree\n", {2, 4}, u"X", {{QStringLiteral("onXo\n"), 0}}},
-        EditCase{"a new line feed belongs to the line it ends", u"one\ntwo\n", {3, 0}, u"\n",
-                 {{QStringLiteral("one\n"), 0}}},
-        EditCase{"typing after the last terminator", u"one\n", {4, 0}, u"four", {{QStringLiteral("four"), 4}}},
-        EditCase{"CR LF ends one line", u"a\r\nb\r\nc", {4, 0}, u"x", {{QStringLiteral("bx\r\n"), 3}}},
-        EditCase{"a lone line feed line is stepped over", u"a\nb", {1, 0}, u"\n\nz\n",
-                 {{QStringLiteral("a\n"), 0}, {QStringLiteral("z\n"), 3}}}));
 
 TEST_F(PLSyntaxHighlighterTest, AStyleChangeRecoloursTheWholeTextOnce)
 {
     PLPlainTextStorage storage(QStringLiteral("a\r\n\nb\r\rc"));
-    Lines lines;
+    RecordedLines lines;
     PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
     PLNotificationCenter::defaultCenter().post(PLNotificationEditorTextStyleDidChange);
-    EXPECT_EQ(lines, (Lines{{QStringLiteral("a\r\n"), 0}, {QStringLiteral("b\r"), 4}, {QStringLiteral("c"), 7}}));
+    EXPECT_EQ(lines, (RecordedLines{{QStringLiteral("a\r\n"), 0}, {QStringLiteral("b\r"), 4}, {QStringLiteral("c"), 7}}));
 }
 
-TEST_F(PLSyntaxHighlighterTest, WithoutATextColourNothingIsColouredAndEachEditSaysSo)
+TEST_F(PLSyntaxHighlighterTest, WithoutATextColourNothingIsColoured)
 {
     defaults().setString(QStringLiteral("not a colour"), PLUserDefaultsEditorColorText);
     PLPlainTextStorage storage(QStringLiteral("\\section{A}\n"));
     PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
-    PLLogCapture log("plumeo.highlighter");
     storage.replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("x"));
-    storage.replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("y"));
-    EXPECT_EQ(log.messages(), QStringList({QStringLiteral("no user defaults found"), QStringLiteral("no user defaults found")}));
     EXPECT_EQ(storage.attributeRunCount(), 1);
     EXPECT_TRUE(storage.attributesAtIndex(3).isEmpty());
 }
@@ -180,10 +172,6 @@ TEST_F(PLSyntaxHighlighterTest, ViewsHearOfTheEditFirstAndOfItsColoursOnceAfterw
     EXPECT_EQ(heard, QStringList({QStringLiteral("edit {2, 3} coloured 1"), QStringLiteral("attributes {2, 5}")}));
 }
 
-}
-
-namespace {
-
 TEST(PLTextStorage, AttributeEditsWaitingForTheEndOfAGroupMoveWithTheText)
 {
     PLPlainTextStorage storage(QStringLiteral("0123456789"));
@@ -199,6 +187,439 @@ TEST(PLTextStorage, AttributeEditsWaitingForTheEndOfAGroupMoveWithTheText)
     PLRange link;
     EXPECT_TRUE(storage.attributesAtIndex(7, &link).link());
     EXPECT_EQ(link, (PLRange{7, 2}));
+}
+
+// Every token class gets colours of its own, so each character's colours name the rule that won.
+struct TokenClass
+{
+    char code;
+    const QString &foregroundKey;
+    const QString *backgroundKey;
+};
+
+const TokenClass kClasses[] = {
+    {'t', PLUserDefaultsEditorColorText, nullptr},
+    {'f', PLUserDefaultsEditorColorFunctions, &PLUserDefaultsEditorColorFunctionsBackground},
+    {'s', PLUserDefaultsEditorColorStructureDividers, &PLUserDefaultsEditorColorStructureDividersBackground},
+    {'b', PLUserDefaultsEditorColorBrackets, &PLUserDefaultsEditorColorBracketsBackground},
+    {'d', PLUserDefaultsEditorColorDollarSignAreas, &PLUserDefaultsEditorColorDollarSignAreasBackground},
+    {'c', PLUserDefaultsEditorColorCommentedAreas, &PLUserDefaultsEditorColorCommentedAreasBackground},
+    {'y', PLUserDefaultsEditorColorBIBType, &PLUserDefaultsEditorColorBIBTypeBackground},
+    {'k', PLUserDefaultsEditorColorBIBKey, &PLUserDefaultsEditorColorBIBKeyBackground},
+};
+
+PLColor foregroundOf(char code)
+{
+    return PLColor::rgb(code / 256.0, 0.25, 0.5, 1.0);
+}
+
+PLColor backgroundOf(char code)
+{
+    return PLColor::rgb(0.5, code / 256.0, 0.25, 0.5);
+}
+
+void giveEveryClassItsOwnColours()
+{
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    for (const TokenClass &tokenClass : kClasses) {
+        defaults.setColor(foregroundOf(tokenClass.code), tokenClass.foregroundKey);
+        if (tokenClass.backgroundKey)
+            defaults.setColor(backgroundOf(tokenClass.code), *tokenClass.backgroundKey);
+    }
+}
+
+// One letter per character: the class whose colour it carries, '.' for none, '?' for a stranger.
+template<class Read>
+std::string classesOf(const PLTextStorage &storage, Read read, PLColor (*colourOf)(char))
+{
+    std::string result;
+    for (qsizetype i = 0; i < storage.string().size(); ++i) {
+        const std::optional<PLColor> colour = read(storage.attributesAtIndex(i));
+        char code = colour ? '?' : '.';
+        for (const TokenClass &tokenClass : kClasses) {
+            if (colour && *colour == colourOf(tokenClass.code))
+                code = tokenClass.code;
+        }
+        result += code;
+    }
+    return result;
+}
+
+std::string foregroundClasses(const PLTextStorage &storage)
+{
+    return classesOf(storage, [](const PLTextAttributes &a) { return a.foregroundColor(); }, foregroundOf);
+}
+
+std::string backgroundClasses(const PLTextStorage &storage)
+{
+    return classesOf(storage, [](const PLTextAttributes &a) { return a.backgroundColor(); }, backgroundOf);
+}
+
+std::string links(const PLTextStorage &storage)
+{
+    std::string result;
+    for (qsizetype i = 0; i < storage.string().size(); ++i) {
+        const std::optional<QString> link = storage.attributesAtIndex(i).link();
+        result += !link ? '.' : *link == u"file://" ? 'l' : '?';
+    }
+    return result;
+}
+
+// Which characters each class paints alone is the pattern equivalence test's; here, which class
+// wins where several paint. Each line's tokens are painted in order: per character, the class of its foreground (its
+// background is the same class, none for 't') and 'l' where it links to "file://".
+TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
+{
+    PLTest::resetSettings();
+    giveEveryClassItsOwnColours();
+    // Whether the bibliography rules apply; the line; the foreground classes; the links (null: none).
+    const std::tuple<bool, const char16_t *, const char *, const char *> cases[] = {
+        {false, u"50\\% of \\textbf{x} % note\n", "ttfffttt" "fffffff" "btbt" "cccccc" "t", nullptr},
+        // A comment at column 0 wins over everything.
+        {false, u"%\\section{A} $x$\n", "cccccccccccccccc" "t", nullptr},
+        // A starred heading, its braces repainted.
+        {false, u"\\section*{Intro} text\n", "sssssssss" "b" "sssss" "b" "tttttt", nullptr},
+        // Only the first brace group belongs to the heading.
+        {false, u"\\paragraph{P}{Q}\n", "ssssssssss" "bsb" "btb" "t", nullptr},
+        {false, u"\\% x % y\n", "fff" "tt" "ccc" "t", nullptr},
+        {false, u"\\input{chapters/intro}\n", "ffffff" "b" "tttttttttttttt" "b" "t", "......." "llllllllllllll" ".."},
+        {false, u"\\bibliography{refs.bib}\n", "fffffffffffff" "b" "tttttttt" "b" "t", ".............." "llllllll" ".."},
+        // A commented include still links.
+        {false, u"% \\input{old}\n", "ccccccccccccc" "t", "........." "lll" ".."},
+        // A heading's argument runs to its first closing brace.
+        {false, u"\\section{A \\section{B} x\n", "ssssssss" "b" "ss" "ssssssss" "b" "s" "b" "ttt", nullptr},
+        // An include's argument is at least one character, a brace too.
+        {false, u"\\input{}}\n", "ffffff" "bbb" "t", "......." "l" ".."},
+        {true, u"@article{key,\n", "yyyyyyyy" "b" "ttttt", nullptr},
+        // A field, its braces repainted.
+        {true, u"  title = {A},\n", "kkkkkkkkkk" "bkb" "tt", nullptr},
+        // LaTeX rules win inside a field.
+        {true, u"  note = {50\\% done}\n", "kkkkkkkkk" "b" "kk" "fff" "kkkk" "b" "t", nullptr},
+        // A field needs spaces around the equals sign.
+        {true, u"  title={A},\n", "tttttttt" "btb" "tt", nullptr},
+        // LaTeX rules alone do not know entry types.
+        {false, u"@article{key,\n", "tttttttt" "b" "ttttt", nullptr}};
+    for (const auto &[bibliography, text, foreground, link] : cases) {
+        const QString line = QString::fromUtf16(text);
+        SCOPED_TRACE(line.toStdString());
+        ASSERT_EQ(qsizetype(std::strlen(foreground)), line.size());
+        PLPlainTextStorage storage(line);
+        std::unique_ptr<PLSyntaxHighlighterDelegate> rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>();
+        if (bibliography)
+            rules = std::make_unique<PLBIBSyntaxHightlighterDelegate>();
+        PLSyntaxHighlighter highlighter(&storage, std::move(rules));
+        highlighter.userDefaultsDidChangeEditorTextColor();
+        std::string background = foreground;
+        std::replace(background.begin(), background.end(), 't', '.');
+        EXPECT_EQ(foregroundClasses(storage), foreground);
+        EXPECT_EQ(backgroundClasses(storage), background);
+        EXPECT_EQ(links(storage), link ? std::string(link) : std::string(size_t(line.size()), '.'));
+        EXPECT_EQ(storage.attributesAtIndex(0).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
+    }
+}
+
+// Text whose colouring once backtracked for minutes: a field whose value wraps onto the next lines
+// (exponential in its spaces) and a long line without any field (quadratic in its length).
+TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePass)
+{
+    PLTest::resetSettings();
+    giveEveryClassItsOwnColours();
+    const QString words = QStringLiteral("word ").repeated(24);
+    const QString entry = QStringLiteral("@article{key,\n  author = {A. Author},\n  abstract = {") + words
+        + QStringLiteral("\n") + words + QStringLiteral("\nmore},\n  year = {2024},\n}\n");
+    const QString longLine = QStringLiteral("a").repeated(20000) + QStringLiteral("\n");
+    const auto t = [](qsizetype n) { return std::string(size_t(n), 't'); };
+    const std::string entryColours = "yyyyyyyy" "b" "ttttt" "kkkkkkkkkkk" "b" "kkkkkkkkk" "b" "tt" + t(13) + "b"
+        + t(words.size() + 1) + t(words.size() + 1) + "tttt" "b" "tt" "kkkkkkkkk" "b" "kkkk" "b" "tt" "bt";
+
+    PLPlainTextStorage storage(entry + longLine);
+    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
+    highlighter.userDefaultsDidChangeEditorTextColor();
+    const std::string colours = foregroundClasses(storage);
+    EXPECT_EQ(colours.substr(0, entryColours.size()), entryColours);
+    EXPECT_EQ(colours.find_first_not_of('t', entryColours.size()), std::string::npos);
+}
+
+class PLSyntaxHighlighterBufferTest : public ProjectTest
+{
+protected:
+    void SetUp() override { resetSettings(); }
+
+    PLTextContentBuffer *open(const QString &name, const QString &text)
+    {
+        file = PLFile::fileWithPath(write(name, text), std::make_shared<PLLatexFileContentOutlineParser>());
+        return file->contentBuffer();
+    }
+
+    static std::optional<PLColor> color(const QString &key) { return PLUserDefaults::standardUserDefaults().colorForKey(key); }
+
+    std::shared_ptr<PLFile> file;
+};
+
+// Regression: a file opened with text showed no colours until its first edit.
+TEST_F(PLSyntaxHighlighterBufferTest, TheTextAFileOpensWithIsColouredWhenFirstRead)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("b.tex"), QStringLiteral("plain\n\\section{A}\n"));
+    QSignalSpy painted(buffer, &PLTextStorage::didEditAttributes);
+    EXPECT_TRUE(painted.isEmpty());
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_EQ(buffer->attributesAtIndex(7).foregroundColor(), color(PLUserDefaultsEditorColorStructureDividers));
+    EXPECT_EQ(painted.size(), 1);
+    buffer->attributesAtIndex(3);
+    EXPECT_EQ(painted.size(), 1);
+}
+
+TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
+{
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("x\n$y$ % c\n"));
+    buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("\\emph"));
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorFunctions));
+    PLRange dollar;
+    EXPECT_EQ(buffer->attributesAtIndex(7, &dollar).foregroundColor(), color(PLUserDefaultsEditorColorDollarSignAreas));
+    EXPECT_EQ(dollar, (PLRange{7, 1}));
+    PLRange comment;
+    EXPECT_EQ(buffer->attributesAtIndex(11, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
+    EXPECT_EQ(comment, (PLRange{11, 3}));
+
+    buffer->undoManager()->undo();
+    EXPECT_EQ(buffer->string(), QStringLiteral("x\n$y$ % c\n"));
+    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_EQ(buffer->attributesAtIndex(6, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
+    EXPECT_EQ(comment, (PLRange{6, 3}));
+}
+
+// Reloaded text took on the heading background of the old first line over its whole length.
+TEST_F(PLSyntaxHighlighterBufferTest, ReloadedTextHasTheColoursOfAFreshlyReadOne)
+{
+    const auto runs = [](PLTextContentBuffer *buffer) {
+        QList<std::pair<PLRange, PLTextAttributes>> found;
+        buffer->enumerateAttributes(PLRange{0, buffer->length()},
+                                    [&found](const PLTextAttributes &attributes, PLRange run) { found.append({run, attributes}); });
+        return found;
+    };
+    PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("\\section{Old}\n$a$\n"));
+    ASSERT_TRUE(buffer->attributesAtIndex(0).backgroundColor().has_value());
+    const QString reloaded = QStringLiteral("plain text\n$b$\n\\chapter{New}\nend\n");
+    buffer->setString(reloaded);
+    EXPECT_EQ(buffer->attributesAtIndex(6).foregroundColor(), color(PLUserDefaultsEditorColorText));
+    EXPECT_FALSE(buffer->attributesAtIndex(6).backgroundColor().has_value());
+    const auto reloadedRuns = runs(buffer);
+    EXPECT_EQ(reloadedRuns, runs(open(QStringLiteral("b.tex"), reloaded)));
+}
+
+// The preferences pane's reset test checks the notifications and a sample of the colours; here:
+// every colour is written to disk as the user's own value, and nothing but colours is touched.
+TEST(PLSyntaxHighlightingColorReset, WritesEveryColourToDiskAndLeavesTheRestAlone)
+{
+    PLTest::resetSettings();
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    defaults.setString(QStringLiteral("Courier"), PLUserDefaultsEditorFontName);
+    PLResetSyntaxHighlightingColors();
+    QSettings onDisk(defaults.fileName(), QSettings::IniFormat);
+    int colourKeys = 0;
+    for (const QString &key : onDisk.allKeys())
+        colourKeys += PLColor::fromArchived(onDisk.value(key).toString()).has_value() ? 1 : 0;
+    EXPECT_EQ(colourKeys, 22);
+    EXPECT_EQ(PLColor::fromArchived(onDisk.value(PLUserDefaultsEditorColorBIBKey).toString()), PLColor::rgb(0.81, 0.254, 0.331, 1.0));
+    EXPECT_EQ(defaults.stringForKey(PLUserDefaultsEditorFontName), QStringLiteral("Courier"));
+}
+
+// The colouring patterns were rewritten so that none can backtrack badly. The rule sets they
+// replaced live on here only, as the reference: both must paint the same characters.
+
+const QString kOldFunctions = QStringLiteral(R"re((\\(\w|%)*)(\s)?)re");
+const QString kOldStructureDividers =
+    QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?\{(.+?)\})re");
+const QString kOldBrackets = QStringLiteral(R"re(\[|\]|\{|\})re");
+const QString kOldComment = QStringLiteral(R"re(((\s|\w)?(%(.)*)()re") + u'\n' + QStringLiteral(R"re()?))re");
+const QString kOldInclude = QStringLiteral(R"re(\\(input|include|bibliography)\{((.+?)(\.tex|\.bib)?)\})re");
+const QString kOldEntryType = QStringLiteral(R"re(@(\w)*)re");
+const QString kOldKeyValue = QStringLiteral(R"re((.)+ = \{(.|\s|\\n)+\})re");
+
+class OldLatexRules : public PLLatexSyntaxHighlighterDelegate
+{
+public:
+    void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *highlighter, const QString &string,
+                                                           qsizetype lineStart) override
+    {
+        paint(highlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
+              kOldFunctions, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorStructureDividersBackground,
+              PLUserDefaultsEditorColorStructureDividers, kOldStructureDividers, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets,
+              kOldBrackets, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
+              PLUserDefaultsEditorColorDollarSignAreas, QStringLiteral(R"re(\$)re"), string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorCommentedAreasBackground, PLUserDefaultsEditorColorCommentedAreas,
+              oldCommentLocator, string, lineStart);
+        highlighter->setAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), string, lineStart,
+                                  [](const QString &s, qsizetype location, qsizetype length) {
+                                      return PLRegularExpressionHelper::firstMatchInRange(
+                                          kOldInclude, s, PLRange{location, length},
+                                          PLRegularExpressionHelper::NoOptions, 2);
+                                  });
+    }
+
+    static PLRange oldCommentLocator(const QString &string, qsizetype location, qsizetype length)
+    {
+        PLRange found = PLRegularExpressionHelper::firstMatchInRange(kOldComment, string, PLRange{location, length},
+                                                                     PLRegularExpressionHelper::NoOptions, 3);
+        while (found.isFound() && found.location > 0 && QStringView(string).mid(found.location - 1, 2) == u"\\%") {
+            const qsizetype from = found.location + 1;
+            found = PLRegularExpressionHelper::firstMatchInRange(
+                kOldComment, string, PLRange{from, string.size() - from}, PLRegularExpressionHelper::NoOptions, 3);
+        }
+        return found;
+    }
+};
+
+class OldBibliographyRules : public OldLatexRules
+{
+public:
+    void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *highlighter, const QString &string,
+                                                           qsizetype lineStart) override
+    {
+        paint(highlighter, PLUserDefaultsEditorColorBIBTypeBackground, PLUserDefaultsEditorColorBIBType,
+              kOldEntryType, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorBIBKeyBackground, PLUserDefaultsEditorColorBIBKey, kOldKeyValue,
+              string, lineStart);
+        OldLatexRules::syntaxHighlighterWillProcessStringForHighlighting(highlighter, string, lineStart);
+    }
+};
+
+// The .tex and .bib files of the test data and of the sample project.
+QString fixtureCorpus()
+{
+    QString corpus;
+    for (const QString &folder : {PLTest::dataPath(QString()), PLTest::dataPath(QStringLiteral("../../samples"))}) {
+        QDirIterator files(folder, {QStringLiteral("*.tex"), QStringLiteral("*.bib")}, QDir::Files,
+                           QDirIterator::Subdirectories);
+        while (files.hasNext())
+            corpus += QString::fromUtf8(PLTest::readFile(files.next())) + u'\n';
+    }
+    return corpus;
+}
+
+// Lines made of the pieces the patterns care about, line terminators of every kind, surrogates
+// whole and broken included; short enough that the old patterns still finish.
+QString generatedCorpus()
+{
+    const auto S = [](const char16_t *text) { return QString::fromUtf16(text); };
+    const QStringList pieces = {
+        S(u"a"), S(u" "), S(u"  "), S(u"="), S(u" = {"), S(u"{"), S(u"}"), S(u"\\"), S(u"%"), S(u"\\%"), S(u"\r"),
+        QString(QChar(0x0b)), QString(QChar(0x0c)), QString(QChar(0x85)), QString(QChar(0x2028)), S(u"\t"), S(u"@"),
+        S(u"$"), S(u"["), S(u"]"), S(u"\\section"), S(u"\\part{"), S(u"\\input{"), S(u"\\include"),
+        S(u"\\bibliography{"), S(u".tex"), S(u".bib"), S(u"*"), S(u"\\n"), QString::fromUtf16(u"𝔸"),
+        QString(QChar(0xd800)), QString(QChar(0xdc00)), QString(QChar(0xa0)), S(u"_"), S(u"x")};
+    std::mt19937 random(19);
+    QString corpus;
+    for (int line = 0; line < 3000; ++line) {
+        const int length = int(random() % 14);
+        for (int i = 0; i < length; ++i)
+            corpus += pieces[int(random() % pieces.size())];
+        corpus += u'\n';
+    }
+    // The shapes that made the old patterns slow, at sizes they still finish.
+    corpus += S(u"  abstract = {") + S(u"word ").repeated(8) + S(u"\n  title = {A} and {B},\n");
+    corpus += S(u"a").repeated(300) + S(u"\n") + S(u"\\input{").repeated(40) + S(u"\n") + S(u"\\section{").repeated(40)
+        + S(u"\n") + S(u"\\%").repeated(100) + S(u"\n") + QString(S(u"a = {x") + QChar(0x0b)).repeated(6) + S(u"}\n");
+    return corpus;
+}
+
+const PLColor kPainted = PLColor::rgb(0.9, 0.1, 0.2, 1.0);
+
+// Per character, a digit of three bits: painted foreground, painted background, link.
+std::string paintedCharacters(const QString &text, std::unique_ptr<PLSyntaxHighlighterDelegate> rules)
+{
+    PLPlainTextStorage storage(text);
+    PLSyntaxHighlighter highlighter(&storage, std::move(rules));
+    highlighter.userDefaultsDidChangeEditorTextColor();
+    std::string painted;
+    for (qsizetype i = 0; i < text.size();) {
+        PLRange run;
+        const PLTextAttributes attributes = storage.attributesAtIndex(i, &run);
+        const char marks = char('0' + (attributes.foregroundColor() == kPainted ? 1 : 0)
+                                 + (attributes.backgroundColor() == kPainted ? 2 : 0) + (attributes.link() ? 4 : 0));
+        painted.append(size_t(run.end() - i), marks);
+        i = run.end();
+    }
+    return painted;
+}
+
+// Where the two paintings first differ, with the line it happens in.
+std::string firstDifference(const QString &text, const std::string &expected, const std::string &actual)
+{
+    qsizetype i = 0;
+    while (i < qsizetype(expected.size()) && expected[i] == actual[i])
+        ++i;
+    const qsizetype start = text.lastIndexOf(u'\n', i) + 1;
+    return "at " + std::to_string(i) + " in line \"" + text.mid(start, text.indexOf(u'\n', i) - start).toStdString()
+        + "\"";
+}
+
+// One class at a time has colours, so no other rule can paint over what it painted.
+TEST(PLSyntaxHighlighterPatternEquivalence, RewrittenRulesPaintWhatTheOldOnesPainted)
+{
+    const QString corpora[] = {fixtureCorpus(), generatedCorpus()};
+    for (const TokenClass &painted : kClasses) {
+        if (!painted.backgroundKey)
+            continue;
+        SCOPED_TRACE(painted.code);
+        PLTest::resetSettings();
+        PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+        for (const TokenClass &tokenClass : kClasses) {
+            if (tokenClass.backgroundKey) {
+                defaults.removeObjectForKey(tokenClass.foregroundKey);
+                defaults.removeObjectForKey(*tokenClass.backgroundKey);
+            }
+        }
+        defaults.setColor(kPainted, painted.foregroundKey);
+        defaults.setColor(kPainted, *painted.backgroundKey);
+        for (const QString &text : corpora) {
+            const std::string oldLatex = paintedCharacters(text, std::make_unique<OldLatexRules>());
+            const std::string newLatex = paintedCharacters(text, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+            EXPECT_EQ(oldLatex, newLatex) << "LaTeX rules differ " << firstDifference(text, oldLatex, newLatex);
+            const std::string oldBibliography = paintedCharacters(text, std::make_unique<OldBibliographyRules>());
+            const std::string newBibliography = paintedCharacters(text, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
+            EXPECT_EQ(oldBibliography, newBibliography)
+                << "bibliography rules differ " << firstDifference(text, oldBibliography, newBibliography);
+        }
+    }
+}
+
+// Commands are read by hand, not by the expression engine: they must end on exactly the
+// characters the old expression ended on, for every code point (astral ones sampled, lone
+// surrogates included), as a name character, after a percent sign and as the space after it.
+TEST(PLSyntaxHighlighterCommandScan, EndsEachCommandWhereTheExpressionDid)
+{
+    QString text;
+    const auto append = [&text](char32_t c) { text.append(QStringView(QChar::fromUcs4(c))); };
+    for (char32_t c = 1; c < 0x110000; c += c < 0x10000 ? 1 : 97) {
+        if (QChar::isSurrogate(c))
+            continue;
+        text += u'\\';
+        append(c);
+        append(c);
+        text += QStringLiteral("\\%");
+        append(c);
+        text += QStringLiteral("x\\");
+        append(c);
+    }
+    text += QStringLiteral("\\a") + QChar(0xd800) + u'b' + QChar(0xdc00) + QStringLiteral("\\") + QChar(0xdbff);
+
+    std::vector<std::pair<qsizetype, qsizetype>> expected;
+    PLRegularExpressionHelper::enumerateMatches(kOldFunctions, text, PLRange{0, text.size()}, [&](const PLRegexMatch &match) {
+        expected.emplace_back(match.range(0).location, match.range(0).length);
+        return true;
+    });
+    std::vector<std::pair<qsizetype, qsizetype>> scanned;
+    for (PLRange found = PLLatexSyntaxHighlighterDelegate::functionLocator(text, 0, text.size()); found.isFound();
+         found = PLLatexSyntaxHighlighterDelegate::functionLocator(text, found.end(), text.size() - found.end()))
+        scanned.emplace_back(found.location, found.length);
+    ASSERT_EQ(scanned.size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i)
+        ASSERT_EQ(scanned[i], expected[i]) << "command " << i << " at U+" << std::hex << int(text.at(expected[i].first + 1).unicode());
 }
 
 }

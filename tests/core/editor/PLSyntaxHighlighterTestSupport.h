@@ -4,7 +4,6 @@
 #include "core/editor/PLTextStorage.h"
 
 #include <QString>
-#include <QStringList>
 
 #include <utility>
 #include <vector>
@@ -41,16 +40,4 @@ public:
 
 private:
     std::vector<std::pair<QString, qsizetype>> *m_lines;
-};
-
-// Collects the messages of one logging category while it lives.
-class PLLogCapture
-{
-public:
-    explicit PLLogCapture(const char *category);
-    ~PLLogCapture();
-    QStringList messages() const;
-
-private:
-    QtMessageHandler m_previous;
 };

@@ -129,67 +129,32 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
         const auto to = model.begin() + std::clamp(first + span, from, size);
         ASSERT_TRUE(enumerated == std::vector<PLTextAttributes>(model.begin() + from, to)) << "enumerating after step " << step;
     }
-}
-
-struct InheritCase
-{
-    const char *what;
-    PLRange replaced;
-    qsizetype insertedLength;
-    // The colour of each character afterwards, '-' for none.
-    const char *expected;
-};
-
-class PLTextAttributeRunsReplacement : public ::testing::TestWithParam<InheritCase>
-{
-};
-
-// Starts from "aabbcc" coloured 0, 0, 1, 1, 2, 2.
-TEST_P(PLTextAttributeRunsReplacement, NewCharactersTakeTheAttributesTheTextSystemGivesThem)
-{
-    PLTextAttributeRuns runs(6);
-    for (int n = 0; n < 3; ++n)
-        runs.setAttributes(withForeground(n), PLRange{2 * n, 2});
-    runs.replaceCharacters(GetParam().replaced, GetParam().insertedLength);
-
-    QString actual;
-    for (const PLTextAttributes &attributes : characters(runs)) {
-        const std::optional<PLColor> color = attributes.foregroundColor();
-        actual += !color ? u'-' : color == shade(0) ? u'0' : color == shade(1) ? u'1' : u'2';
-    }
-    EXPECT_EQ(actual.toStdString(), GetParam().expected) << GetParam().what;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, PLTextAttributeRunsReplacement,
-    ::testing::Values(InheritCase{"typing inside a run", {1, 0}, 2, "00001122"},
-                      InheritCase{"typing at a run boundary takes the character before", {2, 0}, 1, "0001122"},
-                      InheritCase{"typing at the start takes the character after", {0, 0}, 1, "0001122"},
-                      InheritCase{"typing at the end", {6, 0}, 1, "0011222"},
-                      InheritCase{"a replacement takes the first replaced character", {3, 2}, 3, "0011112"},
-                      InheritCase{"deleting joins equal neighbours' runs", {2, 2}, 0, "0022"},
-                      InheritCase{"deleting everything", {0, 6}, 0, ""},
-                      InheritCase{"a length past the end is clipped", {4, 99}, 1, "00112"},
-                      InheritCase{"a location past the end changes nothing", {7, 0}, 3, "001122"}));
-
-TEST(PLTextAttributeRuns, EffectiveRangesAreMaximalAfterPaintingPieceByPiece)
-{
-    PLTextAttributeRuns runs(10);
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{2, 3});
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{5, 2});
-    runs.addAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), PLRange{4, 4});
     PLRange effective;
-    EXPECT_EQ(runs.attributesAtIndex(6, &effective).link(), QStringLiteral("file://"));
-    EXPECT_EQ(effective, (PLRange{2, 6}));
-    EXPECT_TRUE(runs.attributesAtIndex(9, &effective).isEmpty());
-    EXPECT_EQ(effective, (PLRange{8, 2}));
-    EXPECT_EQ(runs.runCount(), 3);
-
-    EXPECT_TRUE(runs.attributesAtIndex(10, &effective).isEmpty());
+    EXPECT_TRUE(runs.attributesAtIndex(runs.length(), &effective).isEmpty());
     EXPECT_EQ(effective, PLNotFoundRange);
+}
 
-    runs.removeAttribute(PLTextAttributeName::Link, PLRange{-5, 100});
-    EXPECT_EQ(runs.runCount(), 1);
+// New characters take the attributes the text system gives them: inside a run its own, at a
+// boundary or the end the character's before, at the start the one after, in a replacement the
+// first replaced one's. Starts from six characters coloured 0, 0, 1, 1, 2, 2.
+TEST(PLTextAttributeRuns, NewCharactersTakeTheAttributesTheTextSystemGivesThem)
+{
+    for (const auto &[replaced, insertedLength, expected] :
+         {std::tuple<PLRange, qsizetype, const char *>{{1, 0}, 2, "00001122"}, {{2, 0}, 1, "0001122"}, {{0, 0}, 1, "0001122"},
+          {{6, 0}, 1, "0011222"}, {{3, 2}, 3, "0011112"}, {{2, 2}, 0, "0022"}, {{0, 6}, 0, ""},
+          // A length past the end is clipped; a location past the end changes nothing.
+          {{4, 99}, 1, "00112"}, {{7, 0}, 3, "001122"}}) {
+        PLTextAttributeRuns runs(6);
+        for (int n = 0; n < 3; ++n)
+            runs.setAttributes(withForeground(n), PLRange{2 * n, 2});
+        runs.replaceCharacters(replaced, insertedLength);
+        QString actual;
+        for (const PLTextAttributes &attributes : characters(runs)) {
+            const std::optional<PLColor> color = attributes.foregroundColor();
+            actual += !color ? u'-' : color == shade(0) ? u'0' : color == shade(1) ? u'1' : u'2';
+        }
+        EXPECT_EQ(actual.toStdString(), expected) << replaced.location << "+" << replaced.length;
+    }
 }
 
 }

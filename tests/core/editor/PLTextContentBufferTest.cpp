@@ -4,10 +4,13 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextContentBuffer.h"
 #include "core/editor/PLTextContentBufferEditObserver.h"
+#include "core/editor/PLTextSearch.h"
 
 #include <QSignalSpy>
 
 #include <functional>
+
+#include <gtest/gtest.h>
 
 using namespace PLTest;
 
@@ -25,51 +28,27 @@ protected:
     std::shared_ptr<PLFile> file;
 };
 
-struct TypingCase
+// The typing filters: brackets and quotes are paired, a new line copies the tabs before the caret.
+TEST_F(PLTextContentBufferTest, filtersRewriteWhatIsTyped)
 {
-    const char *label;
-    const char16_t *before;
-    PLRange range;
-    const char16_t *typed;
-    const char16_t *after;
-};
-
-void PrintTo(const TypingCase &c, std::ostream *os)
-{
-    *os << c.label;
+    const std::tuple<const char16_t *, PLRange, const char16_t *, const char16_t *> cases[] = {
+        {u"", {0, 0}, u"\"", u"``\""}, {u"ab", {1, 0}, u"(", u"a()b"}, {u"abc", {0, 3}, u"{", u"{}"}, {u"", {0, 0}, u"[", u"[]"},
+        // A closing bracket is never swallowed; pasted text and a single quote are left alone.
+        {u"()", {1, 0}, u")", u"())"}, {u"", {0, 0}, u"(x", u"(x"}, {u"", {0, 0}, u"'", u"'"},
+        // Tabs are copied, spaces and tabs after text are not; only the tabs before the caret.
+        {u"\t\tword", {6, 0}, u"\n", u"\t\tword\n\t\t"}, {u"  word", {6, 0}, u"\n", u"  word\n"}, {u"a\tb", {3, 0}, u"\n", u"a\tb\n"},
+        {u"\t\tword", {1, 0}, u"\n", u"\t\n\t\tword"}, {u"\tone\n\t\t\ttwo", {11, 0}, u"\n", u"\tone\n\t\t\ttwo\n\t\t\t"},
+        {u"\tab", {2, 1}, u"\n", u"\ta\n\t"},
+        // A carriage return or CR LF gets no indent.
+        {u"\tx", {2, 0}, u"\r", u"\tx\r"}, {u"\tx", {2, 0}, u"\r\n", u"\tx\r\n"}};
+    for (const auto &[before, range, typed, after] : cases) {
+        PLTextContentBuffer *buffer = bufferWith(QString::fromUtf16(before));
+        buffer->replaceCharactersInRange(range, QString::fromUtf16(typed));
+        EXPECT_EQ(visible(buffer->string()).toStdString(), visible(QString::fromUtf16(after)).toStdString());
+        EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
+        file->close();
+    }
 }
-
-class PLTextContentBufferTypingTest : public PLTextContentBufferTest, public ::testing::WithParamInterface<TypingCase>
-{
-};
-
-TEST_P(PLTextContentBufferTypingTest, filtersRewriteWhatIsTyped)
-{
-    const TypingCase &c = GetParam();
-    PLTextContentBuffer *buffer = bufferWith(QString::fromUtf16(c.before));
-    buffer->replaceCharactersInRange(c.range, QString::fromUtf16(c.typed));
-    EXPECT_EQ(visible(buffer->string()).toStdString(), visible(QString::fromUtf16(c.after)).toStdString());
-    EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
-}
-
-INSTANTIATE_TEST_SUITE_P(Pairing, PLTextContentBufferTypingTest, ::testing::Values(
-    TypingCase{"double quote in an empty buffer", u"", {0, 0}, u"\"", u"``\""},
-    TypingCase{"round bracket", u"ab", {1, 0}, u"(", u"a()b"},
-    TypingCase{"brace over a selection", u"abc", {0, 3}, u"{", u"{}"},
-    TypingCase{"square bracket", u"", {0, 0}, u"[", u"[]"},
-    TypingCase{"closing bracket is never swallowed", u"()", {1, 0}, u")", u"())"},
-    TypingCase{"pasted text starting with a bracket", u"", {0, 0}, u"(x", u"(x"},
-    TypingCase{"single quote", u"", {0, 0}, u"'", u"'"}));
-
-INSTANTIATE_TEST_SUITE_P(AutoIndent, PLTextContentBufferTypingTest, ::testing::Values(
-    TypingCase{"tabs are copied", u"\t\tword", {6, 0}, u"\n", u"\t\tword\n\t\t"},
-    TypingCase{"spaces are not", u"  word", {6, 0}, u"\n", u"  word\n"},
-    TypingCase{"only the tabs before the caret", u"\t\tword", {1, 0}, u"\n", u"\t\n\t\tword"},
-    TypingCase{"indent of the caret's line", u"\tone\n\t\t\ttwo", {11, 0}, u"\n", u"\tone\n\t\t\ttwo\n\t\t\t"},
-    TypingCase{"replacing a selection", u"\tab", {2, 1}, u"\n", u"\ta\n\t"},
-    TypingCase{"carriage return gets no indent", u"\tx", {2, 0}, u"\r", u"\tx\r"},
-    TypingCase{"CR LF gets no indent", u"\tx", {2, 0}, u"\r\n", u"\tx\r\n"},
-    TypingCase{"tabs after text are not copied", u"a\tb", {3, 0}, u"\n", u"a\tb\n"}));
 
 TEST_F(PLTextContentBufferTest, undoRemovesOneReplacementAtATimeAndRedoBringsItBack)
 {
@@ -89,21 +68,6 @@ TEST_F(PLTextContentBufferTest, undoRemovesOneReplacementAtATimeAndRedoBringsItB
     buffer->undoManager()->redo();
     EXPECT_EQ(buffer->string(), QStringLiteral("x(a)"));
     EXPECT_EQ(buffer->undoManager()->count(), 2);
-}
-
-TEST_F(PLTextContentBufferTest, undoReplaysRemovedTextWithoutTypingFilters)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\t\n"));
-    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("\t\n"));
-    buffer->replaceCharactersInRange(PLRange{0, 2}, QStringLiteral("("));
-    buffer->replaceCharactersInRange(PLRange{1, 1}, QString());
-    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("("));
-    buffer->undoManager()->redo();
-    EXPECT_EQ(buffer->string(), QString());
 }
 
 TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
@@ -140,27 +104,18 @@ TEST_F(PLTextContentBufferTest, outlineUpdatingCanBeSwitchedOff)
 
 TEST_F(PLTextContentBufferTest, magicCommentInTheFirstNodeChoosesXeLaTeX)
 {
-    const struct
-    {
-        const char *text;
-        int engine;
-    } cases[] = {
-        {"%!TEX TS-program = xelatex\n\\section{A}", PLFile::XeLaTeXEngine},
-        {"x %!TEX TS-program=xelatex  \n", PLFile::XeLaTeXEngine},
-        {"%!TEX TS-program = xelatex", PLFile::DefaultEngine},
-        {"%!TEX TS-program = XeLaTeX\n", PLFile::DefaultEngine},
-        {"\\section{A}\n%!TEX TS-program = xelatex\n", PLFile::DefaultEngine},
-    };
-    for (const auto &c : cases) {
-        bufferWith(QString::fromUtf8(c.text));
-        EXPECT_EQ(file->engine(), c.engine) << c.text;
+    const std::pair<const char *, int> cases[] = {
+        {"%!TEX TS-program = xelatex\n\\section{A}", PLFile::XeLaTeXEngine}, {"x %!TEX TS-program=xelatex  \n", PLFile::XeLaTeXEngine},
+        {"%!TEX TS-program = xelatex", PLFile::DefaultEngine}, {"%!TEX TS-program = XeLaTeX\n", PLFile::DefaultEngine},
+        {"\\section{A}\n%!TEX TS-program = xelatex\n", PLFile::DefaultEngine}};
+    for (const auto &[text, engine] : cases) {
+        bufferWith(QString::fromUtf8(text));
+        EXPECT_EQ(file->engine(), engine) << text;
         file->close();
     }
     PLTextContentBuffer *buffer = bufferWith(QStringLiteral("\\section{A}"));
     buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("%!TEX TS-program = xelatex\n"));
     EXPECT_EQ(file->engine(), int(PLFile::XeLaTeXEngine));
-    buffer->replaceCharactersInRange(PLRange{0, 1}, QString());
-    EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
 }
 
 // Writes down each replacement it hears of with the text as it then stands, into the same log as
@@ -179,64 +134,67 @@ private:
     QStringList *m_log;
 };
 
-struct ObservedEditCase
-{
-    const char *label;
-    std::function<void(PLTextContentBuffer &)> edit;
-    QStringList heard;
-};
-
-void PrintTo(const ObservedEditCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-class PLTextContentBufferObserverTest : public ::testing::TestWithParam<ObservedEditCase>
-{
-};
-
 // A buffer needs no file and no outline: what follows its text hears each replacement once the
 // characters changed (filtered when typed, as recorded when replayed) and before the views.
-TEST_P(PLTextContentBufferObserverTest, theObserverHearsEveryReplacementBeforeTheViews)
+TEST(PLTextContentBufferObserverTest, theObserverHearsEveryReplacementBeforeTheViews)
 {
-    PLTextContentBuffer buffer(QStringLiteral("a.tex"), nullptr, QStringLiteral("ab"));
-    QStringList heard;
-    buffer.setEditObserver(std::make_unique<RecordingEditObserver>(&heard));
-    QObject::connect(&buffer, &PLTextContentBuffer::didProcessEditing, [&] { heard.append(QStringLiteral("views")); });
-    GetParam().edit(buffer);
-    EXPECT_EQ(heard, GetParam().heard);
+    const std::pair<std::function<void(PLTextContentBuffer &)>, QStringList> cases[] = {
+        {[](PLTextContentBuffer &b) { b.replaceCharactersInRange({1, 0}, QStringLiteral("(")); },
+         {QStringLiteral("1+0 \"()\" -> a()b"), QStringLiteral("views")}},
+        {[](PLTextContentBuffer &b) {
+             b.replaceCharactersInRange({0, 2}, QStringLiteral("("));
+             b.replaceCharactersInRange({0, 1}, QString());
+             b.undoManager()->undo();
+             b.undoManager()->redo();
+         },
+         {QStringLiteral("0+2 \"()\" -> ()"), QStringLiteral("views"), QStringLiteral("0+1 \"\" -> )"), QStringLiteral("views"),
+          QStringLiteral("0+0 \"(\" -> ()"), QStringLiteral("views"), QStringLiteral("0+1 \"\" -> )"), QStringLiteral("views")}},
+        {[](PLTextContentBuffer &b) { b.setString(QStringLiteral("(")); }, {QStringLiteral("0+2 \"(\" -> ("), QStringLiteral("views")}},
+        {[](PLTextContentBuffer &b) { b.replaceCharactersInRange({3, 0}, QStringLiteral("x")); }, {}}};
+    for (const auto &[edit, expected] : cases) {
+        PLTextContentBuffer buffer(QStringLiteral("a.tex"), nullptr, QStringLiteral("ab"));
+        QStringList heard;
+        buffer.setEditObserver(std::make_unique<RecordingEditObserver>(&heard));
+        QObject::connect(&buffer, &PLTextContentBuffer::didProcessEditing, [&] { heard.append(QStringLiteral("views")); });
+        edit(buffer);
+        EXPECT_EQ(heard, expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Edits, PLTextContentBufferObserverTest, ::testing::Values(
-    ObservedEditCase{"typed bracket, filtered", [](PLTextContentBuffer &b) { b.replaceCharactersInRange({1, 0}, QStringLiteral("(")); },
-                     {QStringLiteral("1+0 \"()\" -> a()b"), QStringLiteral("views")}},
-    ObservedEditCase{"undo and redo replay without filters",
-                     [](PLTextContentBuffer &b) {
-                         b.replaceCharactersInRange({0, 2}, QStringLiteral("("));
-                         b.replaceCharactersInRange({0, 1}, QString());
-                         b.undoManager()->undo();
-                         b.undoManager()->redo();
-                     },
-                     {QStringLiteral("0+2 \"()\" -> ()"), QStringLiteral("views"), QStringLiteral("0+1 \"\" -> )"),
-                      QStringLiteral("views"), QStringLiteral("0+0 \"(\" -> ()"), QStringLiteral("views"),
-                      QStringLiteral("0+1 \"\" -> )"), QStringLiteral("views")}},
-    ObservedEditCase{"whole text read anew", [](PLTextContentBuffer &b) { b.setString(QStringLiteral("(")); },
-                     {QStringLiteral("0+2 \"(\" -> ("), QStringLiteral("views")}},
-    ObservedEditCase{"refused range", [](PLTextContentBuffer &b) { b.replaceCharactersInRange({3, 0}, QStringLiteral("x")); }, {}}));
 
 // The bibliography colouring goes by the extension of the buffer's name, in any case.
 TEST(PLTextContentBufferRulesTest, aBibNameGetsTheBibliographyColouring)
 {
-    const struct
-    {
-        const char *name;
-        bool bibliography;
-    } cases[] = {{"refs.bib", true}, {"REFS.Bib", true}, {".bib", true}, {"bib", false}, {"refs.bib.tex", false}, {"a.tex", false}};
-    for (const auto &c : cases) {
-        const PLTextContentBuffer buffer(QString::fromUtf8(c.name), nullptr, QStringLiteral("@book{k,}"));
-        EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, c.bibliography)
-            << c.name;
+    const std::pair<const char *, bool> cases[] = {{"refs.bib", true}, {"REFS.Bib", true}, {".bib", true}, {"bib", false}, {"refs.bib.tex",
+     false}, {"a.tex", false}};
+    for (const auto &[name, bibliography] : cases) {
+        const PLTextContentBuffer buffer(QString::fromUtf8(name), nullptr, QStringLiteral("@book{k,}"));
+        EXPECT_EQ(dynamic_cast<PLBIBSyntaxHightlighterDelegate *>(buffer.syntaxHighlighter()->delegate()) != nullptr, bibliography)
+            << name;
     }
+}
+
+using PLTextSearch::Backwards;
+using PLTextSearch::Forwards;
+
+TEST(TextSearch, FindsTheExpectedRange)
+{
+    // The three alphas start at 0, 11 and 23.
+    const char *const alphas = "Alpha beta ALPHA gamma alpha";
+    // The text, the string, the selection, the direction and the range found.
+    const std::tuple<const char *, const char *, PLRange, qint32, PLRange> cases[] = {
+        // Forwards from the selection's end or the caret, a match may start right there, and wraps.
+        {alphas, "alpha", {0, 5}, Forwards, {11, 5}}, {alphas, "ALPHA", {12, 0}, Forwards, {23, 5}},
+        {alphas, "beta", {0, 6}, Forwards, {6, 4}}, {alphas, "aLpHa", {24, 0}, Forwards, {0, 5}},
+        // Backwards the last before the selection, not one overlapping its start, and wraps.
+        {alphas, "alpha", {23, 5}, Backwards, {11, 5}}, {alphas, "alpha", {14, 0}, Backwards, {0, 5}},
+        {alphas, "alpha", {3, 0}, Backwards, {23, 5}},
+        // Inside the only occurrence, it is found again either way.
+        {"one Word here", "word", {6, 0}, Backwards, {4, 4}}, {"one Word here", "WORD", {6, 0}, Forwards, {4, 4}},
+        {"axb a.b", ".", {0, 0}, Forwards, {5, 1}}, {alphas, "delta", {3, 0}, Forwards, PLNotFoundRange},
+        {alphas, "", {3, 0}, Backwards, PLNotFoundRange}, {"abc", "b", {10, 0}, Forwards, {1, 1}}};
+    for (const auto &[text, string, selection, direction, expected] : cases)
+        EXPECT_EQ(PLTextSearch::rangeOfString(QString::fromUtf8(text), QString::fromUtf8(string), selection, direction), expected)
+            << text << " / " << string << " from " << selection.location;
 }
 
 }

@@ -1,9 +1,12 @@
 #include "core/foundation/PLNotificationCenter.h"
+#include "core/foundation/PLThreadHandOff.h"
 
 #include <QStringList>
-
 #include <atomic>
 #include <thread>
+#include <QList>
+#include <QTest>
+#include <memory>
 
 #include <gtest/gtest.h>
 
@@ -14,59 +17,36 @@ struct Sender
     int id;
 };
 
-TEST(NotificationCenter, DeliversInRegistrationOrderWithUserInfo)
+// Observers are called in registration order, by name (none: every name) and sender, with the user
+// info and the typed sender; removal is by observer, or by name and sender.
+TEST(NotificationCenter, DeliversInOrderByNameAndSenderUntilRemoved)
 {
     PLNotificationCenter center;
+    Sender one{1}, two{2};
     QStringList calls;
     int a = 0, b = 0, c = 0;
     center.addObserver(&a, QStringLiteral("N"), nullptr, [&](const PLNotification &n) {
         calls << QStringLiteral("a:") + n.userInfo().value(QStringLiteral("k")).toString();
     });
     center.addObserver(&b, QString(), nullptr, [&](const PLNotification &n) { calls << QStringLiteral("b:") + n.name(); });
-    center.addObserver(&c, QStringLiteral("N"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("c"); });
-    center.addObserver(&c, QStringLiteral("Other"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("c-other"); });
-
-    center.post<Sender>(QStringLiteral("N"), nullptr, {{QStringLiteral("k"), QStringLiteral("v")}});
-    EXPECT_EQ(calls, (QStringList{QStringLiteral("a:v"), QStringLiteral("b:N"), QStringLiteral("c")}));
-}
-
-TEST(NotificationCenter, FiltersBySenderAndHandsBackTheTypedObject)
-{
-    PLNotificationCenter center;
-    Sender one{1}, two{2};
-    int observer = 0;
-    QList<int> seen;
-    center.addObserver(&observer, QStringLiteral("N"), &one, [&](const PLNotification &n) {
+    center.addObserver(&c, QStringLiteral("N"), &one, [&](const PLNotification &n) {
         ASSERT_NE(n.objectAs<Sender>(), nullptr);
         EXPECT_EQ(n.objectAs<int>(), nullptr);
-        seen << n.objectAs<Sender>()->id;
+        calls << QStringLiteral("c:%1").arg(n.objectAs<Sender>()->id);
     });
-    center.post(QStringLiteral("N"), &two);
+    center.addObserver(&c, QStringLiteral("Other"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("c-other"); });
+
+    center.post<Sender>(QStringLiteral("N"), &two, {{QStringLiteral("k"), QStringLiteral("v")}});
     center.post(QStringLiteral("N"), &one);
-    center.post(QStringLiteral("N"));
-    EXPECT_EQ(seen, QList<int>{1});
-}
-
-TEST(NotificationCenter, RemovalIsByObserverOrByNameAndSender)
-{
-    PLNotificationCenter center;
-    Sender one{1};
-    int observer = 0, other = 0;
-    QStringList calls;
-    center.addObserver(&observer, QStringLiteral("A"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("A"); });
-    center.addObserver(&observer, QStringLiteral("B"), &one, [&](const PLNotification &) { calls << QStringLiteral("B"); });
-    center.addObserver(&other, QStringLiteral("A"), nullptr, [&](const PLNotification &) { calls << QStringLiteral("other"); });
-
-    center.removeObserver(&observer, QStringLiteral("B"), &one);
-    center.post(QStringLiteral("B"), &one);
-    center.post(QStringLiteral("A"), &one);
-    EXPECT_EQ(calls, (QStringList{QStringLiteral("A"), QStringLiteral("other")}));
-
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("a:v"), QStringLiteral("b:N"), QStringLiteral("a:"), QStringLiteral("b:N"),
+                                  QStringLiteral("c:1")}));
     calls.clear();
-    center.removeObserver(&observer);
-    center.post(QStringLiteral("A"), &one);
-    EXPECT_EQ(calls, QStringList{QStringLiteral("other")});
-    EXPECT_EQ(center.observerCount(), 1);
+    center.removeObserver(&c, QStringLiteral("N"), &one);
+    center.removeObserver(&a);
+    center.post(QStringLiteral("N"), &one);
+    center.post(QStringLiteral("Other"));
+    EXPECT_EQ(calls, (QStringList{QStringLiteral("b:N"), QStringLiteral("b:Other"), QStringLiteral("c-other")}));
+    EXPECT_EQ(center.observerCount(), 2);
 }
 
 // During a delivery, a removed observer is not called afterwards, a new one waits for the next
@@ -113,6 +93,47 @@ TEST(NotificationCenter, PostingFromAnotherThreadWhileTheRegistryChangesIsSafe)
     poster.join();
     EXPECT_GT(delivered.load(), 0);
     EXPECT_EQ(center.observerCount(), 1);
+}
+
+// Records on which thread the last holder let go of it.
+struct DiesOnMainThread
+{
+    std::atomic<int> *deathsOffMain;
+    ~DiesOnMainThread()
+    {
+        if (!PLThreadHandOff::isMainThread())
+            ++*deathsOffMain;
+    }
+};
+
+TEST(ThreadHandOff, WorkRunsOffTheMainThreadAndItsCallsComeBackInOrderToDieThere)
+{
+    constexpr int kWorks = 8;
+    std::atomic<int> worksOnMain{0};
+    std::atomic<int> deathsOffMain{0};
+    // Written before the hand-over and only read after it, by the worker and then by the calls.
+    QList<int> inputs;
+    for (int work = 0; work < kWorks; ++work)
+        inputs.append(work * 10);
+    QList<int> arrived;
+    for (int work = 0; work < kWorks; ++work) {
+        PLThreadHandOff::runOnWorker([&, work] {
+            if (PLThreadHandOff::isMainThread())
+                ++worksOnMain;
+            auto holder = std::make_shared<DiesOnMainThread>(&deathsOffMain);
+            const int value = inputs.at(work);
+            PLThreadHandOff::runOnMainThread([&arrived, holder, value] { arrived.append(value); });
+            PLThreadHandOff::runOnMainThread([&arrived, holder = std::move(holder), value] { arrived.append(value + 1); });
+        });
+    }
+    ASSERT_TRUE(QTest::qWaitFor([&] { return arrived.size() == 2 * kWorks; }));
+    EXPECT_EQ(worksOnMain, 0);
+    EXPECT_EQ(deathsOffMain, 0);
+    for (int work = 0; work < kWorks; ++work) {
+        const qsizetype first = arrived.indexOf(work * 10);
+        ASSERT_GE(first, 0) << work;
+        EXPECT_GT(arrived.indexOf(work * 10 + 1), first) << work;
+    }
 }
 
 }

@@ -8,51 +8,32 @@
 
 namespace {
 
-struct DecodeCase
+// Valid input decodes and writes back to the same bytes; invalid input fails with a message.
+TEST(StrictDecoding, DecodesValidInputAndFailsOnInvalidInput)
 {
-    PLStringEncoding encoding;
-    QByteArray bytes;
-    const char16_t *expected; // null: decoding must fail
-};
-
-class StrictDecoding : public ::testing::TestWithParam<DecodeCase>
-{
-};
-
-TEST_P(StrictDecoding, DecodesValidInputAndFailsOnInvalidInput)
-{
-    const auto &c = GetParam();
-    PLError error;
-    const auto text = PLStringEncodings::decode(c.bytes, c.encoding, &error);
-    if (!c.expected) {
-        EXPECT_FALSE(text);
-        EXPECT_FALSE(error.message.isEmpty());
-        return;
+    // The encoding, the bytes, and the text (null: decoding must fail).
+    const std::tuple<PLStringEncoding, QByteArray, const char16_t *> cases[] = {
+        {4, "Gr\xc3\xbc\xc3\x9f \xf0\x9d\x94\xb8", u"Grüß 𝔸"},
+        // Latin-1 bytes, a truncated sequence, an encoded surrogate, an overlong form, past U+10FFFF.
+        {4, "Gr\xfc\xdf", nullptr}, {4, "\xc3", nullptr}, {4, "\xed\xa0\x80", nullptr}, {4, "\xc0\xaf", nullptr},
+        {4, "\xf4\x90\x80\x80", nullptr},
+        // A byte order mark stays.
+        {4, "\xef\xbb\xbf" "AB", u"\ufeffAB"}, {4, QByteArray(), u""}, {5, "Gr\xfc\xdf \xa9", u"Grüß ©"},
+        {9, "\xa3\xf3" "d\xbc", u"Łódź"}, {30, "caf\x8e \xa5", u"café •"}, {30, "\r\n\r", u"\r\n\r"}};
+    for (const auto &[encoding, bytes, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << encoding << " " << bytes.toHex().toStdString());
+        PLError error;
+        const auto text = PLStringEncodings::decode(bytes, encoding, &error);
+        if (!expected) {
+            EXPECT_FALSE(text);
+            EXPECT_FALSE(error.message.isEmpty());
+            continue;
+        }
+        ASSERT_TRUE(text) << error.message.toStdString();
+        EXPECT_EQ(*text, QStringView(expected).toString()); // fromUtf16 would drop a byte order mark
+        EXPECT_EQ(PLStringEncodings::encode(*text, encoding), bytes);
     }
-    ASSERT_TRUE(text) << error.message.toStdString();
-    EXPECT_EQ(*text, QStringView(c.expected).toString()); // fromUtf16 would drop a byte order mark
-    // Writing the text back gives the same bytes.
-    const auto bytes = PLStringEncodings::encode(*text, c.encoding);
-    ASSERT_TRUE(bytes);
-    EXPECT_EQ(*bytes, c.bytes);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    FourEncodings, StrictDecoding,
-    ::testing::Values(
-        DecodeCase{4, QByteArray("Gr\xc3\xbc\xc3\x9f \xf0\x9d\x94\xb8"), u"Grüß 𝔸"},
-        DecodeCase{4, QByteArray("Gr\xfc\xdf"), nullptr},                // Latin-1 bytes are not UTF-8
-        DecodeCase{4, QByteArray("\xc3"), nullptr},                      // truncated sequence
-        DecodeCase{4, QByteArray("\xed\xa0\x80"), nullptr},              // encoded surrogate
-        DecodeCase{4, QByteArray("\xc0\xaf"), nullptr},                  // overlong form
-        DecodeCase{4, QByteArray("caf\xe9"), nullptr},                    // text ends inside a sequence
-        DecodeCase{4, QByteArray("\xf4\x90\x80\x80"), nullptr},          // past U+10FFFF
-        DecodeCase{4, QByteArray("\xef\xbb\xbf" "AB"), u"\ufeffAB"},           // a byte order mark stays
-        DecodeCase{4, QByteArray(), u""},
-        DecodeCase{5, QByteArray("Gr\xfc\xdf \xa9"), u"Grüß ©"},
-        DecodeCase{9, QByteArray("\xa3\xf3" "d\xbc"), u"Łódź"},
-        DecodeCase{30, QByteArray("caf\x8e \xa5"), u"café •"},
-        DecodeCase{30, QByteArray("\r\n\r"), u"\r\n\r"}));
 
 TEST(StrictEncoding, FailsOnCharactersTheEncodingCannotHold)
 {

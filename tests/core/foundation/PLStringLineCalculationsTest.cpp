@@ -6,62 +6,27 @@ using namespace PLStringLineCalculations;
 
 namespace {
 
-struct LineOfLocationCase
+// The line of a location, -1 past the end; CR LF is one terminator, so its LF still belongs to the
+// first line.
+TEST(LineNumberOfLocation, AnswersTheLineOrMinusOnePastTheEnd)
 {
-    const char16_t *text;
-    qsizetype location;
-    int line;
-};
-
-class LineNumberOfLocation : public ::testing::TestWithParam<LineOfLocationCase>
-{
-};
-
-TEST_P(LineNumberOfLocation, AnswersTheLineOrMinusOnePastTheEnd)
-{
-    const auto &c = GetParam();
-    EXPECT_EQ(lineNumberOfLocation(QString::fromUtf16(c.text), c.location), c.line)
-        << "text " << QString::fromUtf16(c.text).toStdString() << " location " << c.location;
+    for (const auto &[text, location, line] :
+         {std::tuple<const char16_t *, qsizetype, int>{u"", 0, 1}, {u"", 1, -1}, {u"a\nb", 1, 1}, {u"a\nb", 2, 2}, {u"a\nb", 3, 2},
+          {u"a\nb", 4, -1}, {u"a\r", 2, 2}, {u"a\r\nb", 2, 1}, {u"a\r\nb", 3, 2}, {u"\r\n\r\n", 4, 3}, {u"\n\r", 2, 3},
+          {u"a\u0085b", 2, 2}, {u"a\u2029b\u2029c", 4, 3}})
+        EXPECT_EQ(lineNumberOfLocation(QString::fromUtf16(text), location),
+         line) << QString::fromUtf16(text).toStdString() << " at " << location;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    AllTerminators, LineNumberOfLocation,
-    ::testing::Values(
-        LineOfLocationCase{u"", 0, 1}, LineOfLocationCase{u"", 1, -1}, LineOfLocationCase{u"a\nb", 0, 1},
-        LineOfLocationCase{u"a\nb", 1, 1}, LineOfLocationCase{u"a\nb", 2, 2}, LineOfLocationCase{u"a\nb", 3, 2},
-        LineOfLocationCase{u"a\nb", 4, -1}, LineOfLocationCase{u"a\n", 2, 2}, LineOfLocationCase{u"a\r", 2, 2},
-        // CR LF is one terminator: the LF still belongs to the first line.
-        LineOfLocationCase{u"a\r\nb", 1, 1}, LineOfLocationCase{u"a\r\nb", 2, 1}, LineOfLocationCase{u"a\r\nb", 3, 2},
-        LineOfLocationCase{u"a\r\n", 3, 2}, LineOfLocationCase{u"\r\n\r\n", 4, 3}, LineOfLocationCase{u"\n\r", 2, 3},
-        LineOfLocationCase{u"a\u0085b", 2, 2}, LineOfLocationCase{u"a\u2028b", 2, 2},
-        LineOfLocationCase{u"a\u2029b\u2029c", 4, 3}, LineOfLocationCase{u"\n\n\n", 3, 4},
-        LineOfLocationCase{u"x\ty\rz\nw", 6, 3}));
-
-struct LineStartCase
+// The first character of a line: lines before the first are the first, lines past the last the end.
+TEST(LocationOfLineStart, AnswersTheFirstCharacterOfTheLine)
 {
-    const char16_t *text;
-    int line;
-    int location;
-};
-
-class LocationOfLineStart : public ::testing::TestWithParam<LineStartCase>
-{
-};
-
-TEST_P(LocationOfLineStart, AnswersTheFirstCharacterOfTheLine)
-{
-    const auto &c = GetParam();
-    EXPECT_EQ(locationOfLineStart(QString::fromUtf16(c.text), c.line), c.location)
-        << "text " << QString::fromUtf16(c.text).toStdString() << " line " << c.line;
+    for (const auto &[text, line, location] :
+         {std::tuple<const char16_t *, int, int>{u"a\nb", -3, 0}, {u"a\nb", 1, 0}, {u"a\nb", 2, 2}, {u"a\nb", 10, 3}, {u"a\r\nb", 2, 3},
+          {u"a\u2028b", 2, 2}, {u"a\n", 3, 2}, {u"", 5, 0}, {u"\r\n\r\nx", 3, 4}})
+        EXPECT_EQ(locationOfLineStart(QString::fromUtf16(text), line),
+         location) << QString::fromUtf16(text).toStdString() << " line " << line;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    AllTerminatorsAndBounds, LocationOfLineStart,
-    ::testing::Values(LineStartCase{u"a\nb", -3, 0}, LineStartCase{u"a\nb", 0, 0}, LineStartCase{u"a\nb", 1, 0},
-                      LineStartCase{u"a\nb", 2, 2}, LineStartCase{u"a\nb", 10, 3}, LineStartCase{u"a\r\nb", 2, 3},
-                      LineStartCase{u"a\rb", 2, 2}, LineStartCase{u"a\u0085b", 2, 2}, LineStartCase{u"a\u2028b", 2, 2},
-                      LineStartCase{u"a\u2029b", 2, 2}, LineStartCase{u"a\n", 2, 2}, LineStartCase{u"a\n", 3, 2},
-                      LineStartCase{u"", 5, 0}, LineStartCase{u"\r\n\r\nx", 3, 4}, LineStartCase{u"ab\ncd\nef", 3, 6}));
 
 // Line starts and line numbers agree on every line of a text with every kind of line end; a range
 // reaches from the start of its first character's line through the whole terminator of its last.

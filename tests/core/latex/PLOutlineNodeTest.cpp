@@ -1,4 +1,8 @@
 #include "PLOutlineTestSupport.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/latex/PLOutlineNodeTreeChangesHandler.h"
+#include "core/latex/PLOutlineTreeHelper.h"
+#include "core/editor/PLTextContentBuffer.h"
 
 using namespace PLTest;
 
@@ -81,27 +85,16 @@ TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
 
 TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
 {
-    const struct
-    {
-        const char *content;
-        const char *line;
-    } cases[] = {
+    const std::pair<const char *, const char *> cases[] = {
         {"\\section{A}", "section \"A\" |\\\\section{A}|"},
         {"\\section{A} and more}", "section \"A} and more\" |\\\\section{A} and more}|"},
-        {"\\part{P}", "part \"P\" |\\\\part{P}|"},
-        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"},
-        {"\\subsection{S}", "subsection \"S\" |\\\\subsection{S}|"},
-        {"\\section*{A}", "text |\\\\section*{A}|"},
-        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"},
-        {"\\paragraph{A}", "text |\\\\paragraph{A}|"},
-        {" \\section{A}", "text | \\\\section{A}|"},
-        {"\\section{A", "text |\\\\section{A|"},
-        {"\\part", "text |\\\\part|"},
-    };
-    for (const auto &c : cases) {
+        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"}, {"\\section*{A}", "text |\\\\section*{A}|"},
+        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"}, {" \\section{A}", "text | \\\\section{A}|"},
+        {"\\section{A", "text |\\\\section{A|"}};
+    for (const auto &[content, line] : cases) {
         const auto n = node(PLOutlineNode::Section, QStringLiteral("x"), QStringLiteral("x"));
-        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(c.content)));
-        EXPECT_EQ(nodeLine(*n).toStdString(), c.line);
+        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(content)));
+        EXPECT_EQ(nodeLine(*n).toStdString(), line);
     }
     const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
     EXPECT_FALSE(include->replaceContentInRange(9, 1, QStringLiteral("x")));
@@ -116,79 +109,48 @@ TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
 
 TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
 {
-    const struct
-    {
-        const char *name;
-        const char *escaped;
-    } cases[] = {
-        {"Intro to \\emph{sets}", "Intro to sets"},
-        {"\\LaTeX{} basics", " basics"},
-        {"plain", "plain"},
-        {"a \\alpha b", "a alpha b"},
-        {"\\textbf{x}\\textit{y}", "xy"},
-        {"end \\", "end "},
-        {"\\}{", "}{"},
+    const std::pair<const char *, const char *> cases[] = {
+        {"Intro to \\emph{sets}", "Intro to sets"}, {"\\LaTeX{} basics", " basics"}, {"plain", "plain"}, {"a \\alpha b", "a alpha b"},
+        {"\\textbf{x}\\textit{y}", "xy"}, {"end \\", "end "}, {"\\}{", "}{"},
         // Markup with nothing to show in a list of titles.
-        {"$W$-types", "W-types"},
-        {"Models of $\\mathsf{HoTT}$", "Models of HoTT"},
-        {"Introduction\\label{sec:intro}", "Introduction"},
+        {"$W$-types", "W-types"}, {"Models of $\\mathsf{HoTT}$", "Models of HoTT"}, {"Introduction\\label{sec:intro}", "Introduction"},
         {"Results\\footnote[2]{Joint work.} and \\index{x}more", "Results and more"},
-        {"\\texorpdfstring{$\\mathcal{O}(n)$ bounds}{O(n) bounds}", "O(n) bounds"},
-        {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
-        {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"},
-        {"\\label{unclosed", "label{unclosed"},
-        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"},
-    };
-    for (const auto &c : cases)
-        EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(c.name))->escapedName().toStdString(), c.escaped);
+        {"\\texorpdfstring{$\\mathcal{O}(n)$ bounds}{O(n) bounds}", "O(n) bounds"}, {"\\protect\\texorpdfstring{$W$}{W}-types", "W-types"},
+        {"A\\\\B~C \\(x\\) 100\\% \\$5", "A B C x 100% $5"}, {"\\label{unclosed", "label{unclosed"},
+        {"{\\bf Bold} and {\\em it\\/} in 10\\,km", "Bold and it in 10 km"}};
+    for (const auto &[name, escaped] : cases)
+        EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(name))->escapedName().toStdString(), escaped);
     // A file's name is shown as it is.
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
 }
 
-struct FixTreeCase
-{
-    const char *label;
-    std::vector<std::pair<quint32, const char *>> flat;
-    Lines nested;
-};
+constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter, T = PLOutlineNode::Text,
+                  I = PLOutlineNode::Text + 1;
 
-void PrintTo(const FixTreeCase &c, std::ostream *os)
+// Sections take deeper nodes, a chapter closes sections, adjacent text merges but not across an
+// include, and a commented line makes the next include text.
+TEST(PLOutlineNodeTest, fixTreeNestsAFlatList)
 {
-    *os << c.label;
-}
-
-class PLOutlineNodeFixTreeTest : public ::testing::TestWithParam<FixTreeCase>
-{
-};
-
-TEST_P(PLOutlineNodeFixTreeTest, nestsAFlatList)
-{
-    const auto fileRoot = root();
-    for (const auto &[type, content] : GetParam().flat) {
-        const QString text = QString::fromUtf8(content);
-        if (type == PLOutlineNode::Text + 1)
-            fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
-        else
-            fileRoot->addChild(node(type, text, type == PLOutlineNode::Text ? QStringLiteral("text") : text));
+    const std::pair<std::vector<std::pair<quint32, const char *>>, Lines> cases[] = {
+        {{{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
+         {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
+        {{{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
+        {{{T, "a"}, {I, "\\input{x}"}, {T, "b"}}, {"text |a|", "input |\\\\input{x}|", "text |b|"}},
+        {{{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
+         {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
+        {{{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}}, {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}};
+    for (const auto &[flat, nested] : cases) {
+        const auto fileRoot = root();
+        for (const auto &[type, content] : flat) {
+            const QString text = QString::fromUtf8(content);
+            if (type == I)
+                fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
+            else
+                fileRoot->addChild(node(type, text, type == T ? QStringLiteral("text") : text));
+        }
+        fileRoot->fixTree();
+        EXPECT_EQ(toLines(dumpOutline(fileRoot)), nested);
     }
-    fileRoot->fixTree();
-    EXPECT_EQ(toLines(dumpOutline(fileRoot)), GetParam().nested);
-}
-
-constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter,
-                  T = PLOutlineNode::Text, I = PLOutlineNode::Text + 1;
-
-INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeFixTreeTest, ::testing::Values(
-    FixTreeCase{"sections take deeper nodes", {{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
-                {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
-    FixTreeCase{"adjacent text merges", {{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
-    FixTreeCase{"text next to an include stays apart", {{T, "a"}, {I, "\\input{x}"}, {T, "b"}},
-                {"text |a|", "input |\\\\input{x}|", "text |b|"}},
-    FixTreeCase{"a chapter closes sections", {{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
-                {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
-    FixTreeCase{"commented line makes the next include text", {{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}},
-                {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}));
-
 }
 
 // Edits of a long list of children: each child must know its place, and locating by subtree
@@ -201,75 +163,191 @@ struct ChildEdit
     int times;
 };
 
-struct ChildEditCase
+TEST(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
 {
-    const char *label;
-    int children;
-    std::vector<ChildEdit> edits;
-};
-
-void PrintTo(const ChildEditCase &c, std::ostream *os)
-{
-    *os << c.label;
-}
-
-class PLOutlineNodeChildEditTest : public ::testing::TestWithParam<ChildEditCase>
-{
-};
-
-TEST_P(PLOutlineNodeChildEditTest, placesAndLocationsFollowEveryEdit)
-{
-    const auto fileRoot = root();
-    int made = 0;
-    // Lengths 0 to 2, so that empty children sit between the others.
-    const auto fresh = [&] {
-        ++made;
-        return node(PLOutlineNode::Text, QString(made % 3, QChar(u'a' + made % 26)));
-    };
-    for (int i = 0; i < GetParam().children; ++i)
-        fileRoot->addChild(fresh());
-    const auto check = [&](const std::string &step) {
-        qsizetype end = 0;
-        for (qsizetype i = 0; i < fileRoot->childCount(); ++i) {
-            const auto child = fileRoot->childAtIndex(i);
-            ASSERT_EQ(child->indexInParent(), i) << step;
-            ASSERT_EQ(child->rightSibling(), fileRoot->childAtIndex(i + 1)) << step;
-            end += child->contentLength();
-        }
-        ASSERT_EQ(fileRoot->subtreeLength(), end) << step;
-        for (qsizetype location = 0; location <= end + 1; ++location) {
-            qsizetype start = 0;
-            qsizetype expectedStart = 0;
-            qsizetype expected = 0;
-            while (expected + 1 < fileRoot->childCount() && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
-                expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
-            const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
-            ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;
-            ASSERT_EQ(start, expectedStart) << step << " at " << location;
-        }
-    };
-    check("before the edits");
-    for (const auto &[kind, at, times] : GetParam().edits) {
-        for (int t = 0; t < times; ++t) {
-            const auto target = fileRoot->childAtIndex(at);
-            if (kind == 'i')
-                fileRoot->insertChild(fresh(), at);
-            else if (kind == 'a')
-                fileRoot->addChild(fresh());
-            else if (kind == 'r')
-                fileRoot->removeChild(target);
-            else if (kind == 'p')
-                fileRoot->replaceChild(target, node(PLOutlineNode::Text, QStringLiteral("replaced")));
-            else
-                target->setContent(target->content() + QStringLiteral("grown"));
-            check(std::string(1, kind) + std::to_string(at) + " #" + std::to_string(t));
+    // The number of children and the edits: a run of insertions at one place, edits far apart,
+    // removals from the front then appends, growth on both sides of the last edit, emptied and filled.
+    const std::pair<int, std::vector<ChildEdit>> cases[] = {
+        {20, {{'i', 10, 40}, {'r', 10, 40}}},
+        {60, {{'i', 5, 1}, {'r', 50, 2}, {'i', 30, 1}, {'p', 0, 1}, {'r', 0, 1}, {'g', 56, 1}, {'p', 40, 1}}},
+        {30, {{'r', 0, 10}, {'a', 0, 25}, {'g', 3, 2}, {'i', 0, 3}}},
+        {40, {{'i', 20, 1}, {'g', 35, 1}, {'g', 2, 1}, {'p', 21, 1}, {'r', 39, 1}}},
+        {3, {{'r', 0, 3}, {'a', 0, 20}, {'i', 20, 2}}}};
+    for (const auto &[children, edits] : cases) {
+        const auto fileRoot = root();
+        int made = 0;
+        // Lengths 0 to 2, so that empty children sit between the others.
+        const auto fresh = [&] {
+            ++made;
+            return node(PLOutlineNode::Text, QString(made % 3, QChar(u'a' + made % 26)));
+        };
+        for (int i = 0; i < children; ++i)
+            fileRoot->addChild(fresh());
+        const auto check = [&](const std::string &step) {
+            qsizetype end = 0;
+            for (qsizetype i = 0; i < fileRoot->childCount(); ++i) {
+                const auto child = fileRoot->childAtIndex(i);
+                ASSERT_EQ(child->indexInParent(), i) << step;
+                ASSERT_EQ(child->rightSibling(), fileRoot->childAtIndex(i + 1)) << step;
+                end += child->contentLength();
+            }
+            ASSERT_EQ(fileRoot->subtreeLength(), end) << step;
+            for (qsizetype location = 0; location <= end + 1; ++location) {
+                qsizetype start = 0;
+                qsizetype expectedStart = 0;
+                qsizetype expected = 0;
+                while (expected + 1 < fileRoot->childCount()
+                       && expectedStart + fileRoot->childAtIndex(expected)->contentLength() < location)
+                    expectedStart += fileRoot->childAtIndex(expected++)->contentLength();
+                const PLOutlineNode *found = fileRoot->nodeAtLocation(location, &start);
+                ASSERT_EQ(found, fileRoot->childAtIndex(expected).get()) << step << " at " << location;
+                ASSERT_EQ(start, expectedStart) << step << " at " << location;
+            }
+        };
+        check("before the edits");
+        for (const auto &[kind, at, times] : edits) {
+            for (int t = 0; t < times; ++t) {
+                const auto target = fileRoot->childAtIndex(at);
+                if (kind == 'i')
+                    fileRoot->insertChild(fresh(), at);
+                else if (kind == 'a')
+                    fileRoot->addChild(fresh());
+                else if (kind == 'r')
+                    fileRoot->removeChild(target);
+                else if (kind == 'p')
+                    fileRoot->replaceChild(target, node(PLOutlineNode::Text, QStringLiteral("replaced")));
+                else
+                    target->setContent(target->content() + QStringLiteral("grown"));
+                check(std::string(1, kind) + std::to_string(at) + " #" + std::to_string(t));
+            }
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Cases, PLOutlineNodeChildEditTest, ::testing::Values(
-    ChildEditCase{"a run of insertions at one place", 20, {{'i', 10, 40}, {'r', 10, 40}}},
-    ChildEditCase{"edits far apart", 60, {{'i', 5, 1}, {'r', 50, 2}, {'i', 30, 1}, {'p', 0, 1}, {'r', 0, 1}, {'g', 56, 1}, {'p', 40, 1}}},
-    ChildEditCase{"removals from the front, then appends", 30, {{'r', 0, 10}, {'a', 0, 25}, {'g', 3, 2}, {'i', 0, 3}}},
-    ChildEditCase{"growth on both sides of the last edit", 40, {{'i', 20, 1}, {'g', 35, 1}, {'g', 2, 1}, {'p', 21, 1}, {'r', 39, 1}}},
-    ChildEditCase{"emptied and filled again", 3, {{'r', 0, 3}, {'a', 0, 20}, {'i', 20, 2}}}));
+class PLOutlineNodeTreeChangesHandlerTest : public ProjectTest
+{
+protected:
+    void SetUp() override
+    {
+        write(QStringLiteral("a.tex"), QStringLiteral("in a"));
+        write(QStringLiteral("refs.bib"), QString());
+        write(QStringLiteral("more.bib"), QString());
+    }
+
+    std::shared_ptr<PLFile> open(const QString &text)
+    {
+        return PLFile::fileWithPath(write(QStringLiteral("main.tex"), text), std::make_shared<PLLatexFileContentOutlineParser>());
+    }
+};
+
+// One replacement through the buffer: the notifications it posts, in order, and the outline after.
+// The random invariant test pins both for every kind of edit; these rows show a few by name.
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, replacementPatchesTheTree)
+{
+    const std::tuple<const char16_t *, PLRange, const char16_t *, Lines, Lines> cases[] = {
+        // Commenting out an include.
+        {u"\\input{a}\nafter", {0, 0}, u"%", {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
+         {"text |%\\\\input{a}\\nafter|"}},
+        // The merged node is decided from its start.
+        {u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ", {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
+         {"chapter \"C\" |\\\\chapter{C} ody|"}},
+        // Children of the last covered node stay in order.
+        {u"x\n\\section{A}\\subsection{B}1\\subsection{C}2", {1, 11}, u"",
+         {"added text |x\\n|", "added text |x\\n|", "added text |x\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
+         {"text |x}|", "subsection \"B\" |\\\\subsection{B}|", "  text |1|", "subsection \"C\" |\\\\subsection{C}|", "  text |2|"}},
+        // Deleting an include closes its file.
+        {u"x\\input{a}y", {0, 11}, u"z", {"removed text |y|", "removed input |\\\\input{a}|", "changed"}, {"text |z|"}}};
+    for (const auto &[text, range, replacement, notifications, outline] : cases) {
+        const auto file = open(QString::fromUtf16(text));
+        OutlineNotificationRecorder recorder;
+        file->contentBuffer()->replaceCharactersInRange(range, QString::fromUtf16(replacement));
+        EXPECT_EQ(recorder.summary(), notifications);
+        EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), outline);
+        EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
+        // The edit names the file's root; a file that the edit opens announces its own parse.
+        for (const auto &n : recorder.notifications) {
+            if (*n.objectType == typeid(PLOutlineNode))
+                EXPECT_EQ(n.object, file->outlineRootNode().get()) << n.name.toStdString();
+            else
+                EXPECT_NE(n.object, file.get()) << n.name.toStdString();
+        }
+        file->close();
+    }
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
+{
+    const auto file = open(QStringLiteral("\\input{a}"));
+    const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
+    file->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral(" "));
+    EXPECT_EQ(a->openCount(), 1u);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{a});
+    file->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("b"));
+    EXPECT_EQ(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_EQ(file->filesInDocument(), QList<std::shared_ptr<PLFile>>{pool.fileForPath(path(QStringLiteral("b.tex")))});
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingABibliographyKeepsOneOpeningPerName)
+{
+    const auto file = open(QStringLiteral("\\bibliography{refs}\n"));
+    const auto refs = pool.fileForPath(path(QStringLiteral("refs.bib")));
+    for (int i = 0; i < 3; ++i)
+        file->replaceContentStringInRange(PLRange{19, 0}, QStringLiteral(" "));
+    EXPECT_EQ(refs->openCount(), 1u);
+    file->replaceContentStringInRange(PLRange{18, 0}, QStringLiteral(",more"));
+    EXPECT_EQ(refs->openCount(), 1u);
+    EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())).at(1), "bib |\\\\bibliography{refs,more}|");
+    file->replaceContentStringInRange(PLRange{0, file->content().size()}, QString());
+    EXPECT_TRUE(pool.filesOpened().contains(file->stringPath()));
+    EXPECT_EQ(pool.filesOpened().size(), 1);
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypedIncludeInAnUntitledDocumentKeepsItsFile)
+{
+    const auto parser = std::make_shared<PLLatexFileContentOutlineParser>();
+    const auto untitled = PLFile::untitledFileWithName(QStringLiteral("Untitled"), parser);
+    untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{x}"));
+    const auto x = pool.untitledFileWithName(QStringLiteral("x"));
+    ASSERT_NE(x, nullptr);
+    x->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("kept text"));
+
+    untitled->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral("\n"));
+    EXPECT_EQ(x->openCount(), 1u);
+    untitled->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("y"));
+    const auto include = untitled->outlineRootNode()->childAtIndex(1);
+    ASSERT_EQ(include->childCount(), 1);
+    const auto root = include->childAtIndex(0);
+    EXPECT_EQ(root->name(), QStringLiteral("y"));
+    EXPECT_EQ(root->file(), x);
+    EXPECT_EQ(x->content(), QStringLiteral("kept text"));
+    EXPECT_EQ(x->name(), QStringLiteral("y"));
+}
+
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, wholeFileParseAnnouncesEachNodeWithTheFile)
+{
+    OutlineNotificationRecorder recorder;
+    const auto file = open(QStringLiteral("a\\section{B}c"));
+    EXPECT_EQ(recorder.summary(), (Lines{"added text |a|", "added section \"B\" |\\\\section{B}|", "added text |c|"}));
+    for (const auto &n : recorder.notifications) {
+        EXPECT_EQ(n.object, file.get());
+        EXPECT_EQ(*n.objectType, typeid(PLFile));
+    }
+}
+
+// Ties between nodes go to the earlier one; the random edits check the rest of the search.
+TEST_F(PLOutlineNodeTreeChangesHandlerTest, includesAreFoundByTheNameAtTheRange)
+{
+    const auto file = open(QStringLiteral("ab\\section{C}de\\input{a}f\\bibliography{refs,more}"));
+    const PLOutlineTreeHelper helper(file->outlineRootNode());
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(18, 0), pool.fileForPath(path(QStringLiteral("a.tex"))));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(0, 0), nullptr);
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(40, 0)->name(), QStringLiteral("refs.bib"));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(43, 3)->name(), QStringLiteral("refs.bib"));
+    EXPECT_EQ(helper.fileForIncludeNodeAtRange(44, 0)->name(), QStringLiteral("more.bib"));
+    EXPECT_FALSE(PLOutlineTreeHelper(PLOutlineNode::create(QString(), 0, QString(), nullptr)).locateNodesInRange(0, 0));
+    EXPECT_EQ(PLOutlineNodeTreeChangesHandler(file).locateNodesInRangeRelativeFromNode(3, 0, file->outlineRootNode())
+                  ->searchResultAtIndex(0).location(),
+              2);
+}
+
+}

@@ -5,20 +5,17 @@
 #include "core/typesetting/PLLogStringParserDelegate.h"
 #include "core/typesetting/PLTypesettingLogFileParser.h"
 #include "core/typesetting/PLTypesettingLogFileParserStrategy.h"
-#include "core/foundation/PLNotificationCenter.h"
-#include "core/foundation/PLNotificationNameConstants.h"
 #include "PLTypesettingTestSupport.h"
+#include "core/typesetting/PLLogScanning.h"
 
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-
-#include <gtest/gtest.h>
-
 #include <sys/stat.h>
-
 #include <string>
 #include <tuple>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -60,39 +57,23 @@ std::vector<StrategyItem> described(const PLTypesettingLogFileParser &parser)
     return result;
 }
 
-// Records what the parser tells its delegate and whether it announced its end.
+// What the parser tells its delegate: the kind, the message and the path it gave.
 class Recorder : public PLLogStringParserDelegate
 {
 public:
-    explicit Recorder(PLLogStringParser *parser) : m_parser(parser)
-    {
-        parser->setDelegate(this);
-        PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, parser,
-                                                          [this](const PLNotification &) { ++finishNotifications; });
-    }
-    ~Recorder() override
-    {
-        PLNotificationCenter::defaultCenter().removeObserver(this);
-        m_parser->setDelegate(nullptr);
-    }
+    explicit Recorder(PLLogStringParser *parser) : m_parser(parser) { parser->setDelegate(this); }
+    ~Recorder() override { m_parser->setDelegate(nullptr); }
 
     void logStringParserDidFindWarning(PLLogStringParser *, std::shared_ptr<PLLogItem> warning, const QString &path) override
     {
-        told.push_back({QStringLiteral("warning"), warning, path});
+        told.push_back({"warning", warning->message().toStdString(), path.isNull() ? "<none>" : path.toStdString()});
     }
     void logStringParserDidFindError(PLLogStringParser *, std::shared_ptr<PLLogItem> error, const QString &path) override
     {
-        told.push_back({QStringLiteral("error"), error, path});
+        told.push_back({"error", error->message().toStdString(), path.isNull() ? "<none>" : path.toStdString()});
     }
 
-    struct Message
-    {
-        QString kind;
-        std::shared_ptr<PLLogItem> item;
-        QString path;
-    };
-    std::vector<Message> told;
-    int finishNotifications = 0;
+    std::vector<std::tuple<std::string, std::string, std::string>> told;
 
 private:
     PLLogStringParser *m_parser;
@@ -107,129 +88,82 @@ protected:
     PLTypesettingLogFileParser strategies{root};
 };
 
-struct CapturedLogCase
-{
-    const char *document;
-    std::vector<ExpectedItem> warnings;
-    std::vector<ExpectedItem> errors;
-    // The strategies make an item of the first strategy that knows each error.
-    std::vector<StrategyItem> items;
-};
-
-void PrintTo(const CapturedLogCase &c, std::ostream *os)
-{
-    *os << c.document;
-}
-
-class LogParsersOnCapturedOutput : public LogParsers, public ::testing::WithParamInterface<CapturedLogCase>
-{
-};
-
-TEST_P(LogParsersOnCapturedOutput, FindTheWarningsAndErrorsOfARealEngineRun)
-{
-    const CapturedLogCase &c = GetParam();
-    Recorder recorder(&parser);
-    parser.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-    EXPECT_EQ(described(parser.warningsFound(), PLLogItem::Warning), c.warnings);
-    EXPECT_EQ(described(parser.errorsFound(), PLLogItem::Error), c.errors);
-    EXPECT_EQ(recorder.finishNotifications, 1);
-    strategies.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-    EXPECT_EQ(described(strategies), c.items);
-}
-
 const std::string kFatal = " ==> Fatal error occurred, no output PDF file produced!";
 const std::string kFatalTranscript = kFatal + "Transcript written on main.log.";
 const std::string kUndefinedReferences = "There were undefined references.\n\n";
 const std::string kLabelsChanged = "Label(s) may have changed. Rerun to get cross-references right.\n\n";
+std::string environmentAdvice(const std::string &name)
+{
+    return "You're beginning an environment named " + name + " which is unknown at this point. This could be because you've "
+        "misspelled the environment name (" + name + ") or because you've forgot to add the necesary package to the preamble of the "
+        "document (\\usepackage{missing package}).";
+}
 
-INSTANTIATE_TEST_SUITE_P(
-    EveryKindOfMessage, LogParsersOnCapturedOutput,
-    ::testing::Values(
-        CapturedLogCase{"clean", {}, {}, {}},
-        CapturedLogCase{"undefined-control-sequence",
-                        {},
-                        {{"Undefined control sequence.", 3, "main.tex"}, {"Undefined control sequence.", 5, "main.tex"}},
-                        // The strategies that decline move the shared positions down the context lines first, so
-                        // the general one joins the wrong line to the message and swallows the second error.
-                        {{"./main.tex", 3, "Undefined control sequence.l.3 Hello \\undefinedmacro", ""}}},
+TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
+{
+    // The fixture; the warnings and errors the parser finds; the items of the strategies, which make
+    // an item of the first strategy that knows each error.
+    const struct
+    {
+        const char *document;
+        std::vector<ExpectedItem> warnings, errors;
+        std::vector<StrategyItem> items;
+    } cases[] = {
+        {"clean", {}, {}, {}},
+        // The strategies that decline move the shared positions down the context lines first, so
+        // the general one joins the wrong line to the message and swallows the second error.
+        {"undefined-control-sequence", {}, {{"Undefined control sequence.", 3, "main.tex"}, {"Undefined control sequence.", 5, "main.tex"}},
+         {{"./main.tex", 3, "Undefined control sequence.l.3 Hello \\undefinedmacro", ""}}},
         // The emergency stop and the fatal error are the located lines of a missing file.
-        CapturedLogCase{"missing-package", {}, {{"Emergency stop.", 3, "main.tex"}, {kFatal, 3, "main.tex"}},
-                        {{"", 3, "File `nosuchpackage.sty' not found.",
-                          "Did you spell the package name ('nosuchpackage') correctly?"},
-                         {"./main.tex", 3, kFatalTranscript, ""}}},
-        CapturedLogCase{"missing-input", {}, {{"Emergency stop.", 4, "main.tex"}, {kFatal, 4, "main.tex"}},
-                        {{"", 4, "File `nothere.tex' not found.", "Did you spell the file name ('nothere') correctly?"},
-                         {"./main.tex", 4, kFatalTranscript, ""}}},
-        CapturedLogCase{"illegal-parameter",
-                        {},
-                        {{"Illegal parameter number in definition of \\foo.", 12, "main.tex"},
-                         {"You can't use `macro parameter character #' in horizontal mode.", 14, "main.tex"}},
-                        // The strategies keep the last digit of line 12 only.
-                        {{"./main.tex", 2, "Illegal parameter number in definition of \\foo.",
-                          "This is probably because you are refering to parametre #2 but the new command only accepts 1 "
-                          "parametre."},
-                         {"./main.tex", 14, "You can't use `macro parameter character #' in horizontal mode.\\foo #1->#1 and ##",
-                          ""}}},
+        {"missing-package", {}, {{"Emergency stop.", 3, "main.tex"}, {kFatal, 3, "main.tex"}},
+         {{"", 3, "File `nosuchpackage.sty' not found.", "Did you spell the package name ('nosuchpackage') correctly?"},
+          {"./main.tex", 3, kFatalTranscript, ""}}},
+        {"missing-input", {}, {{"Emergency stop.", 4, "main.tex"}, {kFatal, 4, "main.tex"}},
+         {{"", 4, "File `nothere.tex' not found.", "Did you spell the file name ('nothere') correctly?"}, {"./main.tex", 4,
+          kFatalTranscript, ""}}},
+        // The strategies keep the last digit of line 12 only.
+        {"illegal-parameter", {},
+         {{"Illegal parameter number in definition of \\foo.", 12, "main.tex"},
+          {"You can't use `macro parameter character #' in horizontal mode.", 14, "main.tex"}},
+         {{"./main.tex", 2, "Illegal parameter number in definition of \\foo.",
+           "This is probably because you are refering to parametre #2 but the new command only accepts 1 parametre."},
+          {"./main.tex", 14, "You can't use `macro parameter character #' in horizontal mode.\\foo #1->#1 and ##", ""}}},
         // "LaTeX Error:" is cut off and the blank after it kept.
-        CapturedLogCase{"missing-begin-document", {}, {{" Missing \\begin{document}.", 2, "main.tex"}},
-                        {{"./main.tex", 2, "Missing \\begin{document}.", ""}}},
-        CapturedLogCase{"only-in-preamble", {}, {{" Can be used only in preamble.", 3, "main.tex"}},
-                        {{"./main.tex", 3, "Can be used only in preamble.",
-                          "Try moving \\usepackage{amsmath} to the preamble of the document (the area before "
-                          "\\begin{document})."}}},
-        CapturedLogCase{"undefined-environment",
-                        {},
-                        {{" Environment theorem undefined.", 3, "main.tex"},
-                         {" \\begin{document} ended by \\end{theorem}.", 5, "main.tex"}},
-                        {{"./main.tex", 3, "Environment theorem undefined.",
-                          "You're beginning an environment named theorem which is unknown at this point. This could be "
-                          "because you've misspelled the environment name (theorem) or because you've forgot to add the "
-                          "necesary package to the preamble of the document (\\usepackage{missing package})."},
-                         {"./main.tex", 5, "\\begin{document} ended by \\end{theorem}.", ""}}},
-        CapturedLogCase{"warnings",
-                        {{"Reference `nowhere' on page 1 undefined ", 4, "main.tex"},
-                         {"Citation `nobody' on page 1 undefined ", 4, "main.tex"},
-                         {kUndefinedReferences, 0, "main.tex"},
-                         {kLabelsChanged, 0, "main.tex"}},
-                        {},
-                        {}},
-        CapturedLogCase{"citations",
-                        {{"Citation `knuth1984' on page 1 undefined ", 3, "main.tex"},
-                         {"Citation `lamport1994' on page 1 undefined ", 3, "main.tex"},
-                         {"Citation `ghost' on page 1 undefined ", 3, "main.tex"},
-                         {kUndefinedReferences, 0, "main.tex"}},
-                        {},
-                        {}},
+        {"missing-begin-document", {}, {{" Missing \\begin{document}.", 2, "main.tex"}}, {{"./main.tex", 2, "Missing \\begin{document}.",
+         ""}}},
+        {"only-in-preamble", {}, {{" Can be used only in preamble.", 3, "main.tex"}},
+         {{"./main.tex", 3, "Can be used only in preamble.",
+           "Try moving \\usepackage{amsmath} to the preamble of the document (the area before \\begin{document})."}}},
+        {"undefined-environment", {},
+         {{" Environment theorem undefined.", 3, "main.tex"}, {" \\begin{document} ended by \\end{theorem}.", 5, "main.tex"}},
+         {{"./main.tex", 3, "Environment theorem undefined.", environmentAdvice("theorem")},
+          {"./main.tex", 5, "\\begin{document} ended by \\end{theorem}.", ""}}},
+        {"warnings",
+         {{"Reference `nowhere' on page 1 undefined ", 4, "main.tex"}, {"Citation `nobody' on page 1 undefined ", 4, "main.tex"},
+          {kUndefinedReferences, 0, "main.tex"}, {kLabelsChanged, 0, "main.tex"}}, {}, {}},
         // Everything after the opening of chapters/one.tex is filed under it, even what the main
         // file says once the chapter is closed again.
-        CapturedLogCase{"subfolder",
-                        {{"Reference `missing-in-one' on page 1 undefined ", 2, "chapters/one.tex"},
-                         {"Reference `missing-in-main' on page 1 undefined ", 5, "chapters/one.tex"},
-                         {kUndefinedReferences, 0, "chapters/one.tex"},
-                         {kLabelsChanged, 0, "chapters/one.tex"}},
-                        {{"Undefined control sequence.", 4, "chapters/one.tex"}},
-                        {{"./chapters/one.tex", 4, "Undefined control sequence.l.4 Here is an error: \\oops", ""}}},
-        CapturedLogCase{"xelatex",
-                        {},
-                        {{"Undefined control sequence.", 4, "main.tex"}},
-                        {{"./main.tex", 4, "Undefined control sequence.l.4 \u00dcn\u00efc\u00f6d\u00e9 text and \\nosuchcommand",
-                          ""}}},
+        {"subfolder",
+         {{"Reference `missing-in-one' on page 1 undefined ", 2, "chapters/one.tex"},
+          {"Reference `missing-in-main' on page 1 undefined ", 5, "chapters/one.tex"},
+          {kUndefinedReferences, 0, "chapters/one.tex"}, {kLabelsChanged, 0, "chapters/one.tex"}},
+         {{"Undefined control sequence.", 4, "chapters/one.tex"}},
+         {{"./chapters/one.tex", 4, "Undefined control sequence.l.4 Here is an error: \\oops", ""}}},
+        {"xelatex", {}, {{"Undefined control sequence.", 4, "main.tex"}},
+         {{"./main.tex", 4, "Undefined control sequence.l.4 \u00dcn\u00efc\u00f6d\u00e9 text and \\nosuchcommand", ""}}},
         // Without -file-line-error the engine's own form is only recognised at the "?" prompt.
-        CapturedLogCase{"classic-messages",
-                        {{"Reference `nowhere' on page 1 undefined ", 4, "main.tex"}, {kUndefinedReferences, 0, "main.tex"}},
-                        {},
-                        {}},
-        CapturedLogCase{"interactive-prompt", {}, {{"error", 8, "main.tex"}}, {}}));
-
-TEST_F(LogParsers, AnEmptyOutputChangesNothingAndPostsNothing)
-{
-    Recorder recorder(&parser);
-    parser.parseLogString(capturedOutput(QStringLiteral("warnings")));
-    ASSERT_EQ(parser.warningsFound().size(), 4);
-    parser.parseLogString(QString());
-    parser.parseLogString(QStringLiteral(""));
-    EXPECT_EQ(parser.warningsFound().size(), 4);
-    EXPECT_EQ(recorder.finishNotifications, 1);
+        {"classic-messages", {{"Reference `nowhere' on page 1 undefined ", 4, "main.tex"}, {kUndefinedReferences, 0, "main.tex"}}, {}, {}},
+        {"interactive-prompt", {}, {{"error", 8, "main.tex"}}, {}}};
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.document);
+        PLLogStringParser fresh(root);
+        fresh.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
+        EXPECT_EQ(described(fresh.warningsFound(), PLLogItem::Warning), c.warnings);
+        EXPECT_EQ(described(fresh.errorsFound(), PLLogItem::Error), c.errors);
+        PLTypesettingLogFileParser freshStrategies(root);
+        freshStrategies.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
+        EXPECT_EQ(described(freshStrategies), c.items);
+    }
 }
 
 TEST_F(LogParsers, PerFileCountsGrowOverJobsWhileTheFoundListsHoldTheLatestOnly)
@@ -237,43 +171,33 @@ TEST_F(LogParsers, PerFileCountsGrowOverJobsWhileTheFoundListsHoldTheLatestOnly)
     const QString log = QStringLiteral("(./main.tex\nLaTeX Warning: Reference `x' on page 1 undefined on input line 12.\n\n)");
     parser.parseLogString(log);
     parser.parseLogString(log);
+    // An empty output changes nothing.
+    parser.parseLogString(QString());
     ASSERT_EQ(parser.warningsFound().size(), 1);
-    EXPECT_EQ(parser.warningsFound().first()->line(), 12);
-    EXPECT_EQ(parser.warningsFound().first()->message(), QStringLiteral("Reference `x' on page 1 undefined "));
     EXPECT_EQ(parser.warningCountForFile(*root), 2);
     EXPECT_EQ(parser.warningForFile(*root, 1), parser.warningsFound().first());
     EXPECT_EQ(parser.warningForFile(*root, 2), nullptr);
     EXPECT_EQ(parser.errorCountForFile(*root), 0);
-    EXPECT_EQ(parser.warningsFound().first()->filePath(), root->stringPath());
 }
 
-TEST_F(LogParsers, MessagesBeforeTheFirstOpeningAreOnlyToldInTheFirstParseAndFiledUnderTheLastFileLater)
+// Messages before the first opening are told without a file in the first parse and filed under the
+// last file later; of the errors, only those found without a location are told.
+TEST_F(LogParsers, TheDelegateIsToldUnlocatedMessages)
 {
     Recorder recorder(&parser);
     const QString log = QStringLiteral("LaTeX Warning: early\n\n(./chapter.tex\nLaTeX Warning: inside\n\n");
     parser.parseLogString(log);
-    ASSERT_EQ(recorder.told.size(), 2u);
-    EXPECT_EQ(recorder.told[0].kind, QStringLiteral("warning"));
-    EXPECT_TRUE(recorder.told[0].path.isNull());
-    EXPECT_EQ(recorder.told[0].item->message(), QStringLiteral("early\n\n"));
-    EXPECT_EQ(recorder.told[1].path, kFolder + QStringLiteral("chapter.tex"));
-    ASSERT_EQ(parser.warningsFound().size(), 1);
-    EXPECT_EQ(parser.warningsFound().first()->message(), QStringLiteral("inside\n\n"));
-
+    EXPECT_EQ(parser.warningsFound().size(), 1);
     parser.parseLogString(log);
-    ASSERT_EQ(parser.warningsFound().size(), 2);
-    EXPECT_EQ(parser.warningsFound().first()->filePath(), kFolder + QStringLiteral("chapter.tex"));
-    EXPECT_EQ(parser.currentFilePath(), kFolder + QStringLiteral("chapter.tex"));
-}
-
-TEST_F(LogParsers, OnlyUnlocatedErrorsAreToldToTheDelegate)
-{
-    Recorder recorder(&parser);
+    EXPECT_EQ(described(parser.warningsFound(), PLLogItem::Warning),
+              (std::vector<ExpectedItem>{{"early\n\n", 0, "chapter.tex"}, {"inside\n\n", 0, "chapter.tex"}}));
     parser.parseLogString(QStringLiteral("(./a.tex\n! Undefined control sequence.\nl.5 \\foo\n   x\n? \n"
                                          "./b.tex:7: LaTeX Error: Missing \\begin{document}.\n\n"));
-    ASSERT_EQ(recorder.told.size(), 1u);
-    EXPECT_EQ(recorder.told[0].kind, QStringLiteral("error"));
-    EXPECT_EQ(recorder.told[0].path, kFolder + QStringLiteral("a.tex"));
+    const std::string folder = kFolder.toStdString();
+    EXPECT_EQ(recorder.told, (std::vector<std::tuple<std::string, std::string, std::string>>{
+                                 {"warning", "early\n\n", "<none>"}, {"warning", "inside\n\n", folder + "chapter.tex"},
+                                 {"warning", "early\n\n", folder + "chapter.tex"}, {"warning", "inside\n\n", folder + "chapter.tex"},
+                                 {"error", "error", folder + "a.tex"}}));
     EXPECT_EQ(described(parser.errorsFound(), PLLogItem::Error),
               (std::vector<ExpectedItem>{{"error", 8, "a.tex"}, {" Missing \\begin{document}.", 7, "b.tex"}}));
     EXPECT_EQ(parser.errorCountForFile(*PLFile::fileWithPath(kFolder + QStringLiteral("b.tex"), nullptr)), 1);
@@ -288,42 +212,18 @@ TEST_F(LogParsers, TheBracketCountLeavesOutTheLastCharacterOfEachPiece)
     // A piece that closes more than it opens pops one entry.
     parser.parseLogString(QStringLiteral("(./c.tex\n)))\n"));
     EXPECT_EQ(parser.stackWithFilePaths(), QStringList{QStringLiteral("(./a.tex)")});
+    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"(()"), 2);
+    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"("), 0);
+    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u")))x"), -3);
 }
 
-TEST_F(LogParsers, ItemsFromLinesOnTheirOwn)
+TEST_F(LogParsers, OnlyWholeLinesOfTheirFormAreItems)
 {
-    const std::shared_ptr<PLLogItem> error =
-        parser.errorInLine(QStringLiteral("./chap.tex:7: LaTeX Error: Missing \\begin{document}."));
-    ASSERT_TRUE(error);
-    EXPECT_EQ(error->type(), PLLogItem::Error);
-    EXPECT_EQ(error->line(), 7);
-    EXPECT_EQ(error->message(), QStringLiteral(" Missing \\begin{document}."));
-    EXPECT_EQ(error->filePath(), kFolder + QStringLiteral("chap.tex"));
     EXPECT_FALSE(parser.errorInLine(QStringLiteral("see ./chap.tex:7: x")));
-
-    const std::shared_ptr<PLLogItem> warning =
-        parser.warningInLine(QStringLiteral("LaTeX Warning: Reference `x' on page 1 undefined on input line 12."));
-    ASSERT_TRUE(warning);
-    EXPECT_EQ(warning->line(), 12);
-    EXPECT_EQ(warning->message(), QStringLiteral("Reference `x' on page 1 undefined "));
     EXPECT_FALSE(parser.warningInLine(QStringLiteral("Package foo Warning: bar")));
-}
-
-TEST(LogStringParserFileNames, AreTheTexFilesOpenedInAPieceOfOutput)
-{
     EXPECT_EQ(PLLogStringParser::fileNamesInLine(QStringLiteral("(./intro.tex and (./chapters/one.tex")),
               (QStringList{QStringLiteral("intro.tex"), QStringLiteral("chapters/one.tex")}));
     EXPECT_EQ(PLLogStringParser::fileNamesInLine(QStringLiteral("(./main.aux)\n(/usr/x.tex) (./int")), QStringList());
-    EXPECT_EQ(PLLogStringParser::fileNamesInLine(QString()), QStringList());
-}
-
-
-TEST_F(LogParsers, RepeatedRealOutputGivesRepeatedResults)
-{
-    const QString once = capturedOutput(QStringLiteral("subfolder"));
-    parser.parseLogString(once + once + once);
-    EXPECT_EQ(parser.warningsFound().size(), 12);
-    EXPECT_EQ(parser.errorsFound().size(), 3);
 }
 
 // Regression: the parsers opened every file the output named, and the document being typeset
@@ -366,74 +266,39 @@ TEST(LogParsingOfHostileOutput, FilesNamedByTheOutputAreNeitherOpenedNorRead)
     }
 }
 
-
-struct SyntheticCase
+TEST(StrategiesRules, Hold)
 {
-    const char *what;
-    const char16_t *log;
-    std::vector<StrategyItem> items;
-};
-
-void PrintTo(const SyntheticCase &c, std::ostream *os)
-{
-    *os << c.what;
-}
-
-class StrategiesRules : public LogParsers, public ::testing::WithParamInterface<SyntheticCase>
-{
-};
-
-TEST_P(StrategiesRules, Hold)
-{
-    strategies.parseLogString(QString::fromUtf16(GetParam().log));
-    EXPECT_EQ(described(strategies), GetParam().items);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, StrategiesRules,
-    ::testing::Values(
-        SyntheticCase{"empty", u"", {}},
-        SyntheticCase{"environment with an empty line after it",
-                      u"./a.tex:12: LaTeX Error: Environment foo undefined.\n\nmore\n",
-                      {{"./a.tex", 12, "Environment foo undefined.",
-                        "You're beginning an environment named foo which is unknown at this point. This could be "
-                        "because you've misspelled the environment name (foo) or because you've forgot to add the "
-                        "necesary package to the preamble of the document (\\usepackage{missing package})."}}},
-        SyntheticCase{"three-digit line of an illegal parameter",
-                      u"./a.tex:123: Illegal parameter number in definition of \\cmd.\n<to be read again>\n   3\n"
-                      u"l.123 \\newcommand{\\cmd}[2]{#3}\nend\n",
-                      {{"./a.tex", 3, "Illegal parameter number in definition of \\cmd.",
-                        "This is probably because you are refering to parametre #3 but the new command only accepts 2 "
-                        "parametres."}}},
+    const std::pair<const char16_t *, std::vector<StrategyItem>> cases[] = {
+        {u"./a.tex:12: LaTeX Error: Environment foo undefined.\n\nmore\n",
+         {{"./a.tex", 12, "Environment foo undefined.", environmentAdvice("foo")}}},
+        // The line of an illegal parameter keeps its last digit only.
+        {u"./a.tex:123: Illegal parameter number in definition of \\cmd.\n<to be read again>\n   3\n"
+         u"l.123 \\newcommand{\\cmd}[2]{#3}\nend\n",
+         {{"./a.tex", 3, "Illegal parameter number in definition of \\cmd.",
+           "This is probably because you are refering to parametre #3 but the new command only accepts 2 parametres."}}},
         // Four lines down there is no line number: the missing-file strategy declines with the
         // positions moved there, so the error in between is never looked at.
-        SyntheticCase{"missing file without a located line",
-                      u"! LaTeX Error: File `x.sty' not found.\n./b.tex:2: Skipped.\nmore\nmore\nno number here\n"
-                      u"./c.tex:3: Seen.\n\nend\n",
-                      {{"./c.tex", 3, "Seen.", ""}}},
-        SyntheticCase{"error on the last line of a piece",
-                      u"(./a.tex\n./a.tex:1: Lost.\n(./b.tex\nx\n./b.tex:2: Also lost.",
-                      {}},
-        SyntheticCase{"error in every piece but on its last line",
-                      u"(./a.tex\n./a.tex:1: Found.\n\nx\n(./b.tex\n./b.tex:2: Found too.\n\n",
-                      {{"./a.tex", 1, "Found.", ""}, {"./b.tex", 2, "Found too.", ""}}},
-        SyntheticCase{"preamble command without its argument in the context",
-                      u"./a.tex:3: LaTeX Error: Can be used only in preamble.\n\n1\n2\n3\n4\n5\n6\n7\n8\n",
-                      {{"./a.tex", 3, "Can be used only in preamble.", ""}}}));
+        {u"! LaTeX Error: File `x.sty' not found.\n./b.tex:2: Skipped.\nmore\nmore\nno number here\n./c.tex:3: Seen.\n\nend\n",
+         {{"./c.tex", 3, "Seen.", ""}}},
+        // An error on the last line of a piece is lost.
+        {u"(./a.tex\n./a.tex:1: Lost.\n(./b.tex\nx\n./b.tex:2: Also lost.", {}},
+        {u"(./a.tex\n./a.tex:1: Found.\n\nx\n(./b.tex\n./b.tex:2: Found too.\n\n", {{"./a.tex", 1, "Found.", ""}, {"./b.tex", 2,
+         "Found too.", ""}}},
+        // A preamble command without its argument in the context gets no advice.
+        {u"./a.tex:3: LaTeX Error: Can be used only in preamble.\n\n1\n2\n3\n4\n5\n6\n7\n8\n", {{"./a.tex", 3,
+         "Can be used only in preamble.", ""}}}};
+    for (const auto &[log, items] : cases) {
+        PLTypesettingLogFileParser strategies(nullptr);
+        strategies.parseLogString(QString::fromUtf16(log));
+        EXPECT_EQ(described(strategies), items) << QString::fromUtf16(log).toStdString();
+    }
+}
 
-TEST_F(LogParsers, TheStrategiesItemsAreCountedAndALaterParseAppends)
+TEST_F(LogParsers, ALaterParseOfTheStrategiesAppends)
 {
     strategies.parseLogString(capturedOutput(QStringLiteral("undefined-environment")));
-    ASSERT_EQ(strategies.itemCount(), 2);
-    EXPECT_EQ(strategies.itemAtIndex(1)->line(), 5);
-    EXPECT_FALSE(strategies.itemAtIndex(strategies.itemCount()));
-    EXPECT_EQ(strategies.currentFilePath(), QStringLiteral("/project/main.tex"));
     strategies.parseLogString(capturedOutput(QStringLiteral("missing-begin-document")));
     EXPECT_EQ(strategies.itemCount(), 3);
-    // The last character never counts.
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"(()"), 2);
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"("), 0);
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u")))x"), -3);
 }
 
 // Lines that hold no strategy's literal are passed over without asking the strategies: the items
@@ -467,6 +332,201 @@ TEST(StrategiesLines, SkippingLinesGivesTheItemsOfReadingEveryLine)
         }
         ASSERT_EQ(described(skipping), expected) << content.toStdString();
     }
+}
+
+using PLLogScanning::LiteralFollower;
+
+// Random texts made of the pieces a pattern cares about, every kind of line end and a few other
+// characters, so that a literal-driven search that skipped a real match, or found one too many,
+// shows up.
+QString randomLog(QRandomGenerator &random, const QStringList &patternPieces)
+{
+    static const QStringList common{QStringLiteral("\n"),     QStringLiteral("\n"), QStringLiteral("\r"),
+                                    QStringLiteral("\r\n"),   QStringLiteral("\f"), QStringLiteral("\v"),
+                                    QStringLiteral("\u2028"), QStringLiteral(" "),  QStringLiteral("a"),
+                                    QStringLiteral("\t"),     QStringLiteral(".")};
+    QString text;
+    const int count = random.bounded(1, 40);
+    for (int i = 0; i < count; ++i) {
+        const QStringList &from = random.bounded(3) == 0 ? common : patternPieces;
+        text += from[random.bounded(int(from.size()))];
+    }
+    return text;
+}
+
+QStringList pieces(std::initializer_list<const char *> list)
+{
+    QStringList result;
+    for (const char *piece : list)
+        result.append(QString::fromUtf8(piece));
+    return result;
+}
+
+// The matches' groups as a search of the range with the expression finds them; every group when none
+// are named.
+QList<PLRange> plainSearch(const QString &pattern, const QString &text, PLRange range, const QList<int> &groups)
+{
+    QList<PLRange> found;
+    PLRegularExpressionHelper::enumerateMatches(pattern, text, range, [&](const PLRegexMatch &match) {
+        for (int group = 0; group < (groups.isEmpty() ? match.numberOfRanges() : groups.size()); ++group)
+            found.append(match.range(groups.isEmpty() ? group : groups[group]));
+        return true;
+    });
+    return found;
+}
+
+using Scan = std::function<QList<PLRange>(const QString &pattern, const QString &text, PLRange range)>;
+
+Scan expressionScan(const char16_t *literal, LiteralFollower follower)
+{
+    return [=](const QString &pattern, const QString &text, PLRange range) {
+        QList<PLRange> found;
+        PLLogScanning::enumerateMatchesAfterLiteral(pattern, QStringView(literal), follower, text, range,
+                                                    [&](const PLRegexMatch &match) {
+                                                        for (int group = 0; group < match.numberOfRanges(); ++group)
+                                                            found.append(match.range(group));
+                                                        return true;
+                                                    });
+        return found;
+    };
+}
+
+Scan matcherScan(PLLogScanning::Matcher matcher, const char16_t *literal, LiteralFollower follower)
+{
+    return [=](const QString &, const QString &text, PLRange range) {
+        QList<PLRange> found;
+        PLLogScanning::enumerateMatchesAfterLiteral(matcher, QStringView(literal), follower, text, range, [&](PLRange match) {
+            found.append(match);
+            return true;
+        });
+        return found;
+    };
+}
+
+QList<PLRange> firstGeneralErrorLine(const QString &, const QString &text, PLRange range)
+{
+    const std::optional<PLRegexMatch> scanned = PLLogScanning::firstGeneralErrorLine(text, range);
+    QList<PLRange> found;
+    for (int group = 0; scanned && group <= 5; ++group)
+        found.append(scanned->range(group));
+    return found;
+}
+
+QList<PLRange> locatedErrors(const QString &, const QString &text, PLRange range)
+{
+    QList<PLRange> found;
+    PLLogScanning::enumerateLocatedErrors(text, range, [&](const PLLogScanning::LocatedError &error) {
+        found << error.match << error.fileName << error.lineNumber << error.message;
+    });
+    return found;
+}
+
+PLRange locatedErrorAtStart(const QString &text)
+{
+    const std::optional<PLLogScanning::LocatedError> first = PLLogScanning::locatedErrorAt(text, 0, text.size());
+    return first ? first->match : PLNotFoundRange;
+}
+
+// A literal-driven scan, with the expression or a hand-written matcher, must find exactly what a
+// search of the range with the expression finds, with the same groups, on random logs made of the
+// pieces the pattern cares about (surrogate pairs and lone halves among them): a scan that skipped
+// a real match, or found one too many, shows up.
+struct ScannerCase
+{
+    const char *pattern;
+    // The groups the scan gives; empty for all of them.
+    QList<int> groups;
+    bool firstMatchOnly;
+    quint32 seed;
+    int rounds;
+    QStringList pieces;
+    Scan scan;
+    // Where the scanner also reads a match anchored at the start of a text: that match.
+    std::function<PLRange(const QString &text)> anchored;
+};
+
+using LogScanningAgreesWithAPlainSearch = ::testing::TestWithParam<ScannerCase>;
+
+TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
+{
+    const ScannerCase &c = GetParam();
+    const QString pattern = QString::fromUtf8(c.pattern);
+    QRandomGenerator random(c.seed);
+    for (int round = 0; round < c.rounds; ++round) {
+        const QString text = randomLog(random, c.pieces);
+        const qsizetype from = random.bounded(int(text.size() + 1));
+        const PLRange range{from, random.bounded(int(text.size() - from + 1))};
+        QList<PLRange> expected = plainSearch(pattern, text, range, c.groups);
+        if (c.firstMatchOnly)
+            expected = expected.mid(0, c.groups.size());
+        ASSERT_EQ(c.scan(pattern, text, range), expected)
+            << c.pattern << " on " << text.toStdString() << " range " << range.location << "+" << range.length;
+        if (c.anchored) {
+            ASSERT_EQ(c.anchored(text), PLRegularExpressionHelper::firstMatchInRange(pattern, text, PLRange{0, text.size()},
+                                                                                     PLRegularExpressionHelper::Anchored, 0))
+                << text.toStdString();
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EveryLogPattern, LogScanningAgreesWithAPlainSearch,
+    ::testing::Values(
+        ScannerCase{"\\(\\./(.*?)\\.tex", {}, false, 20240229, 3000, pieces({"(./", ".tex", ")", "x"}),
+                    expressionScan(u"(./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))", {}, false, 20240229, 3000,
+                    pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\", "foo",
+                            "./a.tex:123: Illegal parameter number in definition of \\foo."}),
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))", {}, false, 20240229, 3000,
+                    pieces({"! LaTeX Error: File `", "name", ".tex", ".sty", "' not found.", "'"}),
+                    expressionScan(u"! LaTeX Error: File `", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{":([0-9]*):", {}, false, 20240229, 3000, pieces({":", "1", "23", "::"}),
+                    expressionScan(u":", LiteralFollower::Fixed), {}},
+        ScannerCase{"\\./.*\\.tex:[0-9]*:", {}, false, 20240229, 3000, pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"}),
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"\\[([0-9])\\]", {}, false, 20240229, 3000, pieces({"[", "1", "]", "12", "[["}),
+                    expressionScan(u"[", LiteralFollower::Fixed), {}},
+        ScannerCase{"\\{(.*)\\}", {}, false, 20240229, 3000, pieces({"{", "}", "pkg", "{}"}),
+                    expressionScan(u"{", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"Environment (.*) undefined.", {}, false, 20240229, 3000, pieces({"Environment ", " undefined.", " undefined", "foo"}),
+                    expressionScan(u"Environment ", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n", {0}, false, 20261123, 4000,
+                    pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."}),
+                    matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", {0}, false, 20261123, 4000,
+                    pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
+                            "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"}),
+                    matcherScan(PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence", LiteralFollower::Fixed),
+                    {}},
+        ScannerCase{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", {0}, false, 20261123, 4000,
+                    pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
+                            "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"}),
+                    matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {}},
+        ScannerCase{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", {0, 1, 2, 3, 4, 5}, true, 20261126, 6000,
+                    pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
+                            "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}), firstGeneralErrorLine, {}},
+        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", {0, 3, 5, 7}, false, 20261124, 6000,
+                    pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}),
+                    locatedErrors, locatedErrorAtStart}));
+
+TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
+{
+    const QString text = QStringLiteral("(./a.tex.tex) (./b c.tex\n(./d.texx.tex\u00a0(./e.tex");
+    QStringList names;
+    for (std::optional<PLRange> opening = PLLogScanning::nextFileOpening(text, 0); opening;
+         opening = PLLogScanning::nextFileOpening(text, opening->end()))
+        names.append(PLLogScanning::nameOfOpenedFile(text, *opening));
+    EXPECT_EQ(names, (QStringList{QStringLiteral("a.tex.tex"), QStringLiteral("b c.tex"), QStringLiteral("d.texx.tex")}));
+    EXPECT_EQ(PLLogScanning::nameOfOpenedFile(text, PLRange{text.size(), 0}), QString());
+}
+
+// Leading digits are read like the platform reads them.
+TEST(LogIntegerValue, ReadsLeadingDigitsLikeThePlatform)
+{
+    for (const auto &[text, value] : {std::pair{u"", 0}, {u"  7\n", 7}, {u"3a", 3}, {u"x3", 0}, {u"-4", -4}, {u"+5", 5},
+                                      {u"99999999999999", 2147483647}, {u"-99999999999999", -2147483647 - 1}})
+        EXPECT_EQ(PLLogScanning::integerValue(QStringView(text)), value) << QString::fromUtf16(text).toStdString();
 }
 
 }

@@ -115,42 +115,30 @@ QList<int> rotations(QByteArrayView pdf, int pageCount)
     return turns;
 }
 
-struct TreeCase
-{
-    const char *rootRotate;
-    const char *innerRotate;
-    const char *pageRotate;
-    QList<int> expected;
-};
-
-class PdfPageRotations : public ::testing::TestWithParam<TreeCase>
-{
-};
-
 // Turns are inherited from the nearest node that has one, may be indirect, and come out as a
 // quarter turn between 0 and 270 whatever their sign or size; both file layouts agree. A page is
 // drawn at its crop box within its media box, turned.
-TEST_P(PdfPageRotations, InheritAndNormaliseInClassicAndCompressedFiles)
+TEST(PdfPageRotations, InheritAndNormaliseInClassicAndCompressedFiles)
 {
-    const TreeCase &c = GetParam();
-    const QMap<int, QByteArray> objects = tree(c.rootRotate, c.innerRotate, c.pageRotate);
-    EXPECT_EQ(rotations(classicPdf(objects), 3), c.expected);
-    EXPECT_EQ(rotations(compressedPdf(objects), 3), c.expected);
-    const QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(classicPdf(objects), 3);
-    ASSERT_EQ(pages.size(), 3);
-    const QSizeF upright[] = {{300, 200}, {110, 50}, {300, 200}};
-    for (int page = 0; page < 3; ++page)
-        EXPECT_EQ(pages.at(page).size, c.expected.at(page) % 180 ? upright[page].transposed() : upright[page]) << page;
-    // Bytes before the header move every offset along.
-    EXPECT_EQ(rotations(QByteArray("junk\n").append(classicPdf(objects)), 3), c.expected);
+    for (const auto &[rootRotate, innerRotate, pageRotate, expected] :
+         {std::tuple<const char *, const char *, const char *, QList<int>>{"", "", "", {0, 0, 270}},
+          {"/Rotate 90", "", "", {90, 90, 270}},
+          {"/Rotate 180", "/Rotate 0", "/Rotate 450", {90, 0, 270}},
+          {"/Rotate -90", "/Rotate 135", "/Rotate 45", {0, 90, 270}},
+          {"/Rotate 720", "/Rotate -540", "/Rotate /Ninety", {0, 180, 270}}}) {
+        SCOPED_TRACE(testing::Message() << rootRotate << innerRotate << pageRotate);
+        const QMap<int, QByteArray> objects = tree(rootRotate, innerRotate, pageRotate);
+        EXPECT_EQ(rotations(classicPdf(objects), 3), expected);
+        EXPECT_EQ(rotations(compressedPdf(objects), 3), expected);
+        const QList<PLPdfPageRotations::Page> pages = PLPdfPageRotations::readPages(classicPdf(objects), 3);
+        ASSERT_EQ(pages.size(), 3);
+        const QSizeF upright[] = {{300, 200}, {110, 50}, {300, 200}};
+        for (int page = 0; page < 3; ++page)
+            EXPECT_EQ(pages.at(page).size, expected.at(page) % 180 ? upright[page].transposed() : upright[page]) << page;
+        // Bytes before the header move every offset along.
+        EXPECT_EQ(rotations(QByteArray("junk\n").append(classicPdf(objects)), 3), expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, PdfPageRotations,
-                         ::testing::Values(TreeCase{"", "", "", {0, 0, 270}},
-                                           TreeCase{"/Rotate 90", "", "", {90, 90, 270}},
-                                           TreeCase{"/Rotate 180", "/Rotate 0", "/Rotate 450", {90, 0, 270}},
-                                           TreeCase{"/Rotate -90", "/Rotate 135", "/Rotate 45", {0, 90, 270}},
-                                           TreeCase{"/Rotate 720", "/Rotate -540", "/Rotate /Ninety", {0, 180, 270}}));
 
 // What cannot be followed gives 0 for every page, at once: cycles, lies, cuts and wrong counts.
 TEST(PdfPageRotationsDamage, GiveUprightPages)

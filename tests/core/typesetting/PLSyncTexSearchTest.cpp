@@ -3,7 +3,6 @@
 #include "core/typesetting/PLSyncTexSearch.h"
 #include "PLTypesettingTestSupport.h"
 
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QThreadPool>
 
@@ -15,58 +14,35 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-struct ConvertRangeCase
+// The line of the range's start and its offset in the line; only the start counts, even when the
+// range reaches into later lines.
+TEST(SyncTexConvertRange, GivesTheLineOfTheStartAndItsOffsetInTheLine)
 {
-    const char16_t *text;
-    PLRange range;
-    int line;
-    int column;
-};
-
-class SyncTexConvertRange : public ::testing::TestWithParam<ConvertRangeCase>
-{
-};
-
-TEST_P(SyncTexConvertRange, GivesTheLineOfTheStartAndItsOffsetInTheLine)
-{
-    const ConvertRangeCase &c = GetParam();
-    int line = -2;
-    int column = -2;
-    PLSyncTexCalculationUtil().convertRange(c.range, QString::fromUtf16(c.text), &line, &column);
-    EXPECT_EQ(line, c.line);
-    EXPECT_EQ(column, c.column);
+    for (const auto &[text, range, expectedLine, expectedColumn] :
+         {std::tuple<const char16_t *, PLRange, int, int>{u"", {0, 0}, 1, 0}, {u"abc\ndef", {2, 0}, 1, 2}, {u"abc\ndef", {4, 2}, 2, 0},
+          {u"ab\r\ncd\u2028ef", {5, 4}, 2, 1}, {u"a\n\n\n\n\n\n\n\n\n\n\nline twelve", {12, 5}, 12, 0}}) {
+        int line = -2;
+        int column = -2;
+        PLSyncTexCalculationUtil().convertRange(range, QString::fromUtf16(text), &line, &column);
+        EXPECT_EQ(std::pair(line, column), std::pair(expectedLine, expectedColumn)) << QString::fromUtf16(text).toStdString();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, SyncTexConvertRange,
-    ::testing::Values(ConvertRangeCase{u"", {0, 0}, 1, 0}, ConvertRangeCase{u"abc\ndef", {0, 3}, 1, 0},
-                      ConvertRangeCase{u"abc\ndef", {2, 0}, 1, 2}, ConvertRangeCase{u"abc\ndef", {4, 2}, 2, 0},
-                      ConvertRangeCase{u"abc\ndef", {6, 1}, 2, 2},
-                      // Only the start of the range counts, even when it reaches into later lines.
-                      ConvertRangeCase{u"ab\r\ncd\u2028ef", {5, 4}, 2, 1},
-                      ConvertRangeCase{u"a\n\n\n\n\n\n\n\n\n\n\nline twelve", {12, 5}, 12, 0}));
 
 class SyncTexSearch : public ::testing::Test
 {
 protected:
     static void SetUpTestSuite()
     {
-        folder = new QTemporaryDir;
+        folder = std::make_unique<QTemporaryDir>();
         copyDocument(QStringLiteral("subfolder"), folder->path());
         typeset(folder->path());
     }
-    static void TearDownTestSuite()
-    {
-        delete folder;
-        folder = nullptr;
-    }
+    static void TearDownTestSuite() { folder.reset(); }
 
     static QString path(const QString &name) { return folder->path() + u'/' + name; }
 
-    static QTemporaryDir *folder;
+    static inline std::unique_ptr<QTemporaryDir> folder;
 };
-
-QTemporaryDir *SyncTexSearch::folder = nullptr;
 
 double number(const QMap<QString, QString> &record, const char *key)
 {
@@ -204,32 +180,24 @@ class SyncTexDamagedData : public ::testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        folder = new QTemporaryDir;
+        folder = std::make_unique<QTemporaryDir>();
         copyDocument(QStringLiteral("clean"), folder->path());
         typeset(folder->path());
-        whole = new QByteArray(PLTest::readFile(folder->filePath(QStringLiteral("main.synctex.gz"))));
-        text = new QByteArray(runProgram(QStringLiteral("zcat"), {QStringLiteral("main.synctex.gz")}, folder->path()).output.toUtf8());
+        whole = std::make_unique<QByteArray>(PLTest::readFile(folder->filePath(QStringLiteral("main.synctex.gz"))));
+        text = std::make_unique<QByteArray>(
+            runProgram(QStringLiteral("zcat"), {QStringLiteral("main.synctex.gz")}, folder->path()).output.toUtf8());
     }
-    static void TearDownTestSuite()
-    {
-        delete text;
-        delete whole;
-        delete folder;
-    }
+    static void TearDownTestSuite() { text.reset(), whole.reset(), folder.reset(); }
 
     static QList<std::pair<std::string, QByteArray>> damagedCopies()
     {
         QByteArray flipped = *whole;
         flipped[flipped.size() / 2] = char(flipped[flipped.size() / 2] ^ 0x40);
         QList<std::pair<std::string, QByteArray>> copies{
-            {"empty", QByteArray()},
-            {"one byte", whole->left(1)},
-            {"a byte changed in the middle", flipped},
-            {"without the gzip trailer", whole->chopped(8)},
-            {"junk after the last member", QByteArray(*whole + "junk")},
+            {"empty", QByteArray()}, {"one byte", whole->left(1)}, {"a byte changed in the middle", flipped},
+            {"without the gzip trailer", whole->chopped(8)}, {"junk after the last member", QByteArray(*whole + "junk")},
             {"text without its postamble, compressed whole", gzip(text->left(text->lastIndexOf("Postamble:")))},
-            {"text cut inside the post scriptum", gzip(text->chopped(3))},
-            {"plain text cut short", text->left(text->size() / 2)},
+            {"text cut inside the post scriptum", gzip(text->chopped(3))}, {"plain text cut short", text->left(text->size() / 2)},
             {"not SyncTeX at all", gzip("Postamble:\nCount:1\nPost scriptum:\n")}};
         // Whole files whose records were damaged: the library trusts every line it reads.
         const auto edited = [](const char *from, const char *to) {
@@ -239,8 +207,7 @@ protected:
         };
         copies.append({{"an input line without the colon after its tag", edited("Input:1:", "Input11:")},
                        {"an input line without a path", edited("Input:1:", "Input:1:\nInput:7:")},
-                       {"an unknown record", edited("Content:\n", "Content:\nQ1\n")},
-                       {"a box closed twice", edited("\n]\n", "\n]\n]\n")},
+                       {"an unknown record", edited("Content:\n", "Content:\nQ1\n")}, {"a box closed twice", edited("\n]\n", "\n]\n]\n")},
                        {"a box left open", edited("\n]\n", "\n")},
                        {"a box outside any page", edited("Content:\n", "Content:\n[1,1:0,0:0,0,0\n]\n")},
                        {"a record with a number missing", edited("\nx1,", "\nx1:")},
@@ -251,15 +218,10 @@ protected:
         return copies;
     }
 
-    static QTemporaryDir *folder;
+    static inline std::unique_ptr<QTemporaryDir> folder;
     // The file as the engine wrote it, and its text.
-    static QByteArray *whole;
-    static QByteArray *text;
+    static inline std::unique_ptr<QByteArray> whole, text;
 };
-
-QTemporaryDir *SyncTexDamagedData::folder = nullptr;
-QByteArray *SyncTexDamagedData::whole = nullptr;
-QByteArray *SyncTexDamagedData::text = nullptr;
 
 TEST_F(SyncTexDamagedData, WholeDataIsAcceptedInEveryFormTheLibraryReads)
 {
