@@ -17,15 +17,53 @@
 #include <QContextMenuEvent>
 #include <QFontDatabase>
 #include <QMenu>
+#include <QPlainTextDocumentLayout>
 #include <QScrollBar>
 #include <QToolTip>
 #include <QTextBlock>
 
 #include <algorithm>
 
+// Qt takes the characters a change removed and added together for its extent, so new formats for
+// a whole line reach into the next line, and a change of two lines lays out and paints the whole
+// view again. New formats are the change of their one line: laid out and painted at once where
+// the line is in view, laid out when it comes into view elsewhere.
+class PLTextView::MirrorLayout : public QPlainTextDocumentLayout
+{
+public:
+    using QPlainTextDocumentLayout::QPlainTextDocumentLayout;
+
+    void markFormatsDirty(const QTextBlock &block, bool inView)
+    {
+        m_formatsOnly = true;
+        m_formatsInView = inView;
+        document()->markContentsDirty(block.position(), block.length());
+        m_formatsOnly = false;
+    }
+
+protected:
+    void documentChanged(int from, int charsRemoved, int charsAdded) override
+    {
+        if (!m_formatsOnly)
+            QPlainTextDocumentLayout::documentChanged(from, charsRemoved, charsAdded);
+        else if (m_formatsInView)
+            QPlainTextDocumentLayout::documentChanged(from, 0, 1);
+        else
+            document()->findBlock(from).clearLayout();
+    }
+
+private:
+    bool m_formatsOnly = false;
+    bool m_formatsInView = false;
+};
+
 PLTextView::PLTextView(const std::shared_ptr<PLFile> &file, QWidget *parent)
     : QPlainTextEdit(parent), m_file(file), m_buffer(file->contentBuffer())
 {
+    auto *mirror = new QTextDocument(this);
+    m_mirrorLayout = new MirrorLayout(mirror);
+    mirror->setDocumentLayout(m_mirrorLayout);
+    setDocument(mirror);
     setFrameShape(QFrame::NoFrame);
     setFont(editorFont());
     document()->setDefaultFont(editorFont());
@@ -120,7 +158,12 @@ void PLTextView::scrollRangeToVisible(PLRange range)
     m_movingSelection = true;
     setTextCursor(target);
     centerCursor();
+    // Putting the selection back would scroll to it again.
+    const int top = verticalScrollBar()->value();
+    const int left = horizontalScrollBar()->value();
     setTextCursor(selection);
+    verticalScrollBar()->setValue(top);
+    horizontalScrollBar()->setValue(left);
     m_movingSelection = false;
 }
 
@@ -429,6 +472,8 @@ void PLTextView::applyAttributes(PLRange range)
     m_updatingMirror = true;
     // The blocks the range overlaps: a range that ends with a line's break does not reach into the
     // next line, which would then be laid out and painted again for nothing.
+    const int firstInView = firstVisibleBlock().blockNumber();
+    const int lastInView = cursorForPosition(viewport()->rect().bottomRight()).blockNumber();
     const QTextBlock first = document()->findBlock(int(m_lineEndings.toMirror(start)));
     for (QTextBlock block = first; block.isValid() && (block == first || block.position() < mirrorEnd); block = block.next()) {
         // A block holds no line break of its own, so its characters run one for one in the text.
@@ -439,8 +484,10 @@ void PLTextView::applyAttributes(PLRange range)
             if (!format.isEmpty())
                 formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
         });
+        if (formats == block.layout()->formats())
+            continue;
         block.layout()->setFormats(formats);
-        document()->markContentsDirty(block.position(), block.length());
+        m_mirrorLayout->markFormatsDirty(block, block.blockNumber() >= firstInView && block.blockNumber() <= lastInView);
     }
     m_updatingMirror = false;
 }

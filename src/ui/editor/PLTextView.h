@@ -90,6 +90,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    class MirrorLayout;
     struct LocalEdit
     {
         qsizetype charsRemoved;
@@ -134,6 +135,7 @@ private:
 
     std::shared_ptr<PLFile> m_file;
     PLTextContentBuffer *m_buffer;
+    MirrorLayout *m_mirrorLayout;
     PLLineEndingMap m_lineEndings;
     // The line break the user's new lines get: the one the file already uses.
     QString m_lineBreak;

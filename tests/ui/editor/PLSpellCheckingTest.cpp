@@ -2,7 +2,10 @@
 #include "ui/editor/PLSpellChecker.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
 
+#include <QLayout>
 #include <QScrollBar>
+
+#include <random>
 
 namespace {
 
@@ -110,6 +113,47 @@ TEST_F(Spelling, EveryPaneMarksTheWordsAndTheWordBeingTypedWaitsForTheCaretToLea
     EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("Some text. world \n"));
     EXPECT_EQ(markedWords(left), QStringList());
     EXPECT_EQ(markedWords(right), QStringList());
+}
+
+// Edits that open and close mathematics and arguments over lines and paragraphs, typed or made
+// at once: the pane keeps the marks a pane reading the text afresh shows.
+TEST_F(Spelling, MarksAfterEditsAreThoseOfAFreshPane)
+{
+    const QStringList pieces{QStringLiteral("$"),       QStringLiteral("{"),     QStringLiteral("}"),      QStringLiteral("\\label{"),
+                             QStringLiteral("\\end{equation}"), QStringLiteral("\n"), QStringLiteral("\n\n"), QStringLiteral(" wrold "),
+                             QStringLiteral("\\["),     QStringLiteral("% "),    QStringLiteral("tehre")};
+    const auto file = open(QStringLiteral("Teh wrold $x$ and\n\\label{qzx\nmore wrold}\n\nNew paragrph $a\nb$ tehre.\n"
+                                          "\\begin{equation}\nfooq\n\\end{equation} sme\n"));
+    PLTextView *view = makeView(file);
+    show({view}, QSize(900, 900));
+    const auto marks = [](PLTextView *pane) {
+        pane->setSelectedRange(PLRange{0, 0});
+        pane->spellChecker()->checkVisibleText();
+        return pane->spellChecker()->markedRanges();
+    };
+    std::mt19937 random(11);
+    for (int step = 0; step < 40; ++step) {
+        const QString &text = file->contentBuffer()->string();
+        const qsizetype at = qsizetype(random() % (text.size() + 1));
+        const QString piece = pieces.at(qsizetype(random() % pieces.size()));
+        if (step % 2 == 0) {
+            const qsizetype removed = qMin<qsizetype>(random() % 4, text.size() - at);
+            view->insertText(piece, PLRange{at, removed});
+        } else {
+            view->setSelectedRange(PLRange{at, 0});
+            for (const QChar c : piece) {
+                if (c == u'\n')
+                    QTest::keyClick(view, Qt::Key_Return);
+                else
+                    QTest::keyClicks(view, QString(c));
+            }
+        }
+        auto *fresh = makeView(open(file->contentBuffer()->string(), QStringLiteral("fresh%1.tex").arg(step)));
+        window.layout()->addWidget(fresh);
+        QCoreApplication::processEvents();
+        ASSERT_EQ(marks(view), marks(fresh)) << "after step " << step << ": " << file->contentBuffer()->string().toStdString();
+        delete fresh;
+    }
 }
 
 TEST_F(Spelling, OnlyTheLinesInViewAreChecked)

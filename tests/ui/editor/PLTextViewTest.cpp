@@ -3,9 +3,11 @@
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
 #include "ui/editor/PLQColor.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
 
 #include <QInputMethodEvent>
 #include <QMimeData>
+#include <QPaintEvent>
 
 namespace {
 
@@ -40,6 +42,24 @@ Runs storedRuns(const PLTextStorage &text, PLRange range)
     });
     return runs;
 }
+
+// The region each watched widget painted.
+class PaintRecorder : public QObject
+{
+public:
+    explicit PaintRecorder(std::initializer_list<QWidget *> widgets)
+    {
+        for (QWidget *widget : widgets)
+            widget->installEventFilter(this);
+    }
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::Paint)
+            painted[watched] += static_cast<QPaintEvent *>(event)->region();
+        return false;
+    }
+    QHash<QObject *, QRegion> painted;
+};
 
 class TextView : public PLTest::EditorTest
 {
@@ -104,6 +124,38 @@ TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
         for (qsizetype location : {0, 1, 4, 10, 16})
             EXPECT_EQ(PLTest::shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
     }
+}
+
+// A key press repaints the typed line where it is shown, in its new colours, and nothing in a pane
+// scrolled elsewhere; scrolling that pane there left its selection alone.
+TEST_F(TextView, TypingRepaintsTheTypedLineOnly)
+{
+    QByteArray text;
+    for (int i = 0; i < 300; ++i)
+        text += "line " + QByteArray::number(i) + " \\emph{word}\n";
+    open(text);
+    auto *view = new PLTextView(file);
+    auto *other = new PLTextView(file);
+    show({view, other});
+    other->scrollRangeToVisible(PLRange{text.indexOf("line 250 "), 0});
+    EXPECT_EQ(other->selectedRange(), (PLRange{0, 0}));
+    EXPECT_GT(other->cursorForPosition(QPoint(0, 0)).blockNumber(), 200);
+    const qsizetype typed = text.indexOf("line 5 ");
+    view->setSelectedRange(PLRange{typed, 0});
+    for (PLTextView *pane : {view, other})
+        pane->spellChecker()->checkVisibleText();
+    QCoreApplication::processEvents();
+
+    PaintRecorder recorder({view->viewport(), other->viewport()});
+    QTest::keyClicks(view, QStringLiteral("\\"));
+    QCoreApplication::processEvents();
+    const QRect row = view->cursorRect();
+    const QRect painted = recorder.painted.value(view->viewport()).boundingRect();
+    EXPECT_TRUE(painted.intersects(row));
+    EXPECT_LE(painted.height(), 3 * row.height());
+    EXPECT_TRUE(recorder.painted.value(other->viewport()).isEmpty());
+    EXPECT_EQ(PLTest::shownColour(*view, typed), bufferColour(*file, typed));
+    EXPECT_NE(bufferColour(*file, typed), bufferColour(*file, 0));
 }
 
 TEST_F(TextView, ALongTextIsColouredOnScreenFirstAndTheRestWhileIdle)
