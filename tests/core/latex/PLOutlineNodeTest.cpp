@@ -30,7 +30,6 @@ TEST(PLOutlineNodeTest, childrenHaveOneParentButRootsKeepNone)
     EXPECT_EQ(parent->childCount(), 0);
     EXPECT_EQ(other->childCount(), 1);
     EXPECT_EQ(text->parent(), other);
-
     const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
     const auto secondInclude = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
     include->addChild(included);
@@ -70,7 +69,6 @@ TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
     included->addChild(includedText);
     included->addChild(includedSection);
     includedSection->addChild(includedLast);
-
     QStringList next;
     for (auto n = main->nextNode(); n; n = n->nextNode())
         next.append(n->content());
@@ -233,47 +231,8 @@ protected:
         write(QStringLiteral("refs.bib"), QString());
         write(QStringLiteral("more.bib"), QString());
     }
-
-    std::shared_ptr<PLFile> open(const QString &text)
-    {
-        return PLFile::fileWithPath(write(QStringLiteral("main.tex"), text), std::make_shared<PLLatexFileContentOutlineParser>());
-    }
+    std::shared_ptr<PLFile> open(const QString &text) { return ProjectTest::open(QStringLiteral("main.tex"), text); }
 };
-
-// One replacement through the buffer: the notifications it posts, in order, and the outline after.
-// The random invariant test pins both for every kind of edit; these rows show a few by name.
-TEST_F(PLOutlineNodeTreeChangesHandlerTest, replacementPatchesTheTree)
-{
-    const std::tuple<const char16_t *, PLRange, const char16_t *, Lines, Lines> cases[] = {
-        // Commenting out an include.
-        {u"\\input{a}\nafter", {0, 0}, u"%", {"added text |%|", "removed text |%|", "removed root a.tex", "changed"},
-         {"text |%\\\\input{a}\\nafter|"}},
-        // The merged node is decided from its start.
-        {u"x\\section{A}\nbody", {0, 14}, u"\\chapter{C} ", {"removed text |\\nbody|", "removed section \"A\" |\\\\section{A}|", "changed"},
-         {"chapter \"C\" |\\\\chapter{C} ody|"}},
-        // Children of the last covered node stay in order.
-        {u"x\n\\section{A}\\subsection{B}1\\subsection{C}2", {1, 11}, u"",
-         {"added text |x\\n|", "added text |x\\n|", "added text |x\\n|", "removed section \"A\" |\\\\section{A}|", "changed"},
-         {"text |x}|", "subsection \"B\" |\\\\subsection{B}|", "  text |1|", "subsection \"C\" |\\\\subsection{C}|", "  text |2|"}},
-        // Deleting an include closes its file.
-        {u"x\\input{a}y", {0, 11}, u"z", {"removed text |y|", "removed input |\\\\input{a}|", "changed"}, {"text |z|"}}};
-    for (const auto &[text, range, replacement, notifications, outline] : cases) {
-        const auto file = open(QString::fromUtf16(text));
-        OutlineNotificationRecorder recorder;
-        file->contentBuffer()->replaceCharactersInRange(range, QString::fromUtf16(replacement));
-        EXPECT_EQ(recorder.summary(), notifications);
-        EXPECT_EQ(toLines(dumpOutline(file->outlineRootNode())), outline);
-        EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
-        // The edit names the file's root; a file that the edit opens announces its own parse.
-        for (const auto &n : recorder.notifications) {
-            if (*n.objectType == typeid(PLOutlineNode))
-                EXPECT_EQ(n.object, file->outlineRootNode().get()) << n.name.toStdString();
-            else
-                EXPECT_NE(n.object, file.get()) << n.name.toStdString();
-        }
-        file->close();
-    }
-}
 
 TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypingAnIncludeGivesBackOnlyTheFileNoLongerNamed)
 {
@@ -310,7 +269,6 @@ TEST_F(PLOutlineNodeTreeChangesHandlerTest, retypedIncludeInAnUntitledDocumentKe
     const auto x = pool.untitledFileWithName(QStringLiteral("x"));
     ASSERT_NE(x, nullptr);
     x->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("kept text"));
-
     untitled->replaceContentStringInRange(PLRange{9, 0}, QStringLiteral("\n"));
     EXPECT_EQ(x->openCount(), 1u);
     untitled->replaceContentStringInRange(PLRange{7, 1}, QStringLiteral("y"));
