@@ -81,19 +81,10 @@ TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
     EXPECT_EQ(section->traverseLeft(), nullptr);
 }
 
-TEST(PLOutlineNodeTest, contentEditsDecideTheKindByTheNarrowRule)
+// Which heading an edited node becomes is pinned by the seeded outline digests; here, the nodes
+// whose kind an edit leaves alone.
+TEST(PLOutlineNodeTest, contentEditsKeepIncludesAndRootsWhatTheyAre)
 {
-    const std::pair<const char *, const char *> cases[] = {
-        {"\\section{A}", "section \"A\" |\\\\section{A}|"},
-        {"\\section{A} and more}", "section \"A} and more\" |\\\\section{A} and more}|"},
-        {"\\chapter{C}", "chapter \"C\" |\\\\chapter{C}|"}, {"\\section*{A}", "text |\\\\section*{A}|"},
-        {"\\subsubsection{A}", "text |\\\\subsubsection{A}|"}, {" \\section{A}", "text | \\\\section{A}|"},
-        {"\\section{A", "text |\\\\section{A|"}};
-    for (const auto &[content, line] : cases) {
-        const auto n = node(PLOutlineNode::Section, QStringLiteral("x"), QStringLiteral("x"));
-        EXPECT_TRUE(n->replaceContentInRange(0, 1, QString::fromUtf8(content)));
-        EXPECT_EQ(nodeLine(*n).toStdString(), line);
-    }
     const auto include = PLOutlineNode::createFileIncludeNode(QStringLiteral("\\input{a}"), nullptr);
     EXPECT_FALSE(include->replaceContentInRange(9, 1, QStringLiteral("x")));
     EXPECT_EQ(include->name(), QStringLiteral("input"));
