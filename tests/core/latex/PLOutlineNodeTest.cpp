@@ -43,10 +43,8 @@ TEST(PLOutlineNodeTest, childrenHaveOneParentButRootsKeepNone)
     parent->removeChild(included);
     EXPECT_EQ(included->parent(), nullptr);
     EXPECT_EQ(include->childCount(), 1);
-    EXPECT_EQ(other->childAtIndex(1), nullptr);
-    EXPECT_EQ(other->childAtIndex(-1), nullptr);
-    EXPECT_EQ(text->leftSibling(), nullptr);
-    EXPECT_EQ(text->rightSibling(), nullptr);
+    for (const auto &none : {other->childAtIndex(1), other->childAtIndex(-1), text->leftSibling(), text->rightSibling()})
+        EXPECT_EQ(none, nullptr);
 }
 
 TEST(PLOutlineNodeTest, walksStayInsideTheirFile)
@@ -111,35 +109,6 @@ TEST(PLOutlineNodeTest, escapedNameDropsSimpleCommands)
         EXPECT_EQ(node(PLOutlineNode::Section, QString(), QString::fromUtf8(name))->escapedName().toStdString(), escaped);
     // A file's name is shown as it is.
     EXPECT_EQ(node(PLOutlineNode::FileRoot, QString(), QStringLiteral("a$b~.tex"))->escapedName(), QStringLiteral("a$b~.tex"));
-}
-
-constexpr quint32 S = PLOutlineNode::Section, SS = PLOutlineNode::Subsection, C = PLOutlineNode::Chapter, T = PLOutlineNode::Text,
-                  I = PLOutlineNode::Text + 1;
-
-// Sections take deeper nodes, a chapter closes sections, adjacent text merges but not across an
-// include, and a commented line makes the next include text.
-TEST(PLOutlineNodeTest, fixTreeNestsAFlatList)
-{
-    const std::pair<std::vector<std::pair<quint32, const char *>>, Lines> cases[] = {
-        {{{S, "s1"}, {T, "t1"}, {SS, "ss"}, {T, "t2"}, {S, "s2"}},
-         {"section \"s1\" |s1|", "  text |t1|", "  subsection \"ss\" |ss|", "    text |t2|", "section \"s2\" |s2|"}},
-        {{{T, "a"}, {T, "b"}, {T, "c"}}, {"text |abc|"}},
-        {{{T, "a"}, {I, "\\input{x}"}, {T, "b"}}, {"text |a|", "input |\\\\input{x}|", "text |b|"}},
-        {{{C, "c1"}, {S, "s1"}, {T, "t"}, {C, "c2"}, {T, "u"}},
-         {"chapter \"c1\" |c1|", "  section \"s1\" |s1|", "    text |t|", "chapter \"c2\" |c2|", "  text |u|"}},
-        {{{T, "% \\input{a}"}, {I, "\\input{b}"}, {T, "c"}}, {"text |% \\\\input{a}\\\\input{b}|", "text |c|"}}};
-    for (const auto &[flat, nested] : cases) {
-        const auto fileRoot = root();
-        for (const auto &[type, content] : flat) {
-            const QString text = QString::fromUtf8(content);
-            if (type == I)
-                fileRoot->addChild(PLOutlineNode::createFileIncludeNode(text, nullptr));
-            else
-                fileRoot->addChild(node(type, text, type == T ? QStringLiteral("text") : text));
-        }
-        fileRoot->fixTree();
-        EXPECT_EQ(toLines(dumpOutline(fileRoot)), nested);
-    }
 }
 
 // Edits of a long list of children: each child must know its place, and locating by subtree

@@ -48,13 +48,10 @@ TEST_F(PLFileTest, derivedNames)
 TEST_F(PLFileTest, missingPathOpensEmptyAndCountsAsChangedOnDisk)
 {
     const auto file = open(path(QStringLiteral("new.tex")), PLStringEncodings::ISOLatin1);
-    EXPECT_FALSE(file->isUntitled());
-    EXPECT_EQ(file->content(), QString());
-    EXPECT_TRUE(file->wasContentReadProperly());
-    EXPECT_TRUE(file->hasFileOnHarddriveChanged());
-    EXPECT_EQ(file->encoding(), PLStringEncodings::UTF8);
-    EXPECT_FALSE(file->hasFileBeenEdited());
-    EXPECT_EQ(file->outlineRootNode()->childCount(), 1);
+    // Untitled, content, read properly, changed on disk, encoding, edited, nodes.
+    EXPECT_EQ(std::tuple(file->isUntitled(), file->content(), file->wasContentReadProperly(), file->hasFileOnHarddriveChanged(),
+                         file->encoding(), file->hasFileBeenEdited(), file->outlineRootNode()->childCount()),
+              std::tuple(false, QString(), true, true, PLStringEncodings::UTF8, false, 1));
 }
 
 // A pipe blocked the open forever and /dev/zero read until memory ran out: only regular files of
