@@ -5,6 +5,7 @@
 #include "core/project/PLFilePool.h"
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/foundation/PLNotificationNameConstants.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
 #include "core/latex/PLOutlineNode.h"
 #include "PLTestSupport.h"
 
@@ -115,7 +116,6 @@ public:
         }
     }
     ~OutlineNotificationRecorder() { PLNotificationCenter::defaultCenter().removeObserver(this); }
-
     // "added", "removed" and "changed" with the subject's dump line, e.g. "added section "A" |...|".
     Lines summary() const
     {
@@ -128,7 +128,6 @@ public:
         }
         return toLines(lines);
     }
-
     std::vector<RecordedNotification> notifications;
 };
 
@@ -142,7 +141,12 @@ protected:
         writeFile(path(relative), text.toUtf8());
         return path(relative);
     }
-
+    // The file, written first when a text is given, opened with the outline parser.
+    std::shared_ptr<PLFile> open(const QString &relative, const QString &text = QString()) const
+    {
+        return PLFile::fileWithPath(text.isNull() ? path(relative) : write(relative, text),
+                                    std::make_shared<PLLatexFileContentOutlineParser>());
+    }
     QTemporaryDir folder;
     PLFilePool pool;
 };

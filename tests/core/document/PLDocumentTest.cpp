@@ -43,14 +43,12 @@ protected:
         PLTest::resetSettings();
         ASSERT_TRUE(m_dir.isValid());
     }
-
     QString path(const QString &relative) const { return QDir(m_dir.path()).filePath(relative); }
     QString path(const char *relative) const { return path(str(relative)); }
     void write(const QString &relative, const QByteArray &bytes) const { PLTest::writeFile(path(relative), bytes); }
     void write(const char *relative, const QByteArray &bytes) const { write(str(relative), bytes); }
     QByteArray read(const char *relative) const { return PLTest::readFile(path(relative)); }
     std::shared_ptr<PLFile> pooled(const char *relative) const { return PLFilePool::sharedFilePool().fileForPath(path(relative)); }
-
     std::unique_ptr<PLDocument> open(const QString &relative)
     {
         auto document = std::make_unique<PLDocument>();
@@ -59,7 +57,6 @@ protected:
         return document;
     }
     std::unique_ptr<PLDocument> open(const char *relative) { return open(str(relative)); }
-
     static bool save(PLDocument &document)
     {
         PLError error;
@@ -67,7 +64,6 @@ protected:
         EXPECT_TRUE(saved) << error.message.toStdString();
         return saved;
     }
-
     // Moves a file's modification time so change detection sees it, whatever the clock's resolution.
     void touchLater(const char *relative) const
     {
@@ -75,7 +71,6 @@ protected:
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
         ASSERT_TRUE(file.setFileTime(QFileInfo(file).lastModified().addSecs(5), QFileDevice::FileModificationTime));
     }
-
     QStringList saveCopies() const
     {
         return QDir(m_dir.path()).entryList(QStringList{QStringLiteral(".*plumeo-save*")}, QDir::Hidden | QDir::Files);
@@ -84,7 +79,6 @@ protected:
     {
         file.contentBuffer()->replaceCharactersInRange(PLRange{file.content().size(), 0}, str(text));
     }
-
     QTemporaryDir m_dir;
 };
 
@@ -99,7 +93,6 @@ public:
         asked.append(file->name());
         return m_answer;
     }
-
     QStringList asked;
 
 private:
@@ -126,12 +119,10 @@ TEST_F(Document, AnEditedIncludedFileOutlivesItsIncludeWithItsEdits)
         EXPECT_EQ(pooled("deeper.tex"), deeper);
         EXPECT_EQ(deeper->content(), u"mine\n");
         EXPECT_TRUE(document->isDocumentEdited());
-
         // Undo gives back the same objects, edits and all; their counts follow the shared-files model below.
         main->contentBuffer()->undoManager()->undo();
         EXPECT_EQ(main->filesInDocument(), QList<std::shared_ptr<PLFile>>{chap});
         EXPECT_EQ(deeper->content(), u"mine\n");
-
         // Saved with the project while no include shows it, and given back when the project closes.
         main->contentBuffer()->undoManager()->redo();
         ASSERT_TRUE(save(*document));
@@ -168,7 +159,6 @@ TEST_F(Document, SavingWritesOnlyChangedFilesByteForByteInTheirEncoding)
         EXPECT_EQ(read("sub/chap.tex"), chapBytes);
         EXPECT_EQ(QFileInfo(path("sub/chap.tex")).lastModified(), longAgo);
         EXPECT_FALSE(QFileInfo::exists(path("version.tex")));
-
         // An edit in the included file is written there, in the same encoding, and nothing else moves.
         const auto chap = pooled("sub/chap.tex");
         ASSERT_TRUE(chap);
@@ -179,7 +169,6 @@ TEST_F(Document, SavingWritesOnlyChangedFilesByteForByteInTheirEncoding)
         EXPECT_EQ(read("sub/chap.tex"), chapBytes + "x");
         EXPECT_EQ(read("main.tex"), mainBytes + "%");
         EXPECT_TRUE(saveCopies().isEmpty());
-
         // Typing into the missing file is what brings it into being.
         const auto version = pooled("version.tex");
         ASSERT_TRUE(version);
@@ -316,7 +305,6 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
     PLError error;
     EXPECT_FALSE(document->saveDocumentAs(path("precious.tex"), &error));
     EXPECT_TRUE(error.message.contains(QStringLiteral("precious.tex")));
-
     // Text the encoding holds, and a folder or an impossible path as the target.
     document->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{0, document->mainFile()->content().size()},
                                                                    QString(4096, u'x'));
@@ -338,7 +326,6 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
     ::setrlimit(RLIMIT_FSIZE, &previousLimit);
     std::signal(SIGXFSZ, previousHandler);
     EXPECT_FALSE(saved);
-
     EXPECT_EQ(read("precious.tex"), QByteArray("precious\n"));
     EXPECT_EQ(read("main.tex"), QByteArray("draft\n"));
     EXPECT_EQ(document->mainFile()->stringPath(), path("main.tex"));
@@ -419,7 +406,6 @@ TEST_F(Document, StaleSaveCopiesOfProjectFilesAreRemoved)
         EXPECT_FALSE(QFileInfo::exists(path(name))) << name.toStdString();
     for (const QString &name : kept)
         EXPECT_TRUE(QFileInfo::exists(path(name))) << name.toStdString();
-
     write(stale.constFirst(), "copy");
     append(*document->mainFile(), "%");
     ASSERT_TRUE(save(*document));
@@ -474,9 +460,7 @@ class SharedFilesSequences : public Document
 {
 protected:
     static constexpr int kBibliography = 6;
-
     static QString fileName(int file) { return file == kBibliography ? QStringLiteral("refs.bib") : QStringLiteral("f%1.tex").arg(file); }
-
     // Includes point to later files only, so no sequence makes a loop.
     QString randomText(int file)
     {
@@ -489,17 +473,14 @@ protected:
         }
         return chance(30) ? text + QStringLiteral("\\bibliography{refs}\n") : text;
     }
-
     bool chance(int percent) { return int(m_random() % 100) < percent; }
     int pick(int count) { return int(m_random() % unsigned(count)); }
-
     std::shared_ptr<PLFile> live(int file) const { return m_pool.fileForPath(path(fileName(file))); }
     QString text(int file) const
     {
         const auto object = live(file);
         return object ? object->content() : QString::fromUtf8(PLTest::readFile(path(fileName(file))));
     }
-
     // How often a fresh parse of the file's text opens each file: an include once however often it
     // is named, a bibliography every time.
     std::map<int, int> openings(int file) const
@@ -513,7 +494,6 @@ protected:
         }
         return opened;
     }
-
     std::set<int> reachedFrom(std::vector<int> pending) const
     {
         std::set<int> reached;
@@ -529,7 +509,6 @@ protected:
         }
         return reached;
     }
-
     std::set<int> liveFiles() const
     {
         std::vector<int> mains;
@@ -537,7 +516,6 @@ protected:
             mains.push_back(main);
         return reachedFrom(mains);
     }
-
     // An edit, undo or reload of one file: what it stopped including with unsaved changes below is kept.
     void changeText(int file, const std::function<void()> &change)
     {
@@ -556,7 +534,6 @@ protected:
         for (const auto &[target, count] : after)
             m_kept[file].erase(target);
     }
-
     // The open count of each file the model expects in the pool.
     std::map<int, quint32> expectedCounts()
     {
@@ -574,7 +551,6 @@ protected:
         }
         return counts;
     }
-
     // The open count of each file in the pool; -1 for an included object the pool does not hold.
     std::map<int, quint32> actualCounts() const
     {
@@ -589,7 +565,6 @@ protected:
         EXPECT_EQ(m_pool.filesOpened().size(), qsizetype(counts.size()));
         return counts;
     }
-
     // One random step.
     void step()
     {
@@ -658,7 +633,6 @@ protected:
                 changeText(file, [&] { object->contentBuffer()->undoManager()->undo(); });
         }
     }
-
     PLFilePool m_pool;
     std::mt19937 m_random;
     std::vector<std::pair<std::unique_ptr<PLDocument>, int>> m_documents;

@@ -13,9 +13,7 @@ class PLPlainTextStorage : public PLTextStorage
 {
 public:
     explicit PLPlainTextStorage(const QString &text = QString()) : PLTextStorage(text.size()), m_text(text) {}
-
     const QString &string() const override { return m_text; }
-
     void replaceCharactersInRange(PLRange range, const QString &string)
     {
         m_text.replace(range.location, range.length, string);
@@ -31,7 +29,6 @@ class PLRecordingHighlighterDelegate : public PLSyntaxHighlighterDelegate
 {
 public:
     explicit PLRecordingHighlighterDelegate(std::vector<std::pair<QString, qsizetype>> *lines) : m_lines(lines) {}
-
     void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *, const QString &string,
                                                            qsizetype lineStart) override
     {

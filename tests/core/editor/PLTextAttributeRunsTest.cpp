@@ -50,7 +50,6 @@ TEST(PLTextAttributeRuns, AgreesWithAPlainListOfCharacterAttributesUnderRandomEd
     // Shared attributes, as a colouring pass hands them out, beside equal but separate copies.
     const std::vector<PLTextAttributes> palette = {PLTextAttributes(), withForeground(0), withForeground(1)};
     const auto anyAttributes = [&] { return pick(1) == 0 ? palette[size_t(pick(2))] : withForeground(pick(2)); };
-
     for (int step = 0; step < 3000; ++step) {
         const int length = int(model.size());
         const int location = pick(length);

@@ -19,12 +19,7 @@ namespace {
 class PLTextContentBufferTest : public ProjectTest
 {
 protected:
-    PLTextContentBuffer *bufferWith(const QString &text)
-    {
-        file = PLFile::fileWithPath(write(QStringLiteral("a.tex"), text), std::make_shared<PLLatexFileContentOutlineParser>());
-        return file->contentBuffer();
-    }
-
+    PLTextContentBuffer *bufferWith(const QString &text) { return (file = open(QStringLiteral("a.tex"), text))->contentBuffer(); }
     std::shared_ptr<PLFile> file;
 };
 
@@ -48,26 +43,6 @@ TEST_F(PLTextContentBufferTest, filtersRewriteWhatIsTyped)
         EXPECT_EQ(outlineText(file->outlineRootNode()), buffer->string());
         file->close();
     }
-}
-
-TEST_F(PLTextContentBufferTest, undoRemovesOneReplacementAtATimeAndRedoBringsItBack)
-{
-    PLTextContentBuffer *buffer = bufferWith(QStringLiteral("x"));
-    EXPECT_FALSE(file->hasFileBeenEdited());
-    buffer->replaceCharactersInRange(PLRange{1, 0}, QStringLiteral("("));
-    buffer->replaceCharactersInRange(PLRange{2, 0}, QStringLiteral("a"));
-    EXPECT_EQ(buffer->string(), QStringLiteral("x(a)"));
-    EXPECT_EQ(buffer->undoManager()->count(), 2);
-    EXPECT_TRUE(file->hasFileBeenEdited());
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("x()"));
-    buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("x"));
-    EXPECT_FALSE(file->hasFileBeenEdited());
-    buffer->undoManager()->redo();
-    buffer->undoManager()->redo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("x(a)"));
-    EXPECT_EQ(buffer->undoManager()->count(), 2);
 }
 
 TEST_F(PLTextContentBufferTest, reportsTheNewTextsRangeAfterTheOutlineFollowed)
@@ -124,7 +99,6 @@ class RecordingEditObserver : public PLTextContentBufferEditObserver
 {
 public:
     explicit RecordingEditObserver(QStringList *log) : m_log(log) {}
-
     void textContentBufferDidReplaceCharactersInRange(PLTextContentBuffer *buffer, PLRange range, const QString &string) override
     {
         m_log->append(QStringLiteral("%1+%2 \"%3\" -> %4").arg(range.location).arg(range.length).arg(string, buffer->string()));

@@ -17,7 +17,6 @@ struct Model
     std::vector<QString> texts;
     int index = 0;
     int clean = 0;
-
     bool isClean() const { return index == clean; }
     void record(const QString &text)
     {
@@ -42,9 +41,7 @@ protected:
         const qsizetype length = pick(0, int(std::min<qsizetype>(3, size - location)));
         buffer.replaceCharactersInRange(PLRange{location, length}, pieces[pick(0, int(pieces.size()) - 1)]);
     }
-
     int pick(int low, int high) { return std::uniform_int_distribution<int>(low, high)(random); }
-
     std::mt19937 random{GetParam()};
     PLTextContentBuffer buffer{QStringLiteral("a.tex"), nullptr, QStringLiteral("\tstart\n")};
     PLUndoManager *history = buffer.undoManager();
@@ -95,7 +92,6 @@ TEST_P(PLUndoManagerTest, keepsInStepWithTheModel)
             history->clear();
             model = Model{{buffer.string()}};
         }
-
         ASSERT_EQ(buffer.string(), model.texts[size_t(model.index)]);
         EXPECT_EQ(history->count(), int(model.texts.size()) - 1);
         EXPECT_EQ(history->index(), model.index);

@@ -135,7 +135,6 @@ protected:
         write(QStringLiteral("b.tex"), QStringLiteral("B\r\n\\subsection{In B}\r\n"));
         write(QStringLiteral("refs.bib"), QStringLiteral("@book{x}\n"));
     }
-
     QString randomReplacement(const QString &text)
     {
         static const char *const pieces[] = {
@@ -153,7 +152,6 @@ protected:
         const qsizetype from = at(random);
         return text.mid(from, std::uniform_int_distribution<qsizetype>(0, 40)(random));
     }
-
     PLRange randomRange(qsizetype size)
     {
         std::uniform_int_distribution<qsizetype> at(0, size);
@@ -164,16 +162,14 @@ protected:
         const qsizetype length = std::uniform_int_distribution<qsizetype>(0, std::min(longest, size - location))(random);
         return PLRange{location, length};
     }
-
     std::mt19937 random{GetParam()};
 };
 
 TEST_P(PLOutlineInvariantTest, nodesHoldTheTextAfterEveryReplacement)
 {
-    const QString main = write(QStringLiteral("main.tex"),
-                               QStringLiteral("Intro % note \\input{a}\n\\section{One}\ntext\\input{a}\r\n"
-                                              "\\subsection{Two}\n50\\% done\n\\bibliography{refs}\n\\section*{Three}\nend"));
-    const auto file = PLFile::fileWithPath(main, std::make_shared<PLLatexFileContentOutlineParser>());
+    const auto file = open(QStringLiteral("main.tex"),
+                           QStringLiteral("Intro % note \\input{a}\n\\section{One}\ntext\\input{a}\r\n"
+                                          "\\subsection{Two}\n50\\% done\n\\bibliography{refs}\n\\section*{Three}\nend"));
     PLTextContentBuffer *buffer = file->contentBuffer();
     PLUndoManager *undo = buffer->undoManager();
     // Every step's project tree and notifications, folded into one digest per seed: the tree

@@ -23,32 +23,23 @@ protected:
     {
         return PLFile::fileWithPath(path, parser, encoding);
     }
-
     std::shared_ptr<PLLatexFileContentOutlineParser> parser = std::make_shared<PLLatexFileContentOutlineParser>();
 };
 
 TEST_F(PLFileTest, derivedNames)
 {
-    const struct
-    {
-        const char *path;
-        const char *name, *type, *base, *directory, *pdf;
-    } cases[] = {
-        {"/p/a.tex", "a.tex", "tex", "a", "/p/", "/p/a.pdf"},
-        {"/p/report.final.tex", "report.final.tex", "tex", "report.final", "/p/", "/p/report.final.pdf"},
-        {"/p/Makefile", "Makefile", "", "Makefile", "/p/", "/p/Makefile.pdf"},
+    // The path, then its name, type, base name, folder and PDF.
+    const std::pair<const char *, const char *> cases[] = {
+        {"/p/a.tex", "a.tex|tex|a|/p/|/p/a.pdf"}, {"/p/report.final.tex", "report.final.tex|tex|report.final|/p/|/p/report.final.pdf"},
+        {"/p/Makefile", "Makefile||Makefile|/p/|/p/Makefile.pdf"},
         // A path is never a URL: a "%" in it is part of the name, escapes or not.
-        {"/p/a b%.tex", "a b%.tex", "tex", "a b%", "/p/", "/p/a b%.pdf"},
-        {"/p%20q/my%20file%2e.tex", "my%20file%2e.tex", "tex", "my%20file%2e", "/p%20q/", "/p%20q/my%20file%2e.pdf"},
-    };
-    for (const auto &c : cases) {
-        const auto file = open(QString::fromUtf8(c.path));
-        SCOPED_TRACE(c.path);
-        EXPECT_EQ(file->name(), QString::fromUtf8(c.name));
-        EXPECT_EQ(file->type(), QString::fromUtf8(c.type));
-        EXPECT_EQ(file->nameWithOutFileExtension(), QString::fromUtf8(c.base));
-        EXPECT_EQ(file->directoryOfFile(), QString::fromUtf8(c.directory));
-        EXPECT_EQ(file->pdfPath(), QString::fromUtf8(c.pdf));
+        {"/p/a b%.tex", "a b%.tex|tex|a b%|/p/|/p/a b%.pdf"},
+        {"/p%20q/my%20file%2e.tex", "my%20file%2e.tex|tex|my%20file%2e|/p%20q/|/p%20q/my%20file%2e.pdf"}};
+    for (const auto &[path, names] : cases) {
+        const auto file = open(QString::fromUtf8(path));
+        EXPECT_EQ(QStringList({file->name(), file->type(), file->nameWithOutFileExtension(), file->directoryOfFile(), file->pdfPath()})
+                      .join(u'|'),
+                  QString::fromUtf8(names));
     }
     EXPECT_EQ(open(QStringLiteral("/p%20q/my%20file.tex"))->directoryPathOfFile(), QStringLiteral("/p%20q/"));
     EXPECT_EQ(open(QStringLiteral("/p/a b#ü.tex"))->url(), QStringLiteral("file://localhost/p/a%20b%23%C3%BC.tex"));
@@ -57,13 +48,10 @@ TEST_F(PLFileTest, derivedNames)
 TEST_F(PLFileTest, missingPathOpensEmptyAndCountsAsChangedOnDisk)
 {
     const auto file = open(path(QStringLiteral("new.tex")), PLStringEncodings::ISOLatin1);
-    EXPECT_FALSE(file->isUntitled());
-    EXPECT_EQ(file->content(), QString());
-    EXPECT_TRUE(file->wasContentReadProperly());
-    EXPECT_TRUE(file->hasFileOnHarddriveChanged());
-    EXPECT_EQ(file->encoding(), PLStringEncodings::UTF8);
-    EXPECT_FALSE(file->hasFileBeenEdited());
-    EXPECT_EQ(file->outlineRootNode()->childCount(), 1);
+    // Untitled, content, read properly, changed on disk, encoding, edited, nodes.
+    EXPECT_EQ(std::tuple(file->isUntitled(), file->content(), file->wasContentReadProperly(), file->hasFileOnHarddriveChanged(),
+                         file->encoding(), file->hasFileBeenEdited(), file->outlineRootNode()->childCount()),
+              std::tuple(false, QString(), true, true, PLStringEncodings::UTF8, false, 1));
 }
 
 // A pipe blocked the open forever and /dev/zero read until memory ran out: only regular files of
@@ -141,14 +129,12 @@ TEST_F(PLFileTest, aFileReadInTheFallbackEncodingIsSavedBackByteForByte)
     ASSERT_TRUE(file->save());
     EXPECT_EQ(readFile(latin), everyByte + "x");
     EXPECT_EQ(file->encoding(), PLStringEncodings::UTF8);
-
     // Re-opened in the right encoding, the file is written in that one from then on.
     ASSERT_TRUE(file->reloadContentUsingEncoding(PLStringEncodings::ISOLatin1));
     ASSERT_TRUE(file->wasContentReadProperly());
     file->replaceContentStringInRange(PLRange{file->content().size(), 0}, QStringLiteral("\u00e9"));
     ASSERT_TRUE(file->save());
     EXPECT_EQ(readFile(latin), everyByte + "x\xe9");
-
     // A character the encoding cannot hold fails the save and leaves the file as it was.
     file->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\u20ac"));
     PLError error;
@@ -235,7 +221,6 @@ TEST_F(PLFileTest, includesAreFoundByPathUntilTheyLeaveTheIncludeSet)
     ASSERT_TRUE(file->reloadContent());
     EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), pool.fileForPath(path(QStringLiteral("a.tex"))));
     EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("b.tex"))), nullptr);
-
     // Untitled files share the empty path: the next one in order takes the place of a removed one.
     const auto untitled = PLFile::untitledFileWithName(QStringLiteral("u"), parser);
     untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{x}\\input{y}"));

@@ -28,13 +28,11 @@ protected:
         files.push_back(file);
         return file;
     }
-
     void TearDown() override
     {
         for (const auto &file : files)
             file->close();
     }
-
     QTemporaryDir folder;
     std::vector<std::shared_ptr<PLFile>> files;
     PLTextViewHistoryHandler history;
@@ -65,7 +63,6 @@ TEST_F(PLTextViewHistoryHandlerTest, theFileTrailGoesBackAndForwardAndBranchesOn
     history.switchToFile(second);
     history.switchToFile(third);
     EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
-
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);
     // The pane then shows the file, which is current already: the forward trail stays.
     history.switchToFile(second);
@@ -74,7 +71,6 @@ TEST_F(PLTextViewHistoryHandlerTest, theFileTrailGoesBackAndForwardAndBranchesOn
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), nullptr);
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionForwards), second);
     EXPECT_EQ(history.currentFile(), second);
-
     history.switchToFile(first);
     EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);

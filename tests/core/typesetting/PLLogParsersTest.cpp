@@ -63,7 +63,6 @@ class Recorder : public PLLogStringParserDelegate
 public:
     explicit Recorder(PLLogStringParser *parser) : m_parser(parser) { parser->setDelegate(this); }
     ~Recorder() override { m_parser->setDelegate(nullptr); }
-
     void logStringParserDidFindWarning(PLLogStringParser *, std::shared_ptr<PLLogItem> warning, const QString &path) override
     {
         told.push_back({"warning", warning->message().toStdString(), path.isNull() ? "<none>" : path.toStdString()});
@@ -72,7 +71,6 @@ public:
     {
         told.push_back({"error", error->message().toStdString(), path.isNull() ? "<none>" : path.toStdString()});
     }
-
     std::vector<std::tuple<std::string, std::string, std::string>> told;
 
 private:
@@ -250,7 +248,6 @@ TEST(LogParsingOfHostileOutput, FilesNamedByTheOutputAreNeitherOpenedNorRead)
         PLTypesettingLogFileParser strategies(root);
         strategies.parseLogString(output);
         ASSERT_EQ(pool.filesOpened().keys(), QStringList{root->stringPath()});
-
         ASSERT_EQ(parser.errorsFound().size(), 1);
         EXPECT_EQ(parser.errorsFound().first()->filePath(), folder + name);
         EXPECT_EQ(parser.errorsFound().first()->line(), 3);
@@ -319,7 +316,6 @@ TEST(StrategiesLines, SkippingLinesGivesTheItemsOfReadingEveryLine)
             content += pieces[random.bounded(int(pieces.size()))];
         PLTypesettingLogFileParser skipping(nullptr);
         skipping.parseLogContent(content);
-
         PLTypesettingLogFileParser reading(nullptr);
         std::vector<StrategyItem> expected;
         qsizetype lineStart = 0;

@@ -38,9 +38,7 @@ protected:
         typeset(folder->path());
     }
     static void TearDownTestSuite() { folder.reset(); }
-
     static QString path(const QString &name) { return folder->path() + u'/' + name; }
-
     static inline std::unique_ptr<QTemporaryDir> folder;
 };
 
@@ -188,7 +186,6 @@ protected:
             runProgram(QStringLiteral("zcat"), {QStringLiteral("main.synctex.gz")}, folder->path()).output.toUtf8());
     }
     static void TearDownTestSuite() { text.reset(), whole.reset(), folder.reset(); }
-
     static QList<std::pair<std::string, QByteArray>> damagedCopies()
     {
         QByteArray flipped = *whole;
@@ -217,7 +214,6 @@ protected:
             copies.append({"cut at " + std::to_string(eighth) + "/8", whole->left(whole->size() * eighth / 8)});
         return copies;
     }
-
     static inline std::unique_ptr<QTemporaryDir> folder;
     // The file as the engine wrote it, and its text.
     static inline std::unique_ptr<QByteArray> whole, text;

@@ -143,7 +143,6 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     // The log is parsed on the job's thread, before the end is told.
     EXPECT_EQ(events->kinds(false), TransformerJob::jobThreadKinds);
     EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
-
     // BibTeX ran and its output was shown; the runs after it resolved the citations.
     const QString output = events->texts(QStringLiteral("output")).join(QString());
     EXPECT_TRUE(output.contains(QStringLiteral("This is BibTeX")));
@@ -219,9 +218,7 @@ protected:
                      "echo\n");
         writeProgram(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
     }
-
     QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }
-
     QString texFolder;
 };
 
@@ -344,14 +341,12 @@ public:
                 });
         });
     }
-
     bool waitForOutput()
     {
         return QTest::qWaitFor([this] { return !output().isEmpty(); }, 5000);
     }
     bool finishesWithin(std::chrono::milliseconds limit) { return m_result.wait_for(limit) == std::future_status::ready; }
     PLTexRunResult result() { return m_result.get(); }
-
     QByteArray output()
     {
         std::lock_guard lock(m_mutex);
@@ -385,11 +380,9 @@ TEST_F(TexTaskRunner, ProgramsSeeOnlyTexmfHomeTheirArgumentsAndTheirFolder)
     ASSERT_TRUE(env.finishesWithin(10s));
     EXPECT_TRUE(env.result().started);
     EXPECT_EQ(env.output(), "TEXMFHOME=" + qgetenv("HOME") + "/Library/texmf\n");
-
     BackgroundRun pwd(runner, QStringLiteral("/bin/pwd"), folder.path(), {QStringLiteral("-P")});
     ASSERT_TRUE(pwd.finishesWithin(10s));
     EXPECT_EQ(pwd.output().trimmed(), QDir(folder.path()).canonicalPath().toUtf8());
-
     BackgroundRun echo(runner, QStringLiteral("/bin/echo"), folder.path(),
                        {QStringLiteral("--interaction"), QStringLiteral("two words")});
     ASSERT_TRUE(echo.finishesWithin(10s));

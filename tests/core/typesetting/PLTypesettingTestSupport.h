@@ -19,8 +19,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QProcess>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -29,7 +27,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <memory>
 #include <mutex>
 #include <optional>
 
@@ -77,15 +74,11 @@ inline ProgramRun runProgram(const QString &program, const QStringList &argument
     process.setWorkingDirectory(folder);
     process.setProcessChannelMode(QProcess::MergedChannels);
     process.start(program, arguments);
-    ProgramRun run;
-    if (!process.waitForFinished(60000)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.exitCode = process.exitCode();
-    run.output = QString::fromUtf8(process.readAll());
-    return run;
+    if (process.waitForFinished(60000))
+        return {process.exitCode(), QString::fromUtf8(process.readAll())};
+    process.kill();
+    process.waitForFinished();
+    return {};
 }
 
 // Typesets main.tex in the folder the way the editor does, to get a PDF and its SyncTeX file.
@@ -172,7 +165,6 @@ public:
         qsizetype number = 0;
         bool onMainThread = false;
     };
-
     void record(const QString &kind, const QString &text = QString(), qsizetype number = 0)
     {
         const bool main = QThread::currentThread() == QCoreApplication::instance()->thread();
@@ -215,7 +207,6 @@ public:
         return QTest::qWaitFor([&] { return !texts(kind).isEmpty() && texts(kind).join(QString()).contains(containing); },
                                60000);
     }
-
     // Called on the job's thread with each piece of output, after it was recorded.
     std::function<void(const QString &)> onOutput;
 
@@ -231,7 +222,6 @@ class TransformerJob : public PLLatexTransformerDelegate
 public:
     // Besides the driver's own calls, the parser's end is told as "parsed".
     static inline const QStringList jobThreadKinds{QStringLiteral("engine"), QStringLiteral("output"), QStringLiteral("parsed")};
-
     explicit TransformerJob(Events &events) : m_events(events) {}
     ~TransformerJob() override
     {
@@ -254,7 +244,6 @@ public:
     PLLogStringParser &parser() { return *m_parser; }
     const std::shared_ptr<PLFile> &file() const { return m_driver->documentFile(); }
     bool isRunning() const { return m_driver->isTransforming(); }
-
     void latexTransformerDidChooseEngine(int engine) override { m_events.record(QStringLiteral("engine"), QString(), engine); }
     void latexTransformerDidStartWorkingOnFileWithName(const QString &name) override { m_events.record(QStringLiteral("file"), name); }
     void latexTransformerDidOutputString(const QString &output) override { m_events.record(QStringLiteral("output"), output); }
@@ -274,7 +263,6 @@ class TypesetterJob : public PLTypesetterDelegate
 {
 public:
     static inline const QStringList jobThreadKinds{QStringLiteral("engine"), QStringLiteral("output")};
-
     explicit TypesetterJob(Events &events) : m_events(events) {}
     ~TypesetterJob() override
     {
@@ -292,7 +280,6 @@ public:
     PLTypesetter &driver() { return *m_driver; }
     const std::shared_ptr<PLFile> &file() const { return m_driver->mainFile(); }
     bool isRunning() const { return m_driver->isTypesetting(); }
-
     void typesetterWillStartTypesettingUsingEngine(PLTypesetter *, int engine) override
     {
         m_events.record(QStringLiteral("engine"), QString(), engine);
@@ -315,7 +302,6 @@ public:
         finishedParser = std::move(parser);
         m_events.record(QStringLiteral("finish"), QString(), driver->isTypesetting());
     }
-
     std::shared_ptr<PLTypesettingLogFileParser> finishedParser;
 
 private:
@@ -332,7 +318,6 @@ protected:
     void SetUp() override { PLTest::resetSettings(); }
     // A job's SyncTeX data is parsed on a worker after the job; the folder stays until it is done.
     void TearDown() override { QThreadPool::globalInstance()->waitForDone(); }
-
     // A new job with no events yet; the last one is let go first.
     Job &freshJob()
     {
@@ -352,7 +337,6 @@ protected:
         freshJob().start(mainFile);
     }
     bool waitForFinish() { return events->waitFor(QStringLiteral("finish")); }
-
     QTemporaryDir dir;
     PLFilePool pool;
     QString folder;
