@@ -71,12 +71,7 @@ TEST(PLCliJsonWriter, WritesTheBytesQJsonDocumentWrites)
 
 // Whole commands: reading what they print and printing it again with QJsonDocument gives the same
 // bytes, so their members stand in QJsonObject's order and their strings are escaped as it does.
-// The arguments are split at "|".
-class PLCliJsonWriterCommands : public ::testing::TestWithParam<const char *>
-{
-};
-
-TEST_P(PLCliJsonWriterCommands, PrintWhatQJsonDocumentPrinted)
+TEST(PLCliJsonWriter, CommandsPrintWhatQJsonDocumentPrinted)
 {
     QTemporaryDir dir;
     const auto path = [&](const char *relative) { return QDir(dir.path()).filePath(QString::fromLatin1(relative)); };
@@ -84,15 +79,16 @@ TEST_P(PLCliJsonWriterCommands, PrintWhatQJsonDocumentPrinted)
                                         "\\input{sub/chap}\n\\input{main}\n\\bibliography{refs}\n");
     PLTest::writeFile(path("sub/chap.tex"), "\\section{Inside}\n\\input{../main}\n\\paragraph*{Deep}\n");
     PLTest::writeFile(path("refs.bib"), "@book{a, title={A}}\n");
-    QStringList arguments = QString::fromUtf8(GetParam()).split(u'|');
-    arguments.insert(1, path("main.tex"));
-    const PLCliRun run = runCli(arguments);
-    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    EXPECT_EQ(run.standardOutput.toStdString(), run.json().toJson(QJsonDocument::Indented).toStdString());
+    // The arguments are split at "|".
+    for (const char *command :
+         {"outline", "outline|--no-content", "outline|--sidebar", "edit|--replace|0|0|\\section{New \"one\"}\n% \\input{loop}\n"}) {
+        SCOPED_TRACE(command);
+        QStringList arguments = QString::fromUtf8(command).split(u'|');
+        arguments.insert(1, path("main.tex"));
+        const PLCliRun run = runCli(arguments);
+        ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
+        EXPECT_EQ(run.standardOutput.toStdString(), run.json().toJson(QJsonDocument::Indented).toStdString());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(EachCommand, PLCliJsonWriterCommands,
-                         ::testing::Values("outline", "outline|--no-content", "outline|--sidebar",
-                                           "edit|--replace|0|0|\\section{New \"one\"}\n% \\input{loop}\n"));
 
 }

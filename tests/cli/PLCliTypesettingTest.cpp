@@ -13,38 +13,38 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-TEST(CliTypesetting, LogReadsACapturedOutputAsTheRootFilesDocumentWould)
+// One run per way through the command; what each log item holds is the parsers' own test.
+TEST(CliTypesetting, LogPlacesTheFilesUnderTheRootAndReadsStrategies)
 {
-    const PLCliRun run = runCli({"log", documentPath(QStringLiteral("subfolder/output.txt")), "--root", "/p/main.tex"});
-    ASSERT_EQ(run.exitCode, 0) << run.standardError.toStdString();
-    // What each item holds is the parsers' own test; here the root places the files.
-    ASSERT_EQ(run.at("errorsFound").toArray().size(), 1);
-    EXPECT_EQ(run.at("errorsFound.0.file").toString(), QStringLiteral("/p/chapters/one.tex"));
-    EXPECT_EQ(run.at("warningsFound").toArray().size(), 4);
-    EXPECT_EQ(run.at("files.0.errors").toInt(), 1);
-
-    const PLCliRun strategies =
-        runCli({"log", documentPath(QStringLiteral("missing-package/output.txt")), "--root", "/p/main.tex", "--strategies"});
-    ASSERT_EQ(strategies.exitCode, 0) << strategies.standardError.toStdString();
-    ASSERT_EQ(strategies.at("items").toArray().size(), 2);
-    EXPECT_EQ(strategies.at("items.0.advice").toString(), QStringLiteral("Did you spell the package name ('nosuchpackage') correctly?"));
-    EXPECT_EQ(strategies.at("items.1.filename").toString(), QStringLiteral("./main.tex"));
+    const auto log = [](const char *fixture, const QStringList &more = {}) {
+        return runCli(QStringList{QStringLiteral("log"), documentPath(QString::fromLatin1(fixture) + QStringLiteral("/output.txt")),
+                                  QStringLiteral("--root"), QStringLiteral("/p/main.tex")} + more);
+    };
+    EXPECT_EQ(log("subfolder").at("errorsFound.0.file").toString(), QStringLiteral("/p/chapters/one.tex"));
+    EXPECT_EQ(log("missing-package", {QStringLiteral("--strategies")}).at("items.1.filename").toString(), QStringLiteral("./main.tex"));
 }
 
-// The one run of the real engine through the command: how the engine is chosen and how each log
-// is read are the drivers' and the parsers' own tests.
-TEST(CliTypesetting, TypesetRunsTheJobAndSummarisesWhatItFound)
+// The one run of the real engine through the command: the SyncTeX places it hands on are checked
+// against the synctex tool by the search's test; here the way back must land where it started.
+TEST(CliTypesetting, TypesetSummarisesAndSyncTexGoesForwardAndBackAgain)
 {
     QTemporaryDir dir;
     const QString folder = copyDocument(QStringLiteral("subfolder"), dir.path());
-    const PLCliRun run = runCli({"typeset", folder + QStringLiteral("main.tex")});
+    const QString main = folder + QStringLiteral("main.tex"), chapter = folder + QStringLiteral("chapters/one.tex");
+    const PLCliRun run = runCli({"typeset", main});
     ASSERT_EQ(run.exitCode, 1) << run.standardError.toStdString();
     EXPECT_EQ(run.at("summary").toString(), QStringLiteral("1 error and 4 warnings found"));
-    EXPECT_EQ(run.at("launchPath").toString(), QStringLiteral("/usr/texbin/pdflatex"));
-    EXPECT_EQ(run.at("fileNames").toVariant().toStringList(), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
+    EXPECT_EQ(run.at("fileNames").toVariant().toStringList(), QStringLiteral("main.tex chapters/one.tex").split(u' '));
     EXPECT_TRUE(run.at("pdfExists").toBool());
     // The engine's output was streamed to standard error.
     EXPECT_TRUE(run.standardError.contains("Output written on main.pdf"));
+    const PLCliRun forward = runCli({"synctex", "forward", main, chapter, "4", "0"});
+    ASSERT_GT(forward.at("results.0.page").toInt(), 0) << forward.standardError.toStdString();
+    const PLCliRun backward = runCli({"synctex", "backward", main, QString::number(forward.at("results.0.page").toInt()),
+                                      QString::number(forward.at("results.0.h").toDouble()),
+                                      QString::number(forward.at("results.0.v").toDouble())});
+    EXPECT_EQ(backward.at("results.0.filePath").toString(), chapter);
+    EXPECT_EQ(backward.at("results.0.line").toInt(), 4);
 }
 
 TEST(CliTypesetting, StopAfterEndsAHangingEngine)
@@ -58,25 +58,6 @@ TEST(CliTypesetting, StopAfterEndsAHangingEngine)
     EXPECT_TRUE(run.standardError.endsWith("plumeo-cli: no PDF was written\n"));
     EXPECT_TRUE(run.at("stopped").toBool());
     EXPECT_TRUE(run.at("engineFailure").isNull());
-}
-
-TEST(CliTypesetting, SyncTexForwardAndBackAgain)
-{
-    QTemporaryDir dir;
-    const QString folder = copyDocument(QStringLiteral("subfolder"), dir.path());
-    typeset(dir.path());
-    const QString main = folder + QStringLiteral("main.tex");
-
-    const PLCliRun forward = runCli({"synctex", "forward", main, folder + QStringLiteral("chapters/one.tex"), "4", "0"});
-    // The places themselves are checked against the synctex tool with the search; here the command
-    // must hand them on so that the way back lands where it started.
-    ASSERT_GT(forward.at("results.0.page").toInt(), 0) << forward.standardError.toStdString();
-
-    const PLCliRun backward = runCli({"synctex", "backward", main, QString::number(forward.at("results.0.page").toInt()),
-                                      QString::number(forward.at("results.0.h").toDouble()),
-                                      QString::number(forward.at("results.0.v").toDouble())});
-    EXPECT_EQ(backward.at("results.0.filePath").toString(), folder + QStringLiteral("chapters/one.tex"));
-    EXPECT_EQ(backward.at("results.0.line").toInt(), 4);
 }
 
 // A settings store of its own for the commands run while it lives, with a TeX folder of
@@ -98,47 +79,30 @@ protected:
     const PLCliSettings settings{dir.filePath(QStringLiteral("config"))};
 };
 
-// Regression: with no TeX where the settings say, the command ended with status 1, an empty
-// summary and not a word why.
-TEST_F(CliWithStandIns, AMissingEngineIsToldInTheWordsOfTheWindowsAlert)
+// Regression: an engine that was missing, could not run or was ended half way ended the command
+// with an empty summary and not a word why, with status 0 once it had run. How each ending is
+// worded is the runner's; here one of each kind (no engine, a folder in its place, a script).
+TEST_F(CliWithStandIns, AMissingOrFailingEngineEndsWithStatusOneAndSaysWhy)
 {
-    QDir().mkpath(texFolder());
-    const PLCliRun run = runCli({"typeset", mainPath()});
-    EXPECT_EQ(run.exitCode, 1);
-    EXPECT_EQ(QString::fromUtf8(run.standardError),
-              QStringLiteral("plumeo-cli: Could not locate pdflatex with path: ") + texFolder() +
-                  QStringLiteral("/pdflatex Plumeo relies on MacTeX. Is this installed?\n"));
-    EXPECT_FALSE(run.at("engineFound").toBool());
+    const std::pair<const char *, const char *> cases[] = {
+        {nullptr, "Could not locate pdflatex with path: TEX/pdflatex Plumeo relies on MacTeX. Is this installed?\n"},
+        {"", "the engine failed: could not run "},
+        {"#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n", "the engine failed: pdflatex was ended by signal 25"}};
+    for (const auto &[engine, message] : cases) {
+        QDir(texFolder()).removeRecursively();
+        QDir().mkpath(engine && !*engine ? texFolder() + QStringLiteral("/pdflatex") : texFolder());
+        if (engine && *engine)
+            writeEngine(engine);
+        const PLCliRun run = runCli({"typeset", mainPath()});
+        EXPECT_EQ(run.exitCode, 1);
+        const QString error = QString::fromUtf8(run.standardError);
+        EXPECT_TRUE(error.contains(QStringLiteral("plumeo-cli: ") + QString::fromUtf8(message).replace(QStringLiteral("TEX"), texFolder())))
+            << error.toStdString();
+        EXPECT_EQ(run.at("engineFound").toBool(), engine != nullptr);
+        if (engine)
+            EXPECT_TRUE(error.contains(QStringLiteral(": ") + run.at("runs.0.description").toString() + u'\n')) << error.toStdString();
+    }
 }
-
-// The engine's script (none: the engine is a folder) and how its failure begins.
-class CliFailingEngine : public CliWithStandIns, public ::testing::WithParamInterface<std::pair<QByteArray, const char *>>
-{
-};
-
-// Regression: an engine that could not run, failed or was ended half way ended the command with
-// status 0 and an empty summary.
-TEST_P(CliFailingEngine, EndsWithStatusOneAndSaysWhy)
-{
-    const auto &[script, expected] = GetParam();
-    if (script.isEmpty())
-        QDir().mkpath(texFolder() + QStringLiteral("/pdflatex"));
-    else
-        writeEngine(script);
-    const PLCliRun run = runCli({"typeset", mainPath()});
-    EXPECT_EQ(run.exitCode, 1);
-    const QString failure = run.at("engineFailure").toString();
-    EXPECT_TRUE(failure.startsWith(QString::fromUtf8(expected))) << failure.toStdString();
-    EXPECT_TRUE(run.standardError.contains(QByteArray("plumeo-cli: the engine failed: " + failure.toUtf8()))) << run.standardError.toStdString();
-    EXPECT_TRUE(run.at("runs.0.failed").toBool());
-    EXPECT_EQ(run.at("runs.0.description").toString(), failure);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, CliFailingEngine,
-    // How each ending is worded is the runner's; here one that ran and one that could not.
-    ::testing::Values(std::pair{QByteArray("#!/bin/sh\necho '%PDF-1.5' > main.pdf\nkill -XFSZ $$\n"), "pdflatex was ended by signal 25"},
-                      std::pair{QByteArray(), "could not run "}));
 
 // Regression: the engine ran in a process group of its own and outlived a killed plumeo-cli.
 TEST_F(CliWithStandIns, KillingTheCommandLeavesNoEngineBehind)
