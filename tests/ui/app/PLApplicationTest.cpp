@@ -25,7 +25,6 @@ TEST(PLApplication, AnExceptionFromAnEventHandlerIsLoggedAndTheEventLoopGoesOn)
     Throwing receiver;
     QEvent sent(QEvent::User);
     EXPECT_FALSE(QCoreApplication::sendEvent(&receiver, &sent));
-
     QCoreApplication::postEvent(&receiver, new QEvent(QEvent::User));
     QCoreApplication::sendPostedEvents(&receiver, QEvent::User);
     QEvent after(QEvent::None);

@@ -23,7 +23,6 @@ TEST_F(DocumentController, RecentProjectsAreMostRecentFirstWithoutRepeatsAndBoun
     for (int number = 0; number < 12; ++number)
         documents.noteNewRecentDocumentURL(QUrl::fromLocalFile(QStringLiteral("/p/%1.tex").arg(number)));
     documents.noteNewRecentDocumentURL(QUrl::fromLocalFile(QStringLiteral("/p/5.tex")));
-
     const QList<QUrl> recent = documents.recentDocumentURLs();
     ASSERT_EQ(recent.size(), PLDocumentController::maximumRecentDocumentCount);
     EXPECT_EQ(recent.at(0).toLocalFile(), QStringLiteral("/p/5.tex"));
@@ -36,18 +35,15 @@ TEST_F(DocumentController, OneWindowPerProjectAndOneFileObjectPerPath)
     const QString first = project.write(QStringLiteral("first.tex"), QStringLiteral("\\input{common}\n"));
     const QString second = project.write(QStringLiteral("second.tex"), QStringLiteral("\\input{common}\n"));
     project.write(QStringLiteral("common.tex"), QStringLiteral("\\section{Shared}\n"));
-
     PLDocument *a = open(first);
     EXPECT_EQ(open(project.path(QStringLiteral("./first.tex"))), a);
     EXPECT_EQ(documents.recentDocumentURLs().constFirst().toLocalFile(), first);
-
     PLDocument *b = open(second);
     ASSERT_NE(b, a);
     const auto commonOfA = a->mainFile()->filesInDocument().constFirst();
     const auto commonOfB = b->mainFile()->filesInDocument().constFirst();
     EXPECT_EQ(commonOfA, commonOfB);
     EXPECT_EQ(commonOfA->openCount(), 2u);
-
     // Closing one project leaves the other's file intact.
     documents.windowControllerForDocument(a)->close();
     EXPECT_EQ(commonOfB->openCount(), 1u);
@@ -84,7 +80,6 @@ TEST_F(DocumentController, QuittingStopsAtTheFirstProjectTheUserKeeps)
     open(project.write(QStringLiteral("clean.tex"), QStringLiteral("a")));
     PLDocument *edited = open(project.write(QStringLiteral("edited.tex"), QStringLiteral("b")));
     edited->mainFile()->contentBuffer()->replaceCharactersInRange(PLRange{1, 0}, QStringLiteral("c"));
-
     PLTest::answerNextMessageBox(QMessageBox::Cancel);
     EXPECT_FALSE(documents.closeAllDocuments());
     EXPECT_EQ(documents.documents(), QList<PLDocument *>{edited});
@@ -96,7 +91,6 @@ TEST_F(DocumentController, FilesChangedOnDiskAreReadAgainWhenTheWindowBecomesAct
     open(project.write(QStringLiteral("main.tex"), QStringLiteral("\\input{chapter}\n")));
     const auto file = document->mainFile()->filesInDocument().constFirst();
     pane()->setFile(file);
-
     project.write(QStringLiteral("chapter.tex"), QStringLiteral("\\section{New}\n"));
     QFile changed(chapter);
     ASSERT_TRUE(changed.open(QIODevice::ReadWrite));
@@ -120,7 +114,6 @@ TEST_F(DocumentController, SavingOverAFileChangedOnDiskAsksOverwriteReloadOrCanc
     const auto file = document->mainFile()->filesInDocument().constFirst();
     file->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("more "));
     project.write(QStringLiteral("chapter.tex"), QStringLiteral("theirs\n"));
-
     QString question;
     PLTest::answerNextMessageBox(QMessageBox::Discard, &question);
     EXPECT_TRUE(windowController->saveDocument());

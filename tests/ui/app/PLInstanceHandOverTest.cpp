@@ -57,10 +57,8 @@ TEST_F(InstanceHandOver, ALaterLaunchOpensItsFileInTheRunningInstanceAndAnOpenFi
     ASSERT_EQ(documents().size(), 1);
     EXPECT_EQ(documents().first()->mainFile()->stringPath(), first);
     EXPECT_EQ(tokens, QStringList{QStringLiteral("token-1")});
-
     ASSERT_TRUE(launch({second}));
     ASSERT_EQ(documents().size(), 2);
-
     // The first project again: no second window, its own comes forward.
     ASSERT_TRUE(launch({first}));
     ASSERT_EQ(documents().size(), 2);
@@ -87,7 +85,6 @@ TEST(InstanceHandOverWithoutServer, FailsWhenNothingRunsAndAStaleSocketIsReplace
     QTemporaryDir folder;
     const QString name = QDir(folder.path()).filePath(QStringLiteral("plumeo.socket"));
     EXPECT_FALSE(PLInstanceClient::sendAndWait(name, {QStringLiteral("/tmp/a.tex")}, QString(), 5000));
-
     // What a crashed instance leaves behind must not keep the next one from serving.
     PLTest::writeFile(name, "left over");
     PLInstanceServer server;

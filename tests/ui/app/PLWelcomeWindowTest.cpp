@@ -35,15 +35,12 @@ TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)
     application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(older));
     application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(spaced));
     PLWelcomeWindowMainViewController *welcome = launch();
-
     ASSERT_EQ(welcome->numberOfRowsInTableView(), 2);
     EXPECT_EQ(welcome->objectValueForRow(0), QStringLiteral("My Thesis.tex"));
     EXPECT_EQ(welcome->objectValueForRow(1), QStringLiteral("older.tex"));
-
     // The list is the one the window was made with.
     application.documentController()->noteNewRecentDocumentURL(QUrl::fromLocalFile(project.path(QStringLiteral("new.tex"))));
     EXPECT_EQ(welcome->numberOfRowsInTableView(), 2);
-
     // The list has the keys as soon as the window appears.
     PLWelcomeWindowRecentFilesTableView *table = welcome->recentFilesTableView();
     ASSERT_TRUE(QTest::qWaitForWindowActive(application.welcomeWindowController()->window()));
@@ -51,7 +48,6 @@ TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)
     table->clearSelection();
     QTest::keyClick(table, Qt::Key_Return);
     EXPECT_TRUE(application.documentController()->documents().isEmpty());
-
     table->selectRow(1);
     QTest::keyClick(table, Qt::Key_Return);
     ASSERT_EQ(application.documentController()->documents().size(), 1);
@@ -68,7 +64,6 @@ TEST_F(WelcomeWindow, ComesBackWhenTheLastProjectWindowCloses)
     EXPECT_TRUE(report.contains(QStringLiteral("missing.tex")));
     EXPECT_FALSE(application.welcomeWindowController()->isWindowLoaded() && welcomeIsShown());
     ASSERT_EQ(application.documentController()->documents().size(), 1);
-
     application.documentController()->windowControllers().constFirst()->close();
     EXPECT_TRUE(welcomeIsShown());
 }

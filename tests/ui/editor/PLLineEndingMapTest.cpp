@@ -39,41 +39,29 @@ TEST(LineEndingMap, MapsBothWaysAroundEveryKindOfLineBreak)
     EXPECT_EQ(PLLineEndingMap::mirrorString(text), QStringLiteral("a\u2029bc\u2029d\u2029\u2029\u2029e\u2029f\u2029"));
 }
 
-struct Edit
+// Each edit's map agrees with a map made from the edited text.
+TEST(LineEndingMap, UpdatesLikeAMapMadeFromTheEditedText)
 {
-    const char *before;
-    qsizetype location;
-    qsizetype length;
-    const char *replacement;
-};
-
-class LineEndingMapUpdate : public ::testing::TestWithParam<Edit>
-{
-};
-
-TEST_P(LineEndingMapUpdate, AgreesWithAMapMadeFromTheEditedText)
-{
-    const Edit &edit = GetParam();
-    QString text = QString::fromLatin1(edit.before);
-    PLLineEndingMap map;
-    map.reset(text);
-    const QString replacement = QString::fromLatin1(edit.replacement);
-    text.replace(edit.location, edit.length, replacement);
-    map.update(text, edit.location, edit.length, replacement.size());
-    expectMapsLike(map, text);
+    const std::tuple<const char *, qsizetype, qsizetype, const char *> edits[] = {
+        {"a\r\nb\r\nc", 1, 0, "x"},       // typing before a pair
+        {"a\r\nb\r\nc", 3, 0, "x"},       // typing after a pair shifts the later one
+        {"a\r\nb\r\nc", 1, 2, ""},        // joining two lines removes the pair
+        {"a\r\nb", 2, 1, ""},             // the LF of a pair alone: a lone CR stays
+        {"a\r\nb", 1, 1, ""},             // the CR of a pair alone: a lone LF stays
+        {"a\rb", 2, 0, "\n"},             // an LF after a lone CR makes a pair
+        {"a\nb", 1, 0, "\r"},             // a CR before a lone LF makes a pair
+        {"a\r\nb", 2, 0, "x"},            // typing between CR and LF splits the pair
+        {"ab", 1, 0, "\r\n\r\n"},         // pasting Windows lines
+        {"a\r\nb\r\nc\r\nd", 2, 5, "\n"}};
+    for (const auto &[before, location, length, replacement] : edits) {
+        SCOPED_TRACE(before);
+        QString text = QString::fromLatin1(before);
+        PLLineEndingMap map;
+        map.reset(text);
+        text.replace(location, length, QString::fromLatin1(replacement));
+        map.update(text, location, length, qstrlen(replacement));
+        expectMapsLike(map, text);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Edits, LineEndingMapUpdate,
-    ::testing::Values(Edit{"a\r\nb\r\nc", 1, 0, "x"},        // typing before a pair
-                      Edit{"a\r\nb\r\nc", 3, 0, "x"},        // typing after a pair shifts the later one
-                      Edit{"a\r\nb\r\nc", 1, 2, ""},         // joining two lines removes the pair
-                      Edit{"a\r\nb", 2, 1, ""},              // the LF of a pair alone: a lone CR stays
-                      Edit{"a\r\nb", 1, 1, ""},              // the CR of a pair alone: a lone LF stays
-                      Edit{"a\rb", 2, 0, "\n"},              // an LF after a lone CR makes a pair
-                      Edit{"a\nb", 1, 0, "\r"},              // a CR before a lone LF makes a pair
-                      Edit{"a\r\nb", 2, 0, "x"},             // typing between CR and LF splits the pair
-                      Edit{"ab", 1, 0, "\r\n\r\n"},          // pasting Windows lines
-                      Edit{"a\r\nb\r\nc\r\nd", 2, 5, "\n"}));
 
 }

@@ -62,7 +62,6 @@ TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
     ruler->setFont(large);
     QCoreApplication::processEvents();
     ASSERT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
-
     view->setSelectedRange(PLRange{view->contentBuffer()->length(), 0});
     QTest::keyClick(view, Qt::Key_Return);
     QTest::keyClicks(view, QStringLiteral("9"));
@@ -72,7 +71,6 @@ TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
     EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
     QCoreApplication::processEvents();
     EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 2));
-
     view->contentBuffer()->replaceCharactersInRange(PLRange{0, 4}, QString());
     EXPECT_EQ(ruler->lineNumberForCharacterIndex(0), 0);
     EXPECT_EQ(ruler->lineIndices().size(), 8u);

@@ -24,35 +24,21 @@ protected:
     }
 };
 
-struct WordsCase
+TEST(SpellCheckerWords, AreLetterRunsAndNamesAreLeftAlone)
 {
-    const char *name;
-    QString text;
-    QStringList words;
-};
-
-class SpellCheckerWords : public ::testing::TestWithParam<WordsCase>
-{
-};
-
-TEST_P(SpellCheckerWords, AreLetterRunsAndNamesAreLeftAlone)
-{
-    const QString &text = GetParam().text;
-    QStringList words;
-    for (const PLRange &range : PLSpellChecker::wordRanges(text))
-        words << text.mid(range.location, range.length);
-    EXPECT_EQ(words, GetParam().words);
+    // Gothic letters lie outside the Basic Multilingual Plane, two UTF-16 units each.
+    const std::pair<QString, QStringList> cases[] = {
+        {QStringLiteral("Don't \\sectoin{x2 l'été}, snake_case 3rd end"),
+         {QStringLiteral("Don't"), QStringLiteral("sectoin"), QStringLiteral("l'été"), QStringLiteral("end")}},
+        {QStringLiteral("e.g. it's"), {QStringLiteral("e"), QStringLiteral("g"), QStringLiteral("it's")}},
+        {QStringLiteral("a\U00010330\U00010331b c\U0001D7CE"), {QStringLiteral("a\U00010330\U00010331b")}}};
+    for (const auto &[text, expected] : cases) {
+        QStringList words;
+        for (const PLRange &range : PLSpellChecker::wordRanges(text))
+            words << text.mid(range.location, range.length);
+        EXPECT_EQ(words, expected);
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, SpellCheckerWords,
-    ::testing::Values(WordsCase{"namesAndApostrophes", QStringLiteral("Don't \\sectoin{x2 l'été}, snake_case 3rd end"),
-                                {QStringLiteral("Don't"), QStringLiteral("sectoin"), QStringLiteral("l'été"), QStringLiteral("end")}},
-                      WordsCase{"abbreviations", QStringLiteral("e.g. it's"), {QStringLiteral("e"), QStringLiteral("g"), QStringLiteral("it's")}},
-                      // Gothic letters lie outside the Basic Multilingual Plane, two UTF-16 units each.
-                      WordsCase{"lettersBeyondTheBasicPlane", QStringLiteral("a\U00010330\U00010331b c\U0001D7CE"),
-                                {QStringLiteral("a\U00010330\U00010331b")}}),
-    [](const auto &info) { return std::string(info.param.name); });
 
 TEST_F(Spelling, APreambleAndMathematicsAreNotProse)
 {
@@ -73,7 +59,6 @@ TEST_F(Spelling, APreambleAndMathematicsAreNotProse)
     PLTextView *view = showText(text, QSize(900, 500));
     EXPECT_EQ(markedWords(view), (QStringList{QStringLiteral("Teh"), QStringLiteral("Wrld"), QStringLiteral("monney"),
                                               QStringLiteral("commnt")}));
-
     // A dollar typed on one line opens mathematics through the lines after it in the paragraph.
     view->setSelectedRange(PLRange{text.indexOf(QStringLiteral("\\includegraphics")), 0});
     QTest::keyClicks(view, QStringLiteral("$"));
@@ -105,7 +90,6 @@ TEST_F(Spelling, EveryPaneMarksTheWordsAndTheWordBeingTypedWaitsForTheCaretToLea
     EXPECT_EQ(markedWords(right), QStringList{QStringLiteral("wrold")});
     QTest::keyClicks(left, QStringLiteral(" "));
     EXPECT_EQ(markedWords(left), QStringList{QStringLiteral("wrold")});
-
     // Mending the word in one pane clears its mark in both.
     left->setSelectedRange(PLRange{12, 3});
     QTest::keyClicks(left, QStringLiteral("orl"));
@@ -165,7 +149,6 @@ TEST_F(Spelling, OnlyTheLinesInViewAreChecked)
     const int marksAtTheTop = int(markedWords(view).size());
     EXPECT_GT(marksAtTheTop, 0);
     EXPECT_LT(marksAtTheTop, 20);
-
     view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
     const QList<PLRange> marks = view->spellChecker()->markedRanges();
     ASSERT_FALSE(marks.isEmpty());

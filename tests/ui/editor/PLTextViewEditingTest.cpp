@@ -36,7 +36,6 @@ TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
     ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
     EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
     EXPECT_EQ(view->selectedRange(), (PLRange{4 + command.size() + 6, 0}));
-
     view->setSelectedRange(PLRange{0, 0});
     ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
     EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
@@ -113,7 +112,6 @@ TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByToggl
     EXPECT_EQ(view->selectedRange(), (PLRange{0, 9}));
     view->toggleCommentOfCurrentLine();
     EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("one\ntwo\nthree"));
-
     // A caret at the start of a line stays with its text.
     view->setSelectedRange(PLRange{4, 0});
     view->toggleCommentOfCurrentLine();
@@ -148,7 +146,6 @@ TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
     EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QString());
     view->setSelectedRange(PLRange{argument + 1, 0});
     EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QStringLiteral("Jump to intro.tex"));
-
     const auto hover = [&](qsizetype location) {
         QTextCursor cursor(view->document());
         cursor.setPosition(int(location));

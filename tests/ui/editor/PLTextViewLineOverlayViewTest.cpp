@@ -18,7 +18,6 @@ protected:
     }
 };
 
-// The band covers the caret's row across the view and lets clicks through to the text.
 TEST_F(Band, CoversTheRowOfTheCaretAndLetsClicksThrough)
 {
     PLTextView *view = showText(QStringLiteral("first\nsecond\nthird"));
@@ -30,7 +29,6 @@ TEST_F(Band, CoversTheRowOfTheCaretAndLetsClicksThrough)
     // The caret at the very end of a last line that has text stays on that line.
     view->setSelectedRange(PLRange{18, 0});
     EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 17));
-
     QTextCursor cursor(view->document());
     cursor.setPosition(15);
     const QPoint onBand(view->cursorRect(cursor).center().x(), view->lineHightlightView()->geometry().center().y());
@@ -54,8 +52,7 @@ TEST_F(Band, FollowsTheTextWhenTheViewScrollsOrResizes)
     EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, view->selectedRange().location));
 }
 
-// On an empty last line the band sits sixteen pixels below the last row; in an empty text it is
-// sixteen pixels high on the first row.
+// In an empty text the band is sixteen pixels high on the first row.
 TEST_F(Band, OnAnEmptyLastLineItIsSixteenPixelsHighOneBandBelowTheLastRow)
 {
     // A text, the caret at its end, the row the band is below and how far.
@@ -91,7 +88,6 @@ TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
     PLTextViewLineOverlayView *band = view->lineHightlightView();
     EXPECT_EQ(band->backgroundColor(), QColor(Qt::red));
     EXPECT_EQ(band->borderColor(), QColor(Qt::green));
-
     const QImage image = view->viewport()->grab().toImage();
     const QRect frame = band->geometry();
     const QColor middle = image.pixelColor(frame.center().x(), frame.center().y());

@@ -82,7 +82,6 @@ TEST_P(TextViewRandomEditing, PanesMirrorTheBufferThroughAnyEditSequence)
     }
     show({views[0], views[1]});
     ASSERT_TRUE(inStep());
-
     const QString typed[] = {QStringLiteral("a"), QStringLiteral("bc "), QStringLiteral("("),   QStringLiteral("["),
                              QStringLiteral("{"), QStringLiteral("\""), QStringLiteral("}x"), QStringLiteral("\\it"),
                              QStringLiteral("%"), QStringLiteral("\t")};
@@ -168,7 +167,6 @@ TEST_P(TextViewRandomEditing, PanesMirrorTheBufferThroughAnyEditSequence)
         }
         ASSERT_TRUE(inStep());
     }
-
     // The whole history replays to the file as opened, and forwards to where the run ended.
     const QString edited = file->contentBuffer()->string();
     PLUndoManager *undo = file->contentBuffer()->undoManager();

@@ -118,13 +118,11 @@ TEST_F(TextColorsPane, ResetWritesTheResetColoursAndShowsThemInEveryWell)
     auto *shown = qobject_cast<PLPreferencesTextColorsViewController *>(
         another.viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierTextColor));
     EXPECT_EQ(shown->colorWellAt(0, 2, QStringLiteral("foreground"))->color(), green);
-
     PostedNotifications posted;
     QTest::mouseClick(shown->resetButton(), Qt::LeftButton);
     EXPECT_EQ(posted.names.mid(0, 3), (QStringList{PLNotificationEditorBackgroundColorDidChange,
                                                     PLNotificationEditorLineHighlightColorDidChange,
                                                     PLNotificationEditorTextStyleDidChange}));
-
     const std::pair<QString, PLColor> resetColours[] = {
         {PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
         {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},

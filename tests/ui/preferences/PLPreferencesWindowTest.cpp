@@ -56,8 +56,8 @@ protected:
 };
 
 // Only the items with panes show; one without a pane, chosen all the same, leaves the shown pane in
-// place.
-TEST_F(PreferencesWindow, OnlyItemsWithPanesShowAndOthersLeaveTheShownPaneInPlace)
+// place. Switching panes keeps the top edge and gives each pane its own height.
+TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndGivesEachPaneItsOwnHeight)
 {
     QWidget *window = open();
     QStringList shownItems;
@@ -67,25 +67,6 @@ TEST_F(PreferencesWindow, OnlyItemsWithPanesShowAndOthersLeaveTheShownPaneInPlac
     }
     EXPECT_EQ(shownItems, (QStringList{PLPrefencesToolbarItemIdentifierTextColor, PLPrefencesToolbarItemIdentifierAutoUpdater,
                                        PLPrefencesToolbarItemIdentifierAdvanced}));
-    choose(PLPrefencesToolbarItemIdentifierAdvanced);
-    const QRect frame = window->frameGeometry();
-    const int height = preferences->targetHeight();
-    for (const QString &identifier : {PLPrefencesToolbarItemIdentifierGeneral, PLPrefencesToolbarItemIdentifierFiles,
-                                      PLPrefencesToolbarItemIdentifierEngine, PLPrefencesToolbarItemIdentifierPDFPreview,
-                                      PLPrefencesToolbarItemIdentifierTypesetter, PLPrefencesToolbarItemIdentifierAdvanced}) {
-        SCOPED_TRACE(identifier.toStdString());
-        if (QAction *item = preferences->toolbar()->findChild<QAction *>(identifier))
-            item->trigger();
-        preferences->selectViewControllerWithIdentifier(identifier);
-        EXPECT_EQ(preferences->shownViewController(), advanced());
-        EXPECT_EQ(preferences->targetHeight(), height);
-        EXPECT_EQ(window->frameGeometry(), frame);
-    }
-}
-
-TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndGivesEachPaneItsOwnHeight)
-{
-    QWidget *window = open();
     const QRect first = window->frameGeometry();
     QMap<QString, int> heights;
     heights.insert(PLPrefencesToolbarItemIdentifierTextColor, window->height());
@@ -107,6 +88,17 @@ TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndGivesEachPaneItsOwnHei
         heights.insert(identifier, window->height());
     }
     EXPECT_EQ(QSet<int>(heights.cbegin(), heights.cend()).size(), 3);
+    const QRect frame = window->frameGeometry();
+    for (const QString &identifier : {PLPrefencesToolbarItemIdentifierGeneral, PLPrefencesToolbarItemIdentifierFiles,
+                                      PLPrefencesToolbarItemIdentifierEngine, PLPrefencesToolbarItemIdentifierPDFPreview,
+                                      PLPrefencesToolbarItemIdentifierTypesetter}) {
+        SCOPED_TRACE(identifier.toStdString());
+        if (QAction *item = preferences->toolbar()->findChild<QAction *>(identifier))
+            item->trigger();
+        preferences->selectViewControllerWithIdentifier(identifier);
+        EXPECT_EQ(preferences->shownViewController(), advanced());
+        EXPECT_EQ(window->frameGeometry(), frame);
+    }
 }
 
 TEST_F(PreferencesWindow, ATypedTexFolderTakesEffectOnlyWhenTheWindowCloses)
@@ -117,11 +109,9 @@ TEST_F(PreferencesWindow, ATypedTexFolderTakesEffectOnlyWhenTheWindowCloses)
     EXPECT_EQ(field->text(), QStringLiteral("/usr/texbin"));
     field->selectAll();
     QTest::keyClicks(field, QStringLiteral("/opt/texlive/bin/"));
-
     // A job started now still finds the programs in the old folder.
     EXPECT_EQ(PLTexCommandLine::texFolder(), QStringLiteral("/usr/texbin/"));
     EXPECT_FALSE(onDisk(PLUserDefaultsTexLocation).isValid());
-
     QTest::keyClick(window, Qt::Key_Escape);
     EXPECT_FALSE(window->isVisible());
     EXPECT_EQ(onDisk(PLUserDefaultsTexLocation).toString(), QStringLiteral("/opt/texlive/bin/"));
@@ -142,14 +132,12 @@ TEST_F(PreferencesWindow, ChoicesAreShownStoredAtOnceAndUsedByTheNextJob)
         EXPECT_EQ(onDisk(PLUserDefaultsTypesettingEngine).toString(), QLatin1String(engine));
         EXPECT_EQ(PLTexCommandLine::engineProgram(0), QLatin1String(engine));
     }
-
     QCheckBox *shellEscape = advanced()->shellEscapeCheckbox();
     EXPECT_TRUE(shellEscape->isChecked());
     for (bool enabled : {false, true}) {
         QTest::mouseClick(shellEscape, Qt::LeftButton);
         EXPECT_EQ(onDisk(PLUserDefaultsShellEscapeEnabled).toBool(), enabled);
     }
-
     // The files pane has no toolbar item; its combo box behaves as the advanced pane's.
     auto *files = new PLPreferencesFilesViewController(preferences.get());
     for (PLPreferencesEncodingComboBox *combo : {advanced()->encodingComboBox(), files->encodingComboBox()}) {
@@ -159,7 +147,6 @@ TEST_F(PreferencesWindow, ChoicesAreShownStoredAtOnceAndUsedByTheNextJob)
             EXPECT_EQ(onDisk(PLUserDefaultsFileEncoding).toInt(), encoding) << name;
         }
     }
-
     // A stored encoding that is not in the list shows no choice, and choosing nothing stores nothing.
     PLUserDefaults::standardUserDefaults().setInteger(12, PLUserDefaultsFileEncoding);
     PLPreferencesEncodingComboBox unknown;
@@ -168,41 +155,9 @@ TEST_F(PreferencesWindow, ChoicesAreShownStoredAtOnceAndUsedByTheNextJob)
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsFileEncoding), 12);
 }
 
-// The application's menu in a project window.
-class ApplicationMenu : public PLTest::LaunchedApplicationTest
-{
-protected:
-    QAction *item(const QString &title)
-    {
-        for (QAction *menu : controller->documentWindow()->menuBar()->actions()) {
-            for (QAction *item : menu->menu()->actions()) {
-                if (item->text().remove(u'&') == title) {
-                    controller->mainMenu()->validateMenu(menu->menu());
-                    return item;
-                }
-            }
-        }
-        return nullptr;
-    }
-};
-
-TEST_F(ApplicationMenu, PreferencesOpensOneWindowOnTheTextColors)
-{
-    QAction *preferences = item(QStringLiteral("Preferences…"));
-    ASSERT_NE(preferences, nullptr);
-    EXPECT_TRUE(preferences->isEnabled());
-    preferences->trigger();
-    PLPreferencesWindowController *shown = application.preferencesWindowController();
-    EXPECT_TRUE(shown->window()->isVisible());
-    shown->close();
-    preferences->trigger();
-    EXPECT_EQ(application.preferencesWindowController(), shown);
-    EXPECT_TRUE(shown->window()->isVisible());
-    shown->close();
-}
-
 using WelcomeWindow = PLTest::ApplicationTest;
 
+// The shortcut works with no project open and always shows the one preferences window.
 TEST_F(WelcomeWindow, PreferencesAreReachedWhenNoProjectIsOpen)
 {
     application.applicationDidFinishLaunching({});
@@ -210,8 +165,15 @@ TEST_F(WelcomeWindow, PreferencesAreReachedWhenNoProjectIsOpen)
     welcome->activateWindow();
     ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
     QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
-    EXPECT_TRUE(application.preferencesWindowController()->window()->isVisible());
-    application.preferencesWindowController()->close();
+    PLPreferencesWindowController *shown = application.preferencesWindowController();
+    EXPECT_TRUE(shown->window()->isVisible());
+    shown->close();
+    welcome->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
+    QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
+    EXPECT_EQ(application.preferencesWindowController(), shown);
+    EXPECT_TRUE(shown->window()->isVisible());
+    shown->close();
 }
 
 }

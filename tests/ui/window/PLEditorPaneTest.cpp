@@ -48,7 +48,6 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     // The history holds the selections left behind: the newest, b, is its current place.
     EXPECT_TRUE(canGoBack());
     EXPECT_FALSE(canGoForward());
-
     pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), a);
     EXPECT_TRUE(canGoForward());
@@ -56,14 +55,12 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
     EXPECT_FALSE(canGoBack());
     EXPECT_FALSE(PLResponderChain::sendAction(window, PLAction::NavigateBackward, nullptr));
-
     // Walking the history records nothing of its own.
     pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), a);
     pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), b);
     EXPECT_FALSE(canGoForward());
-
     // A new pane starts a history of its own.
     pane()->splitView(Qt::NoModifier);
     EXPECT_TRUE(canGoBack());
@@ -87,7 +84,6 @@ TEST_F(EditorPane, EachFileKeepsItsTrailAcrossFileSwitches)
     select(PLRange{20, 0});
     select(PLRange{30, 0});
     ASSERT_TRUE(canGoBack());
-
     const std::shared_ptr<PLFile> chapter = main->filesInDocument().value(0);
     ASSERT_NE(chapter, nullptr);
     pane()->setFile(chapter);
@@ -95,7 +91,6 @@ TEST_F(EditorPane, EachFileKeepsItsTrailAcrossFileSwitches)
     select(PLRange{5, 0});
     select(PLRange{8, 0});
     EXPECT_TRUE(canGoBack());
-
     pane()->setFile(main);
     EXPECT_EQ(textView()->selectedRange(), (PLRange{30, 0}));
     EXPECT_TRUE(canGoBack());
@@ -122,7 +117,6 @@ TEST_F(EditorPane, GoToLineAndOutlineJumpsAreRecordedInTheHistory)
     EXPECT_TRUE(textView()->viewport()->rect().contains(textView()->cursorRect()));
     pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
-
     std::shared_ptr<PLOutlineNode> section = pane()->file()->outlineRootNode()->children().back();
     ASSERT_EQ(section->type(), 3);
     const PLRange heading{text.size(), 0};
@@ -134,7 +128,6 @@ TEST_F(EditorPane, GoToLineAndOutlineJumpsAreRecordedInTheHistory)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
     pane()->navigateForward();
     EXPECT_EQ(textView()->selectedRange(), heading);
-
     // What reads as no number goes to the start.
     editor->displayGoToLineWindow();
     goToLine->lineNumberTextField()->setText(QStringLiteral("abc"));
@@ -203,7 +196,6 @@ TEST_F(EditorPane, TheBottomBorderShowsTheCaretOfTheSelectedPaneAndShortNotes)
     EXPECT_EQ(caret->text(), QStringLiteral("Line 1, Column 7"));
     editor->splitViewContentControllerAtIndex(1)->toggleDocumentPDF();
     EXPECT_EQ(caret->text(), QString());
-
     // Removing the by-products keeps the sources and the PDF.
     for (const char *name : {"main.aux", "chapter.log", "main.synctex.gz", "main.pdf"})
         project.write(QString::fromLatin1(name), QStringLiteral("x"));

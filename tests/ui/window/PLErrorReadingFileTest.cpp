@@ -81,7 +81,6 @@ TEST_F(ErrorReadingFileNotice, AFailedOrCancelledReOpenKeepsTheNoticeAndTheText)
     EXPECT_EQ(notice()->attachedWindow(), nullptr);
     EXPECT_FALSE(notice()->moreInfoButton()->isChecked());
     EXPECT_FALSE(document->mainFile()->wasContentReadProperly());
-
     textView(0)->insertText(QStringLiteral("typed "), PLRange{0, 0});
     const QString edited = textView(0)->contentBuffer()->string();
     PLTest::answerNextMessageBox(QMessageBox::Cancel);
@@ -100,13 +99,11 @@ TEST_F(ErrorReadingFileNotice, ThePopupPointsAtTheMoreInfoButtonWhileTheWindowRe
     };
     EXPECT_EQ(shown->attachedWindow()->point(), buttonCentre());
     const QPoint before = buttonCentre();
-
     window->resize(1200, 600);
     ASSERT_TRUE(QTest::qWaitFor([&] { return buttonCentre() != before; }));
     EXPECT_EQ(shown->attachedWindow()->point(), buttonCentre());
     // The box stays inside the window.
     EXPECT_LE(shown->attachedWindow()->geometry().right(), window->width());
-
     QTest::mouseClick(shown->moreInfoButton(), Qt::LeftButton);
     EXPECT_EQ(shown->attachedWindow(), nullptr);
 }

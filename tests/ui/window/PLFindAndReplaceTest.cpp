@@ -47,7 +47,6 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
     press(Qt::Key_F, Qt::ControlModifier);
     EXPECT_TRUE(bar->isShown());
     EXPECT_EQ(QApplication::focusWidget(), bar->findTextField());
-
     for (QLineEdit *field : {bar->findTextField(), bar->replaceTextField()}) {
         press(Qt::Key_F, Qt::ControlModifier);
         field->setFocus();
@@ -55,7 +54,6 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
     }
-
     // The find buttons, drawn from the bar's images, keep to the bar's right edge as the window
     // resizes; the close button hides the bar.
     press(Qt::Key_F, Qt::ControlModifier);
@@ -85,7 +83,6 @@ TEST_F(FindBar, OptionMenusChangeNothingAndOpenOnARightClick)
     }
     press(Qt::Key_Return);
     EXPECT_EQ(textView()->selectedRange(), (PLRange{23, 5}));
-
     const QPoint inside(2, 2);
     QContextMenuEvent rightClick(QContextMenuEvent::Mouse, inside, bar->searchOptionsButton()->mapToGlobal(inside));
     QApplication::sendEvent(bar->searchOptionsButton(), &rightClick);
@@ -118,8 +115,6 @@ TEST_F(FindBar, FindKeysWalkTheHitsBothWaysAndWrapAround)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 5}));
 }
 
-// Ctrl+E fills the field with the selected text, or empties it; nothing changes without a hit or
-// while the bar is hidden.
 TEST_F(FindBar, UseSelectionFillsTheFieldAndNothingChangesWithoutAHitOrWhileHidden)
 {
     textView()->setSelectedRange(PLRange{6, 4});
@@ -131,7 +126,6 @@ TEST_F(FindBar, UseSelectionFillsTheFieldAndNothingChangesWithoutAHitOrWhileHidd
     textView()->setSelectedRange(PLRange{6, 0});
     press(Qt::Key_E, Qt::ControlModifier);
     EXPECT_EQ(bar->findTextField()->text(), QString());
-
     textView()->setSelectedRange(PLRange{6, 2});
     QTest::keyClicks(bar->findTextField(), QStringLiteral("delta"));
     press(Qt::Key_Return);
@@ -178,7 +172,6 @@ TEST_F(FindBar, ReplacementIsTypedTextUndoneInOneStep)
     bar->replaceButton()->click();
     // The buffer pairs the bracket as it does for a typed one.
     EXPECT_EQ(text(), QStringLiteral("Alpha () ALPHA gamma alpha\n"));
-
     textView()->contentBuffer()->undoManager()->undo();
     EXPECT_EQ(text(), mainText);
 }

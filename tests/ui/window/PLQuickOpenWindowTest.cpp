@@ -44,7 +44,6 @@ TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
     press(Qt::Key_Return);
     EXPECT_TRUE(quickOpen()->isShown());
     EXPECT_TRUE(quickOpen()->window()->isVisible());
-
     const std::pair<int, int> steps[] = {{Qt::Key_Down, 0}, {Qt::Key_Down, 1}, {Qt::Key_Down, 2}, {Qt::Key_Down, 2},
                                          {Qt::Key_Up, 1},   {Qt::Key_Up, 0},   {Qt::Key_Up, 0}};
     for (const auto &[key, row] : steps) {
@@ -53,7 +52,6 @@ TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
         EXPECT_EQ(QApplication::focusWidget(), quickOpen()->quickOpenTextField());
     }
     EXPECT_EQ(quickOpen()->quickOpenTextField()->cursorPosition(), 3);
-
     // Going back to the project window closes it.
     window->activateWindow();
     ASSERT_TRUE(QTest::qWaitFor([this] { return !quickOpen()->isShown(); }));
@@ -84,7 +82,6 @@ TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReopeningSearchesAga
     press(Qt::Key_Escape);
     EXPECT_FALSE(quickOpen()->window()->isVisible());
     ASSERT_TRUE(QTest::qWaitForWindowActive(window));
-
     // A heading added while the window was closed is in the fresh results.
     textView()->insertText(QStringLiteral("\\section{Another sec}\n"), PLRange{0, 0});
     pane()->makeKey();

@@ -66,7 +66,6 @@ TEST_F(Sidebar, ShowsHeadingsIncludedFilesAndOneRowPerBibliography)
 {
     open({{"main.tex", "\\part{One}\n\\chapter[Short]{$Intro$\\label{i}}\n\\input{intro}\n\\section{Local}\ntext\n\\bibliography{a,b}\n"},
           {"intro.tex", "\\section{Motivation}\nWhy.\n"}, {"a.bib", "@book{a,}\n"}, {"b.bib", "@book{b,}\n"}});
-
     EXPECT_EQ(rows(), QStringLiteral("+main.tex|  +One|    +Intro|      +intro.tex|        Motivation|      +Local|        a.bib|        b.bib"));
     const QModelIndex root = find(QStringLiteral("main.tex"));
     EXPECT_TRUE(root.data(PLDocumentOutlineItemModel::IsGroupRole).toBool());
@@ -84,7 +83,6 @@ TEST_F(Sidebar, ABibliographyWithMoreFilesThanItsLevelHasChildrenShowsEveryFile)
           {"a.bib", ""}, {"b.bib", ""}, {"c.bib", ""}, {"d.bib", ""}, {"e.bib", ""}});
     const QString fourFiles = QStringLiteral("+main.tex|  +R|    a.bib|    b.bib|    c.bib|    d.bib");
     EXPECT_EQ(rows(), fourFiles);
-
     PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
     const qsizetype closing = buffer->string().lastIndexOf(u'}');
     buffer->replaceCharactersInRange(PLRange{closing, 0}, QStringLiteral(",e"));
@@ -95,7 +93,6 @@ TEST_F(Sidebar, AnIncludeThatIsNoRegularFileShowsGreyedWithTheReason)
 {
     ASSERT_EQ(mkfifo(QFile::encodeName(project.path(QStringLiteral("pipe.tex"))).constData(), 0600), 0);
     open({{"main.tex", "\\input{pipe}\n\\input{fine}\n"}, {"fine.tex", "\\section{Fine}\n"}});
-
     const QModelIndex pipe = find(QStringLiteral("pipe.tex"));
     ASSERT_TRUE(pipe.isValid());
     EXPECT_TRUE(pipe.data(Qt::ToolTipRole).toString().contains(QStringLiteral("not a regular file")));
@@ -110,17 +107,14 @@ TEST_F(Sidebar, EditsUpdateTheirFileAndLeaveCollapsedRowsElsewhereAlone)
     open({{"main.tex", "\\section{Local}\n\\subsection{Deep}\n\\input{intro}\n"}, {"intro.tex", "\\section{Motivation}\nWhy.\n"}});
     const auto intro = document->mainFile()->filesInDocument().constFirst();
     sidebar->sidebar()->collapse(find(QStringLiteral("Deep")));
-
     PLTextContentBuffer *buffer = intro->contentBuffer();
     buffer->replaceCharactersInRange(PLRange{buffer->string().size(), 0}, QStringLiteral("\\section{Added}\nMore.\n"));
     EXPECT_EQ(rows(), QStringLiteral("+main.tex|  +Local|    Deep|      +intro.tex|        Motivation|        Added"));
-
     // Typing in the text under a heading leaves every row as it was, so no row is repainted.
     QSignalSpy changed(model(), &QAbstractItemModel::dataChanged);
     QSignalSpy inserted(model(), &QAbstractItemModel::rowsInserted);
     buffer->replaceCharactersInRange(PLRange{buffer->string().indexOf(QStringLiteral("Why")), 0}, QStringLiteral("So "));
     EXPECT_EQ(changed.count() + inserted.count(), 0);
-
     buffer->replaceCharactersInRange(PLRange{9, 10}, QStringLiteral("Aims"));
     EXPECT_TRUE(find(QStringLiteral("Aims")).isValid());
     EXPECT_FALSE(find(QStringLiteral("Motivation")).isValid());
@@ -153,7 +147,6 @@ TEST_F(Sidebar, TheModelKeepsQtsContractThroughEditsReloadAndSaveAs)
     // The tester lives as long as the model it watches: save-as replaces the model.
     const auto watch = [this] { new QAbstractItemModelTester(model(), QAbstractItemModelTester::FailureReportingMode::Warning, model()); };
     watch();
-
     PLTextContentBuffer *main = document->mainFile()->contentBuffer();
     const auto intro = document->mainFile()->filesInDocument().constFirst();
     const auto append = [](PLTextContentBuffer *buffer, const QString &text) {
@@ -169,12 +162,10 @@ TEST_F(Sidebar, TheModelKeepsQtsContractThroughEditsReloadAndSaveAs)
     // The outline may settle after a pause in typing; the tester watches whatever comes.
     const auto shows = [this](const QString &title) { return QTest::qWaitFor([&] { return find(title).isValid(); }); };
     EXPECT_TRUE(shows(QStringLiteral("More")));
-
     ASSERT_TRUE(intro->save());
     project.write(QStringLiteral("intro.tex"), QStringLiteral("\\section{Reloaded}\n\\input{other}\n"));
     ASSERT_TRUE(intro->reloadContent());
     EXPECT_TRUE(shows(QStringLiteral("Reloaded")));
-
     ASSERT_TRUE(document->saveDocumentAs(project.path(QStringLiteral("renamed.tex"))));
     EXPECT_TRUE(find(QStringLiteral("renamed.tex")).isValid());
     watch();
@@ -187,15 +178,12 @@ TEST_F(Sidebar, AClickShowsTheNodeInTheFocusedPane)
 {
     open({{"main.tex", "Preamble.\n\\section{Local}\nText.\n\\input{intro}\n"},
           {"intro.tex", "Opening words.\n\\section{Motivation}\nWhy.\n"}});
-
     click(QStringLiteral("Motivation"));
     ASSERT_EQ(pane()->file()->name(), QStringLiteral("intro.tex"));
     EXPECT_EQ(textView()->selectedRange(), (PLRange{15, 0}));
-
     click(QStringLiteral("Local"));
     EXPECT_EQ(pane()->file(), document->mainFile());
     EXPECT_EQ(textView()->selectedRange(), (PLRange{10, 0}));
-
     // Clicking the selected row again goes back to the heading after the caret moved.
     textView()->setSelectedRange(PLRange{0, 0});
     click(QStringLiteral("Local"));

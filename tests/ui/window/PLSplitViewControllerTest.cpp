@@ -19,29 +19,24 @@ protected:
     bool send(PLAction action, QAction *item = nullptr) { return PLResponderChain::sendAction(window, action, item); }
 };
 
-// A fresh account shows one text pane; splitting halves it, and closing a pane focuses the one that
-// takes its place.
 TEST_F(SplitPanes, SplittingHalvesAPaneAndClosingFocusesTheOneThatTakesItsPlace)
 {
     open();
     ASSERT_EQ(editor->splitViewCount(), 1);
     EXPECT_FALSE(pane(0)->isPdfToggled());
     EXPECT_FALSE(pane(0)->titleBarButtonCloseSplit()->isVisibleTo(window));
-
     pane(0)->splitView(Qt::NoModifier);
     ASSERT_EQ(editor->splitViewCount(), 2);
     const QList<int> widths = editor->splitView()->sizes();
     EXPECT_NEAR(widths.at(0), widths.at(1), 2);
     EXPECT_TRUE(pane(1)->titleBarButtonCloseSplit()->isVisibleTo(window));
     EXPECT_EQ(pane(1)->file(), pane(0)->file());
-
     const QList<QVariantMap> layout = storedLayout();
     ASSERT_EQ(layout.size(), 2);
     for (const QVariantMap &entry : layout) {
         EXPECT_EQ(entry.value(PLSplitViewSetupContentType).toInt(), 0);
         EXPECT_NEAR(entry.value(PLSplitViewSetupContentPercentageWidth).toDouble(), 50.0, 1.0);
     }
-
     pane(1)->splitView(Qt::NoModifier);
     ASSERT_EQ(editor->splitViewCount(), 3);
     PLSplitViewContentViewController *first = pane(0);
@@ -50,14 +45,12 @@ TEST_F(SplitPanes, SplittingHalvesAPaneAndClosingFocusesTheOneThatTakesItsPlace)
     pane(2)->closeView();
     ASSERT_EQ(editor->splitViewCount(), 2);
     EXPECT_EQ(editor->selectedSplitViewController(), middle);
-
     pane(0)->splitView(Qt::NoModifier);
     PLSplitViewContentViewController *inserted = pane(1);
     editor->focusOnSplitViewContentViewController(inserted);
     inserted->closeView();
     EXPECT_EQ(editor->selectedSplitViewController(), middle);
     EXPECT_EQ(editor->contentViewControllers(), (QList<PLSplitViewContentViewController *>{first, middle}));
-
     middle->closeView();
     EXPECT_EQ(editor->selectedSplitViewController(), first);
     EXPECT_FALSE(first->titleBarButtonCloseSplit()->isVisibleTo(window));
@@ -82,13 +75,11 @@ TEST_P(ClosingAPane, LeavesNoLinkToItInTheChainAndActionsStillWork)
     EXPECT_EQ(closed->tryToPerform(PLAction::CloseView, nullptr), closes);
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     ASSERT_EQ(editor->splitViewCount(), closes ? count - 1 : count);
-
     QList<PLResponder *> reached;
     for (PLResponder *responder = windowController; responder && !reached.contains(responder);
          responder = responder->nextResponder())
         reached << responder;
     EXPECT_FALSE(closes && reached.contains(static_cast<PLResponder *>(closed)));
-
     // Actions nobody before the application answers walk the whole chain.
     EXPECT_TRUE(send(PLAction::SaveDocument));
     send(PLAction::Typeset);
@@ -107,19 +98,16 @@ TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBo
     QAction *right = menuItem(PLAction::NavigateToSplitViewMenuItemPressed, 1);
     ASSERT_TRUE(left && right);
     EXPECT_FALSE(isEnabled(PLAction::NavigateToSplitViewMenuItemPressed, 1));
-
     pane(0)->splitView(Qt::NoModifier);
     pane(1)->splitView(Qt::NoModifier);
     EXPECT_TRUE(isEnabled(PLAction::NavigateToSplitViewMenuItemPressed, 1));
     editor->focusOnSplitViewContentViewController(pane(2));
-
     EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, right));
     EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
     EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
     EXPECT_EQ(editor->selectedSplitViewController(), pane(2));
     EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
     EXPECT_EQ(editor->selectedSplitViewController(), pane(1));
-
     for (int index = 0; index < 3; ++index)
         EXPECT_EQ(pane(index)->titleTextField()->font().bold(), index == 1) << "pane " << index;
     // Pane commands reach the focused pane first.
@@ -156,8 +144,6 @@ TEST_F(SplitPanes, AStoredLayoutReopensWithItsPanesAndWidths)
     EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
 }
 
-// A narrowing window takes width from the sidebar first and gives it back; the divider stays
-// between 150 points and half the window.
 TEST_F(SplitPanes, TheSidebarGivesWayToTheTextAndItsDividerStaysBetween150PointsAndHalfTheWindow)
 {
     open();
@@ -173,16 +159,13 @@ TEST_F(SplitPanes, TheSidebarGivesWayToTheTextAndItsDividerStaysBetween150Points
     EXPECT_GE(split->splitView()->sizes().at(1), PLDocumentSplitViewController::comfortableEditorWidth);
     EXPECT_EQ(sidebarWidth(500), PLDocumentSplitViewController::minimumSidebarWidth);
     EXPECT_EQ(sidebarWidth(1200), chosen);
-
     PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
     const int width = split->splitView()->width();
-
     EXPECT_EQ(split->constrainSplitPosition(100), 150);
     EXPECT_EQ(defaults.doubleForKey(PLDocumentSidebarWidth), 150.0);
     EXPECT_EQ(split->constrainSplitPosition(260), 260);
     EXPECT_EQ(defaults.doubleForKey(PLDocumentSidebarWidth), 260.0);
     EXPECT_EQ(split->constrainSplitPosition(width), width * 0.5 - split->splitView()->handleWidth());
-
     // The width the user chose is where the next window's sidebar starts.
     split->constrainSplitPosition(300);
     PLDocumentController others;

@@ -85,7 +85,6 @@ TEST(XSViewController, TheChainRunsDepthFirstAndFollowsInsertionsAndRemovals)
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window A A1 A1a early late B"));
     tree.a->removeObjectFromChildrenAtIndex(0);
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window A early late B"));
-
     tree.windowController.removeViewController(tree.a);
     EXPECT_EQ(chainNames(tree.windowController), QStringLiteral("window B"));
     tree.windowController.insertObjectInViewControllersAtIndex(tree.a, 1);
@@ -115,13 +114,11 @@ TEST(ResponderChain, ActionsGoFromTheFocusedWidgetToTheFirstControllerThatImplem
     tree.a2->handle(PLAction::SplitView, &log);
     tree.b->handle(PLAction::SplitView, &log);
     tree.b->handle(PLAction::CloseView, &log, false);
-
     QWidget *window = tree.windowController.window();
     auto *field = new QLineEdit(window);
     (new QVBoxLayout(window))->addWidget(field);
     window->show();
     field->setFocus();
-
     QAction item;
     EXPECT_TRUE(PLResponderChain::sendAction(window, PLAction::SplitView, &item));
     EXPECT_EQ(log, QStringList{QStringLiteral("A2")});
