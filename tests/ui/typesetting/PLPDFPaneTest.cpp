@@ -113,7 +113,7 @@ protected:
 };
 
 // Zooms by keys and Ctrl+wheel render at the new size.
-TEST_F(PDFPane, AnExistingPdfIsShownAtOnceRenderedOffTheUiThreadAndZoomed)
+TEST_F(PDFPane, AnExistingPdfIsShownAtOnceRenderedOffTheUiThreadZoomedAndSearched)
 {
     open(true);
     ASSERT_NE(pdfView()->document(), nullptr);
@@ -132,7 +132,6 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceRenderedOffTheUiThreadAndZoomed)
     EXPECT_NEAR(qreal(landscape.width()) / landscape.height(), 11.0 / 8.5, 0.01);
     EXPECT_LT(qreal(portrait.width()) / portrait.height(), 1.0);
     EXPECT_NEAR(landscape.center().x(), portrait.center().x(), 1);
-
     pdfView()->goToPage(0);
     pdfView()->setFocus();
     QTest::keyClick(pdfView(), Qt::Key_Plus, Qt::ControlModifier);
@@ -152,6 +151,20 @@ TEST_F(PDFPane, AnExistingPdfIsShownAtOnceRenderedOffTheUiThreadAndZoomed)
     pdfView()->zoomToFitWidth();
     EXPECT_NEAR(pdfView()->pageRect(3).width(), pdfView()->viewport()->width() - 16, 2);
     EXPECT_EQ(pdfView()->horizontalScrollBar()->maximum(), 0);
+    // Find ignores case and wraps both ways; "page" is on pages 0, 1, 2 and 3 (in "fills the third page").
+    const auto walk = [this](bool forwards, int steps) {
+        QList<int> pages;
+        for (int step = 0; step < steps; ++step) {
+            shownPane->findAndHighlightString(QStringLiteral("PAGE"), forwards ? 1 : 0);
+            pages.append(pdfView()->highlightedPage());
+        }
+        return pages;
+    };
+    EXPECT_EQ(walk(true, 5), (QList<int>{0, 1, 2, 3, 0}));
+    EXPECT_EQ(walk(false, 2), (QList<int>{3, 2}));
+    EXPECT_TRUE(visibleArea().intersects(pdfView()->pageRect(2)));
+    EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
+    EXPECT_EQ(pdfView()->highlightedPage(), 2);
 }
 
 // Pages are drawn from images of the screen's own pixels: what the view shows equals a rendering
@@ -192,13 +205,11 @@ TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
     ASSERT_NE(shownPane->noPDFFoundView(), nullptr);
     EXPECT_TRUE(shownPane->noPDFFoundView()->isVisibleTo(window));
     EXPECT_EQ(pdfView()->document(), nullptr);
-
     PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
     QObject otherDocument;
     postJobFinished(&otherDocument);
     EXPECT_EQ(pdfView()->document(), nullptr);
     EXPECT_NE(shownPane->noPDFFoundView(), nullptr);
-
     postJobFinished(document);
     WAIT_UNTIL(pdfView()->pageCount() == 4);
     EXPECT_EQ(shownPane->noPDFFoundView(), nullptr);
@@ -221,7 +232,6 @@ TEST_P(PDFPaneReload, KeepsTheOriginAndSurvivesBrokenFiles)
     WAIT_UNTIL(pdfView()->isPageRendered(2));
     const QPoint origin = pdfView()->scrollOrigin();
     QPdfDocument *shown = pdfView()->document();
-
     const QString pdfPath = project.path(QStringLiteral("main.pdf"));
     if (!replacement)
         QFile::remove(pdfPath);
@@ -275,7 +285,6 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     EXPECT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 0));
     EXPECT_FALSE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
     menuItem(PLAction::PerformTexSyncMenuAction, 0)->trigger();
-
     PLPDFView *view = pdfView();
     ASSERT_EQ(view->highlightedPage(), page);
     const QRectF area = view->highlightedArea();
@@ -288,14 +297,12 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     EXPECT_EQ(view->selectionPage(), page);
     EXPECT_TRUE(QString::fromLatin1(lineText).contains(view->selectedText().trimmed())) << view->selectedText().toStdString();
     EXPECT_TRUE(visibleArea().intersects(view->pageRect(page)));
-
     // Away from the line, then back from the PDF.
     textPane->setFile(document->mainFile());
     textPane->textContentView()->setSelectedRange(PLRange{0, 0});
     QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, viewportPoint(page, area.center()));
     EXPECT_EQ(textPane->file(), file);
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
-
     // The menu's way back works from the point the last click chose.
     textPane->setFile(document->mainFile());
     editor->focusOnSplitViewContentViewController(shownPane);
@@ -339,17 +346,14 @@ TEST_P(PDFPaneDisplayMode, IsStoredAtOnceAndLaysOutItsPages)
     EXPECT_EQ(pdfView()->displayMode(), PLPDFView::SinglePageContinuous);
     pdfView()->setDisplayMode(mode);
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsPDFDisplayMode), int(mode));
-
     int laidOut = 0;
     for (int page = 0; page < pdfView()->pageCount(); ++page)
         laidOut += pdfView()->pageRect(page).isNull() ? 0 : 1;
     EXPECT_EQ(laidOut, pagesLaidOut);
     EXPECT_EQ(pdfView()->pageRect(1).top() == pdfView()->pageRect(0).top(), sideBySide);
     WAIT_UNTIL(pdfView()->isPageRendered(0));
-
     editor->splitViewWithControllerAndDisplayPDF(shownPane);
     EXPECT_EQ(editor->splitViewContentControllerAtIndex(1)->pdfView()->displayMode(), mode);
-
     pdfView()->setFocus();
     for (int press = 0; press < 20; ++press)
         QTest::keyClick(pdfView(), Qt::Key_PageDown);
@@ -367,27 +371,6 @@ INSTANTIATE_TEST_SUITE_P(Modes, PDFPaneDisplayMode,
                          ::testing::Values(std::tuple{PLPDFView::SinglePage, 1, false},
                                            std::tuple{PLPDFView::SinglePageContinuous, 4, false}, std::tuple{PLPDFView::TwoUp, 2, true},
                                            std::tuple{PLPDFView::TwoUpContinuous, 4, true}));
-
-// Find walks the hits in both directions, ignoring case, and wraps at either end; the fixture
-// holds "page" on pages 0, 1, 2 and 3 (the third in "fills the third page"). The find bar's
-// requests reach the PDF through the pane, as they reach a text pane.
-TEST_F(PDFPane, FindWalksTheHitsIgnoringCaseAndWraps)
-{
-    open(true);
-    const auto walk = [this](bool forwards, int steps) {
-        QList<int> pages;
-        for (int step = 0; step < steps; ++step) {
-            shownPane->findAndHighlightString(QStringLiteral("PAGE"), forwards ? 1 : 0);
-            pages.append(pdfView()->highlightedPage());
-        }
-        return pages;
-    };
-    EXPECT_EQ(walk(true, 5), (QList<int>{0, 1, 2, 3, 0}));
-    EXPECT_EQ(walk(false, 2), (QList<int>{3, 2}));
-    EXPECT_TRUE(visibleArea().intersects(pdfView()->pageRect(2)));
-    EXPECT_FALSE(pdfView()->findString(QStringLiteral("nowhere in this document"), true));
-    EXPECT_EQ(pdfView()->highlightedPage(), 2);
-}
 
 // Documents typeset from generated sources.
 class PDFPaneOddDocuments : public PDFPane
@@ -410,7 +393,6 @@ TEST_F(PDFPaneOddDocuments, AFiveHundredPageBookScrollsFindsAndKeepsItsCacheInBu
     openTypeset(QStringLiteral("book"));
     ASSERT_EQ(pdfView()->pageCount(), 500);
     QFile::remove(project.path(QStringLiteral("main.pdf")));
-
     pdfView()->goToPage(250);
     for (bool forwards : {true, false}) {
         shownPane->findAndHighlightString(QStringLiteral("needle"), forwards ? 1 : 0);
@@ -421,7 +403,6 @@ TEST_F(PDFPaneOddDocuments, AFiveHundredPageBookScrollsFindsAndKeepsItsCacheInBu
     pdfView()->setScrollOrigin(QPoint(0, pdfView()->verticalScrollBar()->maximum()));
     WAIT_UNTIL(pdfView()->isPageRendered(499));
     EXPECT_TRUE(showsInk());
-
     // A budget of three pages: walking down keeps the pages near the view, the farthest go first.
     const qint64 page = qint64(pdfView()->pageRect(0).width()) * pdfView()->pageRect(0).height() * 4;
     pdfView()->setRenderCacheBudget(3 * page);
@@ -471,12 +452,10 @@ TEST_P(PDFPaneTurnedPages, FindSelectionAndSyncLandOnTheDrawnText)
     // Wider than the viewport, so that pages lie where their rectangles say.
     pdfView()->setZoomFactor(2);
     const QString word = QString::fromLatin1(firstWord);
-
     shownPane->findAndHighlightString(word, 1);
     ASSERT_EQ(pdfView()->highlightedPage(), page);
     const QRectF area = pdfView()->highlightedArea();
     EXPECT_TRUE(inkUnder(page, area));
-
     QTest::mousePress(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, viewportPoint(page, QPointF(area.left() + 1, area.center().y())));
     EXPECT_TRUE(pdfView()->selectedText().isEmpty());
     const QPoint end = viewportPoint(page, QPointF(area.right() - 1, area.center().y()));
@@ -489,7 +468,6 @@ TEST_P(PDFPaneTurnedPages, FindSelectionAndSyncLandOnTheDrawnText)
     pdfView()->setFocus();
     QTest::keyClick(pdfView(), Qt::Key_C, Qt::ControlModifier);
     EXPECT_EQ(QGuiApplication::clipboard()->text(), word);
-
     editor->splitViewWithController(shownPane);
     PLSplitViewContentViewController *textPane = editor->splitViewContentControllerAtIndex(1);
     const QString text = document->mainFile()->contentBuffer()->string();
@@ -500,7 +478,6 @@ TEST_P(PDFPaneTurnedPages, FindSelectionAndSyncLandOnTheDrawnText)
     const QRectF line = pdfView()->highlightedArea();
     EXPECT_TRUE(line.intersects(area));
     EXPECT_TRUE(inkUnder(page, line));
-
     textPane->textContentView()->setSelectedRange(PLRange{0, 0});
     QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::ControlModifier, viewportPoint(page, area.center()));
     EXPECT_EQ(textPane->textContentView()->selectedRange().location, lineStart);
@@ -520,7 +497,6 @@ TEST_F(PDFPaneOddDocuments, APageWithoutTextFindsAndSelectsNothing)
     EXPECT_FALSE(pdfView()->findString(QStringLiteral("rule"), true));
     shownPane->findAndHighlightString(QStringLiteral("rule"), 0);
     EXPECT_EQ(pdfView()->highlightedPage(), -1);
-
     QSignalSpy requested(pdfView(), &PLPDFView::syncRequested);
     const QPoint onTheRule = pdfView()->pageRect(0).topLeft() - pdfView()->scrollOrigin() + QPoint(200, 150);
     QTest::mouseClick(pdfView()->viewport(), Qt::LeftButton, Qt::NoModifier, onTheRule);

@@ -135,7 +135,6 @@ TEST_F(TypesettingWindow, StopEndsALoopingDocumentAndASecondRequestStartsNoSecon
     EXPECT_EQ(progress->transformationFileLabel()->text(), QStringLiteral("Typesetting stopped"));
 }
 
-// Closing the window during a job ends the engine; nothing calls back into the closed window.
 TEST_F(TypesettingWindow, ClosingTheWindowStopsTheJob)
 {
     ASSERT_NO_FATAL_FAILURE(startLoopingJob());
@@ -158,7 +157,6 @@ TEST_F(TypesettingWindow, AMissingOrSilentlyFailingEngineIsReported)
     ASSERT_TRUE(QTest::qWaitFor([&] { return (alert = window->findChild<QMessageBox *>(QStringLiteral("PLCouldNotLocateEngineAlert"))); }, kJobTimeout));
     EXPECT_EQ(alert->text(), QStringLiteral("Could not locate pdflatex with path: %1/pdflatex").arg(texFolder));
     alert->buttons().first()->click();
-
     project.write(QStringLiteral("tex/pdflatex"), QStringLiteral("#!/bin/sh\nexit 3\n"));
     QFile::setPermissions(texFolder + QStringLiteral("/pdflatex"), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     typeset();
@@ -191,7 +189,6 @@ TEST_F(TypesettingWindow, TypesetSavesFirstAdvisesOnTheErrorAndTheConsoleShowsTh
     EXPECT_EQ(list->adviceTextField()->text(), advice);
     EXPECT_FALSE(list->adviceTextField()->isHidden());
     EXPECT_TRUE(output().startsWith(QStringLiteral("This is pdfTeX")));
-
     PLTextContentBuffer *buffer = document->mainFile()->contentBuffer();
     buffer->replaceCharactersInRange(PLRange{0, buffer->length()},
                                      QStringLiteral("\\documentclass{article}\\begin{document}Fine.\\end{document}\n"));
@@ -222,7 +219,6 @@ TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
     EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
     QScrollBar *scrollBar = console.console()->verticalScrollBar();
     EXPECT_EQ(scrollBar->value(), scrollBar->maximum());
-
     scrollBar->setValue(0);
     for (int i = 0; i < 3; ++i)
         console.appendStringToConsole(chunk);
@@ -232,13 +228,11 @@ TEST(ConsolePanel, KeepsTheNewestOutputAndFollowsTheEndUnlessScrolledUp)
     EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
     EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("x\nthe end")));
     EXPECT_EQ(scrollBar->value(), 0);
-
     // One burst larger than everything kept.
     console.appendStringToConsole(chunk.repeated(5) + QStringLiteral("last"));
     console.flush();
     EXPECT_LE(console.console()->document()->characterCount(), maximum + 1);
     EXPECT_TRUE(console.console()->toPlainText().endsWith(QStringLiteral("last")));
-
     console.clearConsole();
     EXPECT_TRUE(console.console()->toPlainText().isEmpty());
     EXPECT_TRUE(console.droppedOutputLabel()->isHidden());
@@ -303,7 +297,6 @@ TEST_F(TypesettingWindow, TheErrorListReloadsForItsOwnJobKeepsItsHeightAndOpensA
         postJobFinished(of);
     }
     EXPECT_EQ(table->currentItem(), nullptr);
-
     const auto listShown = [list] { return !list->view()->isHidden(); };
     EXPECT_FALSE(listShown());
     progress->errorWarningCountButton()->click();
@@ -318,7 +311,6 @@ TEST_F(TypesettingWindow, TheErrorListReloadsForItsOwnJobKeepsItsHeightAndOpensA
     menuItem(PLAction::DisplayErrorsAndWarnings)->trigger();
     QCoreApplication::processEvents();
     EXPECT_EQ(list->view()->height(), 200);
-
     PLSplitViewContentViewController *shownPane = editor->selectedSplitViewController();
     const auto clickRow = [table, shownPane] {
         QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, table->visualItemRect(table->topLevelItem(0)).center());
@@ -331,7 +323,6 @@ TEST_F(TypesettingWindow, TheErrorListReloadsForItsOwnJobKeepsItsHeightAndOpensA
     EXPECT_EQ(shownPane->file()->name(), QStringLiteral("one.tex"));
     shownPane->textContentView()->setSelectedRange(PLRange{0, 0});
     EXPECT_EQ(clickRow(), lineFour);
-
     list->closeButton()->click();
     EXPECT_FALSE(listShown());
     list->setSavedHeight(20);
