@@ -22,7 +22,6 @@ protected:
         PLTest::writeFile(path("more.bib"), "@book{b, title={B}}\n");
     }
     QString path(const char *relative) const { return QDir(m_dir.path()).filePath(QString::fromLatin1(relative)); }
-
     // Runs the command and expects it to succeed.
     static PLCliRun succeeds(std::initializer_list<QAnyStringView> arguments)
     {
@@ -30,7 +29,6 @@ protected:
         EXPECT_EQ(run.exitCode, 0) << run.standardError.toStdString();
         return run;
     }
-
     // The names of the notifications the edit posted, without their common prefix.
     static QStringList notificationNames(const PLCliRun &run)
     {
@@ -39,7 +37,6 @@ protected:
             names << n.toObject().value(QStringLiteral("name")).toString().remove(QStringLiteral("PLNotification"));
         return names;
     }
-
     QTemporaryDir m_dir;
 };
 

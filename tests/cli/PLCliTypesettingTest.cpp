@@ -70,11 +70,9 @@ protected:
         settings.set(PLUserDefaultsTexLocation, texFolder());
         PLTest::writeFile(dir.filePath(QStringLiteral("main.tex")), "\\documentclass{article}\\begin{document}x\\end{document}\n");
     }
-
     QString texFolder() const { return dir.filePath(QStringLiteral("texbin")); }
     void writeEngine(const QByteArray &script) { writeProgram(texFolder() + QStringLiteral("/pdflatex"), script); }
     QString mainPath() const { return dir.filePath(QStringLiteral("main.tex")); }
-
     QTemporaryDir dir;
     const PLCliSettings settings{dir.filePath(QStringLiteral("config"))};
 };

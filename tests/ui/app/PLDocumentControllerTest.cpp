@@ -51,10 +51,7 @@ TEST_F(DocumentController, OneWindowPerProjectAndOneFileObjectPerPath)
 }
 
 // The answer, whether the window closes and what the file then holds.
-class UnsavedChanges : public DocumentController,
-                       public ::testing::WithParamInterface<std::tuple<QMessageBox::StandardButton, bool, const char *>>
-{
-};
+using UnsavedChanges = PLTest::WithParam<DocumentController, std::tuple<QMessageBox::StandardButton, bool, const char *>>;
 
 TEST_P(UnsavedChanges, ClosingAnEditedProjectAsksFirst)
 {

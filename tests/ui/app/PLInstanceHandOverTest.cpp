@@ -35,9 +35,7 @@ protected:
         EXPECT_TRUE(QTest::qWaitFor([&] { return delivered.count() + failed.count() == 1; }));
         return delivered.count() == 1;
     }
-
     QList<PLDocument *> documents() const { return application.documentController()->documents(); }
-
     QTemporaryDir socketFolder;
     QString serverName;
     PLInstanceServer server;

@@ -13,7 +13,8 @@ TEST_F(MainMenu, OpenMenusEnableWhatTheWindowCanDoAndClosedOnesLeaveShortcutsLiv
     controller->window()->activateWindow();
     const QList<QAction *> menus = controller->documentWindow()->menuBar()->actions();
     controller->mainMenu()->validateMenu(menus.at(1)->menu());
-    QAction *find = PLTest::menuItem(controller->documentWindow(), PLAction::PerformFindPanelAction, PLFindAndReplaceViewController::ShowFind);
+    QAction *find = PLTest::menuItem(controller->documentWindow(), PLAction::PerformFindPanelAction,
+                                     PLFindAndReplaceViewController::ShowFind);
     EXPECT_TRUE(find->isEnabled());
     // Plain X11 desktops have no standard keys for these two.
     QMap<PLAction, QKeySequence> keys;

@@ -1,5 +1,6 @@
 #include "ui/app/PLApplicationController.h"
 #include "PLUiTestSupport.h"
+#include "ui/preferences/PLPreferencesWindowController.h"
 #include "ui/window/PLWelcomeWindowController.h"
 #include "ui/window/PLWelcomeWindowMainViewController.h"
 #include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
@@ -15,17 +16,29 @@ protected:
         QCoreApplication::processEvents();
         return application.welcomeWindowController()->mainViewController();
     }
-
     bool welcomeIsShown() { return application.welcomeWindowController()->window()->isVisible(); }
 };
 
-TEST_F(WelcomeWindow, LaunchingWithNothingToOpenShowsItAndNoUntitledProject)
+// With nothing to open it shows, with no untitled project; its preferences shortcut always shows
+// the one preferences window.
+TEST_F(WelcomeWindow, LaunchingWithNothingToOpenShowsItAndReachesThePreferences)
 {
     PLWelcomeWindowMainViewController *welcome = launch();
     EXPECT_TRUE(welcomeIsShown());
     EXPECT_TRUE(application.documentController()->documents().isEmpty());
     EXPECT_EQ(welcome->numberOfRowsInTableView(), 0);
     EXPECT_FALSE(welcome->openItemInRecentItemsListAtRow(-1));
+    QWidget *window = application.welcomeWindowController()->window();
+    QList<PLPreferencesWindowController *> shown;
+    for (int press = 0; press < 2; ++press) {
+        window->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+        QTest::keyClick(window, Qt::Key_Comma, Qt::ControlModifier);
+        shown << application.preferencesWindowController();
+        EXPECT_TRUE(shown.last()->window()->isVisible());
+        shown.last()->close();
+    }
+    EXPECT_EQ(shown.first(), shown.last());
 }
 
 TEST_F(WelcomeWindow, ListsRecentProjectsByDecodedNameAndOpensTheSelectedOne)

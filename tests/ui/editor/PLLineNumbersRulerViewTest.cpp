@@ -17,20 +17,16 @@ protected:
         show({view}, size);
         return ruler;
     }
-
     static qreal expectedThickness(const QFont &font, int digits)
     {
         return std::ceil(std::max(22.0, QFontMetricsF(font).horizontalAdvance(QString(digits, u'8')) + 10.0));
     }
-
     PLTextView *view = nullptr;
 };
 
 // A text, its line starts, the digits its widest number needs and the label font's pixel size: a
 // large font makes every digit count show in the width, a tiny one the least width.
-class RulerLines : public Ruler, public ::testing::WithParamInterface<std::tuple<const char *, std::vector<qsizetype>, int, int>>
-{
-};
+using RulerLines = PLTest::WithParam<Ruler, std::tuple<const char *, std::vector<qsizetype>, int, int>>;
 
 TEST_P(RulerLines, ListsEveryLineAndIsAsWideAsTheLineCountNeeds)
 {

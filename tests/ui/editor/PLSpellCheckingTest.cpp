@@ -13,7 +13,6 @@ class Spelling : public PLTest::EditorTest
 {
 protected:
     void SetUp() override { PLSpellChecker::sharedSpellChecker().waitUntilReady(); }
-
     static QStringList markedWords(PLTextView *view)
     {
         view->spellChecker()->checkVisibleText();

@@ -7,7 +7,6 @@ class Band : public PLTest::EditorTest
 {
 protected:
     void SetUp() override { PLTest::resetSettings(); }
-
     // The row of the character at the location, in the viewport.
     static QRect rowOf(PLTextView *view, qsizetype location)
     {

@@ -15,14 +15,12 @@ class RefusingDelegate : public PLTextViewDelegate
 {
 public:
     using PLTextViewDelegate::PLTextViewDelegate;
-
     bool textViewShouldChangeTextInRange(PLTextView *textView, PLRange range, const QString &replacementString) override
     {
         if (std::exchange(refuseNext, false))
             return false;
         return PLTextViewDelegate::textViewShouldChangeTextInRange(textView, range, replacementString);
     }
-
     bool refuseNext = false;
 };
 
@@ -53,15 +51,12 @@ protected:
             return ::testing::AssertionFailure() << "saved bytes differ from the buffer";
         return ::testing::AssertionSuccess();
     }
-
     qsizetype randomLocation() { return std::uniform_int_distribution<qsizetype>(0, file->contentBuffer()->length())(random); }
-
     template<typename T, size_t N>
     const T &pick(const T (&choices)[N])
     {
         return choices[std::uniform_int_distribution<size_t>(0, N - 1)(random)];
     }
-
     std::mt19937 random;
     std::shared_ptr<PLFile> file;
     std::vector<PLTextView *> views;

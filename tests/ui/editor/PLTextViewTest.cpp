@@ -65,7 +65,6 @@ class TextView : public PLTest::EditorTest
 {
 protected:
     void open(const QByteArray &bytes) { file = EditorTest::open(QString::fromUtf8(bytes)); }
-
     std::shared_ptr<PLFile> file;
 };
 

@@ -32,7 +32,6 @@ public:
         });
     }
     ~PostedNotifications() { PLNotificationCenter::defaultCenter().removeObserver(this); }
-
     QStringList names;
 };
 
@@ -48,7 +47,6 @@ protected:
             preferences->viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierTextColor));
         ASSERT_NE(colors, nullptr);
     }
-
     std::unique_ptr<PLPreferencesWindowController> preferences;
     PLPreferencesTextColorsViewController *colors = nullptr;
 };

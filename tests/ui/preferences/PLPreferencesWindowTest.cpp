@@ -1,4 +1,3 @@
-#include "ui/app/PLApplicationController.h"
 #include "ui/preferences/PLPreferencesAdvancedViewController.h"
 #include "ui/preferences/PLPreferencesEncodingComboBox.h"
 #include "ui/preferences/PLPreferencesFilesViewController.h"
@@ -7,7 +6,6 @@
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "core/typesetting/PLTexCommandLine.h"
 #include "PLUiTestSupport.h"
-#include "ui/window/PLWelcomeWindowController.h"
 
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -31,27 +29,23 @@ protected:
         PLTest::resetSettings();
         preferences = std::make_unique<PLPreferencesWindowController>();
     }
-
     QWidget *open()
     {
         preferences->showWindow();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(preferences->window()));
         return preferences->window();
     }
-
     // Chooses the toolbar item and waits for the window to reach its new height.
     void choose(const QString &identifier)
     {
         preferences->toolbar()->findChild<QAction *>(identifier)->trigger();
         ASSERT_TRUE(QTest::qWaitFor([&] { return preferences->window()->height() == preferences->targetHeight(); }));
     }
-
     PLPreferencesAdvancedViewController *advanced()
     {
         return qobject_cast<PLPreferencesAdvancedViewController *>(
             preferences->viewControllerForIdentifier(PLPrefencesToolbarItemIdentifierAdvanced));
     }
-
     std::unique_ptr<PLPreferencesWindowController> preferences;
 };
 
@@ -153,27 +147,6 @@ TEST_F(PreferencesWindow, ChoicesAreShownStoredAtOnceAndUsedByTheNextJob)
     EXPECT_EQ(unknown.currentText(), QString());
     unknown.encodingComboBoxDidChangeSelection(-1);
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().integerForKey(PLUserDefaultsFileEncoding), 12);
-}
-
-using WelcomeWindow = PLTest::ApplicationTest;
-
-// The shortcut works with no project open and always shows the one preferences window.
-TEST_F(WelcomeWindow, PreferencesAreReachedWhenNoProjectIsOpen)
-{
-    application.applicationDidFinishLaunching({});
-    QWidget *welcome = application.welcomeWindowController()->window();
-    welcome->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
-    QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
-    PLPreferencesWindowController *shown = application.preferencesWindowController();
-    EXPECT_TRUE(shown->window()->isVisible());
-    shown->close();
-    welcome->activateWindow();
-    ASSERT_TRUE(QTest::qWaitForWindowActive(welcome));
-    QTest::keyClick(welcome, Qt::Key_Comma, Qt::ControlModifier);
-    EXPECT_EQ(application.preferencesWindowController(), shown);
-    EXPECT_TRUE(shown->window()->isVisible());
-    shown->close();
 }
 
 }

@@ -36,6 +36,16 @@ QString generatedSource(const QString &name)
     return QString();
 }
 
+// How many pixels of the image's area are opaque and darker than the threshold.
+int darkPixels(const QImage &image, const QRect &area, int threshold)
+{
+    int dark = 0;
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            dark += qAlpha(image.pixel(x, y)) > 128 && qGray(image.pixel(x, y)) < threshold;
+    return dark;
+}
+
 class PDFPane : public PLTest::ProjectWindowTest
 {
 protected:
@@ -53,12 +63,10 @@ protected:
         }
         return target;
     }
-
     static QByteArray typeset(const QString &name, const QString &file = QStringLiteral("main.pdf"))
     {
         return PLTest::readFile(QDir(typesetFolder(name)).filePath(file));
     }
-
     // A window on the four-page project, its PDF written beside it or not, its first pane
     // switched to the PDF.
     void open(bool withPdf)
@@ -69,7 +77,6 @@ protected:
             PLTest::writeFile(project.path(QStringLiteral("main.pdf")), typeset(QStringLiteral("pages")));
         openAt(project.path(QStringLiteral("main.tex")));
     }
-
     void openAt(const QString &mainPath)
     {
         // Not openWindow(): running events before the window shows kept Ctrl+C from the PDF view.
@@ -84,10 +91,8 @@ protected:
         shownPane = editor->selectedSplitViewController();
         shownPane->toggleDocumentPDF();
     }
-
     PLPDFView *pdfView() const { return shownPane->pdfView(); }
     QRect visibleArea() const { return QRect(pdfView()->scrollOrigin(), pdfView()->viewport()->size()); }
-
     // Where a point of the page is in the viewport.
     QPoint viewportPoint(int page, const QPointF &point) const
     {
@@ -95,20 +100,12 @@ protected:
         return pdfView()->pageRect(page).topLeft() + (pdfView()->pageToDrawn(page).map(point) * scale).toPoint()
                - pdfView()->scrollOrigin();
     }
-
     // True when the PDF view shows some dark pixel: text drawn, not blank pages.
     bool showsInk() const
     {
         const QImage shown = pdfView()->viewport()->grab().toImage();
-        for (int y = 0; y < shown.height(); ++y) {
-            for (int x = 0; x < shown.width(); ++x) {
-                if (qGray(shown.pixel(x, y)) < 64)
-                    return true;
-            }
-        }
-        return false;
+        return darkPixels(shown, shown.rect(), 64) > 0;
     }
-
     PLSplitViewContentViewController *shownPane = nullptr;
 };
 
@@ -218,9 +215,7 @@ TEST_F(PDFPane, ThePlaceholderStaysUntilTheFirstJobOfItsOwnDocument)
 
 // The file the next job leaves ("pages", "clean", "" for an empty file, nullptr for none), the
 // pages then shown and whether the origin is clamped.
-class PDFPaneReload : public PDFPane, public ::testing::WithParamInterface<std::tuple<const char *, int, bool>>
-{
-};
+using PDFPaneReload = PLTest::WithParam<PDFPane, std::tuple<const char *, int, bool>>;
 
 // A reload keeps the scroll origin (the bar clamps it for a shorter PDF), and a file that is no
 // PDF leaves the previous document on screen with its rendered pages.
@@ -260,9 +255,7 @@ INSTANTIATE_TEST_SUITE_P(Replacements, PDFPaneReload,
 
 // The PDF pane beside a text pane: the source line's text is found on its page (0-based), and a
 // Ctrl+click there brings back its file and line, also for a chapter in a subfolder.
-class PDFPaneSync : public PDFPane, public ::testing::WithParamInterface<std::tuple<const char *, const char *, int>>
-{
-};
+using PDFPaneSync = PLTest::WithParam<PDFPane, std::tuple<const char *, const char *, int>>;
 
 TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
 {
@@ -333,9 +326,7 @@ TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
 }
 
 // A mode, the pages it lays out and whether side by side.
-class PDFPaneDisplayMode : public PDFPane, public ::testing::WithParamInterface<std::tuple<PLPDFView::DisplayMode, int, bool>>
-{
-};
+using PDFPaneDisplayMode = PLTest::WithParam<PDFPane, std::tuple<PLPDFView::DisplayMode, int, bool>>;
 
 // A mode chosen in one pane is stored at once and is the mode the next PDF pane starts with; the
 // modes that show one spread at a time turn to the next spread on Page Down past its end.
@@ -428,15 +419,7 @@ protected:
         const QImage drawn = pdfView()->document()->render(page, pdfView()->pageRect(page).size());
         const qreal scale = drawn.width() / pdfView()->document()->pagePointSize(page).width();
         const QRectF shown = pdfView()->pageToDrawn(page).mapRect(area);
-        const QRect pixels = QRectF(shown.topLeft() * scale, shown.size() * scale).toAlignedRect() & drawn.rect();
-        int dark = 0;
-        for (int y = pixels.top(); y <= pixels.bottom(); ++y) {
-            for (int x = pixels.left(); x <= pixels.right(); ++x) {
-                const QRgb pixel = drawn.pixel(x, y);
-                dark += qAlpha(pixel) > 128 && qGray(pixel) < 128;
-            }
-        }
-        return dark > 20;
+        return darkPixels(drawn, QRectF(shown.topLeft() * scale, shown.size() * scale).toAlignedRect() & drawn.rect(), 128) > 20;
     }
 };
 

@@ -38,13 +38,11 @@ protected:
         PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr,
                                                           [this](const PLNotification &) { ++finished; });
     }
-
     void TearDown() override
     {
         PLNotificationCenter::defaultCenter().removeObserver(this);
         ProjectWindowTest::TearDown();
     }
-
     void open(const QString &fixture, const QString &mainText = QString())
     {
         PLTypesettingTest::copyDocument(fixture, project.path(QString()));
@@ -54,7 +52,6 @@ protected:
         window->show();
         progress = windowController->typesetterProgressViewController();
     }
-
     // Typesets a document whose engine never ends, once the engine is under way.
     void startLoopingJob()
     {
@@ -72,17 +69,13 @@ protected:
     {
         return progress->errorWarningCountButton()->isVisible() ? progress->errorWarningCountButton()->text() : QString();
     }
-
     PLTypesetterProgressViewController *progress = nullptr;
     int started = 0;
     int finished = 0;
 };
 
 // A fixture, the summary and what the strip says beside it; a PDF is written when it says nothing.
-class TypesettingOutcome : public TypesettingWindow,
-                           public ::testing::WithParamInterface<std::tuple<const char *, const char *, const char *>>
-{
-};
+using TypesettingOutcome = PLTest::WithParam<TypesettingWindow, std::tuple<const char *, const char *, const char *>>;
 
 // The strip goes away after a clean job and otherwise keeps the summary until the next job.
 TEST_P(TypesettingOutcome, TheStripShowsWhatTheJobFound)

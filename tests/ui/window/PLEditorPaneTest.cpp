@@ -25,7 +25,6 @@ protected:
         project.write(QStringLiteral("chapter.tex"), QStringLiteral("Chapter text.\nMore.\n"));
         openWindow(mainPath, QSize(900, 400));
     }
-
     bool canGoBack() const { return pane()->historyNavigationBackwardsButton()->isEnabled(); }
     bool canGoForward() const { return pane()->historyNavigationForwardsButton()->isEnabled(); }
     void select(PLRange range) const
@@ -33,7 +32,6 @@ protected:
         textView()->setFocus();
         textView()->setSelectedRange(range);
     }
-
     QString text;
     QString mainPath;
 };
@@ -140,9 +138,7 @@ TEST_F(EditorPane, GoToLineAndOutlineJumpsAreRecordedInTheHistory)
 
 // Steps on the panes, one letter and a pane index each: s splits, c closes, k clicks in the
 // text, t switches between text and PDF; n and p move to the next and previous pane.
-class PaneFocus : public EditorPane, public ::testing::WithParamInterface<const char *>
-{
-};
+using PaneFocus = PLTest::WithParam<EditorPane, const char *>;
 
 TEST_P(PaneFocus, TheKeysGoToTheSelectedPaneAfterEveryStep)
 {

@@ -31,13 +31,11 @@ protected:
         PLTest::writeFile(mainPath, latin1Text.toLatin1());
         openWindow(mainPath);
     }
-
     PLErrorReadingFileContentViewController *notice(int index = 0) const
     {
         return pane(index)->errorReadingFileContentViewController();
     }
     bool noticeShown(int index = 0) const { return notice(index)->view()->isVisible(); }
-
     void reOpenAs(const QString &encodingName, int index = 0)
     {
         PLErrorReadingFileContentViewController *shown = notice(index);
@@ -46,7 +44,6 @@ protected:
         shown->encodingComboBox()->setCurrentIndex(shown->encodingComboBox()->findText(encodingName));
         shown->reOpenButton()->click();
     }
-
     QString mainPath;
 };
 

@@ -24,7 +24,6 @@ protected:
         openWindow(project.write(QStringLiteral("main.tex"), mainText), QSize(900, 400));
         bar = mainArea()->findAndReplaceViewController();
     }
-
     QString text() const { return textView()->contentBuffer()->string(); }
     // Keys go where the focus is, as they would from the keyboard.
     static void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -37,7 +36,6 @@ protected:
         ASSERT_TRUE(bar->isShown());
         QTest::keyClicks(bar->findTextField(), string);
     }
-
     PLFindAndReplaceViewController *bar = nullptr;
 };
 

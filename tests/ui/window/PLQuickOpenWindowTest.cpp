@@ -18,7 +18,6 @@ protected:
         project.write(QStringLiteral("chapter.tex"), QStringLiteral("Intro.\n\\section{Shared SEC}\nBody.\n"));
         openWindow(path);
     }
-
     PLQuickOpenWindowController *quickOpen() { return windowController->quickOpenWindowController(); }
     QStringList rows()
     {

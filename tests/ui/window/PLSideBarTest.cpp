@@ -21,9 +21,7 @@ protected:
         openWindow(project.path(QString::fromLatin1(files.begin()->first)), QSize(1100, 700), false);
         sidebar = windowController->splitViewController()->sideBarViewController();
     }
-
     PLDocumentOutlineItemModel *model() const { return sidebar->dataSource(); }
-
     // The rows joined by "|", each indented by depth, with "+" for an expanded row that has children.
     QString rows(const QModelIndex &parent = QModelIndex(), int depth = 0) const
     {
@@ -37,7 +35,6 @@ protected:
         }
         return lines.join(u'|');
     }
-
     QModelIndex find(const QString &title, const QModelIndex &parent = QModelIndex()) const
     {
         for (int row = 0; row < model()->rowCount(parent); ++row) {
@@ -49,7 +46,6 @@ protected:
         }
         return QModelIndex();
     }
-
     void click(const QString &title)
     {
         PLDocumentOutlineView *view = sidebar->sidebar();
@@ -58,7 +54,6 @@ protected:
         view->scrollTo(index);
         QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->visualRect(index).center());
     }
-
     PLSideBarViewController *sidebar = nullptr;
 };
 

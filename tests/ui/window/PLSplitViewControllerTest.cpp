@@ -13,9 +13,7 @@ class SplitPanes : public PLTest::ProjectWindowTest
 {
 protected:
     void open() { openWindow(project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{One}\nText.\n")), QSize(1200, 700), false); }
-
     static QList<QVariantMap> storedLayout() { return PLUserDefaults::standardUserDefaults().arrayForKey(PLUserDefaultsSplitViewSetup); }
-
     bool send(PLAction action, QAction *item = nullptr) { return PLResponderChain::sendAction(window, action, item); }
 };
 
@@ -59,9 +57,7 @@ TEST_F(SplitPanes, SplittingHalvesAPaneAndClosingFocusesTheOneThatTakesItsPlace)
 
 // Closing a pane used to leave the controller before it pointing at the deleted pane, so the
 // next menu shortcut walked into freed memory.
-class ClosingAPane : public SplitPanes, public ::testing::WithParamInterface<std::pair<int, int>>
-{
-};
+using ClosingAPane = PLTest::WithParam<SplitPanes, std::pair<int, int>>;
 
 TEST_P(ClosingAPane, LeavesNoLinkToItInTheChainAndActionsStillWork)
 {

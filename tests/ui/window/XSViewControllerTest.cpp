@@ -15,7 +15,6 @@ class Controller : public XSViewController
 {
 public:
     Controller(const QString &name, XSWindowController *windowController) : XSViewController(name, windowController) {}
-
     void handle(PLAction action, QStringList *log, bool enabled = true)
     {
         setActionHandler(
@@ -57,7 +56,6 @@ struct Tree
     Controller *a1a = new Controller(QStringLiteral("A1a"), &windowController);
     Controller *a2 = new Controller(QStringLiteral("A2"), &windowController);
     Controller *b = new Controller(QStringLiteral("B"), &windowController);
-
     Tree()
     {
         windowController.addViewController(a);
