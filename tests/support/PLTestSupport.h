@@ -2,8 +2,6 @@
 
 #include "core/foundation/PLRange.h"
 
-#include <ostream>
-
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
@@ -24,15 +22,3 @@ QString dataPath(const QString &relative);
 void prepareProcess();
 
 }
-
-// Readable strings and ranges in test failures.
-inline void PrintTo(const QString &text, std::ostream *os)
-{
-    *os << '"' << text.toStdString() << '"';
-}
-
-inline void PrintTo(const PLRange &range, std::ostream *os)
-{
-    *os << "{" << range.location << ", " << range.length << "}";
-}
-

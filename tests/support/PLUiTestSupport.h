@@ -59,6 +59,12 @@ private:
     QTemporaryDir m_folder;
 };
 
+// A fixture over a table of cases.
+template<typename Fixture, typename Case>
+class WithParam : public Fixture, public ::testing::WithParamInterface<Case>
+{
+};
+
 // Answers the next message box with the button, as the user would: from inside the box's own
 // event loop. Records the box's text.
 inline void answerNextMessageBox(QMessageBox::StandardButton button, QString *text = nullptr)
@@ -122,7 +128,6 @@ class ProjectWindowTest : public ::testing::Test
 protected:
     void SetUp() override { resetSettings(); }
     void TearDown() override { closeDiscardingChanges(documents); }
-
     // Opens the project of the file in a window of the size; shown and active when asked.
     void openWindow(const QString &path, QSize size = QSize(900, 500), bool show = true)
     {
@@ -141,7 +146,6 @@ protected:
         }
         QCoreApplication::processEvents();
     }
-
     PLMainAreaViewController *mainArea() const { return windowController->splitViewController()->mainAreaViewController(); }
     PLSplitViewContentViewController *pane(int index = 0) const { return editor->splitViewContentControllerAtIndex(index); }
     PLTextView *textView(int index = 0) const { return pane(index)->textContentView(); }
@@ -156,7 +160,6 @@ protected:
         PLNotificationCenter::defaultCenter().post(PLNotificationPdfTransformationDidFinish, this,
                                                    {{PLDictionaryKeyDocument, QVariant::fromValue(ofDocument)}});
     }
-
     Project project;
     PLDocumentController documents;
     PLDocument *document = nullptr;
@@ -172,7 +175,6 @@ class ApplicationTest : public ::testing::Test
 protected:
     void SetUp() override { resetSettings(); }
     void TearDown() override { closeDiscardingChanges(*application.documentController()); }
-
     Project project;
     PLApplicationController application;
 };
@@ -187,7 +189,6 @@ protected:
         application.applicationDidFinishLaunching({project.write(QStringLiteral("main.tex"), QStringLiteral("Text.\n"))});
         controller = application.documentController()->windowControllers().constFirst();
     }
-
     PLDocumentWindowController *controller = nullptr;
 };
 

@@ -33,9 +33,7 @@ protected:
         files.push_back(file);
         return file;
     }
-
     void write(const QString &name, const QString &text) { writeFile(QDir(folder.path()).filePath(name), text.toUtf8()); }
-
     PLTextView *makeView(const std::shared_ptr<PLFile> &file, bool withDelegate = true)
     {
         auto *view = new PLTextView(file);
@@ -43,7 +41,6 @@ protected:
             view->setDelegate(new PLTextViewDelegate(file, nullptr, &history, view));
         return view;
     }
-
     // One view with a delegate on a new file of the text, shown and focused.
     PLTextView *showText(const QString &text, QSize size = QSize(800, 400))
     {
@@ -51,7 +48,6 @@ protected:
         show({view}, size);
         return view;
     }
-
     // Shows the views in the window, the first one focused.
     void show(std::initializer_list<PLTextView *> views, QSize size = QSize(800, 400))
     {
@@ -66,7 +62,6 @@ protected:
         (*views.begin())->setFocus();
         QCoreApplication::processEvents();
     }
-
     // The view's own text, its blocks joined by paragraph separators.
     static QString mirrorOf(const PLTextView &view)
     {
@@ -75,13 +70,11 @@ protected:
             text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
         return text;
     }
-
     void TearDown() override
     {
         for (const auto &file : files)
             file->close();
     }
-
     QTemporaryDir folder;
     std::vector<std::shared_ptr<PLFile>> files;
     PLTextViewHistoryHandler history;
@@ -91,8 +84,6 @@ protected:
 
 // An editor test over a table of cases.
 template<typename Case>
-class EditorTestWithParam : public EditorTest, public ::testing::WithParamInterface<Case>
-{
-};
+using EditorTestWithParam = WithParam<EditorTest, Case>;
 
 }

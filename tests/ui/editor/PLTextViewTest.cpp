@@ -4,10 +4,25 @@
 #include "core/editor/PLTextAttributes.h"
 #include "ui/editor/PLQColor.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
+#include "ui/editor/PLLineEndingMap.h"
+#include "ui/editor/PLTextViewLineOverlayView.h"
+#include "ui/editor/PLLineNumbersRulerView.h"
+#include "ui/editor/PLSpellChecker.h"
 
 #include <QInputMethodEvent>
 #include <QMimeData>
 #include <QPaintEvent>
+#include <QToolTip>
+#include <QScrollBar>
+#include <QLayout>
+#include <QClipboard>
+#include <QTextBlock>
+
+#include <cmath>
+#include <random>
+#include <utility>
+
+#include <gtest/gtest.h>
 
 namespace {
 
@@ -65,7 +80,6 @@ class TextView : public PLTest::EditorTest
 {
 protected:
     void open(const QByteArray &bytes) { file = EditorTest::open(QString::fromUtf8(bytes)); }
-
     std::shared_ptr<PLFile> file;
 };
 
@@ -84,7 +98,6 @@ TEST_F(TextView, ComposingLeavesTheBufferAloneAndDroppedTextLandsWhereDropped)
     QInputMethodEvent commit;
     commit.setCommitString(QStringLiteral("é"));
     QApplication::sendEvent(view, &commit);
-
     QMimeData dragged;
     dragged.setText(QStringLiteral("delta "));
     const QPoint start = view->cursorRect(QTextCursor(view->document())).center();
@@ -106,33 +119,14 @@ QColor bufferColour(const PLFile &file, qsizetype location)
     return colour ? PLQColor(*colour) : QColor();
 }
 
-TEST_F(TextView, PanesShowTheBuffersColoursAndFollowThemWhileTyping)
-{
-    open("Text $x$\r\n\\section{A}\r\n");
-    auto *view = new PLTextView(file);
-    auto *other = new PLTextView(file);
-    show({view, other});
-    for (qsizetype location : {0, 5, 6, 10, 12}) {
-        EXPECT_TRUE(bufferColour(*file, location).isValid());
-        EXPECT_EQ(PLTest::shownColour(*view, location), bufferColour(*file, location)) << "at " << location;
-    }
-    EXPECT_NE(bufferColour(*file, 0), bufferColour(*file, 5));
-
-    view->setSelectedRange(PLRange{0, 0});
-    QTest::keyClicks(view, QStringLiteral("$y$ "));
-    for (const PLTextView *shown : {view, other}) {
-        for (qsizetype location : {0, 1, 4, 10, 16})
-            EXPECT_EQ(PLTest::shownColour(*shown, location), bufferColour(*file, location)) << "at " << location;
-    }
-}
-
-// A key press repaints the typed line where it is shown, in its new colours, and nothing in a pane
-// scrolled elsewhere; scrolling that pane there left its selection alone.
+// A key press repaints the typed line where it is shown, in its new colours (past CR LF pairs),
+// and nothing in a pane scrolled elsewhere, which still takes the colours; scrolling that pane
+// there left its selection alone.
 TEST_F(TextView, TypingRepaintsTheTypedLineOnly)
 {
     QByteArray text;
     for (int i = 0; i < 300; ++i)
-        text += "line " + QByteArray::number(i) + " \\emph{word}\n";
+        text += "line " + QByteArray::number(i) + " \\emph{word}\r\n";
     open(text);
     auto *view = new PLTextView(file);
     auto *other = new PLTextView(file);
@@ -145,7 +139,6 @@ TEST_F(TextView, TypingRepaintsTheTypedLineOnly)
     for (PLTextView *pane : {view, other})
         pane->spellChecker()->checkVisibleText();
     QCoreApplication::processEvents();
-
     PaintRecorder recorder({view->viewport(), other->viewport()});
     QTest::keyClicks(view, QStringLiteral("\\"));
     QCoreApplication::processEvents();
@@ -154,7 +147,8 @@ TEST_F(TextView, TypingRepaintsTheTypedLineOnly)
     EXPECT_TRUE(painted.intersects(row));
     EXPECT_LE(painted.height(), 3 * row.height());
     EXPECT_TRUE(recorder.painted.value(other->viewport()).isEmpty());
-    EXPECT_EQ(PLTest::shownColour(*view, typed), bufferColour(*file, typed));
+    for (const PLTextView *shown : {view, other})
+        EXPECT_EQ(PLTest::shownColour(*shown, typed), bufferColour(*file, typed));
     EXPECT_NE(bufferColour(*file, typed), bufferColour(*file, 0));
 }
 
@@ -173,7 +167,6 @@ TEST_F(TextView, ALongTextIsColouredOnScreenFirstAndTheRestWhileIdle)
     ReferenceText reference(text);
     reference.colourWhole();
     EXPECT_EQ(storedRuns(*buffer, PLRange{0, text.size()}), storedRuns(reference, PLRange{0, text.size()}));
-
     // A colour change: the screen's lines take it at once, the rest waits for the event loop.
     PLUserDefaults::standardUserDefaults().setColor(PLColor::rgb(0.9, 0.1, 0.1, 1.0), PLUserDefaultsEditorColorFunctions);
     highlighter->userDefaultsDidChangeEditorTextColor();
@@ -183,7 +176,6 @@ TEST_F(TextView, ALongTextIsColouredOnScreenFirstAndTheRestWhileIdle)
     EXPECT_TRUE(highlighter->hasPendingColouring());
     EXPECT_EQ(storedRuns(*buffer, top), storedRuns(reference, top));
     EXPECT_NE(storedRuns(*buffer, bottom), storedRuns(reference, bottom));
-
     // An edit before the slices are done moves what is left to colour along with the text.
     const PLRange edit{text.size() / 2, 0};
     buffer->replaceCharactersInRange(edit, QStringLiteral("zz"));
@@ -192,5 +184,745 @@ TEST_F(TextView, ALongTextIsColouredOnScreenFirstAndTheRestWhileIdle)
     const PLRange whole{0, reference.string().size()};
     EXPECT_EQ(storedRuns(*buffer, whole), storedRuns(reference, whole));
 }
+
+// The mirror position of every text position, counted the slow way.
+qsizetype slowMirrorPosition(const QString &text, qsizetype location)
+{
+    qsizetype mirror = 0;
+    for (qsizetype index = 0; index < location; ++index) {
+        const bool lfOfPair = text.at(index) == u'\n' && index > 0 && text.at(index - 1) == u'\r';
+        if (!lfOfPair)
+            ++mirror;
+    }
+    // Between the CR and the LF of a pair counts as after the pair.
+    return mirror;
+}
+
+void expectMapsLike(const PLLineEndingMap &map, const QString &text)
+{
+    for (qsizetype location = 0; location <= text.size(); ++location) {
+        const bool insidePair = location > 0 && location < text.size() && text.at(location - 1) == u'\r' && text.at(location) == u'\n';
+        const qsizetype mirror = map.toMirror(location);
+        EXPECT_EQ(mirror, slowMirrorPosition(text, location + (insidePair ? 1 : 0))) << "text position " << location;
+        if (!insidePair) {
+            EXPECT_EQ(map.toText(mirror), location) << "mirror position " << mirror;
+        }
+    }
+    EXPECT_EQ(map.toMirror(text.size()), PLLineEndingMap::mirrorString(text).size());
+}
+
+TEST(LineEndingMap, MapsBothWaysAroundEveryKindOfLineBreak)
+{
+    const QString text = QStringLiteral("a\r\nbc\rd\n\r\n\r\ne\u2029f\r");
+    PLLineEndingMap map;
+    map.reset(text);
+    expectMapsLike(map, text);
+    EXPECT_EQ(PLLineEndingMap::mirrorString(text), QStringLiteral("a\u2029bc\u2029d\u2029\u2029\u2029e\u2029f\u2029"));
+}
+
+// Each edit's map agrees with a map made from the edited text.
+TEST(LineEndingMap, UpdatesLikeAMapMadeFromTheEditedText)
+{
+    const std::tuple<const char *, qsizetype, qsizetype, const char *> edits[] = {
+        {"a\r\nb\r\nc", 1, 0, "x"},       // typing before a pair
+        {"a\r\nb\r\nc", 3, 0, "x"},       // typing after a pair shifts the later one
+        {"a\r\nb\r\nc", 1, 2, ""},        // joining two lines removes the pair
+        {"a\r\nb", 2, 1, ""},             // the LF of a pair alone: a lone CR stays
+        {"a\r\nb", 1, 1, ""},             // the CR of a pair alone: a lone LF stays
+        {"a\rb", 2, 0, "\n"},             // an LF after a lone CR makes a pair
+        {"a\nb", 1, 0, "\r"},             // a CR before a lone LF makes a pair
+        {"a\r\nb", 2, 0, "x"},            // typing between CR and LF splits the pair
+        {"ab", 1, 0, "\r\n\r\n"},         // pasting Windows lines
+        {"a\r\nb\r\nc\r\nd", 2, 5, "\n"}};
+    for (const auto &[before, location, length, replacement] : edits) {
+        SCOPED_TRACE(before);
+        QString text = QString::fromLatin1(before);
+        PLLineEndingMap map;
+        map.reset(text);
+        text.replace(location, length, QString::fromLatin1(replacement));
+        map.update(text, location, length, qstrlen(replacement));
+        expectMapsLike(map, text);
+    }
+}
+
+class Band : public PLTest::EditorTest
+{
+protected:
+    void SetUp() override { PLTest::resetSettings(); }
+    // The row of the character at the location, in the viewport.
+    static QRect rowOf(PLTextView *view, qsizetype location)
+    {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(int(view->mirrorPosition(location)));
+        const QRect caret = view->cursorRect(cursor);
+        return QRect(0, caret.top(), view->viewport()->width(), caret.height());
+    }
+};
+
+TEST_F(Band, CoversTheRowOfTheCaretAndLetsClicksThrough)
+{
+    PLTextView *view = showText(QStringLiteral("first\nsecond\nthird"));
+    view->setSelectedRange(PLRange{8, 0});
+    ASSERT_NE(view->lineHightlightView(), nullptr);
+    EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 8));
+    QTest::keyClick(view, Qt::Key_Down);
+    EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 15));
+    // The caret at the very end of a last line that has text stays on that line.
+    view->setSelectedRange(PLRange{18, 0});
+    EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, 17));
+    QTextCursor cursor(view->document());
+    cursor.setPosition(15);
+    const QPoint onBand(view->cursorRect(cursor).center().x(), view->lineHightlightView()->geometry().center().y());
+    ASSERT_EQ(view->viewport()->childAt(onBand), nullptr);
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, onBand);
+    EXPECT_EQ(view->selectedRange(), (PLRange{15, 0}));
+}
+
+TEST_F(Band, FollowsTheTextWhenTheViewScrollsOrResizes)
+{
+    QString text;
+    for (int i = 0; i < 200; ++i)
+        text += QStringLiteral("line %1\n").arg(i);
+    PLTextView *view = showText(text);
+    view->setSelectedRange(PLRange{text.indexOf(QStringLiteral("line 5\n")), 0});
+    window.resize(600, 300);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(view->lineHightlightView()->width(), view->viewport()->width());
+    view->scrollRangeToVisible(PLRange{text.indexOf(QStringLiteral("line 150")), 0});
+    QCoreApplication::processEvents();
+    EXPECT_EQ(view->lineHightlightView()->geometry(), rowOf(view, view->selectedRange().location));
+}
+
+// In an empty text the band is sixteen pixels high on the first row.
+TEST_F(Band, OnAnEmptyLastLineItIsSixteenPixelsHighOneBandBelowTheLastRow)
+{
+    // A text, the caret at its end, the row the band is below and how far.
+    const std::tuple<QString, qsizetype, qsizetype, int> cases[] = {
+        {QStringLiteral("a\nb\n"), 4, 3, 16}, {QStringLiteral("a\r\nb\r\n"), 6, 3, 16}, {QString(), 0, 0, 0}};
+    QList<PLTextView *> views;
+    for (const auto &[text, end, row, below] : cases)
+        views << makeView(open(text, QStringLiteral("%1.tex").arg(views.size())));
+    show({views[0], views[1], views[2]});
+    for (qsizetype i = 0; i < views.size(); ++i) {
+        const auto &[text, end, row, below] = cases[i];
+        PLTextView *view = views[i];
+        view->setFocus();
+        view->setSelectedRange(PLRange{end, 0});
+        view->updateLineHighlightPosition();
+        QRect expected = rowOf(view, row).translated(0, below);
+        if (text.isEmpty())
+            expected.setHeight(16);
+        EXPECT_EQ(view->lineHightlightView()->geometry(), expected) << i;
+    }
+}
+
+TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
+{
+    PLTextView *view = showText(QStringLiteral("x\n\n"));
+    view->setSelectedRange(PLRange{2, 0});
+    PLUserDefaults &defaults = PLUserDefaults::standardUserDefaults();
+    defaults.setColor(PLColor::rgb(0, 0, 1, 1), PLUserDefaultsEditorBackgroundColor);
+    defaults.setColor(PLColor::rgb(1, 0, 0, 1), PLUserDefaultsEditorColorLineHighlighter);
+    defaults.setColor(PLColor::rgb(0, 1, 0, 1), PLUserDefaultsEditorColorLineHighlighterBorders);
+    view->applyEditorBackgroundColor();
+    PLNotificationCenter::defaultCenter().post(PLNotificationEditorLineHighlightColorDidChange);
+    PLTextViewLineOverlayView *band = view->lineHightlightView();
+    EXPECT_EQ(band->backgroundColor(), QColor(Qt::red));
+    EXPECT_EQ(band->borderColor(), QColor(Qt::green));
+    const QImage image = view->viewport()->grab().toImage();
+    const QRect frame = band->geometry();
+    const QColor middle = image.pixelColor(frame.center().x(), frame.center().y());
+    const QColor edge = image.pixelColor(frame.center().x(), frame.top());
+    // One fifth red over the blue background, and one fifth green at the border.
+    EXPECT_NEAR(middle.redF(), 0.2, 0.02);
+    EXPECT_NEAR(middle.blueF(), 0.8, 0.02);
+    EXPECT_NEAR(edge.greenF(), 0.2, 0.02);
+    EXPECT_NEAR(edge.redF(), 0.0, 0.02);
+}
+
+using PLTest::EditorTest;
+
+// Typed text, the text it makes of "ab" typed at 1, and where the caret lands.
+using TextViewPairs = PLTest::EditorTestWithParam<std::tuple<const char *, const char *, qsizetype>>;
+
+TEST_P(TextViewPairs, TheCaretLandsInsideThePairAndTheNextArrowMovesNormally)
+{
+    const auto [typed, text, caret] = GetParam();
+    PLTextView *view = showText(QStringLiteral("ab"));
+    view->setSelectedRange(PLRange{1, 0});
+    QTest::keyClicks(view, QString::fromLatin1(typed));
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(text));
+    EXPECT_EQ(view->selectedRange(), (PLRange{caret, 0}));
+    EXPECT_EQ(view->file()->selectedRange(), view->selectedRange());
+    QTest::keyClick(view, Qt::Key_Right);
+    EXPECT_EQ(view->selectedRange(), (PLRange{caret + 1, 0}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Typed, TextViewPairs,
+                         ::testing::Values(std::tuple{"(", "a()b", 2}, std::tuple{"\"", "a``\"b", 3}, std::tuple{")", "a)b", 2}));
+
+using TextViewFormatting = PLTest::EditorTestWithParam<std::pair<PLAction, const char *>>;
+
+TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
+{
+    PLTextView *view = showText(QStringLiteral("say word now"));
+    const auto [action, name] = GetParam();
+    const QString command = QString::fromLatin1(name);
+    view->setSelectedRange(PLRange{4, 4});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("say %1{word} now").arg(command));
+    EXPECT_EQ(view->selectedRange(), (PLRange{4 + command.size() + 6, 0}));
+    view->setSelectedRange(PLRange{0, 0});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%1{}say %1{word} now").arg(command));
+    EXPECT_EQ(view->selectedRange(), (PLRange{command.size() + 1, 0}));
+    // Typing goes between the braces; applying the command again nests it.
+    QTest::keyClicks(view, QStringLiteral("x"));
+    view->setSelectedRange(PLRange{command.size() + 1, 1});
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, action, nullptr));
+    EXPECT_TRUE(view->contentBuffer()->string().startsWith(QStringLiteral("%1{%1{x}}").arg(command)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, TextViewFormatting,
+                         ::testing::Values(std::pair{PLAction::ToggleBold, "\\textbf"}, std::pair{PLAction::ToggleItalic, "\\textit"},
+                                           std::pair{PLAction::ToggleUnderline, "\\underline"}));
+
+// A text, the selection and the text after the toggle.
+using TextViewComments = PLTest::EditorTestWithParam<std::tuple<const char *, PLRange, const char *>>;
+
+TEST_P(TextViewComments, EachLineTogglesByItselfAndOneUndoRevertsThemAll)
+{
+    const auto [text, selection, toggled] = GetParam();
+    PLTextView *view = showText(QString::fromLatin1(text));
+    view->setSelectedRange(selection);
+    ASSERT_TRUE(PLResponderChain::sendAction(&window, PLAction::ToggleCommentOfCurrentLine, nullptr));
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(toggled));
+    view->contentBuffer()->undoManager()->undo();
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(text));
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, TextViewComments,
+                         ::testing::Values(std::tuple{"first\n  %second\nthird\n", PLRange{2, 15}, "%first\n  second\n%third\n"},
+                                           std::tuple{"%%x", PLRange{1, 0}, "%x"}, std::tuple{"a\n\nb", PLRange{2, 0}, "a\n%\nb"},
+                                           std::tuple{"a\n", PLRange{2, 0}, "a\n%"}, std::tuple{"\t\\item x", PLRange{3, 0}, "%\t\\item x"},
+                                           std::tuple{"a\nb\nc", PLRange{0, 2}, "%a\nb\nc"},
+                                           std::tuple{"a\r\n%b\r\nc", PLRange{0, 8}, "%a\r\nb\r\n%c"}));
+
+// A text, the selection, the key, the text after it and the selection after it.
+using TextViewIndent = PLTest::EditorTestWithParam<std::tuple<const char *, PLRange, Qt::Key, const char *, PLRange>>;
+
+TEST_P(TextViewIndent, TabAndShiftTabShiftTheSelectedLinesInOneUndoStep)
+{
+    const auto [before, selection, key, after, selectionAfter] = GetParam();
+    const QString text = QString::fromLatin1(before);
+    PLTextView *view = showText(text);
+    view->setSelectedRange(selection);
+    QTest::keyClick(view, key, key == Qt::Key_Backtab ? Qt::ShiftModifier : Qt::NoModifier);
+    EXPECT_EQ(view->contentBuffer()->string(), QString::fromLatin1(after));
+    EXPECT_EQ(view->selectedRange(), selectionAfter);
+    // A key that changed nothing leaves no empty step to undo.
+    PLUndoManager *history = view->contentBuffer()->undoManager();
+    EXPECT_EQ(history->count(), text == QString::fromLatin1(after) ? 0 : 1);
+    history->undo();
+    EXPECT_EQ(view->contentBuffer()->string(), text);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Selections, TextViewIndent,
+    ::testing::Values(std::tuple{"a\nb\nc", PLRange{0, 3}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 5}},
+                      std::tuple{"ab\ncd", PLRange{1, 3}, Qt::Key_Tab, "\tab\n\tcd", PLRange{2, 4}},
+                      std::tuple{"a\nb\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 6}},
+                      std::tuple{"a\n\nb", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\n\tb", PLRange{0, 6}},
+                      std::tuple{"a\r\nb\r\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\r\n\tb\r\nc", PLRange{0, 6}},
+                      std::tuple{"ab\nc", PLRange{0, 1}, Qt::Key_Tab, "\tb\nc", PLRange{1, 0}},
+                      std::tuple{"\t\ta\n      b\nc", PLRange{2, 9}, Qt::Key_Backtab, "\ta\n  b\nc", PLRange{1, 5}},
+                      std::tuple{"x\n\ty", PLRange{3, 0}, Qt::Key_Backtab, "x\ny", PLRange{2, 0}},
+                      std::tuple{"a\nb", PLRange{0, 3}, Qt::Key_Backtab, "a\nb", PLRange{0, 3}}));
+
+TEST_F(EditorTest, TogglingKeepsTheSelectionOnTheSameLinesSoItCanBeUndoneByTogglingAgain)
+{
+    PLTextView *view = showText(QStringLiteral("one\ntwo\nthree"));
+    view->setSelectedRange(PLRange{0, 7});
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("%one\n%two\nthree"));
+    EXPECT_EQ(view->selectedRange(), (PLRange{0, 9}));
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("one\ntwo\nthree"));
+    // A caret at the start of a line stays with its text.
+    view->setSelectedRange(PLRange{4, 0});
+    view->toggleCommentOfCurrentLine();
+    EXPECT_EQ(view->selectedRange(), (PLRange{5, 0}));
+}
+
+TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
+{
+    PLTextView *view = showText(QStringLiteral("abcdef"));
+    view->setSelectedRange(PLRange{3, 0});
+    for (const Qt::KeyboardModifiers modifiers :
+         {Qt::ControlModifier | Qt::AltModifier, Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier, Qt::MetaModifier | Qt::AltModifier}) {
+        QTest::keyClick(view, Qt::Key_Left, modifiers);
+        QTest::keyClick(view, Qt::Key_Right, modifiers);
+        EXPECT_EQ(view->selectedRange(), (PLRange{3, 0})) << int(modifiers);
+    }
+    QTest::keyClick(view, Qt::Key_Left);
+    EXPECT_EQ(view->selectedRange(), (PLRange{2, 0}));
+    QTest::keyClick(view, Qt::Key_Right, Qt::ShiftModifier);
+    EXPECT_EQ(view->selectedRange(), (PLRange{2, 1}));
+    EXPECT_EQ(view->contentBuffer()->string(), QStringLiteral("abcdef"));
+}
+
+TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
+{
+    write(QStringLiteral("intro.tex"), QStringLiteral("Hello."));
+    const QString text = QStringLiteral("Before.\n\\input{intro}\nAfter.\n");
+    PLTextView *view = showText(text);
+    const qsizetype argument = text.indexOf(QStringLiteral("intro"));
+    PLTextViewDelegate *delegate = view->delegate();
+    view->setSelectedRange(PLRange{0, 0});
+    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QString());
+    view->setSelectedRange(PLRange{argument + 1, 0});
+    EXPECT_EQ(delegate->textViewWillDisplayToolTip(view, argument + 3), QStringLiteral("Jump to intro.tex"));
+    const auto hover = [&](qsizetype location) {
+        QTextCursor cursor(view->document());
+        cursor.setPosition(int(location));
+        const QPoint point = view->cursorRect(cursor).center() + QPoint(2, 0);
+        QHelpEvent help(QEvent::ToolTip, point, view->viewport()->mapToGlobal(point));
+        QApplication::sendEvent(view->viewport(), &help);
+    };
+    // Plain text carries no link, so it has no tooltip; the include argument does.
+    hover(2);
+    EXPECT_FALSE(QToolTip::isVisible());
+    hover(argument + 2);
+    EXPECT_TRUE(QToolTip::isVisible());
+    EXPECT_EQ(QToolTip::text(), QStringLiteral("Jump to intro.tex"));
+    // A click on the link places the caret like anywhere else.
+    QTextCursor cursor(view->document());
+    cursor.setPosition(int(argument + 2));
+    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier, view->cursorRect(cursor).center());
+    EXPECT_EQ(view->selectedRange(), (PLRange{argument + 2, 0}));
+}
+
+class Ruler : public PLTest::EditorTest
+{
+protected:
+    PLLineNumbersRulerView *showRuler(const QString &text, QSize size = QSize(500, 300))
+    {
+        view = makeView(open(text));
+        auto *ruler = new PLLineNumbersRulerView(view);
+        show({view}, size);
+        return ruler;
+    }
+    static qreal expectedThickness(const QFont &font, int digits)
+    {
+        return std::ceil(std::max(22.0, QFontMetricsF(font).horizontalAdvance(QString(digits, u'8')) + 10.0));
+    }
+    PLTextView *view = nullptr;
+};
+
+// A text, its line starts, the digits its widest number needs and the label font's pixel size: a
+// large font makes every digit count show in the width, a tiny one the least width.
+using RulerLines = PLTest::WithParam<Ruler, std::tuple<const char *, std::vector<qsizetype>, int, int>>;
+
+TEST_P(RulerLines, ListsEveryLineAndIsAsWideAsTheLineCountNeeds)
+{
+    const auto &[text, indices, digits, pixelSize] = GetParam();
+    PLLineNumbersRulerView *ruler = showRuler(QString::fromLatin1(text));
+    QFont font = ruler->font();
+    font.setPixelSize(pixelSize);
+    ruler->setFont(font);
+    EXPECT_EQ(ruler->lineIndices(), indices);
+    EXPECT_EQ(ruler->requiredThickness(), expectedThickness(font, digits));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(font, digits));
+    EXPECT_EQ(ruler->width(), int(ruler->ruleThickness()));
+    EXPECT_EQ(view->viewport()->x(), ruler->width());
+}
+
+using Lines = std::vector<qsizetype>;
+INSTANTIATE_TEST_SUITE_P(Texts, RulerLines,
+                         ::testing::Values(std::tuple{"", Lines{0}, 1, 40}, std::tuple{"a\n", Lines{0, 2}, 1, 40},
+                                           std::tuple{"1\n2\n3\n4\n5\n6\n7\n8\n", Lines{0, 2, 4, 6, 8, 10, 12, 14, 16}, 1, 40},
+                                           std::tuple{"1\n2\n3\n4\n5\n6\n7\n8\n9\n", Lines{0, 2, 4, 6, 8, 10, 12, 14, 16, 18}, 2, 40},
+                                           std::tuple{"one line", Lines{0}, 1, 6}));
+
+TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
+{
+    PLLineNumbersRulerView *ruler = showRuler(QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8"));
+    QFont large = ruler->font();
+    large.setPixelSize(40);
+    ruler->setFont(large);
+    QCoreApplication::processEvents();
+    ASSERT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
+    view->setSelectedRange(PLRange{view->contentBuffer()->length(), 0});
+    QTest::keyClick(view, Qt::Key_Return);
+    QTest::keyClicks(view, QStringLiteral("9"));
+    QTest::keyClick(view, Qt::Key_Return);
+    // The edits reach the list when it is next asked for; the width waits for the event loop.
+    EXPECT_EQ(ruler->lineIndices().size(), 10u);
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 2));
+    view->contentBuffer()->replaceCharactersInRange(PLRange{0, 4}, QString());
+    EXPECT_EQ(ruler->lineNumberForCharacterIndex(0), 0);
+    EXPECT_EQ(ruler->lineIndices().size(), 8u);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
+}
+
+TEST_F(Ruler, AWrappedLineIsNumberedOnceRightAlignedAndCentredOnItsFirstRow)
+{
+    const QString longLine = QStringLiteral("word ").repeated(80);
+    PLLineNumbersRulerView *ruler = showRuler(QStringLiteral("short\n") + longLine + QStringLiteral("\nlast\n"));
+    const QList<PLLineNumbersRulerView::Label> labels = ruler->labelsInRect(ruler->rect());
+    ASSERT_EQ(labels.size(), 4);
+    const QFontMetricsF metrics(ruler->font());
+    for (int i = 0; i < 4; ++i) {
+        const PLLineNumbersRulerView::Label &label = labels.at(i);
+        EXPECT_EQ(label.lineNumber, i + 1);
+        EXPECT_DOUBLE_EQ(label.baseline.x() + metrics.horizontalAdvance(QString::number(i + 1)), ruler->width() - 5.0);
+    }
+    // The second line wraps over many rows: the third label sits far below the second.
+    QTextCursor start(view->document());
+    start.setPosition(6);
+    const QRect firstRow = view->cursorRect(start);
+    EXPECT_NEAR(labels.at(1).baseline.y() - metrics.ascent() + metrics.height() / 2, firstRow.center().y(), 1.0);
+    EXPECT_GT(labels.at(2).baseline.y() - labels.at(1).baseline.y(), 3 * firstRow.height());
+}
+
+TEST_F(Ruler, OnlyTheLinesInViewAreLabelled)
+{
+    QString text;
+    for (int i = 1; i <= 5000; ++i)
+        text += QStringLiteral("line %1\n").arg(i);
+    PLLineNumbersRulerView *ruler = showRuler(text, QSize(400, 200));
+    view->verticalScrollBar()->setValue(2500);
+    QCoreApplication::processEvents();
+    const QList<PLLineNumbersRulerView::Label> labels = ruler->labelsInRect(ruler->rect());
+    ASSERT_FALSE(labels.isEmpty());
+    EXPECT_LT(labels.size(), 30);
+    const qsizetype firstVisible = view->cursorForPosition(QPoint(0, 0)).blockNumber() + 1;
+    EXPECT_EQ(labels.first().lineNumber, firstVisible);
+    for (qsizetype i = 1; i < labels.size(); ++i)
+        EXPECT_EQ(labels.at(i).lineNumber, labels.at(i - 1).lineNumber + 1);
+}
+
+class Spelling : public PLTest::EditorTest
+{
+protected:
+    void SetUp() override { PLSpellChecker::sharedSpellChecker().waitUntilReady(); }
+    static QStringList markedWords(PLTextView *view)
+    {
+        view->spellChecker()->checkVisibleText();
+        QStringList words;
+        for (const PLRange &range : view->spellChecker()->markedRanges())
+            words << view->contentBuffer()->string().mid(range.location, range.length);
+        return words;
+    }
+};
+
+TEST(SpellCheckerWords, AreLetterRunsAndNamesAreLeftAlone)
+{
+    // Gothic letters lie outside the Basic Multilingual Plane, two UTF-16 units each.
+    const std::pair<QString, QStringList> cases[] = {
+        {QStringLiteral("Don't \\sectoin{x2 l'été}, snake_case 3rd end"),
+         {QStringLiteral("Don't"), QStringLiteral("sectoin"), QStringLiteral("l'été"), QStringLiteral("end")}},
+        {QStringLiteral("e.g. it's"), {QStringLiteral("e"), QStringLiteral("g"), QStringLiteral("it's")}},
+        {QStringLiteral("a\U00010330\U00010331b c\U0001D7CE"), {QStringLiteral("a\U00010330\U00010331b")}}};
+    for (const auto &[text, expected] : cases) {
+        QStringList words;
+        for (const PLRange &range : PLSpellChecker::wordRanges(text))
+            words << text.mid(range.location, range.length);
+        EXPECT_EQ(words, expected);
+    }
+}
+
+TEST_F(Spelling, APreambleAndMathematicsAreNotProse)
+{
+    const QString text = QStringLiteral(
+        "\\documentclass[a4paper]{scrartcl}\n"
+        "\\usepackage[utf8]{inputenc}\n"
+        "\\usepackage{amsmth, graphicx}\n"
+        "\\bibliographystyle{alphadin}\n"
+        "\\begin{document}\n"
+        "\\label{sec:intrd} Teh text cites \\citep[chap.~3]{knuth84,lamprt} and \\eqref{eq:xyzzy}.\n"
+        "Math $\\alpha + qwxz$ and \\[ zzqx \\] and \\(vxq\\) and $$qqvv$$ stay.\n"
+        "\\begin{equation*}\n"
+        "fooq + barq\n"
+        "\\end{equation*}\n"
+        "\\includegraphics[width=5cm]{figs/pltt} \\input{chaptr}\n"
+        "\\href{http://exmple.org}{Wrld} \\url{http://exmple.org} 50\\$ is monney. % A commnt\n"
+        "\\end{document}\n");
+    PLTextView *view = showText(text, QSize(900, 500));
+    EXPECT_EQ(markedWords(view), (QStringList{QStringLiteral("Teh"), QStringLiteral("Wrld"), QStringLiteral("monney"),
+                                              QStringLiteral("commnt")}));
+    // A dollar typed on one line opens mathematics through the lines after it in the paragraph.
+    view->setSelectedRange(PLRange{text.indexOf(QStringLiteral("\\includegraphics")), 0});
+    QTest::keyClicks(view, QStringLiteral("$"));
+    view->setSelectedRange(PLRange{0, 0});
+    EXPECT_EQ(markedWords(view), QStringList{QStringLiteral("Teh")});
+}
+
+TEST_F(Spelling, AMisspeltWordRightAfterABackslashIsNeverMarked)
+{
+    const QString text = QStringLiteral("\\sectoin{Helo} wrold\\wrold the \\\\tehre\n");
+    PLTextView *view = makeView(open(text));
+    PLTextView *plain = makeView(open(text, QStringLiteral("other.tex")), false);
+    show({view, plain});
+    EXPECT_EQ(markedWords(view), (QStringList{QStringLiteral("Helo"), QStringLiteral("wrold")}));
+    // Without the delegate's rule every misspelt word is marked.
+    EXPECT_EQ(markedWords(plain), (QStringList{QStringLiteral("sectoin"), QStringLiteral("Helo"), QStringLiteral("wrold"),
+                                               QStringLiteral("wrold"), QStringLiteral("tehre")}));
+}
+
+TEST_F(Spelling, EveryPaneMarksTheWordsAndTheWordBeingTypedWaitsForTheCaretToLeave)
+{
+    const auto file = open(QStringLiteral("Some text.\n"));
+    PLTextView *left = makeView(file);
+    PLTextView *right = makeView(file);
+    show({left, right});
+    left->setSelectedRange(PLRange{10, 0});
+    QTest::keyClicks(left, QStringLiteral(" wrold"));
+    EXPECT_EQ(markedWords(left), QStringList());
+    EXPECT_EQ(markedWords(right), QStringList{QStringLiteral("wrold")});
+    QTest::keyClicks(left, QStringLiteral(" "));
+    EXPECT_EQ(markedWords(left), QStringList{QStringLiteral("wrold")});
+    // Mending the word in one pane clears its mark in both.
+    left->setSelectedRange(PLRange{12, 3});
+    QTest::keyClicks(left, QStringLiteral("orl"));
+    QTest::keyClick(left, Qt::Key_End);
+    EXPECT_EQ(file->contentBuffer()->string(), QStringLiteral("Some text. world \n"));
+    EXPECT_EQ(markedWords(left), QStringList());
+    EXPECT_EQ(markedWords(right), QStringList());
+}
+
+// Edits that open and close mathematics and arguments over lines and paragraphs, typed or made
+// at once: the pane keeps the marks a pane reading the text afresh shows.
+TEST_F(Spelling, MarksAfterEditsAreThoseOfAFreshPane)
+{
+    const QStringList pieces{QStringLiteral("$"),       QStringLiteral("{"),     QStringLiteral("}"),      QStringLiteral("\\label{"),
+                             QStringLiteral("\\end{equation}"), QStringLiteral("\n"), QStringLiteral("\n\n"), QStringLiteral(" wrold "),
+                             QStringLiteral("\\["),     QStringLiteral("% "),    QStringLiteral("tehre")};
+    const auto file = open(QStringLiteral("Teh wrold $x$ and\n\\label{qzx\nmore wrold}\n\nNew paragrph $a\nb$ tehre.\n"
+                                          "\\begin{equation}\nfooq\n\\end{equation} sme\n"));
+    PLTextView *view = makeView(file);
+    show({view}, QSize(900, 900));
+    const auto marks = [](PLTextView *pane) {
+        pane->setSelectedRange(PLRange{0, 0});
+        pane->spellChecker()->checkVisibleText();
+        return pane->spellChecker()->markedRanges();
+    };
+    std::mt19937 random(11);
+    for (int step = 0; step < 40; ++step) {
+        const QString &text = file->contentBuffer()->string();
+        const qsizetype at = qsizetype(random() % (text.size() + 1));
+        const QString piece = pieces.at(qsizetype(random() % pieces.size()));
+        if (step % 2 == 0) {
+            const qsizetype removed = qMin<qsizetype>(random() % 4, text.size() - at);
+            view->insertText(piece, PLRange{at, removed});
+        } else {
+            view->setSelectedRange(PLRange{at, 0});
+            for (const QChar c : piece) {
+                if (c == u'\n')
+                    QTest::keyClick(view, Qt::Key_Return);
+                else
+                    QTest::keyClicks(view, QString(c));
+            }
+        }
+        auto *fresh = makeView(open(file->contentBuffer()->string(), QStringLiteral("fresh%1.tex").arg(step)));
+        window.layout()->addWidget(fresh);
+        QCoreApplication::processEvents();
+        ASSERT_EQ(marks(view), marks(fresh)) << "after step " << step << ": " << file->contentBuffer()->string().toStdString();
+        delete fresh;
+    }
+}
+
+TEST_F(Spelling, OnlyTheLinesInViewAreChecked)
+{
+    QString text;
+    for (int i = 0; i < 3000; ++i)
+        text += QStringLiteral("Line %1 has a mispelt word.\n").arg(i);
+    PLTextView *view = showText(text, QSize(500, 200));
+    const int marksAtTheTop = int(markedWords(view).size());
+    EXPECT_GT(marksAtTheTop, 0);
+    EXPECT_LT(marksAtTheTop, 20);
+    view->verticalScrollBar()->setValue(view->verticalScrollBar()->maximum());
+    const QList<PLRange> marks = view->spellChecker()->markedRanges();
+    ASSERT_FALSE(marks.isEmpty());
+    EXPECT_LT(marks.size(), 20);
+    EXPECT_GT(marks.first().location, text.size() - 2000);
+}
+
+// A pane whose policy can refuse the next edit, as a read-only pane would.
+class RefusingDelegate : public PLTextViewDelegate
+{
+public:
+    using PLTextViewDelegate::PLTextViewDelegate;
+    bool textViewShouldChangeTextInRange(PLTextView *textView, PLRange range, const QString &replacementString) override
+    {
+        if (std::exchange(refuseNext, false))
+            return false;
+        return PLTextViewDelegate::textViewShouldChangeTextInRange(textView, range, replacementString);
+    }
+    bool refuseNext = false;
+};
+
+// A seed and the file's line break.
+class TextViewRandomEditing : public PLTest::EditorTest, public ::testing::WithParamInterface<std::pair<unsigned, const char *>>
+{
+protected:
+    // Both panes show the buffer, the line ends stay the file's own, and the file saves as the
+    // buffer holds it.
+    ::testing::AssertionResult inStep()
+    {
+        QCoreApplication::processEvents();
+        const QString &text = file->contentBuffer()->string();
+        for (PLTextView *view : views) {
+            if (mirrorOf(*view) != PLLineEndingMap::mirrorString(text))
+                return ::testing::AssertionFailure() << "a mirror differs from the buffer";
+            if (view->selectedRange().end() > text.size())
+                return ::testing::AssertionFailure() << "selection past the end";
+        }
+        const QString lineBreak = QString::fromLatin1(GetParam().second);
+        QString stripped = text;
+        stripped.replace(lineBreak, QString());
+        if (stripped.contains(u'\r') || stripped.contains(u'\n'))
+            return ::testing::AssertionFailure() << "a foreign line end";
+        if (!file->save())
+            return ::testing::AssertionFailure() << "save failed";
+        if (PLTest::readFile(file->stringPath()) != text.toUtf8())
+            return ::testing::AssertionFailure() << "saved bytes differ from the buffer";
+        return ::testing::AssertionSuccess();
+    }
+    qsizetype randomLocation() { return std::uniform_int_distribution<qsizetype>(0, file->contentBuffer()->length())(random); }
+    template<typename T, size_t N>
+    const T &pick(const T (&choices)[N])
+    {
+        return choices[std::uniform_int_distribution<size_t>(0, N - 1)(random)];
+    }
+    std::mt19937 random;
+    std::shared_ptr<PLFile> file;
+    std::vector<PLTextView *> views;
+};
+
+TEST_P(TextViewRandomEditing, PanesMirrorTheBufferThroughAnyEditSequence)
+{
+    random.seed(GetParam().first);
+    const QString lineBreak = QString::fromLatin1(GetParam().second);
+    const QString initial = QStringLiteral("\\section{One}%1Some \"text\" (here).%1%1\\begin{itemize}%1\t\\item x%1\\end{itemize}%1").arg(lineBreak);
+    file = open(initial);
+    std::vector<RefusingDelegate *> delegates;
+    for (int pane = 0; pane < 2; ++pane) {
+        auto *view = new PLTextView(file);
+        delegates.push_back(new RefusingDelegate(file, nullptr, &history, view));
+        view->setDelegate(delegates.back());
+        views.push_back(view);
+    }
+    show({views[0], views[1]});
+    ASSERT_TRUE(inStep());
+    const QString typed[] = {QStringLiteral("a"), QStringLiteral("bc "), QStringLiteral("("),   QStringLiteral("["),
+                             QStringLiteral("{"), QStringLiteral("\""), QStringLiteral("}x"), QStringLiteral("\\it"),
+                             QStringLiteral("%"), QStringLiteral("\t")};
+    const QString pasted[] = {QStringLiteral("x\ny"), QStringLiteral("p\r\nq\r\n"), QStringLiteral("\"q\""), QStringLiteral("("),
+                              QStringLiteral("\n")};
+    std::size_t acting = 0;
+    QString log;
+    for (int step = 0; step < 150; ++step) {
+        PLTextView *view = views[acting];
+        const int operation = std::uniform_int_distribution<int>(0, 13)(random);
+        log += QString::number(operation) + QLatin1Char(' ');
+        SCOPED_TRACE(log.toStdString());
+        switch (operation) {
+        case 0: {
+            const qsizetype start = randomLocation();
+            const qsizetype end = std::max(start, randomLocation());
+            view->setSelectedRange(PLRange{start, std::uniform_int_distribution<int>(0, 2)(random) == 0 ? end - start : 0});
+            break;
+        }
+        case 1:
+            QTest::keyClicks(view, pick(typed));
+            break;
+        case 2:
+            QTest::keyClick(view, pick({Qt::Key_Return, Qt::Key_Backspace, Qt::Key_Delete}));
+            break;
+        case 3:
+            QApplication::clipboard()->setText(pick(pasted));
+            QTest::keyClick(view, Qt::Key_V, Qt::ControlModifier);
+            break;
+        case 4:
+            QTest::keyClick(view, Qt::Key_X, Qt::ControlModifier);
+            break;
+        case 5:
+            QTest::keyClick(view, Qt::Key_Z, Qt::ControlModifier);
+            break;
+        case 6:
+            QTest::keyClick(view, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+            break;
+        case 7: {
+            const QString before = file->contentBuffer()->string();
+            delegates[acting]->refuseNext = true;
+            QTest::keyClicks(view, QStringLiteral("r"));
+            EXPECT_EQ(file->contentBuffer()->string(), before);
+            delegates[acting]->refuseNext = false;
+            break;
+        }
+        case 8: {
+            // Two edits of the mirror in one go, the first of which the buffer's filters rewrite,
+            // before the view gets back to the event loop to correct it.
+            QTextCursor cursor(view->document());
+            cursor.setPosition(int(view->mirrorPosition(randomLocation())));
+            cursor.insertText(pick({QStringLiteral("("), QStringLiteral("\"")}));
+            cursor.insertText(QStringLiteral("y"));
+            break;
+        }
+        case 9: {
+            QInputMethodEvent commit;
+            commit.setCommitString(QStringLiteral("é"));
+            QApplication::sendEvent(view, &commit);
+            break;
+        }
+        case 10: {
+            // A new line made elsewhere (another pane's command, a replace-all), never inside a pair.
+            qsizetype location = randomLocation();
+            if (PLLineEndingMap::isPairAt(file->contentBuffer()->string(), location - 1))
+                --location;
+            file->contentBuffer()->replaceCharactersInRange(PLRange{location, 0}, lineBreak);
+            break;
+        }
+        case 11:
+            acting = 1 - acting;
+            views[acting]->setFocus();
+            break;
+        case 12:
+            QTest::keyClick(view, pick({Qt::Key_Left, Qt::Key_Right, Qt::Key_Up, Qt::Key_Down}), Qt::ShiftModifier);
+            break;
+        default:
+            // A command of several edits in one undo step, some of which the pane may refuse.
+            delegates[acting]->refuseNext = std::uniform_int_distribution<int>(0, 1)(random);
+            view->toggleCommentOfCurrentLine();
+            delegates[acting]->refuseNext = false;
+            break;
+        }
+        ASSERT_TRUE(inStep());
+    }
+    // The whole history replays to the file as opened, and forwards to where the run ended.
+    const QString edited = file->contentBuffer()->string();
+    PLUndoManager *undo = file->contentBuffer()->undoManager();
+    const int end = undo->index();
+    while (undo->canUndo()) {
+        QTest::keyClick(views[0], Qt::Key_Z, Qt::ControlModifier);
+        ASSERT_TRUE(inStep());
+    }
+    EXPECT_EQ(file->contentBuffer()->string(), initial);
+    while (undo->index() < end) {
+        QTest::keyClick(views[1], Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+        ASSERT_TRUE(inStep());
+    }
+    EXPECT_EQ(file->contentBuffer()->string(), edited);
+}
+
+// Seed 17 typed into a refusing pane at the end of the text, where the line band asked the buffer
+// for the character before a caret that only the mirror had.
+INSTANTIATE_TEST_SUITE_P(Seeds, TextViewRandomEditing,
+                         ::testing::Values(std::pair{17u, "\n"}, std::pair{2u, "\n"}, std::pair{1u, "\r\n"}, std::pair{3u, "\r\n"}));
 
 }

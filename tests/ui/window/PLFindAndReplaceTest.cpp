@@ -2,12 +2,14 @@
 #include "ui/editor/PLFindAndReplaceViews.h"
 #include "ui/editor/PLFindIndicator.h"
 #include "PLUiTestSupport.h"
+#include "ui/window/PLQuickOpenWindowController.h"
 
 #include <QLabel>
 #include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
+#include <QTableWidget>
 
 namespace {
 
@@ -24,7 +26,6 @@ protected:
         openWindow(project.write(QStringLiteral("main.tex"), mainText), QSize(900, 400));
         bar = mainArea()->findAndReplaceViewController();
     }
-
     QString text() const { return textView()->contentBuffer()->string(); }
     // Keys go where the focus is, as they would from the keyboard.
     static void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
@@ -37,7 +38,6 @@ protected:
         ASSERT_TRUE(bar->isShown());
         QTest::keyClicks(bar->findTextField(), string);
     }
-
     PLFindAndReplaceViewController *bar = nullptr;
 };
 
@@ -47,7 +47,6 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
     press(Qt::Key_F, Qt::ControlModifier);
     EXPECT_TRUE(bar->isShown());
     EXPECT_EQ(QApplication::focusWidget(), bar->findTextField());
-
     for (QLineEdit *field : {bar->findTextField(), bar->replaceTextField()}) {
         press(Qt::Key_F, Qt::ControlModifier);
         field->setFocus();
@@ -55,7 +54,6 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
     }
-
     // The find buttons, drawn from the bar's images, keep to the bar's right edge as the window
     // resizes; the close button hides the bar.
     press(Qt::Key_F, Qt::ControlModifier);
@@ -85,7 +83,6 @@ TEST_F(FindBar, OptionMenusChangeNothingAndOpenOnARightClick)
     }
     press(Qt::Key_Return);
     EXPECT_EQ(textView()->selectedRange(), (PLRange{23, 5}));
-
     const QPoint inside(2, 2);
     QContextMenuEvent rightClick(QContextMenuEvent::Mouse, inside, bar->searchOptionsButton()->mapToGlobal(inside));
     QApplication::sendEvent(bar->searchOptionsButton(), &rightClick);
@@ -118,8 +115,6 @@ TEST_F(FindBar, FindKeysWalkTheHitsBothWaysAndWrapAround)
     EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 5}));
 }
 
-// Ctrl+E fills the field with the selected text, or empties it; nothing changes without a hit or
-// while the bar is hidden.
 TEST_F(FindBar, UseSelectionFillsTheFieldAndNothingChangesWithoutAHitOrWhileHidden)
 {
     textView()->setSelectedRange(PLRange{6, 4});
@@ -131,7 +126,6 @@ TEST_F(FindBar, UseSelectionFillsTheFieldAndNothingChangesWithoutAHitOrWhileHidd
     textView()->setSelectedRange(PLRange{6, 0});
     press(Qt::Key_E, Qt::ControlModifier);
     EXPECT_EQ(bar->findTextField()->text(), QString());
-
     textView()->setSelectedRange(PLRange{6, 2});
     QTest::keyClicks(bar->findTextField(), QStringLiteral("delta"));
     press(Qt::Key_Return);
@@ -178,9 +172,94 @@ TEST_F(FindBar, ReplacementIsTypedTextUndoneInOneStep)
     bar->replaceButton()->click();
     // The buffer pairs the bracket as it does for a typed one.
     EXPECT_EQ(text(), QStringLiteral("Alpha () ALPHA gamma alpha\n"));
-
     textView()->contentBuffer()->undoManager()->undo();
     EXPECT_EQ(text(), mainText);
+}
+
+// A project whose chapter is included twice; quick open driven with the keyboard.
+class QuickOpen : public PLTest::ProjectWindowTest
+{
+protected:
+    void SetUp() override
+    {
+        ProjectWindowTest::SetUp();
+        const QString path = project.write(QStringLiteral("main.tex"), QStringLiteral("\\section{second try}\nText.\n"
+                                                                                      "\\input{chapter}\n\\input{chapter}\n"
+                                                                                      "\\subsection{Sections}\n"));
+        project.write(QStringLiteral("chapter.tex"), QStringLiteral("Intro.\n\\section{Shared SEC}\nBody.\n"));
+        openWindow(path);
+    }
+    PLQuickOpenWindowController *quickOpen() { return windowController->quickOpenWindowController(); }
+    QStringList rows()
+    {
+        QStringList names;
+        for (int row = 0; row < quickOpen()->searchResults()->rowCount(); ++row)
+            names << quickOpen()->searchResults()->item(row, 0)->text();
+        return names;
+    }
+    void openAndType(const QString &text)
+    {
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+        ASSERT_TRUE(quickOpen()->isShown());
+        ASSERT_TRUE(QTest::qWaitForWindowActive(quickOpen()->window()));
+        ASSERT_EQ(QApplication::focusWidget(), quickOpen()->quickOpenTextField());
+        QTest::keyClicks(quickOpen()->quickOpenTextField(), text);
+    }
+    static void press(int key) { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
+};
+
+TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
+{
+    openAndType(QStringLiteral("sec"));
+    press(Qt::Key_Return);
+    EXPECT_TRUE(quickOpen()->isShown());
+    EXPECT_TRUE(quickOpen()->window()->isVisible());
+    const std::pair<int, int> steps[] = {{Qt::Key_Down, 0}, {Qt::Key_Down, 1}, {Qt::Key_Down, 2}, {Qt::Key_Down, 2},
+                                         {Qt::Key_Up, 1},   {Qt::Key_Up, 0},   {Qt::Key_Up, 0}};
+    for (const auto &[key, row] : steps) {
+        press(key);
+        EXPECT_EQ(quickOpen()->searchResults()->currentRow(), row);
+        EXPECT_EQ(QApplication::focusWidget(), quickOpen()->quickOpenTextField());
+    }
+    EXPECT_EQ(quickOpen()->quickOpenTextField()->cursorPosition(), 3);
+    // Going back to the project window closes it.
+    window->activateWindow();
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !quickOpen()->isShown(); }));
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+}
+
+TEST_F(QuickOpen, ReturnShowsTheChosenHeadingInTheFocusedPane)
+{
+    openAndType(QStringLiteral("shared"));
+    press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(quickOpen()->isShown());
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    ASSERT_TRUE(pane()->file());
+    EXPECT_EQ(pane()->file()->name(), QStringLiteral("chapter.tex"));
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{7, 0}));
+}
+
+TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReopeningSearchesAgain)
+{
+    openAndType(QStringLiteral("shared"));
+    EXPECT_EQ(rows(), QStringList{QStringLiteral("Shared SEC")});
+    quickOpen()->quickOpenTextField()->selectAll();
+    QTest::keyClicks(quickOpen()->quickOpenTextField(), QStringLiteral("sec"));
+    // The twice-included chapter's heading is listed once.
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Sections"), QStringLiteral("Shared SEC"), QStringLiteral("second try")}));
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(window));
+    // A heading added while the window was closed is in the fresh results.
+    textView()->insertText(QStringLiteral("\\section{Another sec}\n"), PLRange{0, 0});
+    pane()->makeKey();
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_O, Qt::ControlModifier | Qt::ShiftModifier);
+    ASSERT_TRUE(quickOpen()->isShown());
+    EXPECT_EQ(quickOpen()->quickOpenTextField()->text(), QStringLiteral("sec"));
+    EXPECT_EQ(rows(), (QStringList{QStringLiteral("Another sec"), QStringLiteral("Sections"), QStringLiteral("Shared SEC"),
+                                   QStringLiteral("second try")}));
 }
 
 }
