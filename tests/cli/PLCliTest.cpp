@@ -1,9 +1,9 @@
 #include "../core/typesetting/PLTypesettingTestSupport.h"
-#include "PLCliRunner.h"
-#include "PLTestSupport.h"
 #include "cli/PLCliJsonWriter.h"
 #include "core/foundation/PLColor.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
+#include "PLCliRunner.h"
+#include "PLTestSupport.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -294,8 +294,9 @@ TEST_F(CliWithStandIns, AMissingOrFailingEngineEndsWithStatusOneAndSaysWhy)
         EXPECT_TRUE(error.contains(QStringLiteral("plumeo-cli: ") + QString::fromUtf8(message).replace(QStringLiteral("TEX"), texFolder())))
             << error.toStdString();
         EXPECT_EQ(run.at("engineFound").toBool(), engine != nullptr);
-        if (engine)
+        if (engine) {
             EXPECT_TRUE(error.contains(QStringLiteral(": ") + run.at("runs.0.description").toString() + u'\n')) << error.toStdString();
+        }
     }
 }
 

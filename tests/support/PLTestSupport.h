@@ -2,6 +2,8 @@
 
 #include "core/foundation/PLRange.h"
 
+#include <ostream>
+
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
@@ -21,4 +23,15 @@ QString dataPath(const QString &relative);
 // Called first in main, before any thread or child process exists.
 void prepareProcess();
 
+}
+
+// Readable strings and ranges in test failures.
+inline void PrintTo(const QString &text, std::ostream *os)
+{
+    *os << '"' << text.toStdString() << '"';
+}
+
+inline void PrintTo(const PLRange &range, std::ostream *os)
+{
+    *os << "{" << range.location << ", " << range.length << "}";
 }

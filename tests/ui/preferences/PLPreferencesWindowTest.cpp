@@ -1,3 +1,4 @@
+#include "core/typesetting/PLTexCommandLine.h"
 #include "ui/editor/PLQColor.h"
 #include "ui/preferences/PLColorWell.h"
 #include "ui/preferences/PLPreferencesAdvancedViewController.h"
@@ -6,7 +7,6 @@
 #include "ui/preferences/PLPreferencesTextColorsViewController.h"
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
-#include "core/typesetting/PLTexCommandLine.h"
 #include "PLUiTestSupport.h"
 
 #include <QButtonGroup>

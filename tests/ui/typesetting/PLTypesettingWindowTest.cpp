@@ -1,15 +1,15 @@
 #include "../../core/typesetting/PLTypesettingTestSupport.h"
+#include "core/latex/PLOutlineNode.h"
 #include "core/typesetting/PLLatexTransformer.h"
 #include "core/typesetting/PLLogItem.h"
+#include "ui/typesetting/PLNoPDFFoundView.h"
 #include "ui/typesetting/PLPdfPrinter.h"
 #include "ui/typesetting/PLPdfTransformationConsolePanelController.h"
+#include "ui/typesetting/PLPDFView.h"
+#include "ui/typesetting/PLTypesetterProgressViewController.h"
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
-#include "ui/typesetting/PLTypesetterProgressViewController.h"
 #include "PLUiTestSupport.h"
-#include "ui/typesetting/PLNoPDFFoundView.h"
-#include "core/latex/PLOutlineNode.h"
-#include "ui/typesetting/PLPDFView.h"
 
 #include <QAction>
 #include <QFile>

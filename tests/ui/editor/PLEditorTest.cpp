@@ -1,13 +1,13 @@
-#include "PLEditorTestSupport.h"
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
-#include "ui/editor/PLQColor.h"
-#include "ui/editor/PLTextViewSpellChecker.h"
 #include "ui/editor/PLLineEndingMap.h"
-#include "ui/editor/PLTextViewLineOverlayView.h"
 #include "ui/editor/PLLineNumbersRulerView.h"
+#include "ui/editor/PLQColor.h"
 #include "ui/editor/PLSpellChecker.h"
+#include "ui/editor/PLTextViewLineOverlayView.h"
+#include "ui/editor/PLTextViewSpellChecker.h"
+#include "PLEditorTestSupport.h"
 
 #include <QInputMethodEvent>
 #include <QMimeData>
