@@ -129,12 +129,14 @@ void readLines(const QTextBlock &first, const QTextBlock &last, Visitor visit)
         reading = PLSpellingReading();
     };
     for (QTextBlock block = first; block.isValid(); block = block.next()) {
+        const QString line = block.text();
         reading.blocks.append(block);
         reading.offsets.append(reading.text.size());
-        reading.text += block.text() + QLatin1Char('\n');
+        reading.text += line + QLatin1Char('\n');
         if (block == last)
             break;
-        if (isBlank(block))
+        // The line's text is at hand: no need to read it again from the document.
+        if (std::all_of(line.begin(), line.end(), [](QChar c) { return c.isSpace(); }))
             finish();
     }
     finish();
