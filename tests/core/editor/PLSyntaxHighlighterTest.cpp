@@ -75,88 +75,79 @@ TEST_F(PLSyntaxHighlighterTest, AStyleChangeRecoloursTheWholeTextOnce)
     EXPECT_EQ(lines, (RecordedLines{{QStringLiteral("a\r\n"), 0}, {QStringLiteral("b\r"), 4}, {QStringLiteral("c"), 7}}));
 }
 
-TEST_F(PLSyntaxHighlighterTest, WithoutATextColourNothingIsColoured)
+// A plain text storage coloured by a rule set.
+struct Highlighted
 {
+    explicit Highlighted(const QString &text,
+                         std::unique_ptr<PLSyntaxHighlighterDelegate> rules = std::make_unique<PLLatexSyntaxHighlighterDelegate>())
+        : storage(text), highlighter(&storage, std::move(rules))
+    {
+    }
+    PLPlainTextStorage storage;
+    PLSyntaxHighlighter highlighter;
+};
+
+TEST_F(PLSyntaxHighlighterTest, NothingIsColouredOutsideTheTextOrWithoutATextColour)
+{
+    Highlighted outside(QStringLiteral("abc"));
+    outside.highlighter.highlightTextInRange(PLRange{2, 2});
+    outside.highlighter.highlightTextInRange(PLNotFoundRange);
+    EXPECT_TRUE(outside.storage.attributesAtIndex(0).isEmpty());
     defaults().setString(QStringLiteral("not a colour"), PLUserDefaultsEditorColorText);
-    PLPlainTextStorage storage(QStringLiteral("\\section{A}\n"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
-    storage.replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("x"));
-    EXPECT_EQ(storage.attributeRunCount(), 1);
-    EXPECT_TRUE(storage.attributesAtIndex(3).isEmpty());
+    Highlighted uncoloured(QStringLiteral("\\section{A}\n"));
+    uncoloured.storage.replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("x"));
+    EXPECT_EQ(uncoloured.storage.attributeRunCount(), 1);
+    EXPECT_TRUE(uncoloured.storage.attributesAtIndex(3).isEmpty());
 }
 
-TEST_F(PLSyntaxHighlighterTest, ARangeOutsideTheTextIsIgnored)
+// Colours are read from the settings line by line; one that does not read is skipped, not painted.
+TEST_F(PLSyntaxHighlighterTest, ColoursAreReadForEachLineAndAMissingOneIsSkipped)
 {
-    PLPlainTextStorage storage(QStringLiteral("abc"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
-    highlighter.highlightTextInRange(PLRange{2, 2});
-    highlighter.highlightTextInRange(PLNotFoundRange);
-    EXPECT_TRUE(storage.attributesAtIndex(0).isEmpty());
-}
-
-TEST_F(PLSyntaxHighlighterTest, ColoursAreReadFromTheSettingsForEachLine)
-{
-    PLPlainTextStorage storage(QStringLiteral("$a$\n$b$\n"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+    Highlighted h(QStringLiteral("$a$\n$b$\n\\emph{x}"));
     const PLColor first = PLColor::rgb(0.1, 0.2, 0.3, 1.0);
     const PLColor second = PLColor::rgb(0.4, 0.5, 0.6, 1.0);
     defaults().setColor(first, PLUserDefaultsEditorColorDollarSignAreas);
-    highlighter.userDefaultsDidChangeEditorTextColor();
-    defaults().setColor(second, PLUserDefaultsEditorColorDollarSignAreas);
-    storage.replaceCharactersInRange(PLRange{5, 1}, QStringLiteral("c"));
-    EXPECT_EQ(storage.attributesAtIndex(0).foregroundColor(), first);
-    EXPECT_EQ(storage.attributesAtIndex(4).foregroundColor(), second);
-    EXPECT_EQ(storage.attributesAtIndex(5).foregroundColor(), defaults().colorForKey(PLUserDefaultsEditorColorText));
-}
-
-TEST_F(PLSyntaxHighlighterTest, AMissingColourIsSkippedNotPainted)
-{
     defaults().setString(QStringLiteral("garbage"), PLUserDefaultsEditorColorFunctionsBackground);
     defaults().setString(QStringLiteral("garbage"), PLUserDefaultsEditorColorBrackets);
-    PLPlainTextStorage storage(QStringLiteral("\\emph{x}"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
-    highlighter.userDefaultsDidChangeEditorTextColor();
-    const PLTextAttributes command = storage.attributesAtIndex(1);
-    EXPECT_EQ(command.foregroundColor(), defaults().colorForKey(PLUserDefaultsEditorColorFunctions));
-    EXPECT_FALSE(command.backgroundColor());
-    const PLTextAttributes brace = storage.attributesAtIndex(5);
-    EXPECT_EQ(brace.foregroundColor(), defaults().colorForKey(PLUserDefaultsEditorColorText));
-    EXPECT_EQ(brace.backgroundColor(), defaults().colorForKey(PLUserDefaultsEditorColorBracketsBackground));
+    h.highlighter.userDefaultsDidChangeEditorTextColor();
+    defaults().setColor(second, PLUserDefaultsEditorColorDollarSignAreas);
+    h.storage.replaceCharactersInRange(PLRange{5, 1}, QStringLiteral("c"));
+    const auto colours = [&](qsizetype at) {
+        const PLTextAttributes attributes = h.storage.attributesAtIndex(at);
+        return std::pair(attributes.foregroundColor(), attributes.backgroundColor());
+    };
+    const auto setting = [&](const QString &key) { return defaults().colorForKey(key); };
+    const std::optional<PLColor> none;
+    EXPECT_EQ(colours(0).first, first);
+    EXPECT_EQ(colours(4).first, second);
+    EXPECT_EQ(colours(5).first, setting(PLUserDefaultsEditorColorText));
+    EXPECT_EQ(colours(9), std::pair(setting(PLUserDefaultsEditorColorFunctions), none));
+    EXPECT_EQ(colours(13), std::pair(setting(PLUserDefaultsEditorColorText), setting(PLUserDefaultsEditorColorBracketsBackground)));
 }
 
+// Uncommenting and un-including: the characters go back to the text colour and the font of the
+// settings (Tahoma without a name), yet keep the background and link painted before.
 TEST_F(PLSyntaxHighlighterTest, ForegroundAndFontAreResetButOtherAttributesStay)
 {
-    PLPlainTextStorage storage(QStringLiteral("%a \\input{b}\n"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
-    highlighter.userDefaultsDidChangeEditorTextColor();
+    Highlighted h(QStringLiteral("%a \\input{b}\n"));
+    h.highlighter.userDefaultsDidChangeEditorTextColor();
     const std::optional<PLColor> commentBackground = defaults().colorForKey(PLUserDefaultsEditorColorCommentedAreasBackground);
-    ASSERT_EQ(storage.attributesAtIndex(1).backgroundColor(), commentBackground);
-    // Uncommenting and un-including: the characters go back to the text colour, yet keep the
-    // background and link painted before.
-    storage.replaceCharactersInRange(PLRange{0, 1}, QString());
-    storage.replaceCharactersInRange(PLRange{3, 5}, QStringLiteral("emph"));
-    const PLTextAttributes a = storage.attributesAtIndex(0);
-    EXPECT_EQ(a.foregroundColor(), defaults().colorForKey(PLUserDefaultsEditorColorText));
-    EXPECT_EQ(a.backgroundColor(), commentBackground);
-    EXPECT_EQ(storage.attributesAtIndex(8).link(), QStringLiteral("file://"));
-}
-
-TEST_F(PLSyntaxHighlighterTest, TheFontComesFromTheSettingsOrFallsBackToTahoma)
-{
-    PLPlainTextStorage storage(QStringLiteral("x\ny\n"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+    ASSERT_EQ(h.storage.attributesAtIndex(1).backgroundColor(), commentBackground);
     defaults().setInteger(15, PLUserDefaultsEditorFontSize);
-    highlighter.highlightTextInRange(PLRange{0, 1});
-    EXPECT_EQ(storage.attributesAtIndex(0).font(), (PLFont{QStringLiteral("Monaco"), 15.0}));
+    h.storage.replaceCharactersInRange(PLRange{0, 1}, QString());
+    const PLTextAttributes a = h.storage.attributesAtIndex(0);
+    EXPECT_EQ(std::tuple(a.foregroundColor(), a.backgroundColor(), a.font()),
+              std::tuple(defaults().colorForKey(PLUserDefaultsEditorColorText), commentBackground, PLFont{QStringLiteral("Monaco"), 15.0}));
     defaults().setString(QString(), PLUserDefaultsEditorFontName);
-    highlighter.highlightTextInRange(PLRange{2, 1});
-    EXPECT_EQ(storage.attributesAtIndex(2).font(), (PLFont{QStringLiteral("Tahoma"), 16.0}));
+    h.storage.replaceCharactersInRange(PLRange{3, 5}, QStringLiteral("emph"));
+    EXPECT_EQ(h.storage.attributesAtIndex(8).link(), QStringLiteral("file://"));
+    EXPECT_EQ(h.storage.attributesAtIndex(8).font(), (PLFont{QStringLiteral("Tahoma"), 16.0}));
 }
 
 TEST_F(PLSyntaxHighlighterTest, ViewsHearOfTheEditFirstAndOfItsColoursOnceAfterwards)
 {
-    PLPlainTextStorage storage(QStringLiteral("a\nb\n"));
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLLatexSyntaxHighlighterDelegate>());
+    Highlighted h(QStringLiteral("a\nb\n"));
+    PLPlainTextStorage &storage = h.storage;
     QStringList heard;
     QObject::connect(&storage, &PLTextStorage::didProcessEditing, [&](PLRange range, qsizetype) {
         // The highlighter was attached first, so the new text is coloured by now.
@@ -225,31 +216,22 @@ void giveEveryClassItsOwnColours()
     }
 }
 
-// One letter per character: the class whose colour it carries, '.' for none, '?' for a stranger.
-template<class Read>
-std::string classesOf(const PLTextStorage &storage, Read read, PLColor (*colourOf)(char))
+// One letter per character: the class whose foreground (or background) colour it carries, '.' for
+// none, '?' for a stranger.
+std::string classesOf(const PLTextStorage &storage, bool background = false)
 {
     std::string result;
     for (qsizetype i = 0; i < storage.string().size(); ++i) {
-        const std::optional<PLColor> colour = read(storage.attributesAtIndex(i));
+        const PLTextAttributes attributes = storage.attributesAtIndex(i);
+        const std::optional<PLColor> colour = background ? attributes.backgroundColor() : attributes.foregroundColor();
         char code = colour ? '?' : '.';
         for (const TokenClass &tokenClass : kClasses) {
-            if (colour && *colour == colourOf(tokenClass.code))
+            if (colour && *colour == (background ? backgroundOf : foregroundOf)(tokenClass.code))
                 code = tokenClass.code;
         }
         result += code;
     }
     return result;
-}
-
-std::string foregroundClasses(const PLTextStorage &storage)
-{
-    return classesOf(storage, [](const PLTextAttributes &a) { return a.foregroundColor(); }, foregroundOf);
-}
-
-std::string backgroundClasses(const PLTextStorage &storage)
-{
-    return classesOf(storage, [](const PLTextAttributes &a) { return a.backgroundColor(); }, backgroundOf);
 }
 
 std::string links(const PLTextStorage &storage)
@@ -301,8 +283,8 @@ TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
         highlighter.userDefaultsDidChangeEditorTextColor();
         std::string background = foreground;
         std::replace(background.begin(), background.end(), 't', '.');
-        EXPECT_EQ(foregroundClasses(storage), foreground);
-        EXPECT_EQ(backgroundClasses(storage), background);
+        EXPECT_EQ(classesOf(storage), foreground);
+        EXPECT_EQ(classesOf(storage, true), background);
         EXPECT_EQ(links(storage), link ? std::string(link) : std::string(size_t(line.size()), '.'));
         EXPECT_EQ(storage.attributesAtIndex(0).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
     }
@@ -324,7 +306,7 @@ TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePa
     PLPlainTextStorage storage(entry + longLine);
     PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
     highlighter.userDefaultsDidChangeEditorTextColor();
-    const std::string colours = foregroundClasses(storage);
+    const std::string colours = classesOf(storage);
     EXPECT_EQ(colours.substr(0, entryColours.size()), entryColours);
     EXPECT_EQ(colours.find_first_not_of('t', entryColours.size()), std::string::npos);
 }
@@ -332,10 +314,16 @@ TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePa
 class PLSyntaxHighlighterBufferTest : public ProjectTest
 {
 protected:
-    void SetUp() override { resetSettings(); }
-    PLTextContentBuffer *open(const QString &name, const QString &text) { return (file = ProjectTest::open(name, text))->contentBuffer(); }
-    static std::optional<PLColor> color(const QString &key) { return PLUserDefaults::standardUserDefaults().colorForKey(key); }
-    std::shared_ptr<PLFile> file;
+    void SetUp() override
+    {
+        resetSettings();
+        giveEveryClassItsOwnColours();
+    }
+    PLTextContentBuffer *open(const QString &name, const QString &text)
+    {
+        return files.emplace_back(ProjectTest::open(name, text))->contentBuffer();
+    }
+    std::vector<std::shared_ptr<PLFile>> files;
 };
 
 // Regression: a file opened with text showed no colours until its first edit.
@@ -344,49 +332,28 @@ TEST_F(PLSyntaxHighlighterBufferTest, TheTextAFileOpensWithIsColouredWhenFirstRe
     PLTextContentBuffer *buffer = open(QStringLiteral("b.tex"), QStringLiteral("plain\n\\section{A}\n"));
     QSignalSpy painted(buffer, &PLTextStorage::didEditAttributes);
     EXPECT_TRUE(painted.isEmpty());
-    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
-    EXPECT_EQ(buffer->attributesAtIndex(7).foregroundColor(), color(PLUserDefaultsEditorColorStructureDividers));
-    EXPECT_EQ(painted.size(), 1);
-    buffer->attributesAtIndex(3);
+    EXPECT_EQ(classesOf(*buffer), "tttttt" "ssssssss" "bsb" "t");
     EXPECT_EQ(painted.size(), 1);
 }
 
 TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
 {
     PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("x\n$y$ % c\n"));
-    buffer->syntaxHighlighter()->userDefaultsDidChangeEditorTextColor();
     buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("\\emph"));
-    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorFunctions));
-    PLRange dollar;
-    EXPECT_EQ(buffer->attributesAtIndex(7, &dollar).foregroundColor(), color(PLUserDefaultsEditorColorDollarSignAreas));
-    EXPECT_EQ(dollar, (PLRange{7, 1}));
-    PLRange comment;
-    EXPECT_EQ(buffer->attributesAtIndex(11, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
-    EXPECT_EQ(comment, (PLRange{11, 3}));
+    EXPECT_EQ(classesOf(*buffer), "fffffff" "dtd" "t" "ccc" "t");
     buffer->undoManager()->undo();
-    EXPECT_EQ(buffer->string(), QStringLiteral("x\n$y$ % c\n"));
-    EXPECT_EQ(buffer->attributesAtIndex(0).foregroundColor(), color(PLUserDefaultsEditorColorText));
-    EXPECT_EQ(buffer->attributesAtIndex(6, &comment).foregroundColor(), color(PLUserDefaultsEditorColorCommentedAreas));
-    EXPECT_EQ(comment, (PLRange{6, 3}));
+    EXPECT_EQ(classesOf(*buffer), "tt" "dtd" "t" "ccc" "t");
 }
 
 // Reloaded text took on the heading background of the old first line over its whole length.
 TEST_F(PLSyntaxHighlighterBufferTest, ReloadedTextHasTheColoursOfAFreshlyReadOne)
 {
-    const auto runs = [](PLTextContentBuffer *buffer) {
-        QList<std::pair<PLRange, PLTextAttributes>> found;
-        buffer->enumerateAttributes(PLRange{0, buffer->length()},
-                                    [&found](const PLTextAttributes &attributes, PLRange run) { found.append({run, attributes}); });
-        return found;
-    };
     PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("\\section{Old}\n$a$\n"));
-    ASSERT_TRUE(buffer->attributesAtIndex(0).backgroundColor().has_value());
+    ASSERT_EQ(classesOf(*buffer, true).front(), 's');
     const QString reloaded = QStringLiteral("plain text\n$b$\n\\chapter{New}\nend\n");
     buffer->setString(reloaded);
-    EXPECT_EQ(buffer->attributesAtIndex(6).foregroundColor(), color(PLUserDefaultsEditorColorText));
-    EXPECT_FALSE(buffer->attributesAtIndex(6).backgroundColor().has_value());
-    const auto reloadedRuns = runs(buffer);
-    EXPECT_EQ(reloadedRuns, runs(open(QStringLiteral("b.tex"), reloaded)));
+    PLTextContentBuffer *fresh = open(QStringLiteral("b.tex"), reloaded);
+    EXPECT_EQ(classesOf(*buffer) + classesOf(*buffer, true), classesOf(*fresh) + classesOf(*fresh, true));
 }
 
 // The preferences pane's reset test checks the notifications and a sample of the colours; here:
