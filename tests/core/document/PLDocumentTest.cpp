@@ -43,20 +43,17 @@ protected:
         PLTest::resetSettings();
         ASSERT_TRUE(m_dir.isValid());
     }
-    QString path(const QString &relative) const { return QDir(m_dir.path()).filePath(relative); }
-    QString path(const char *relative) const { return path(str(relative)); }
-    void write(const QString &relative, const QByteArray &bytes) const { PLTest::writeFile(path(relative), bytes); }
-    void write(const char *relative, const QByteArray &bytes) const { write(str(relative), bytes); }
-    QByteArray read(const char *relative) const { return PLTest::readFile(path(relative)); }
-    std::shared_ptr<PLFile> pooled(const char *relative) const { return PLFilePool::sharedFilePool().fileForPath(path(relative)); }
-    std::unique_ptr<PLDocument> open(const QString &relative)
+    QString path(QAnyStringView relative) const { return QDir(m_dir.path()).filePath(relative.toString()); }
+    void write(QAnyStringView relative, const QByteArray &bytes) const { PLTest::writeFile(path(relative), bytes); }
+    QByteArray read(QAnyStringView relative) const { return PLTest::readFile(path(relative)); }
+    std::shared_ptr<PLFile> pooled(QAnyStringView relative) const { return PLFilePool::sharedFilePool().fileForPath(path(relative)); }
+    std::unique_ptr<PLDocument> open(QAnyStringView relative)
     {
         auto document = std::make_unique<PLDocument>();
         PLError error;
         EXPECT_TRUE(document->readFromURL(path(relative), QStringLiteral("tex"), &error)) << error.message.toStdString();
         return document;
     }
-    std::unique_ptr<PLDocument> open(const char *relative) { return open(str(relative)); }
     static bool save(PLDocument &document)
     {
         PLError error;
@@ -65,7 +62,7 @@ protected:
         return saved;
     }
     // Moves a file's modification time so change detection sees it, whatever the clock's resolution.
-    void touchLater(const char *relative) const
+    void touchLater(QAnyStringView relative) const
     {
         QFile file(path(relative));
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
@@ -416,18 +413,13 @@ TEST_F(Document, RemovingByProductsKeepsThePdf)
 {
     write("main.tex", "\\input{chap}\n");
     write("chap.tex", "x\n");
-    QStringList byProducts{QStringLiteral("chap.aux")};
-    for (const char *suffix : {".aux", ".bbl", ".blg", ".exa", ".idx", ".lof", ".log", ".lot", ".out", ".toc", ".synctex.gz"})
-        byProducts.append(QStringLiteral("main") + QLatin1String(suffix));
-    for (const QString &name : byProducts)
+    const QStringList byProducts = QStringLiteral("chap.aux main.aux main.bbl main.blg main.exa main.idx main.lof main.log main.lot "
+                                                  "main.out main.toc main.synctex.gz").split(u' ');
+    for (const QString &name : byProducts + QStringLiteral("main.tex.bak main.pdf main.bib").split(u' '))
         write(name, "x");
-    for (const char *kept : {"main.tex.bak", "main.pdf", "main.bib"})
-        write(kept, "x");
     auto document = open("main.tex");
     EXPECT_EQ(document->removeTypesettingRelatedFiles(), byProducts.size());
-    EXPECT_EQ(QDir(m_dir.path()).entryList(QDir::Files),
-              (QStringList{QStringLiteral("chap.tex"), QStringLiteral("main.bib"), QStringLiteral("main.pdf"), QStringLiteral("main.tex"),
-                           QStringLiteral("main.tex.bak")}));
+    EXPECT_EQ(QDir(m_dir.path()).entryList(QDir::Files).join(u' '), u"chap.tex main.bib main.pdf main.tex main.tex.bak");
 }
 
 TEST_F(Document, AKilledSaveLeavesEitherTheOldOrTheNewFile)

@@ -430,15 +430,15 @@ PLRange locatedErrorAtStart(const QString &text)
 struct ScannerCase
 {
     const char *pattern;
-    // The groups the scan gives; empty for all of them.
-    QList<int> groups;
-    bool firstMatchOnly;
-    quint32 seed;
-    int rounds;
     QStringList pieces;
     Scan scan;
+    // The groups the scan gives; empty for all of them.
+    QList<int> groups = {};
+    bool firstMatchOnly = false;
+    quint32 seed = 20240229;
+    int rounds = 3000;
     // Where the scanner also reads a match anchored at the start of a text: that match.
-    std::function<PLRange(const QString &text)> anchored;
+    std::function<PLRange(const QString &text)> anchored = {};
 };
 
 using LogScanningAgreesWithAPlainSearch = ::testing::TestWithParam<ScannerCase>;
@@ -468,43 +468,41 @@ TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
 INSTANTIATE_TEST_SUITE_P(
     EveryLogPattern, LogScanningAgreesWithAPlainSearch,
     ::testing::Values(
-        ScannerCase{"\\(\\./(.*?)\\.tex", {}, false, 20240229, 3000, pieces({"(./", ".tex", ")", "x"}),
-                    expressionScan(u"(./", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))", {}, false, 20240229, 3000,
+        ScannerCase{"\\(\\./(.*?)\\.tex", pieces({"(./", ".tex", ")", "x"}), expressionScan(u"(./", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))",
                     pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\", "foo",
                             "./a.tex:123: Illegal parameter number in definition of \\foo."}),
-                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))", {}, false, 20240229, 3000,
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))",
                     pieces({"! LaTeX Error: File `", "name", ".tex", ".sty", "' not found.", "'"}),
-                    expressionScan(u"! LaTeX Error: File `", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{":([0-9]*):", {}, false, 20240229, 3000, pieces({":", "1", "23", "::"}),
-                    expressionScan(u":", LiteralFollower::Fixed), {}},
-        ScannerCase{"\\./.*\\.tex:[0-9]*:", {}, false, 20240229, 3000, pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"}),
-                    expressionScan(u"./", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"\\[([0-9])\\]", {}, false, 20240229, 3000, pieces({"[", "1", "]", "12", "[["}),
-                    expressionScan(u"[", LiteralFollower::Fixed), {}},
-        ScannerCase{"\\{(.*)\\}", {}, false, 20240229, 3000, pieces({"{", "}", "pkg", "{}"}),
-                    expressionScan(u"{", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"Environment (.*) undefined.", {}, false, 20240229, 3000, pieces({"Environment ", " undefined.", " undefined", "foo"}),
-                    expressionScan(u"Environment ", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n", {0}, false, 20261123, 4000,
+                    expressionScan(u"! LaTeX Error: File `", LiteralFollower::AnyRunInLine)},
+        ScannerCase{":([0-9]*):", pieces({":", "1", "23", "::"}), expressionScan(u":", LiteralFollower::Fixed)},
+        ScannerCase{"\\./.*\\.tex:[0-9]*:", pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"}),
+                    expressionScan(u"./", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"\\[([0-9])\\]", pieces({"[", "1", "]", "12", "[["}), expressionScan(u"[", LiteralFollower::Fixed)},
+        ScannerCase{"\\{(.*)\\}", pieces({"{", "}", "pkg", "{}"}), expressionScan(u"{", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"Environment (.*) undefined.", pieces({"Environment ", " undefined.", " undefined", "foo"}),
+                    expressionScan(u"Environment ", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n",
                     pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."}),
-                    matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?", {0}, false, 20261123, 4000,
+                    matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {0}, false,
+                    20261123, 4000},
+        ScannerCase{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?",
                     pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
                             "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"}),
                     matcherScan(PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence", LiteralFollower::Fixed),
-                    {}},
-        ScannerCase{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)", {0}, false, 20261123, 4000,
+                    {0}, false, 20261123, 4000},
+        ScannerCase{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)",
                     pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
                             "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"}),
-                    matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {}},
-        ScannerCase{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))", {0, 1, 2, 3, 4, 5}, true, 20261126, 6000,
+                    matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {0}, false, 20261123, 4000},
+        ScannerCase{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))",
                     pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
-                            "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}), firstGeneralErrorLine, {}},
-        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", {0, 3, 5, 7}, false, 20261124, 6000,
-                    pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}),
-                    locatedErrors, locatedErrorAtStart}));
+                            "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}),
+                    firstGeneralErrorLine, {0, 1, 2, 3, 4, 5}, true, 20261126, 6000},
+        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)",
+                    pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}), locatedErrors,
+                    {0, 3, 5, 7}, false, 20261124, 6000, locatedErrorAtStart}));
 
 TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
 {

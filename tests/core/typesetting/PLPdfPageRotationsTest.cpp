@@ -30,9 +30,12 @@ QByteArray classicPdf(const QMap<int, QByteArray> &objects, const QByteArray &ro
     const int size = objects.isEmpty() ? 1 : objects.lastKey() + 1;
     const qsizetype table = pdf.size();
     pdf += "xref\n0 " + QByteArray::number(size) + "\n0000000000 65535 f \n";
-    for (int number = 1; number < size; ++number)
-        pdf += QByteArray::number(offsets.value(number)).rightJustified(10, '0') + (offsets.contains(number) ? " 00000 n \n" : " 00000 f \n");
-    pdf += "trailer\n<< /Size " + QByteArray::number(size) + " /Root " + root + " >>\nstartxref\n" + QByteArray::number(table) + "\n%%EOF\n";
+    for (int number = 1; number < size; ++number) {
+        pdf += QByteArray::number(offsets.value(number)).rightJustified(10, '0');
+        pdf += offsets.contains(number) ? " 00000 n \n" : " 00000 f \n";
+    }
+    pdf += "trailer\n<< /Size " + QByteArray::number(size) + " /Root " + root + " >>\nstartxref\n";
+    pdf += QByteArray::number(table) + "\n%%EOF\n";
     return pdf;
 }
 

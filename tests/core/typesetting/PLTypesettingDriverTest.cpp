@@ -155,35 +155,24 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     EXPECT_EQ(parser().warningsFound().first()->filePath(), mainFile->stringPath());
 }
 
-struct EngineChoiceCase
+// The magic comment chooses the engine before the setting does.
+TEST_F(LatexTransformerTest, FollowsTheMagicCommentThenTheSetting)
 {
-    const char *document;
-    const char *engineSetting;
-    int engine;
-    const char *banner;
-};
-
-class LatexTransformerEngineChoice : public LatexTransformerTest, public ::testing::WithParamInterface<EngineChoiceCase>
-{
-};
-
-TEST_P(LatexTransformerEngineChoice, FollowsTheMagicCommentThenTheSetting)
-{
-    const EngineChoiceCase &c = GetParam();
-    PLUserDefaults::standardUserDefaults().setString(QString::fromUtf8(c.engineSetting), PLUserDefaultsTypesettingEngine);
-    open(QString::fromUtf8(c.document));
-    ASSERT_TRUE(waitForFinish());
-    ASSERT_FALSE(events->all().empty());
-    EXPECT_EQ(events->all().front().kind, QStringLiteral("engine"));
-    EXPECT_EQ(events->all().front().number, c.engine);
-    EXPECT_TRUE(events->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(c.banner)));
-    EXPECT_TRUE(QFile::exists(mainFile->pdfPath()));
+    for (const auto &[document, setting, engine, banner] : {std::tuple{"xelatex", "pdflatex", 2, "This is XeTeX"},
+                                                            {"clean", "xelatex", 0, "This is XeTeX"},
+                                                            {"clean", "pdflatex", 0, "This is pdfTeX"}}) {
+        SCOPED_TRACE(setting);
+        PLUserDefaults::standardUserDefaults().setString(QString::fromUtf8(setting), PLUserDefaultsTypesettingEngine);
+        open(QString::fromUtf8(document));
+        ASSERT_TRUE(waitForFinish());
+        ASSERT_FALSE(events->all().empty());
+        EXPECT_EQ(std::pair(events->all().front().kind, events->all().front().number), std::pair(QStringLiteral("engine"), engine));
+        EXPECT_TRUE(events->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(banner)));
+        EXPECT_TRUE(job->driver().wasPdfWritten());
+        // The next row's main file is read afresh.
+        mainFile->close();
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, LatexTransformerEngineChoice,
-                         ::testing::Values(EngineChoiceCase{"xelatex", "pdflatex", 2, "This is XeTeX"},
-                                           EngineChoiceCase{"clean", "xelatex", 0, "This is XeTeX"},
-                                           EngineChoiceCase{"clean", "pdflatex", 0, "This is pdfTeX"}));
 
 // A document from an untrusted source runs any command through shell escape; the setting turns it
 // off for the next job.
@@ -376,17 +365,16 @@ protected:
 
 TEST_F(TexTaskRunner, ProgramsSeeOnlyTexmfHomeTheirArgumentsAndTheirFolder)
 {
-    BackgroundRun env(runner, QStringLiteral("/usr/bin/env"), folder.path());
-    ASSERT_TRUE(env.finishesWithin(10s));
-    EXPECT_TRUE(env.result().started);
-    EXPECT_EQ(env.output(), "TEXMFHOME=" + qgetenv("HOME") + "/Library/texmf\n");
-    BackgroundRun pwd(runner, QStringLiteral("/bin/pwd"), folder.path(), {QStringLiteral("-P")});
-    ASSERT_TRUE(pwd.finishesWithin(10s));
-    EXPECT_EQ(pwd.output().trimmed(), QDir(folder.path()).canonicalPath().toUtf8());
-    BackgroundRun echo(runner, QStringLiteral("/bin/echo"), folder.path(),
-                       {QStringLiteral("--interaction"), QStringLiteral("two words")});
-    ASSERT_TRUE(echo.finishesWithin(10s));
-    EXPECT_EQ(echo.output(), "--interaction two words\n");
+    const std::tuple<const char *, QStringList, QByteArray> cases[] = {
+        {"/usr/bin/env", {}, "TEXMFHOME=" + qgetenv("HOME") + "/Library/texmf\n"},
+        {"/bin/pwd", {QStringLiteral("-P")}, QDir(folder.path()).canonicalPath().toUtf8() + '\n'},
+        {"/bin/echo", {QStringLiteral("--interaction"), QStringLiteral("two words")}, "--interaction two words\n"}};
+    for (const auto &[program, arguments, output] : cases) {
+        BackgroundRun run(runner, QString::fromUtf8(program), folder.path(), arguments);
+        ASSERT_TRUE(run.finishesWithin(10s));
+        EXPECT_TRUE(run.result().started);
+        EXPECT_EQ(run.output(), output);
+    }
 }
 
 TEST_F(TexTaskRunner, OutputLeftInThePipeAfterTheEndIsStillDeliveredBeforeStandardError)

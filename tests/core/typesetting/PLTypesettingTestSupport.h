@@ -45,8 +45,8 @@ inline QString capturedOutput(const QString &name)
     return QString::fromUtf8(PLTest::readFile(documentPath(name + QStringLiteral("/output.txt"))));
 }
 
-// Copies a fixture document's sources (not its captured outputs) into the folder; answers the
-// folder with a trailing separator, as a file's directory is written.
+// Copies a fixture document's sources (not its captured outputs) into the folder, over what is
+// there; answers the folder with a trailing separator, as a file's directory is written.
 inline QString copyDocument(const QString &name, const QString &folder)
 {
     const QString source = documentPath(name);
@@ -57,6 +57,7 @@ inline QString copyDocument(const QString &name, const QString &folder)
             continue;
         const QString target = folder + u'/' + QDir(source).relativeFilePath(path);
         QDir().mkpath(QFileInfo(target).absolutePath());
+        QFile::remove(target);
         QFile::copy(path, target);
     }
     return folder + u'/';
@@ -233,8 +234,8 @@ public:
     {
         if (!m_driver) {
             m_parser = std::make_shared<PLLogStringParser>(file);
-            PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, m_parser.get(),
-                                                              [this](const PLNotification &) { m_events.record(QStringLiteral("parsed")); });
+            const auto parsed = [this](const PLNotification &) { m_events.record(QStringLiteral("parsed")); };
+            PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationLogStringParserDidFinishParsing, m_parser.get(), parsed);
             m_driver = PLLatexTransformer::create(m_parser);
             m_driver->setDelegate(this);
         }
