@@ -1,12 +1,16 @@
 #pragma once
 
 #include "core/foundation/PLRange.h"
+#include "core/project/PLFile.h"
 
 #include <ostream>
 
 #include <QByteArray>
 #include <QString>
 #include <QTemporaryDir>
+
+#include <memory>
+#include <vector>
 
 // Shared helpers of the test binaries.
 namespace PLTest {
@@ -22,6 +26,16 @@ QString dataPath(const QString &relative);
 
 // Called first in main, before any thread or child process exists.
 void prepareProcess();
+
+// The files a test opened, closed when it ends so that the next test finds the shared pool empty.
+struct OpenedFiles : std::vector<std::shared_ptr<PLFile>>
+{
+    ~OpenedFiles()
+    {
+        for (const auto &file : *this)
+            file->close();
+    }
+};
 
 }
 

@@ -151,16 +151,6 @@ TEST_F(PLLatexStringParserFilesTest, bibliographyNamesEachOpenAFile)
     EXPECT_EQ(bibliography->childAtIndex(1)->name(), QStringLiteral("more.bib"));
 }
 
-TEST_F(PLLatexStringParserFilesTest, untitledFilesIncludeUntitledFilesByName)
-{
-    const auto parser = std::make_shared<PLLatexFileContentOutlineParser>();
-    const auto untitled = PLFile::untitledFileWithName(QStringLiteral("Untitled"), parser);
-    untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{chapter}\\bibliography{refs}"));
-    ASSERT_NE(pool.untitledFileWithName(QStringLiteral("chapter")), nullptr);
-    ASSERT_NE(pool.untitledFileWithName(QStringLiteral("refs")), nullptr);
-    EXPECT_TRUE(pool.filesOpened().isEmpty());
-}
-
 // Headings and file references are found by hand instead of by the expression engine. The
 // expressions they replaced live on here only, as the reference: both must find the same commands.
 

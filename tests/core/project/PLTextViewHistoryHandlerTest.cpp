@@ -16,25 +16,10 @@ constexpr PLRange d{12, 3};
 class PLTextViewHistoryHandlerTest : public ::testing::Test
 {
 protected:
-    std::shared_ptr<PLFile> open(const QString &name)
-    {
-        auto file = PLFile::fileWithPath(folder.filePath(name), nullptr);
-        files.push_back(file);
-        return file;
-    }
-    std::shared_ptr<PLFile> untitled(const QString &name)
-    {
-        auto file = PLFile::untitledFileWithName(name, nullptr);
-        files.push_back(file);
-        return file;
-    }
-    void TearDown() override
-    {
-        for (const auto &file : files)
-            file->close();
-    }
+    std::shared_ptr<PLFile> open(const QString &name) { return files.emplace_back(PLFile::fileWithPath(folder.filePath(name), nullptr)); }
+    std::shared_ptr<PLFile> untitled(const QString &name) { return files.emplace_back(PLFile::untitledFileWithName(name, nullptr)); }
     QTemporaryDir folder;
-    std::vector<std::shared_ptr<PLFile>> files;
+    PLTest::OpenedFiles files;
     PLTextViewHistoryHandler history;
 };
 

@@ -60,13 +60,10 @@ void expectForwardAgreesWithTheTool(const QString &folder, const QString &file, 
     ASSERT_EQ(ours.size(), tool.size());
     for (qsizetype i = 0; i < ours.size(); ++i) {
         const PLSyncTexForwardResult &r = ours[i];
-        EXPECT_EQ(r.page, number(tool[i], "Page"));
-        EXPECT_NEAR(r.h, number(tool[i], "x"), 1e-3);
-        EXPECT_NEAR(r.v, number(tool[i], "y"), 1e-3);
-        EXPECT_NEAR(r.boxH, number(tool[i], "h"), 1e-3);
-        EXPECT_NEAR(r.boxV + r.boxDepth, number(tool[i], "v"), 1e-3);
-        EXPECT_NEAR(r.boxWidth, number(tool[i], "W"), 1e-3);
-        EXPECT_NEAR(r.boxHeight + r.boxDepth, number(tool[i], "H"), 1e-3);
+        const std::pair<double, const char *> values[] = {{r.page, "Page"}, {r.h, "x"}, {r.v, "y"}, {r.boxH, "h"},
+                                                          {r.boxV + r.boxDepth, "v"}, {r.boxWidth, "W"}, {r.boxHeight + r.boxDepth, "H"}};
+        for (const auto &[value, key] : values)
+            EXPECT_NEAR(value, number(tool[i], key), 1e-3) << key;
     }
 }
 
@@ -81,27 +78,23 @@ TEST_F(SyncTexSearch, ForwardResultsAgreeWithTheSyncTexTool)
 TEST_F(SyncTexSearch, BackwardResultsAgreeWithTheSyncTexToolAndNameOpenableFiles)
 {
     const PLSyncTexSearch search(path(QStringLiteral("main.pdf")));
-    const QList<std::tuple<QString, int, QString>> places{
-        {QStringLiteral("main.tex"), 3, QStringLiteral("main.tex")},
-        {QStringLiteral("chapters/one.tex"), 2, QStringLiteral("chapters/one.tex")}};
-    for (const auto &[file, line, expectedFile] : places) {
+    for (const auto &[file, line] : {std::pair{QStringLiteral("main.tex"), 3}, {QStringLiteral("chapters/one.tex"), 2}}) {
         const QList<PLSyncTexForwardResult> there = search.forwardSearch(path(file), line, 0);
         ASSERT_FALSE(there.isEmpty());
         const PLSyncTexForwardResult &point = there.first();
-        const QList<PLSyncTexBackwardResult> ours =
-            search.backwardSearch(point.page, point.h, point.v, folder->path() + u'/');
+        const QList<PLSyncTexBackwardResult> ours = search.backwardSearch(point.page, point.h, point.v, folder->path() + u'/');
         const auto tool = syncTexToolRecords({QStringLiteral("edit"), QStringLiteral("-o"),
                                               QStringLiteral("%1:%2:%3:main.pdf").arg(point.page).arg(point.h).arg(point.v)},
                                              folder->path());
         ASSERT_EQ(ours.size(), tool.size());
         ASSERT_FALSE(ours.isEmpty());
         for (qsizetype i = 0; i < ours.size(); ++i) {
-            EXPECT_EQ(ours[i].fileName, tool[i].value(QStringLiteral("Input")));
-            EXPECT_EQ(ours[i].line, tool[i].value(QStringLiteral("Line")).toInt());
-            EXPECT_EQ(ours[i].column, tool[i].value(QStringLiteral("Column")).toInt());
+            EXPECT_EQ(std::tuple(ours[i].fileName, ours[i].line, ours[i].column),
+                      std::tuple(tool[i].value(QStringLiteral("Input")), tool[i].value(QStringLiteral("Line")).toInt(),
+                                 tool[i].value(QStringLiteral("Column")).toInt()));
         }
         EXPECT_EQ(ours.first().line, line);
-        EXPECT_EQ(ours.first().filePath, path(expectedFile));
+        EXPECT_EQ(ours.first().filePath, path(file));
     }
     // Places outside the document give no results.
     EXPECT_TRUE(search.forwardSearch(path(QStringLiteral("other.tex")), 3, 0).isEmpty());
@@ -138,7 +131,6 @@ TEST(SyncTexSearchFiles, RelativeNamesAreJoinedToTheMainFolderWithASeparator)
     copyDocument(QStringLiteral("clean"), dir.path());
     typeset(dir.path());
     // Engines that record names relative to the PDF's folder: rewrite the file that way.
-    const QString synctex = dir.filePath(QStringLiteral("main.synctex.gz"));
     const ProgramRun rewrite = runProgram(
         QStringLiteral("sh"),
         {QStringLiteral("-c"), QStringLiteral("zcat main.synctex.gz | sed 's#^Input:1:.*#Input:1:main.tex#' | gzip > "

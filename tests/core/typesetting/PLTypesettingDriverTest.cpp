@@ -32,9 +32,9 @@ TYPED_TEST(TypesettingDriver, TellsOutputOnTheJobsThreadAndFilesAndTheEndOnTheMa
     Events &events = *this->events;
     EXPECT_EQ(events.kinds(false), TypeParam::jobThreadKinds);
     EXPECT_EQ(events.kinds(true), (QStringList{QStringLiteral("file"), QStringLiteral("finish")}));
-    EXPECT_EQ(events.all().front().number, 0);
-    EXPECT_EQ(events.all().back().kind, QStringLiteral("finish"));
-    EXPECT_EQ(events.all().back().number, 0) << "still running when the end was told";
+    // The engine is the default one, and the job no longer ran when its end was told.
+    EXPECT_EQ(std::tuple(events.all().front().number, events.all().back().kind, events.all().back().number),
+              std::tuple(0, QStringLiteral("finish"), 0));
     EXPECT_EQ(events.texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
     EXPECT_FALSE(this->job->isRunning());
     EXPECT_TRUE(this->job->driver().wasPdfWritten());
@@ -58,23 +58,20 @@ TYPED_TEST(TypesettingDriver, TellsOutputOnTheJobsThreadAndFilesAndTheEndOnTheMa
     EXPECT_EQ(PLSyncTexSearch::parseCount(), parses + 1);
 }
 
-TYPED_TEST(TypesettingDriver, AMissingEngineIsToldAndTheJobStillEnds)
+// Without a file to typeset or an engine to run the job still ends; the missing engine is told.
+TYPED_TEST(TypesettingDriver, AJobWithoutAFileOrAnEngineStillEnds)
 {
+    this->freshJob().start(PLFile::untitledFileWithName(QStringLiteral("Untitled"), nullptr));
+    ASSERT_TRUE(this->waitForFinish());
+    EXPECT_EQ(this->events->kinds().join(u' '), u"finish");
     QTemporaryDir empty;
     PLUserDefaults::standardUserDefaults().setString(empty.path(), PLUserDefaultsTexLocation);
     this->open(QStringLiteral("clean"));
     ASSERT_TRUE(this->waitForFinish());
-    EXPECT_EQ(this->events->kinds(), (QStringList{QStringLiteral("engine"), QStringLiteral("missing"), QStringLiteral("finish")}));
+    EXPECT_EQ(this->events->kinds().join(u' '), u"engine missing finish");
     EXPECT_EQ(this->events->texts(QStringLiteral("missing")), QStringList{empty.path() + QStringLiteral("/pdflatex")});
     EXPECT_FALSE(this->events->all()[1].onMainThread);
     EXPECT_FALSE(QFile::exists(this->mainFile->pdfPath()));
-}
-
-TYPED_TEST(TypesettingDriver, AnUntitledFileOnlyEndsTheJob)
-{
-    this->freshJob().start(PLFile::untitledFileWithName(QStringLiteral("Untitled"), nullptr));
-    ASSERT_TRUE(this->waitForFinish());
-    EXPECT_EQ(this->events->kinds(), QStringList{QStringLiteral("finish")});
 }
 
 TYPED_TEST(TypesettingDriver, ASecondRequestIsDropped)
@@ -166,7 +163,7 @@ TEST_F(LatexTransformerTest, FollowsTheMagicCommentThenTheSetting)
         open(QString::fromUtf8(document));
         ASSERT_TRUE(waitForFinish());
         ASSERT_FALSE(events->all().empty());
-        EXPECT_EQ(std::pair(events->all().front().kind, events->all().front().number), std::pair(QStringLiteral("engine"), engine));
+        EXPECT_EQ(std::tuple(events->all().front().kind, events->all().front().number), std::tuple(QStringLiteral("engine"), engine));
         EXPECT_TRUE(events->texts(QStringLiteral("output")).join(QString()).startsWith(QString::fromUtf8(banner)));
         EXPECT_TRUE(job->driver().wasPdfWritten());
         // The next row's main file is read afresh.
@@ -208,6 +205,13 @@ protected:
         writeProgram(texFolder + QStringLiteral("/bibtex"), "#!/bin/sh\necho \"bibtex $0 $*\" >> runs.txt\n");
     }
     QString runs() { return QString::fromUtf8(PLTest::readFile(folder + QStringLiteral("runs.txt"))); }
+    // The stand-in engine alone, in the TeX folder in use.
+    void useEngine(const QByteArray &script)
+    {
+        PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"), script);
+        QFile::remove(texFolder + QStringLiteral("/bibtex"));
+        PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    }
     QString texFolder;
 };
 
@@ -243,13 +247,10 @@ TEST_F(LatexTransformerWithStandIns, ACharacterSplitBetweenTwoReadsIsKept)
 {
     const QString gate = texFolder + QStringLiteral("/gate");
     ASSERT_EQ(mkfifo(QFile::encodeName(gate).constData(), 0600), 0);
-    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
-                      "#!/bin/sh\n"
-                      "echo '(./first.tex'\nprintf 'caf\\303'\n"
-                      "read go < \"$(dirname \"$0\")/gate\"\n"
-                      "printf '\\251\\n(./last.tex\\n'\n");
-    QFile::remove(texFolder + QStringLiteral("/bibtex"));
-    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    useEngine("#!/bin/sh\n"
+              "echo '(./first.tex'\nprintf 'caf\\303'\n"
+              "read go < \"$(dirname \"$0\")/gate\"\n"
+              "printf '\\251\\n(./last.tex\\n'\n");
     QString seen;
     onOutput = [&seen, gate](const QString &output) {
         seen += output;
@@ -270,10 +271,7 @@ TEST_F(LatexTransformerWithStandIns, ACharacterSplitBetweenTwoReadsIsKept)
 // kept part is bounded and the output says what was left out.
 TEST_F(LatexTransformerWithStandIns, AFloodingEnginesOutputIsKeptOnlyUpToABound)
 {
-    PLTest::writeFile(texFolder + QStringLiteral("/pdflatex"),
-                      "#!/bin/sh\necho '(./first.tex'\n/usr/bin/yes x | /usr/bin/head -c 20000000\necho '(./late.tex'\n");
-    QFile::remove(texFolder + QStringLiteral("/bibtex"));
-    PLUserDefaults::standardUserDefaults().setString(texFolder, PLUserDefaultsTexLocation);
+    useEngine("#!/bin/sh\necho '(./first.tex'\n/usr/bin/yes x | /usr/bin/head -c 20000000\necho '(./late.tex'\n");
     open(QStringLiteral("clean"));
     ASSERT_TRUE(waitForFinish());
     const QStringList output = events->texts(QStringLiteral("output"));
@@ -329,10 +327,6 @@ public:
                     m_errors += chunk;
                 });
         });
-    }
-    bool waitForOutput()
-    {
-        return QTest::qWaitFor([this] { return !output().isEmpty(); }, 5000);
     }
     bool finishesWithin(std::chrono::milliseconds limit) { return m_result.wait_for(limit) == std::future_status::ready; }
     PLTexRunResult result() { return m_result.get(); }
@@ -411,7 +405,7 @@ TEST_F(TexTaskRunner, StopEndsAProgramWithItsWholeProcessGroup)
         if (closes) {
             ASSERT_TRUE(QTest::qWaitFor([this] { return QFile::exists(folder.filePath(QStringLiteral("output-closed"))); }, 5000));
         } else {
-            ASSERT_TRUE(run.waitForOutput());
+            ASSERT_TRUE(QTest::qWaitFor([&run] { return !run.output().isEmpty(); }, 5000));
         }
         const qint64 sleeper = QByteArrayView(helper) == "hang" ? sleeperPid(folder.path()) : -1;
         ASSERT_NE(sleeper, 0);
