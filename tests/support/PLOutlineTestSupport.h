@@ -89,12 +89,11 @@ inline QString outlineText(const std::shared_ptr<PLOutlineNode> &root)
 
 struct RecordedNotification
 {
-    QString name;
     const void *object;
     const std::type_info *objectType;
-    std::shared_ptr<PLOutlineNode> node;
-    // The node as it was when announced.
-    QString nodeLine;
+    // "added", "removed" or "changed", with the subject's dump line as it was when announced,
+    // e.g. "added section "A" |...|".
+    QString line;
 };
 
 // Records the three outline notifications in the order they are posted.
@@ -111,21 +110,19 @@ public:
                 if (!node.isValid())
                     node = n.userInfo().value(PLDictionaryKeyOutlineNodeRemoved);
                 const auto subject = node.value<std::shared_ptr<PLOutlineNode>>();
-                notifications.push_back({n.name(), n.object(), n.objectType(), subject, subject ? nodeLine(*subject) : QString()});
+                const QString kind = n.name() == PLNotificationOutlineNodeWasAdded ? QStringLiteral("added")
+                    : n.name() == PLNotificationOutlineNodeWasRemoved              ? QStringLiteral("removed")
+                                                                                   : QStringLiteral("changed");
+                notifications.push_back({n.object(), n.objectType(), subject ? kind + u' ' + nodeLine(*subject) : kind});
             });
         }
     }
     ~OutlineNotificationRecorder() { PLNotificationCenter::defaultCenter().removeObserver(this); }
-    // "added", "removed" and "changed" with the subject's dump line, e.g. "added section "A" |...|".
     Lines summary() const
     {
         QStringList lines;
-        for (const auto &n : notifications) {
-            const QString kind = n.name == PLNotificationOutlineNodeWasAdded ? QStringLiteral("added")
-                : n.name == PLNotificationOutlineNodeWasRemoved             ? QStringLiteral("removed")
-                                                                            : QStringLiteral("changed");
-            lines.append(n.node ? kind + u' ' + n.nodeLine : kind);
-        }
+        for (const auto &n : notifications)
+            lines.append(n.line);
         return toLines(lines);
     }
     std::vector<RecordedNotification> notifications;

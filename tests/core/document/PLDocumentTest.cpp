@@ -335,8 +335,7 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
 class ReadOnlyFolder
 {
 public:
-    explicit ReadOnlyFolder(const QString &path)
-        : m_path(QFile::encodeName(path)), m_fd(::open(m_path.constData(), O_RDONLY | O_DIRECTORY))
+    explicit ReadOnlyFolder(const QString &path) : m_path(QFile::encodeName(path)), m_fd(::open(m_path.constData(), O_RDONLY | O_DIRECTORY))
     {
         ::chmod(m_path.constData(), 0555);
         if (::geteuid() == 0 && ::ioctl(m_fd, FS_IOC_GETFLAGS, &m_flags) == 0) {

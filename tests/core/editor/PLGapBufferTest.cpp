@@ -46,9 +46,7 @@ void expectSameAsModel(const PLGapBuffer &buffer, const QString &model, QRandomG
         const PLRange range{location, std::min<qsizetype>(length, 3)};
         const auto bounds = PLStringLineCalculations::lineBoundsIn(buffer, range);
         const auto expected = PLStringLineCalculations::lineBoundsForRange(model, range);
-        ASSERT_EQ(bounds.start, expected.start);
-        ASSERT_EQ(bounds.end, expected.end);
-        ASSERT_EQ(bounds.contentsEnd, expected.contentsEnd);
+        ASSERT_EQ(std::tuple(bounds.start, bounds.end, bounds.contentsEnd), std::tuple(expected.start, expected.end, expected.contentsEnd));
     }
 }
 
@@ -91,9 +89,8 @@ TEST(PLLineIndicesTest, listsTheFirstCharacterOfEveryLine)
 TEST(PLLineIndicesTest, findsTheLineHoldingALocation)
 {
     const std::vector<qsizetype> indices{0, 4, 9, 10, 20};
-    const std::vector<std::pair<qsizetype, qsizetype>> expected{{0, 0}, {3, 0}, {4, 1}, {8, 1}, {9, 2}, {10, 3}, {19, 3}, {20, 4}, {500,
-     4}};
-    for (const auto &[location, line] : expected)
+    for (const auto &[location, line] :
+         {std::pair<qsizetype, qsizetype>{0, 0}, {3, 0}, {4, 1}, {8, 1}, {9, 2}, {10, 3}, {19, 3}, {20, 4}, {500, 4}})
         EXPECT_EQ(PLLineIndices::lineNumberForCharacterIndex(indices, location), line) << location;
     EXPECT_EQ(PLLineIndices::lineNumberForCharacterIndex({0}, 7), 0);
 }

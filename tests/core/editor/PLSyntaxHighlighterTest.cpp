@@ -34,15 +34,10 @@ protected:
     PLUserDefaults &defaults() { return PLUserDefaults::standardUserDefaults(); }
 };
 
+// An edit recolours exactly the whole lines it touched; a style change (no replacement) the whole text once.
 TEST_F(PLSyntaxHighlighterTest, EditsRecolourExactlyTheWholeLinesTheyTouched)
 {
-    const struct
-    {
-        const char16_t *text;
-        PLRange replaced;
-        const char16_t *replacement;
-        RecordedLines expected;
-    } cases[] = {
+    const std::tuple<const char16_t *, PLRange, const char16_t *, RecordedLines> cases[] = {
         {u"one\ntwo\nthree\n", {5, 0}, u"x", {{QStringLiteral("txwo\n"), 4}}},
         {u"one\ntwo\nthree\n", {4, 0}, u"a\nb\nc", {{QStringLiteral("a\n"), 4}, {QStringLiteral("b\n"), 6}, {QStringLiteral("ctwo\n"), 8}}},
         {u"one\ntwo\nthree\n", {2, 4}, u"X", {{QStringLiteral("onXo\n"), 0}}},
@@ -51,28 +46,25 @@ TEST_F(PLSyntaxHighlighterTest, EditsRecolourExactlyTheWholeLinesTheyTouched)
         {u"one\n", {4, 0}, u"four", {{QStringLiteral("four"), 4}}},
         {u"a\r\nb\r\nc", {4, 0}, u"x", {{QStringLiteral("bx\r\n"), 3}}},
         // A line of a lone line feed is stepped over.
-        {u"a\nb", {1, 0}, u"\n\nz\n", {{QStringLiteral("a\n"), 0}, {QStringLiteral("z\n"), 3}}}};
-    for (const auto &c : cases) {
-        PLPlainTextStorage storage(QString::fromUtf16(c.text));
+        {u"a\nb", {1, 0}, u"\n\nz\n", {{QStringLiteral("a\n"), 0}, {QStringLiteral("z\n"), 3}}},
+        {u"a\r\n\nb\r\rc", {}, nullptr, {{QStringLiteral("a\r\n"), 0}, {QStringLiteral("b\r"), 4}, {QStringLiteral("c"), 7}}}};
+    for (const auto &[text, replaced, replacement, expected] : cases) {
+        SCOPED_TRACE(QString::fromUtf16(text).toStdString());
+        PLPlainTextStorage storage(QString::fromUtf16(text));
         RecordedLines lines;
         PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
         std::vector<PLRange> received;
         QObject::connect(&storage, &PLTextStorage::didProcessEditing,
                          [&](PLRange editedRange, qsizetype) { received.push_back(editedRange); });
-        const QString replacement = QString::fromUtf16(c.replacement);
-        storage.replaceCharactersInRange(c.replaced, replacement);
-        EXPECT_EQ(lines, c.expected) << QString::fromUtf16(c.text).toStdString();
-        EXPECT_EQ(received, std::vector<PLRange>{(PLRange{c.replaced.location, replacement.size()})});
+        if (!replacement) {
+            PLNotificationCenter::defaultCenter().post(PLNotificationEditorTextStyleDidChange);
+            EXPECT_EQ(lines, expected);
+            continue;
+        }
+        storage.replaceCharactersInRange(replaced, QString::fromUtf16(replacement));
+        EXPECT_EQ(lines, expected);
+        EXPECT_EQ(received, std::vector<PLRange>{(PLRange{replaced.location, QString::fromUtf16(replacement).size()})});
     }
-}
-
-TEST_F(PLSyntaxHighlighterTest, AStyleChangeRecoloursTheWholeTextOnce)
-{
-    PLPlainTextStorage storage(QStringLiteral("a\r\n\nb\r\rc"));
-    RecordedLines lines;
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLRecordingHighlighterDelegate>(&lines));
-    PLNotificationCenter::defaultCenter().post(PLNotificationEditorTextStyleDidChange);
-    EXPECT_EQ(lines, (RecordedLines{{QStringLiteral("a\r\n"), 0}, {QStringLiteral("b\r"), 4}, {QStringLiteral("c"), 7}}));
 }
 
 // A plain text storage coloured by a rule set.
@@ -377,8 +369,7 @@ TEST(PLSyntaxHighlightingColorReset, WritesEveryColourToDiskAndLeavesTheRestAlon
 // replaced live on here only, as the reference: both must paint the same characters.
 
 const QString kOldFunctions = QStringLiteral(R"re((\\(\w|%)*)(\s)?)re");
-const QString kOldStructureDividers =
-    QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?\{(.+?)\})re");
+const QString kOldStructureDividers = QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?\{(.+?)\})re");
 const QString kOldBrackets = QStringLiteral(R"re(\[|\]|\{|\})re");
 const QString kOldComment = QStringLiteral(R"re(((\s|\w)?(%(.)*)()re") + u'\n' + QStringLiteral(R"re()?))re");
 const QString kOldInclude = QStringLiteral(R"re(\\(input|include|bibliography)\{((.+?)(\.tex|\.bib)?)\})re");
@@ -391,21 +382,19 @@ public:
     void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *highlighter, const QString &string,
                                                            qsizetype lineStart) override
     {
-        paint(highlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions,
-              kOldFunctions, string, lineStart);
-        paint(highlighter, PLUserDefaultsEditorColorStructureDividersBackground,
-              PLUserDefaultsEditorColorStructureDividers, kOldStructureDividers, string, lineStart);
-        paint(highlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets,
-              kOldBrackets, string, lineStart);
-        paint(highlighter, PLUserDefaultsEditorColorDollarSignAreasBackground,
-              PLUserDefaultsEditorColorDollarSignAreas, QStringLiteral(R"re(\$)re"), string, lineStart);
-        paint(highlighter, PLUserDefaultsEditorColorCommentedAreasBackground, PLUserDefaultsEditorColorCommentedAreas,
-              oldCommentLocator, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorFunctionsBackground, PLUserDefaultsEditorColorFunctions, kOldFunctions, string,
+              lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorStructureDividersBackground, PLUserDefaultsEditorColorStructureDividers,
+              kOldStructureDividers, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorBracketsBackground, PLUserDefaultsEditorColorBrackets, kOldBrackets, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorDollarSignAreasBackground, PLUserDefaultsEditorColorDollarSignAreas,
+              QStringLiteral(R"re(\$)re"), string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorCommentedAreasBackground, PLUserDefaultsEditorColorCommentedAreas, oldCommentLocator,
+              string, lineStart);
         highlighter->setAttribute(PLTextAttributeName::Link, QStringLiteral("file://"), string, lineStart,
                                   [](const QString &s, qsizetype location, qsizetype length) {
-                                      return PLRegularExpressionHelper::firstMatchInRange(
-                                          kOldInclude, s, PLRange{location, length},
-                                          PLRegularExpressionHelper::NoOptions, 2);
+                                      return PLRegularExpressionHelper::firstMatchInRange(kOldInclude, s, PLRange{location, length},
+                                                                                          PLRegularExpressionHelper::NoOptions, 2);
                                   });
     }
     static PLRange oldCommentLocator(const QString &string, qsizetype location, qsizetype length)
@@ -427,10 +416,8 @@ public:
     void syntaxHighlighterWillProcessStringForHighlighting(PLSyntaxHighlighter *highlighter, const QString &string,
                                                            qsizetype lineStart) override
     {
-        paint(highlighter, PLUserDefaultsEditorColorBIBTypeBackground, PLUserDefaultsEditorColorBIBType,
-              kOldEntryType, string, lineStart);
-        paint(highlighter, PLUserDefaultsEditorColorBIBKeyBackground, PLUserDefaultsEditorColorBIBKey, kOldKeyValue,
-              string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorBIBTypeBackground, PLUserDefaultsEditorColorBIBType, kOldEntryType, string, lineStart);
+        paint(highlighter, PLUserDefaultsEditorColorBIBKeyBackground, PLUserDefaultsEditorColorBIBKey, kOldKeyValue, string, lineStart);
         OldLatexRules::syntaxHighlighterWillProcessStringForHighlighting(highlighter, string, lineStart);
     }
 };
@@ -440,8 +427,7 @@ QString fixtureCorpus()
 {
     QString corpus;
     for (const QString &folder : {PLTest::dataPath(QString()), PLTest::dataPath(QStringLiteral("../../samples"))}) {
-        QDirIterator files(folder, {QStringLiteral("*.tex"), QStringLiteral("*.bib")}, QDir::Files,
-                           QDirIterator::Subdirectories);
+        QDirIterator files(folder, {QStringLiteral("*.tex"), QStringLiteral("*.bib")}, QDir::Files, QDirIterator::Subdirectories);
         while (files.hasNext())
             corpus += QString::fromUtf8(PLTest::readFile(files.next())) + u'\n';
     }

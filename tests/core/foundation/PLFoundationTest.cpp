@@ -42,10 +42,9 @@ TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
     const QVariantMap right{{PLSplitViewSetupContentType, 1}, {PLSplitViewSetupContentPercentageWidth, 59.5}};
     defaults().setArray({left, right}, PLUserDefaultsSplitViewSetup);
     auto next = reopened();
-    EXPECT_EQ(next->integerForKey(PLUserDefaultsFileEncoding), 5);
-    EXPECT_EQ(next->stringForKey(PLUserDefaultsEditorFontName), u"DejaVu Sans Mono");
-    EXPECT_DOUBLE_EQ(next->doubleForKey(PLDocumentSidebarWidth), 231.5);
-    EXPECT_FALSE(next->boolForKey(PLUserDefaultsUseBibTex));
+    EXPECT_EQ(std::tuple(next->integerForKey(PLUserDefaultsFileEncoding), next->stringForKey(PLUserDefaultsEditorFontName),
+                         next->doubleForKey(PLDocumentSidebarWidth), next->boolForKey(PLUserDefaultsUseBibTex)),
+              std::tuple(5, QStringLiteral("DejaVu Sans Mono"), 231.5, false));
     const auto panes = next->arrayForKey(PLUserDefaultsSplitViewSetup);
     ASSERT_EQ(panes.size(), 2);
     EXPECT_EQ(panes[1].value(PLSplitViewSetupContentType).toInt(), 1);
@@ -55,8 +54,8 @@ TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
     EXPECT_FALSE(QSettings(defaults().fileName(), QSettings::IniFormat).contains(PLUserDefaultsTexLocation));
     // Removing the user's value falls back to the registered default.
     defaults().removeObjectForKey(PLUserDefaultsFileEncoding);
-    EXPECT_EQ(defaults().integerForKey(PLUserDefaultsFileEncoding), 4);
-    EXPECT_FALSE(defaults().hasUserValue(PLUserDefaultsFileEncoding));
+    EXPECT_EQ(std::pair(defaults().integerForKey(PLUserDefaultsFileEncoding), defaults().hasUserValue(PLUserDefaultsFileEncoding)),
+              std::pair(qint64(4), false));
 }
 
 TEST_F(UserDefaults, ColoursRoundTripBitForBitAndValuesOfTheWrongKindReadAsNothing)

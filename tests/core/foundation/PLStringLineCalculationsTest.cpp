@@ -14,8 +14,8 @@ TEST(LineNumberOfLocation, AnswersTheLineOrMinusOnePastTheEnd)
          {std::tuple<const char16_t *, qsizetype, int>{u"", 0, 1}, {u"", 1, -1}, {u"a\nb", 1, 1}, {u"a\nb", 2, 2}, {u"a\nb", 3, 2},
           {u"a\nb", 4, -1}, {u"a\r", 2, 2}, {u"a\r\nb", 2, 1}, {u"a\r\nb", 3, 2}, {u"\r\n\r\n", 4, 3}, {u"\n\r", 2, 3},
           {u"a\u0085b", 2, 2}, {u"a\u2029b\u2029c", 4, 3}})
-        EXPECT_EQ(lineNumberOfLocation(QString::fromUtf16(text), location),
-         line) << QString::fromUtf16(text).toStdString() << " at " << location;
+        EXPECT_EQ(lineNumberOfLocation(QString::fromUtf16(text), location), line)
+            << QString::fromUtf16(text).toStdString() << " at " << location;
 }
 
 // The first character of a line: lines before the first are the first, lines past the last the end.
@@ -24,8 +24,8 @@ TEST(LocationOfLineStart, AnswersTheFirstCharacterOfTheLine)
     for (const auto &[text, line, location] :
          {std::tuple<const char16_t *, int, int>{u"a\nb", -3, 0}, {u"a\nb", 1, 0}, {u"a\nb", 2, 2}, {u"a\nb", 10, 3}, {u"a\r\nb", 2, 3},
           {u"a\u2028b", 2, 2}, {u"a\n", 3, 2}, {u"", 5, 0}, {u"\r\n\r\nx", 3, 4}})
-        EXPECT_EQ(locationOfLineStart(QString::fromUtf16(text), line),
-         location) << QString::fromUtf16(text).toStdString() << " line " << line;
+        EXPECT_EQ(locationOfLineStart(QString::fromUtf16(text), line), location)
+            << QString::fromUtf16(text).toStdString() << " line " << line;
 }
 
 // Line starts and line numbers agree on every line of a text with every kind of line end; a range
@@ -43,16 +43,13 @@ TEST(LineArithmetic, StartsLinesAndRangesAgree)
         }
     }
     const QString crlf = QStringLiteral("ab\r\ncd\nef");
-    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{5, 3}), 4);
-    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{3, 0}), 0);
-    EXPECT_EQ(locationOfLineStartInRange(crlf, PLRange{9, 0}), 7);
-    EXPECT_EQ(lineRangeForRange(crlf, PLRange{0, 1}), (PLRange{0, 4}));
-    EXPECT_EQ(lineRangeForRange(crlf, PLRange{1, 3}), (PLRange{0, 4}));
-    EXPECT_EQ(lineRangeForRange(crlf, PLRange{2, 3}), (PLRange{0, 7}));
-    EXPECT_EQ(lineRangeForRange(crlf, PLRange{9, 0}), (PLRange{7, 2}));
+    // The range; the start of its first line; the lines it covers, terminators and all.
+    for (const auto &[range, lineStart, lines] : {std::tuple{PLRange{5, 3}, 4, PLRange{4, 5}}, {PLRange{3, 0}, 0, PLRange{0, 4}},
+                                                  {PLRange{9, 0}, 7, PLRange{7, 2}}, {PLRange{0, 1}, 0, PLRange{0, 4}},
+                                                  {PLRange{1, 3}, 0, PLRange{0, 4}}, {PLRange{2, 3}, 0, PLRange{0, 7}}})
+        EXPECT_EQ(std::tuple(locationOfLineStartInRange(crlf, range), lineRangeForRange(crlf, range)), std::tuple(lineStart, lines));
     const auto bounds = lineBoundsForRange(crlf, PLRange{1, 0});
-    EXPECT_EQ(bounds.contentsEnd, 2);
-    EXPECT_EQ(bounds.end, 4);
+    EXPECT_EQ(std::tuple(bounds.contentsEnd, bounds.end), std::tuple(2, 4));
 }
 
 }

@@ -54,10 +54,9 @@ TEST(PLLatexStringParserTableTest, cutsTextIntoNodes)
 TEST(PLLatexStringParserTest, commentTestLooksAtTheLineBeforeTheLocation)
 {
     const std::tuple<const char16_t *, qsizetype, bool> cases[] = {
-        {u"% a", 3, true},        {u"a % b", 1, false},     {u"a % b", 3, true},
-        {u"%", 0, false},         {u"%", 1, true},          {u"\\% b", 4, false},
-        {u"% x \\% b", 8, true},  {u"%\nabc", 4, false},    {u"a\r\n% b", 6, true},
-        {u"ab\\\\% c", 7, false}, {u"x\u2028% c", 4, true}, {u"% a\r\n", 4, true},
+        {u"% a", 3, true},      {u"a % b", 1, false},     {u"a % b", 3, true},      {u"%", 0, false},
+        {u"%", 1, true},        {u"\\% b", 4, false},     {u"% x \\% b", 8, true},  {u"%\nabc", 4, false},
+        {u"a\r\n% b", 6, true}, {u"ab\\\\% c", 7, false}, {u"x\u2028% c", 4, true}, {u"% a\r\n", 4, true},
     };
     for (const auto &[text, location, commented] : cases) {
         EXPECT_EQ(PLLatexStringParser::isLineCommentedInString(QString::fromUtf16(text), location), commented)
@@ -135,8 +134,7 @@ TEST_F(PLLatexStringParserFilesTest, includesResolveAgainstTheIncludingFilesFold
     EXPECT_EQ(includedPaths(two), QStringList{QStringLiteral("sub/deeper.tex")});
     EXPECT_EQ(pool.fileForPath(path(QStringLiteral("gone.tex"))), nullptr);
     // The included roots hang under their include nodes, in the including file's outline.
-    EXPECT_EQ(toLines(dumpOutline(main->outlineRootNode()).mid(0, 3)),
-              (Lines{"text ||", "input |\\\\input{chap1}|", "  root chap1.tex"}));
+    EXPECT_EQ(toLines(dumpOutline(main->outlineRootNode()).mid(0, 3)), (Lines{"text ||", "input |\\\\input{chap1}|", "  root chap1.tex"}));
     EXPECT_EQ(main->outlineRootNode()->childAtIndex(1)->childAtIndex(0),
               pool.fileForPath(path(QStringLiteral("chap1.tex")))->outlineRootNode());
 }
@@ -157,8 +155,7 @@ TEST_F(PLLatexStringParserFilesTest, bibliographyNamesEachOpenAFile)
 const std::pair<QString, PLRange (*)(const QString &text, PLRange range)> kScans[] = {
     {QStringLiteral(R"re(\\(part|chapter|section|subsection|subsubsection|paragraph)(\*)?[\{\[])re"),
      PLLatexStringParser::headingCommandInRange},
-    {QStringLiteral(R"re(\\(input|include|bibliography)\{(.+?)(\.tex|\.bib)?\})re"),
-     PLLatexStringParser::fileReferenceInRange},
+    {QStringLiteral(R"re(\\(input|include|bibliography)\{(.+?)(\.tex|\.bib)?\})re"), PLLatexStringParser::fileReferenceInRange},
 };
 
 // Lines made of command names and their near misses, braces, brackets, stars, every character the

@@ -88,17 +88,16 @@ TEST_F(PLOutlineSettlerTest, announcesOnlyWhatChangesAndKeepsTheNodesThatAgree)
     // A comment sign in place of the line end after the include comments out the next heading,
     // which the update of the keystroke leaves half done.
     file->contentBuffer()->replaceCharactersInRange(PLRange{22, 1}, QStringLiteral("%"));
-    auto recorder = std::make_unique<OutlineNotificationRecorder>();
-    EXPECT_TRUE(PLOutlineSettler::settleFile(file));
-    const Lines summary = recorder->summary();
-    const auto notifications = recorder->notifications;
-    recorder.reset();
+    {
+        OutlineNotificationRecorder recorder;
+        EXPECT_TRUE(PLOutlineSettler::settleFile(file));
+        EXPECT_EQ(recorder.summary(), (Lines{"removed input \"text\" |\\\\input{b}%|", "removed text \"B\" |\\\\section{B}\\n|",
+                                             "added input |\\\\input{b}|", "added text |%\\\\section{B}\\n|", "changed"}));
+        for (const auto &n : recorder.notifications)
+            EXPECT_EQ(n.object, file->outlineRootNode().get());
+    }
     EXPECT_EQ(dumpOutline(file->outlineRootNode()), freshOutline(file));
     EXPECT_EQ(file->outlineRootNode()->childAtIndex(1), sectionA);
-    EXPECT_EQ(summary, (Lines{"removed input \"text\" |\\\\input{b}%|", "removed text \"B\" |\\\\section{B}\\n|",
-                                         "added input |\\\\input{b}|", "added text |%\\\\section{B}\\n|", "changed"}));
-    for (const auto &n : notifications)
-        EXPECT_EQ(n.object, file->outlineRootNode().get());
     EXPECT_EQ(includeSet(file), QStringList{QStringLiteral("b.tex")});
 }
 

@@ -337,10 +337,9 @@ using PLLogScanning::LiteralFollower;
 // shows up.
 QString randomLog(QRandomGenerator &random, const QStringList &patternPieces)
 {
-    static const QStringList common{QStringLiteral("\n"),     QStringLiteral("\n"), QStringLiteral("\r"),
-                                    QStringLiteral("\r\n"),   QStringLiteral("\f"), QStringLiteral("\v"),
-                                    QStringLiteral("\u2028"), QStringLiteral(" "),  QStringLiteral("a"),
-                                    QStringLiteral("\t"),     QStringLiteral(".")};
+    static const QStringList common{QStringLiteral("\n"), QStringLiteral("\n"), QStringLiteral("\r"),     QStringLiteral("\r\n"),
+                                    QStringLiteral("\f"), QStringLiteral("\v"), QStringLiteral("\u2028"), QStringLiteral(" "),
+                                    QStringLiteral("a"),  QStringLiteral("\t"), QStringLiteral(".")};
     QString text;
     const int count = random.bounded(1, 40);
     for (int i = 0; i < count; ++i) {
@@ -377,12 +376,11 @@ Scan expressionScan(const char16_t *literal, LiteralFollower follower)
 {
     return [=](const QString &pattern, const QString &text, PLRange range) {
         QList<PLRange> found;
-        PLLogScanning::enumerateMatchesAfterLiteral(pattern, QStringView(literal), follower, text, range,
-                                                    [&](const PLRegexMatch &match) {
-                                                        for (int group = 0; group < match.numberOfRanges(); ++group)
-                                                            found.append(match.range(group));
-                                                        return true;
-                                                    });
+        PLLogScanning::enumerateMatchesAfterLiteral(pattern, QStringView(literal), follower, text, range, [&](const PLRegexMatch &match) {
+            for (int group = 0; group < match.numberOfRanges(); ++group)
+                found.append(match.range(group));
+            return true;
+        });
         return found;
     };
 }

@@ -19,8 +19,7 @@ namespace {
 
 using namespace PLTypesettingTest;
 
-template<class Job>
-using TypesettingDriver = DriverTest<Job>;
+template<class Job> using TypesettingDriver = DriverTest<Job>;
 
 using Drivers = ::testing::Types<TransformerJob, TypesetterJob>;
 TYPED_TEST_SUITE(TypesettingDriver, Drivers);
@@ -50,8 +49,7 @@ TYPED_TEST(TypesettingDriver, TellsOutputOnTheJobsThreadAndFilesAndTheEndOnTheMa
     EXPECT_EQ(PLSyncTexSearch::parseCount(), parses);
     QFile synctex(this->folder + QStringLiteral("main.synctex.gz"));
     ASSERT_TRUE(synctex.open(QIODevice::ReadWrite));
-    ASSERT_TRUE(synctex.setFileTime(synctex.fileTime(QFileDevice::FileModificationTime).addSecs(-60),
-                                    QFileDevice::FileModificationTime));
+    ASSERT_TRUE(synctex.setFileTime(synctex.fileTime(QFileDevice::FileModificationTime).addSecs(-60), QFileDevice::FileModificationTime));
     synctex.close();
     EXPECT_FALSE(PLSyncTexSearch::isRead(pdf));
     EXPECT_EQ(PLSyncTexSearch(pdf).forwardSearch(chapter, 4, 0).size(), first.size());
@@ -91,8 +89,7 @@ TYPED_TEST(TypesettingDriver, ASecondRequestIsDropped)
 // Regression: an engine in an endless loop kept the job running for ever.
 TYPED_TEST(TypesettingDriver, StopEndsAHangingEngineAndSkipsTheRestOfTheJob)
 {
-    this->open(QStringLiteral("clean"),
-               QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
+    this->open(QStringLiteral("clean"), QStringLiteral("\\documentclass{article}\\begin{document}\\def\\a{\\a}\\a\\end{document}\n"));
     ASSERT_TRUE(this->events->waitFor(QStringLiteral("output"), QStringLiteral("(./main.tex")));
     EXPECT_TRUE(this->job->isRunning());
     this->job->driver().stop();

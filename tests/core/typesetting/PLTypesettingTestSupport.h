@@ -205,8 +205,7 @@ public:
     }
     bool waitFor(const QString &kind, const QString &containing = QString())
     {
-        return QTest::qWaitFor([&] { return !texts(kind).isEmpty() && texts(kind).join(QString()).contains(containing); },
-                               60000);
+        return QTest::qWaitFor([&] { return !texts(kind).isEmpty() && texts(kind).join(QString()).contains(containing); }, 60000);
     }
     // Called on the job's thread with each piece of output, after it was recorded.
     std::function<void(const QString &)> onOutput;
@@ -312,8 +311,7 @@ private:
 
 // One job of a driver on a temporary copy of a fixture document, opened as a document opens its
 // main file.
-template<class Job>
-class DriverTest : public ::testing::Test
+template<class Job> class DriverTest : public ::testing::Test
 {
 protected:
     void SetUp() override { PLTest::resetSettings(); }
