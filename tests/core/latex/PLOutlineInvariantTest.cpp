@@ -6,6 +6,7 @@
 #include <QCryptographicHash>
 
 #include <map>
+#include <set>
 #include <random>
 
 using namespace PLTest;
@@ -13,31 +14,24 @@ using namespace PLTest;
 namespace {
 
 // The paths of the files whose roots hang below the file's own nodes, and of its include set.
-QStringList includedPaths(const PLOutlineNode &node)
+std::set<QString> includedPaths(const PLOutlineNode &node)
 {
-    QStringList paths;
+    std::set<QString> paths;
     for (const auto &child : node.children()) {
         if (child->type() == PLOutlineNode::FileRoot)
-            paths.append(child->file()->stringPath());
+            paths.insert(child->file()->stringPath());
         else
-            paths.append(includedPaths(*child));
+            paths.merge(includedPaths(*child));
     }
     return paths;
 }
 
-QStringList sortedUnique(QStringList paths)
+std::set<QString> includeSetPaths(const PLFile &file)
 {
-    paths.sort();
-    paths.removeDuplicates();
-    return paths;
-}
-
-QStringList includeSetPaths(const PLFile &file)
-{
-    QStringList paths;
+    std::set<QString> paths;
     for (const auto &included : file.filesInDocument())
-        paths.append(included->stringPath());
-    return sortedUnique(paths);
+        paths.insert(included->stringPath());
+    return paths;
 }
 
 // Whether every node below the root is where its parent says it is, and roots hang only under
@@ -213,7 +207,7 @@ TEST_P(PLOutlineInvariantTest, nodesHoldTheTextAfterEveryReplacement)
         const auto &root = file->outlineRootNode();
         ASSERT_EQ(visible(outlineText(root)).toStdString(), visible(buffer->string()).toStdString());
         ASSERT_EQ(treeFault(*root).toStdString(), "");
-        ASSERT_EQ(includeSetPaths(*file), sortedUnique(includedPaths(*root)));
+        ASSERT_EQ(includeSetPaths(*file), includedPaths(*root));
         if (root->childCount() > 0) {
             // Drawn apart from the edits, so the recorded digests keep their sequence of edits.
             std::uniform_int_distribution<qsizetype> at(0, buffer->length() + 2);

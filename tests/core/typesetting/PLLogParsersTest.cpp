@@ -101,12 +101,7 @@ TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
 {
     // The fixture; the warnings and errors the parser finds; the items of the strategies, which make
     // an item of the first strategy that knows each error.
-    const struct
-    {
-        const char *document;
-        std::vector<ExpectedItem> warnings, errors;
-        std::vector<StrategyItem> items;
-    } cases[] = {
+    const std::tuple<const char *, std::vector<ExpectedItem>, std::vector<ExpectedItem>, std::vector<StrategyItem>> cases[] = {
         {"clean", {}, {}, {}},
         // The strategies that decline move the shared positions down the context lines first, so
         // the general one joins the wrong line to the message and swallows the second error.
@@ -152,15 +147,15 @@ TEST_F(LogParsers, FindTheWarningsAndErrorsOfARealEngineRun)
         // Without -file-line-error the engine's own form is only recognised at the "?" prompt.
         {"classic-messages", {{"Reference `nowhere' on page 1 undefined ", 4, "main.tex"}, {kUndefinedReferences, 0, "main.tex"}}, {}, {}},
         {"interactive-prompt", {}, {{"error", 8, "main.tex"}}, {}}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.document);
+    for (const auto &[document, warnings, errors, items] : cases) {
+        SCOPED_TRACE(document);
         PLLogStringParser fresh(root);
-        fresh.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-        EXPECT_EQ(described(fresh.warningsFound(), PLLogItem::Warning), c.warnings);
-        EXPECT_EQ(described(fresh.errorsFound(), PLLogItem::Error), c.errors);
+        fresh.parseLogString(capturedOutput(QString::fromUtf8(document)));
+        EXPECT_EQ(described(fresh.warningsFound(), PLLogItem::Warning), warnings);
+        EXPECT_EQ(described(fresh.errorsFound(), PLLogItem::Error), errors);
         PLTypesettingLogFileParser freshStrategies(root);
-        freshStrategies.parseLogString(capturedOutput(QString::fromUtf8(c.document)));
-        EXPECT_EQ(described(freshStrategies), c.items);
+        freshStrategies.parseLogString(capturedOutput(QString::fromUtf8(document)));
+        EXPECT_EQ(described(freshStrategies), items);
     }
 }
 
@@ -249,16 +244,13 @@ TEST(LogParsingOfHostileOutput, FilesNamedByTheOutputAreNeitherOpenedNorRead)
         strategies.parseLogString(output);
         ASSERT_EQ(pool.filesOpened().keys(), QStringList{root->stringPath()});
         ASSERT_EQ(parser.errorsFound().size(), 1);
-        EXPECT_EQ(parser.errorsFound().first()->filePath(), folder + name);
-        EXPECT_EQ(parser.errorsFound().first()->line(), 3);
+        const QString path = folder + name;
+        EXPECT_EQ(std::pair(parser.errorsFound().first()->filePath(), parser.errorsFound().first()->line()), std::pair(path, 3));
         if (name.endsWith(QStringLiteral(".tex"))) {
-            EXPECT_EQ(parser.currentFilePath(), folder + name);
-            EXPECT_EQ(strategies.currentFilePath(), folder + name);
-            ASSERT_EQ(parser.warningsFound().size(), 1);
-            EXPECT_EQ(parser.warningsFound().first()->filePath(), folder + name);
-            EXPECT_EQ(parser.warningCountForFilePath(folder + name), 1);
-            ASSERT_EQ(strategies.itemCount(), 1);
-            EXPECT_EQ(strategies.items().first().filename(), QStringLiteral("./") + name);
+            ASSERT_EQ(std::pair(parser.warningsFound().size(), strategies.itemCount()), std::pair(qsizetype(1), qsizetype(1)));
+            EXPECT_EQ(std::tuple(parser.currentFilePath(), strategies.currentFilePath(), parser.warningsFound().first()->filePath(),
+                                 parser.warningCountForFilePath(path), strategies.items().first().filename()),
+                      std::tuple(path, path, path, 1, QString(QStringLiteral("./") + name)));
         }
     }
 }

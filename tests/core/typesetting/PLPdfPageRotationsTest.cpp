@@ -58,31 +58,20 @@ QByteArray compressedPdf(const QMap<int, QByteArray> &objects)
            + QByteArray::number(header.size()) + " /Length " + QByteArray::number(packed.size()) + " /Filter /FlateDecode >>\nstream\n"
            + packed + "\nendstream\nendobj\n";
     const qsizetype xrefOffset = pdf.size();
-    // Rows of type (1 byte), field 2 (2 bytes), field 3 (1 byte).
-    QList<QByteArray> rows;
-    for (int number = 0; number <= xrefNumber; ++number) {
-        const int index = int(std::distance(objects.cbegin(), objects.find(number)));
-        QByteArray row(4, '\0');
-        if (objects.contains(number)) {
-            row[0] = 2;
-            row[1] = char(streamNumber >> 8);
-            row[2] = char(streamNumber);
-            row[3] = char(index);
-        } else if (number == streamNumber || number == xrefNumber) {
-            const qsizetype offset = number == streamNumber ? streamOffset : xrefOffset;
-            row[0] = 1;
-            row[1] = char(offset >> 8);
-            row[2] = char(offset);
-        }
-        rows.append(row);
-    }
+    // Rows of type (1 byte), field 2 (2 bytes), field 3 (1 byte), each stored as its difference from
+    // the row above: packed objects name their stream and index, the two streams their offset.
     QByteArray predicted;
     QByteArray previous(4, '\0');
-    for (const QByteArray &row : std::as_const(rows)) {
+    for (int number = 0; number <= xrefNumber; ++number) {
+        const bool inStream = objects.contains(number);
+        const char type = inStream ? 2 : number >= streamNumber ? 1 : 0;
+        const qsizetype field = inStream ? streamNumber : type ? (number == streamNumber ? streamOffset : xrefOffset) : 0;
+        const char index = inStream ? char(std::distance(objects.cbegin(), objects.find(number))) : 0;
+        const char row[] = {type, char(field >> 8), char(field), index};
         predicted += char(2);
         for (int i = 0; i < 4; ++i)
-            predicted += char(quint8(row.at(i)) - quint8(previous.at(i)));
-        previous = row;
+            predicted += char(quint8(row[i]) - quint8(previous.at(i)));
+        previous = QByteArray(row, 4);
     }
     const QByteArray xref = deflated(predicted);
     pdf += QByteArray::number(xrefNumber) + " 0 obj\n<< /Type /XRef /Size " + QByteArray::number(xrefNumber + 1)
