@@ -112,10 +112,8 @@ TEST_F(Document, AnEditedIncludedFileOutlivesItsIncludeWithItsEdits)
         ASSERT_TRUE(chap && deeper);
         deeper->replaceContentStringInRange(PLRange{0, 4}, QStringLiteral("mine"));
         ASSERT_TRUE(main->replaceContentStringInRange(PLRange{location, length}, str(replacement)));
-        EXPECT_FALSE(main->filesInDocument().contains(chap));
-        EXPECT_EQ(pooled("deeper.tex"), deeper);
-        EXPECT_EQ(deeper->content(), u"mine\n");
-        EXPECT_TRUE(document->isDocumentEdited());
+        EXPECT_EQ(std::tuple(main->filesInDocument().contains(chap), pooled("deeper.tex"), deeper->content(), document->isDocumentEdited()),
+                  std::tuple(false, deeper, QStringLiteral("mine\n"), true));
         // Undo gives back the same objects, edits and all; their counts follow the shared-files model below.
         main->contentBuffer()->undoManager()->undo();
         EXPECT_EQ(main->filesInDocument(), QList<std::shared_ptr<PLFile>>{chap});
@@ -123,8 +121,7 @@ TEST_F(Document, AnEditedIncludedFileOutlivesItsIncludeWithItsEdits)
         // Saved with the project while no include shows it, and given back when the project closes.
         main->contentBuffer()->undoManager()->redo();
         ASSERT_TRUE(save(*document));
-        EXPECT_EQ(read("deeper.tex"), QByteArray("mine\n"));
-        EXPECT_FALSE(document->isDocumentEdited());
+        EXPECT_EQ(std::pair(read("deeper.tex"), document->isDocumentEdited()), std::pair(QByteArray("mine\n"), false));
         document->close();
         EXPECT_TRUE(PLFilePool::sharedFilePool().filesOpened().isEmpty());
     }
@@ -152,9 +149,9 @@ TEST_F(Document, SavingWritesOnlyChangedFilesByteForByteInTheirEncoding)
         auto document = open("main.tex");
         append(*document->mainFile(), "%");
         ASSERT_TRUE(save(*document));
-        EXPECT_EQ(read("main.tex"), mainBytes + "%");
-        EXPECT_EQ(read("sub/chap.tex"), chapBytes);
-        EXPECT_EQ(QFileInfo(path("sub/chap.tex")).lastModified(), longAgo);
+        const QByteArray savedMain = mainBytes + "%";
+        EXPECT_EQ(std::tuple(read("main.tex"), read("sub/chap.tex"), QFileInfo(path("sub/chap.tex")).lastModified()),
+                  std::tuple(savedMain, chapBytes, longAgo));
         EXPECT_FALSE(QFileInfo::exists(path("version.tex")));
         // An edit in the included file is written there, in the same encoding, and nothing else moves.
         const auto chap = pooled("sub/chap.tex");
@@ -162,10 +159,8 @@ TEST_F(Document, SavingWritesOnlyChangedFilesByteForByteInTheirEncoding)
         append(*chap, "x");
         EXPECT_TRUE(document->isDocumentEdited());
         ASSERT_TRUE(save(*document));
-        EXPECT_FALSE(document->isDocumentEdited());
-        EXPECT_EQ(read("sub/chap.tex"), chapBytes + "x");
-        EXPECT_EQ(read("main.tex"), mainBytes + "%");
-        EXPECT_TRUE(saveCopies().isEmpty());
+        EXPECT_EQ(std::tuple(document->isDocumentEdited(), read("sub/chap.tex"), read("main.tex"), saveCopies()),
+                  std::tuple(false, QByteArray(chapBytes + "x"), savedMain, QStringList()));
         // Typing into the missing file is what brings it into being.
         const auto version = pooled("version.tex");
         ASSERT_TRUE(version);
@@ -187,11 +182,10 @@ TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
     auto other = open("old.tex");
     PLError error;
     ASSERT_TRUE(document->saveDocumentAs(path("copies/new.tex"), &error)) << error.message.toStdString();
-    EXPECT_EQ(document->mainFile()->stringPath(), path("copies/new.tex"));
-    EXPECT_EQ(document->mainFile()->content(), u"\\section{Old}\n\\input{chap}\n");
-    EXPECT_EQ(read("copies/new.tex"), QByteArray("\\section{Old}\n\\input{chap}\n"));
-    EXPECT_EQ(pooled("old.tex"), other->mainFile());
-    EXPECT_EQ(oldMain->openCount(), 1u);
+    const QString text = QStringLiteral("\\section{Old}\n\\input{chap}\n");
+    EXPECT_EQ(std::tuple(document->mainFile()->stringPath(), document->mainFile()->content(), read("copies/new.tex")),
+              std::tuple(path("copies/new.tex"), text, text.toUtf8()));
+    EXPECT_EQ(std::pair(pooled("old.tex"), oldMain->openCount()), std::pair(other->mainFile(), 1u));
     other->close();
     EXPECT_FALSE(pooled("old.tex"));
     EXPECT_EQ(PLUserDefaults::standardUserDefaults().stringForKey(PLUserDefaultsLastDirectorySaved),
@@ -322,12 +316,9 @@ TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
     const bool saved = document->saveDocumentAs(path("precious.tex"), &error);
     ::setrlimit(RLIMIT_FSIZE, &previousLimit);
     std::signal(SIGXFSZ, previousHandler);
-    EXPECT_FALSE(saved);
-    EXPECT_EQ(read("precious.tex"), QByteArray("precious\n"));
-    EXPECT_EQ(read("main.tex"), QByteArray("draft\n"));
-    EXPECT_EQ(document->mainFile()->stringPath(), path("main.tex"));
-    EXPECT_TRUE(document->isDocumentEdited());
-    EXPECT_TRUE(saveCopies().isEmpty());
+    EXPECT_EQ(std::tuple(saved, read("precious.tex"), read("main.tex"), document->mainFile()->stringPath(), document->isDocumentEdited(),
+                         saveCopies()),
+              std::tuple(false, QByteArray("precious\n"), QByteArray("draft\n"), path("main.tex"), true, QStringList()));
 }
 
 // Makes a folder refuse new files while it lives. Permissions do not stop a privileged user; the

@@ -208,30 +208,20 @@ void giveEveryClassItsOwnColours()
     }
 }
 
-// One letter per character: the class whose foreground (or background) colour it carries, '.' for
-// none, '?' for a stranger.
-std::string classesOf(const PLTextStorage &storage, bool background = false)
+// One letter per character: the class whose foreground ('f') or background ('b') colour it carries,
+// or, asked for links ('l'), 'l' where it links to "file://"; '.' for none, '?' for a stranger.
+std::string classesOf(const PLTextStorage &storage, char paint = 'f')
 {
     std::string result;
     for (qsizetype i = 0; i < storage.string().size(); ++i) {
         const PLTextAttributes attributes = storage.attributesAtIndex(i);
-        const std::optional<PLColor> colour = background ? attributes.backgroundColor() : attributes.foregroundColor();
-        char code = colour ? '?' : '.';
+        const std::optional<PLColor> colour = paint == 'b' ? attributes.backgroundColor() : attributes.foregroundColor();
+        char code = paint == 'l' ? (!attributes.link() ? '.' : *attributes.link() == u"file://" ? 'l' : '?') : colour ? '?' : '.';
         for (const TokenClass &tokenClass : kClasses) {
-            if (colour && *colour == (background ? backgroundOf : foregroundOf)(tokenClass.code))
+            if (paint != 'l' && colour && *colour == (paint == 'b' ? backgroundOf : foregroundOf)(tokenClass.code))
                 code = tokenClass.code;
         }
         result += code;
-    }
-    return result;
-}
-
-std::string links(const PLTextStorage &storage)
-{
-    std::string result;
-    for (qsizetype i = 0; i < storage.string().size(); ++i) {
-        const std::optional<QString> link = storage.attributesAtIndex(i).link();
-        result += !link ? '.' : *link == u"file://" ? 'l' : '?';
     }
     return result;
 }
@@ -276,8 +266,8 @@ TEST(PLSyntaxHighlighterRules, PaintTheTokensOfALineInOrder)
         std::string background = foreground;
         std::replace(background.begin(), background.end(), 't', '.');
         EXPECT_EQ(classesOf(storage), foreground);
-        EXPECT_EQ(classesOf(storage, true), background);
-        EXPECT_EQ(links(storage), link ? std::string(link) : std::string(size_t(line.size()), '.'));
+        EXPECT_EQ(classesOf(storage, 'b'), background);
+        EXPECT_EQ(classesOf(storage, 'l'), link ? std::string(link) : std::string(size_t(line.size()), '.'));
         EXPECT_EQ(storage.attributesAtIndex(0).font(), (PLFont{QStringLiteral("Monaco"), 12.0}));
     }
 }
@@ -295,12 +285,9 @@ TEST(PLSyntaxHighlighterHostileText, WrappedFieldsAndLongLinesAreColouredInOnePa
     const auto t = [](qsizetype n) { return std::string(size_t(n), 't'); };
     const std::string entryColours = "yyyyyyyy" "b" "ttttt" "kkkkkkkkkkk" "b" "kkkkkkkkk" "b" "tt" + t(13) + "b"
         + t(words.size() + 1) + t(words.size() + 1) + "tttt" "b" "tt" "kkkkkkkkk" "b" "kkkk" "b" "tt" "bt";
-    PLPlainTextStorage storage(entry + longLine);
-    PLSyntaxHighlighter highlighter(&storage, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
-    highlighter.userDefaultsDidChangeEditorTextColor();
-    const std::string colours = classesOf(storage);
-    EXPECT_EQ(colours.substr(0, entryColours.size()), entryColours);
-    EXPECT_EQ(colours.find_first_not_of('t', entryColours.size()), std::string::npos);
+    Highlighted h(entry + longLine, std::make_unique<PLBIBSyntaxHightlighterDelegate>());
+    h.highlighter.userDefaultsDidChangeEditorTextColor();
+    EXPECT_EQ(classesOf(h.storage), entryColours + t(longLine.size()));
 }
 
 class PLSyntaxHighlighterBufferTest : public ProjectTest
@@ -341,11 +328,12 @@ TEST_F(PLSyntaxHighlighterBufferTest, ColoursMoveWithEditsAndUndo)
 TEST_F(PLSyntaxHighlighterBufferTest, ReloadedTextHasTheColoursOfAFreshlyReadOne)
 {
     PLTextContentBuffer *buffer = open(QStringLiteral("a.tex"), QStringLiteral("\\section{Old}\n$a$\n"));
-    ASSERT_EQ(classesOf(*buffer, true).front(), 's');
+    ASSERT_EQ(classesOf(*buffer, 'b').front(), 's');
     const QString reloaded = QStringLiteral("plain text\n$b$\n\\chapter{New}\nend\n");
     buffer->setString(reloaded);
     PLTextContentBuffer *fresh = open(QStringLiteral("b.tex"), reloaded);
-    EXPECT_EQ(classesOf(*buffer) + classesOf(*buffer, true), classesOf(*fresh) + classesOf(*fresh, true));
+    for (const char paint : {'f', 'b', 'l'})
+        EXPECT_EQ(classesOf(*buffer, paint), classesOf(*fresh, paint)) << paint;
 }
 
 // The preferences pane's reset test checks the notifications and a sample of the colours; here:

@@ -399,11 +399,8 @@ TEST_F(TexTaskRunner, StopEndsAProgramWithItsWholeProcessGroup)
         PLTexTaskRunner own(QStringLiteral("/usr/texbin/"));
         BackgroundRun run(own, helperPath(QString::fromLatin1(helper)), folder.path());
         const bool closes = QByteArrayView(helper) == "closes-output";
-        if (closes) {
-            ASSERT_TRUE(QTest::qWaitFor([this] { return QFile::exists(folder.filePath(QStringLiteral("output-closed"))); }, 5000));
-        } else {
-            ASSERT_TRUE(QTest::qWaitFor([&run] { return !run.output().isEmpty(); }, 5000));
-        }
+        const QString closedMark = folder.filePath(QStringLiteral("output-closed"));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return closes ? QFile::exists(closedMark) : !run.output().isEmpty(); }, 5000));
         const qint64 sleeper = QByteArrayView(helper) == "hang" ? sleeperPid(folder.path()) : -1;
         ASSERT_NE(sleeper, 0);
         EXPECT_FALSE(run.finishesWithin(0ms));
@@ -411,12 +408,8 @@ TEST_F(TexTaskRunner, StopEndsAProgramWithItsWholeProcessGroup)
         ASSERT_TRUE(run.finishesWithin(5s));
         // Ended by stop(), not by the end of its output.
         const PLTexRunResult result = run.result();
-        EXPECT_TRUE(result.stopped);
-        EXPECT_FALSE(result.failed());
-        EXPECT_TRUE(own.isStopped());
-        if (sleeper > 0) {
-            EXPECT_TRUE(QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 2000));
-        }
+        EXPECT_EQ(std::tuple(result.stopped, result.failed(), own.isStopped()), std::tuple(true, false, true));
+        EXPECT_TRUE(sleeper < 0 || QTest::qWaitFor([sleeper] { return processHasEnded(sleeper); }, 2000));
         // Standard error comes once the program has ended.
         if (closes) {
             EXPECT_EQ(run.errors(), "closed\n");
@@ -447,35 +440,27 @@ TEST_F(TexTaskRunner, EndingsAreToldApart)
 {
     // The script (none: the folder itself is the program), its permissions, whether it started,
     // its exit code and signal, whether the run failed, and the description (null: not started).
-    const struct
-    {
-        QByteArray script;
-        QFile::Permissions permissions;
-        bool started;
-        int exitCode, signal;
-        bool failed;
-        const char *description;
-    } cases[] = {{"#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
-                 {"#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
-                 {"#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true,
-                  "engine was ended by signal 25 (File size limit exceeded)"},
-                 {"#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
-                 {QByteArray(), {}, false, -1, 0, true, nullptr}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.script.toStdString());
+    const std::tuple<QByteArray, QFile::Permissions, bool, int, int, bool, const char *> cases[] = {
+        {"#!/bin/sh\necho ok\n", kExecutable, true, 0, 0, false, "engine ended with exit status 0"},
+        {"#!/bin/sh\nexit 3\n", kExecutable, true, 3, 0, true, "engine ended with exit status 3"},
+        {"#!/bin/sh\nkill -XFSZ $$\n", kExecutable, true, -1, SIGXFSZ, true, "engine was ended by signal 25 (File size limit exceeded)"},
+        {"#!/bin/sh\necho ok\n", QFile::ReadOwner | QFile::WriteOwner, false, -1, 0, true, nullptr},
+        {QByteArray(), {}, false, -1, 0, true, nullptr}};
+    for (const auto &[script, permissions, started, exitCode, signal, failed, description] : cases) {
+        SCOPED_TRACE(script.toStdString());
         QString program = folder.path();
-        if (!c.script.isEmpty()) {
+        if (!script.isEmpty()) {
             program = folder.filePath(QStringLiteral("engine"));
             QFile::remove(program);
-            writeProgram(program, c.script, c.permissions);
+            writeProgram(program, script, permissions);
         }
         BackgroundRun run(runner, program, folder.path());
         ASSERT_TRUE(run.finishesWithin(10s));
         const PLTexRunResult result = run.result();
         EXPECT_EQ(std::tuple(result.started, result.exitCode, result.signal, result.failed()),
-                  std::tuple(c.started, c.exitCode, c.signal, c.failed));
-        EXPECT_TRUE(c.started ? result.description() == QString::fromUtf8(c.description)
-                              : result.description().startsWith(QStringLiteral("could not run ") + program + u':'))
+                  std::tuple(started, exitCode, signal, failed));
+        EXPECT_TRUE(started ? result.description() == QString::fromUtf8(description)
+                            : result.description().startsWith(QStringLiteral("could not run ") + program + u':'))
             << result.description().toStdString();
     }
 }
