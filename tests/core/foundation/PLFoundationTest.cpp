@@ -60,6 +60,9 @@ TEST_F(UserDefaults, UserValuesWinAndSurviveARestartWhileDefaultsStayOffDisk)
 
 TEST_F(UserDefaults, ColoursRoundTripBitForBitAndValuesOfTheWrongKindReadAsNothing)
 {
+    const auto components = [](const PLColor &c) {
+        return std::tuple(c.redComponent(), c.greenComponent(), c.blueComponent(), c.alphaComponent(), c.space());
+    };
     int n = 0;
     for (const PLColor &color : {PLColor::rgb(0.1, 0.2, 0.30000000000000004, 0.7), PLColor::rgb(1.0 / 3.0, 2.0 / 7.0, 1e-17, 0.0),
                                  PLColor::white(0.6666666666666666, 0.25)}) {
@@ -67,9 +70,7 @@ TEST_F(UserDefaults, ColoursRoundTripBitForBitAndValuesOfTheWrongKindReadAsNothi
         defaults().setColor(color, key);
         const auto back = reopened()->colorForKey(key);
         ASSERT_TRUE(back);
-        EXPECT_EQ((std::array{back->redComponent(), back->greenComponent(), back->blueComponent(), back->alphaComponent()}),
-                  (std::array{color.redComponent(), color.greenComponent(), color.blueComponent(), color.alphaComponent()}));
-        EXPECT_EQ(back->space(), color.space());
+        EXPECT_EQ(components(*back), components(color));
     }
     for (const char *stored : {"red", "PLColor(calibratedRGB 1 2)", "PLColor(calibratedRGB 1 nan 0 1)"}) {
         defaults().setString(QString::fromLatin1(stored), QStringLiteral("PLTestNotAColour"));
@@ -136,18 +137,15 @@ TEST(RegularExpressionHelper, EnumeratesEveryMatchAndStopsOnRequest)
     EXPECT_EQ(R::allMatches(QStringLiteral("x*"), QStringLiteral("ab")).size(), 3);
 }
 
-TEST(RegularExpressionHelper, InvalidPatternsNeverMatch)
+// An invalid pattern never matches. A pattern that backtracks exponentially once stalled typing for
+// minutes; now it gives up and reads as no match. The allowance grows with the text: a plain scan
+// of a long text is never cut short.
+TEST(RegularExpressionHelper, InvalidAndRunawayPatternsReadAsNoMatchButALongTextKeepsItsAllowance)
 {
     EXPECT_FALSE(R::isValidPattern(QStringLiteral("(unclosed")));
     EXPECT_EQ(R::rangeOfFirstMatch(QStringLiteral("(unclosed"), QStringLiteral("(unclosed")), PLNotFoundRange);
     EXPECT_TRUE(R::allMatches(QStringLiteral("[z-a]"), QStringLiteral("abc")).isEmpty());
     EXPECT_TRUE(R::isValidPattern(QStringLiteral("%!TEX TS-program( )*=( )*xelatex( )*\\n")));
-}
-
-// A pattern that backtracks exponentially once stalled typing for minutes; now it gives up and
-// reads as no match. The allowance grows with the text: a plain scan of a long text is never cut short.
-TEST(RegularExpressionHelper, RunawaySearchGivesUpAsNoMatchButALongTextKeepsItsAllowance)
-{
     const QString runaway = QStringLiteral("(.)+ = \\{(.|\\s|\\\\n)+\\}");
     const QString line = QStringLiteral("  abstract = {") + QStringLiteral("word ").repeated(40) + u'\n';
     EXPECT_EQ(R::rangeOfFirstMatch(runaway, line), PLNotFoundRange);

@@ -265,10 +265,9 @@ TEST_F(PLIncludeCycleTest, typingAnIncludeThatWouldLoopOpensNothing)
     const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
     b->replaceContentStringInRange(PLRange{b->content().size(), 0}, QStringLiteral("\\input{a}"));
     b->replaceContentStringInRange(PLRange{b->content().size(), 0}, QStringLiteral("\\input{b}"));
-    EXPECT_EQ(b->content(), QStringLiteral("\\section{B}\n\\input{a}\\input{b}"));
-    EXPECT_TRUE(b->filesInDocument().isEmpty());
-    EXPECT_EQ(a->openCount(), 1u);
-    EXPECT_EQ(outlineText(b->outlineRootNode()), b->content());
+    const QString loops = QStringLiteral("\\section{B}\n\\input{a}\\input{b}");
+    EXPECT_EQ(std::tuple(b->content(), outlineText(b->outlineRootNode()), b->filesInDocument().size(), a->openCount()),
+              std::tuple(loops, loops, 0, 1u));
     a->outlineRootNode()->fixTree();
     EXPECT_EQ(projectNames(a), u"a.tex b.tex");
     // Once a no longer includes b, b may include a.
