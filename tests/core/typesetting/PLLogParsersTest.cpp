@@ -327,11 +327,15 @@ using PLLogScanning::LiteralFollower;
 // Random texts made of the pieces a pattern cares about, every kind of line end and a few other
 // characters, so that a literal-driven search that skipped a real match, or found one too many,
 // shows up.
+// The pieces of a list written with bars between them.
+QStringList pieces(const char *list)
+{
+    return QString::fromUtf8(list).split(u'|');
+}
+
 QString randomLog(QRandomGenerator &random, const QStringList &patternPieces)
 {
-    static const QStringList common{QStringLiteral("\n"), QStringLiteral("\n"), QStringLiteral("\r"),     QStringLiteral("\r\n"),
-                                    QStringLiteral("\f"), QStringLiteral("\v"), QStringLiteral("\u2028"), QStringLiteral(" "),
-                                    QStringLiteral("a"),  QStringLiteral("\t"), QStringLiteral(".")};
+    static const QStringList common = pieces("\n|\n|\r|\r\n|\f|\v|\u2028| |a|\t|.");
     QString text;
     const int count = random.bounded(1, 40);
     for (int i = 0; i < count; ++i) {
@@ -339,14 +343,6 @@ QString randomLog(QRandomGenerator &random, const QStringList &patternPieces)
         text += from[random.bounded(int(from.size()))];
     }
     return text;
-}
-
-QStringList pieces(std::initializer_list<const char *> list)
-{
-    QStringList result;
-    for (const char *piece : list)
-        result.append(QString::fromUtf8(piece));
-    return result;
 }
 
 // The matches' groups as a search of the range with the expression finds them; every group when none
@@ -458,41 +454,37 @@ TEST_P(LogScanningAgreesWithAPlainSearch, OnRandomLogs)
 INSTANTIATE_TEST_SUITE_P(
     EveryLogPattern, LogScanningAgreesWithAPlainSearch,
     ::testing::Values(
-        ScannerCase{"\\(\\./(.*?)\\.tex", pieces({"(./", ".tex", ")", "x"}), expressionScan(u"(./", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"\\(\\./(.*?)\\.tex", pieces("(./|.tex|)|x"), expressionScan(u"(./", LiteralFollower::AnyRunInLine)},
         ScannerCase{"((\\./.*\\.tex):([0-9])*: (Illegal parameter number in definition of (\\\\.*)))",
-                    pieces({"./", ".tex", ":", "123", ": ", "Illegal parameter number in definition of \\", "foo",
-                            "./a.tex:123: Illegal parameter number in definition of \\foo."}),
+                    pieces("./|.tex|:|123|: |Illegal parameter number in definition of \\|foo|./a.tex:123: Illegal parameter number in "
+                           "definition of \\foo."),
                     expressionScan(u"./", LiteralFollower::AnyRunInLine)},
         ScannerCase{"(! LaTeX Error: (File `((.*)\\.(tex|sty))' not found.))",
-                    pieces({"! LaTeX Error: File `", "name", ".tex", ".sty", "' not found.", "'"}),
+                    pieces("! LaTeX Error: File `|name|.tex|.sty|' not found.|'"),
                     expressionScan(u"! LaTeX Error: File `", LiteralFollower::AnyRunInLine)},
-        ScannerCase{":([0-9]*):", pieces({":", "1", "23", "::"}), expressionScan(u":", LiteralFollower::Fixed)},
-        ScannerCase{"\\./.*\\.tex:[0-9]*:", pieces({"./", ".tex", ":", "7", "b", "./a.tex:7:"}),
-                    expressionScan(u"./", LiteralFollower::AnyRunInLine)},
-        ScannerCase{"\\[([0-9])\\]", pieces({"[", "1", "]", "12", "[["}), expressionScan(u"[", LiteralFollower::Fixed)},
-        ScannerCase{"\\{(.*)\\}", pieces({"{", "}", "pkg", "{}"}), expressionScan(u"{", LiteralFollower::AnyRunInLine)},
-        ScannerCase{"Environment (.*) undefined.", pieces({"Environment ", " undefined.", " undefined", "foo"}),
+        ScannerCase{":([0-9]*):", pieces(":|1|23|::"), expressionScan(u":", LiteralFollower::Fixed)},
+        ScannerCase{"\\./.*\\.tex:[0-9]*:", pieces("./|.tex|:|7|b|./a.tex:7:"), expressionScan(u"./", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"\\[([0-9])\\]", pieces("[|1|]|12|[["), expressionScan(u"[", LiteralFollower::Fixed)},
+        ScannerCase{"\\{(.*)\\}", pieces("{|}|pkg|{}"), expressionScan(u"{", LiteralFollower::AnyRunInLine)},
+        ScannerCase{"Environment (.*) undefined.", pieces("Environment | undefined.| undefined|foo"),
                     expressionScan(u"Environment ", LiteralFollower::AnyRunInLine)},
-        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n",
-                    pieces({"LaTeX Warning: ", "\n", "\n", "text", "\xf0\x9f\x98\x80", "on input line 3."}),
+        ScannerCase{"LaTeX Warning: (.)*\\n(.)*\\n", pieces("LaTeX Warning: |\n|\n|text|\xf0\x9f\x98\x80|on input line 3."),
                     matcherScan(PLLogScanning::warningMatchEnd, u"LaTeX Warning: ", LiteralFollower::AnyRunInLine), {0}, false,
                     20261123, 4000},
         ScannerCase{"! Undefined control sequence.\\n(.)*\\n(.)*\\n\\?",
-                    pieces({"! Undefined control sequence.", "! Undefined control sequence", "\n", "\n", "?",
-                            "\xf0\x9f\x98\x80", "l.3 \\x", "! Undefined control sequence.\nl.3 \\x\n  y\n?"}),
+                    pieces("! Undefined control sequence.|! Undefined control sequence|\n|\n|?|\xf0\x9f\x98\x80|l.3 \\x|"
+                           "! Undefined control sequence.\nl.3 \\x\n  y\n?"),
                     matcherScan(PLLogScanning::undefinedControlSequenceMatchEnd, u"! Undefined control sequence", LiteralFollower::Fixed),
                     {0}, false, 20261123, 4000},
         ScannerCase{"\\(\\./(.*?)\\.tex(\\)|\\n|\\s)",
-                    pieces({"(./", "(./", ".tex", ".tex", ")", "(", "ch/one", "\n", "\v", "\xc2\x85", "\xc2\xa0",
-                            "\xe2\x80\x8b", "\xe3\x80\x80", "\xe2\x80\xa8", "\xf0\x9f\x98\x80"}),
+                    pieces("(./|(./|.tex|.tex|)|(|ch/one|\n|\v|\xc2\x85|\xc2\xa0|\xe2\x80\x8b|\xe3\x80\x80|\xe2\x80\xa8|\xf0\x9f\x98\x80"),
                     matcherScan(PLLogScanning::fileOpeningMatchEnd, u"(./", LiteralFollower::AnyRunInLine), {0}, false, 20261123, 4000},
         ScannerCase{"((\\./.*\\.tex):([0-9]*): (LaTeX Error: )?(.*\\n.*))",
-                    pieces({"./", ".tex", ":", "12", ": ", "LaTeX Error: ", "\n", "\n", "msg", ".tex:",
-                            "./a.tex:12: LaTeX Error: msg\nnext", "./b.tex:3: x\n", "\xf0\x9f\x98\x80"}),
+                    pieces("./|.tex|:|12|: |LaTeX Error: |\n|\n|msg|.tex:|./a.tex:12: LaTeX Error: msg\nnext|./b.tex:3: x\n|"
+                           "\xf0\x9f\x98\x80"),
                     firstGeneralErrorLine, {0, 1, 2, 3, 4, 5}, true, 20261126, 6000},
-        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)",
-                    pieces({"./", ".", ":", "12", ": ", "LaTeX Error:", "a.tex", "::", "\xf0\x9f\x98\x80"}), locatedErrors,
-                    {0, 3, 5, 7}, false, 20261124, 6000, locatedErrorAtStart}));
+        ScannerCase{"((\\./?)((.)*)):([0-9]*): (LaTeX Error:)?((.)*)", pieces("./|.|:|12|: |LaTeX Error:|a.tex|::|\xf0\x9f\x98\x80"),
+                    locatedErrors, {0, 3, 5, 7}, false, 20261124, 6000, locatedErrorAtStart}));
 
 TEST(FileOpeningScanning, NamesTheFileOfEachOpeningFound)
 {
