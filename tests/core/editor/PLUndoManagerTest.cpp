@@ -93,11 +93,8 @@ TEST_P(PLUndoManagerTest, keepsInStepWithTheModel)
             model = Model{{buffer.string()}};
         }
         ASSERT_EQ(buffer.string(), model.texts[size_t(model.index)]);
-        EXPECT_EQ(history->count(), int(model.texts.size()) - 1);
-        EXPECT_EQ(history->index(), model.index);
-        EXPECT_EQ(history->canUndo(), model.index > 0);
-        EXPECT_EQ(history->canRedo(), model.index < history->count());
-        EXPECT_EQ(history->isClean(), model.isClean());
+        EXPECT_EQ(std::tuple(history->count(), history->index(), history->canUndo(), history->canRedo(), history->isClean()),
+                  std::tuple(int(model.texts.size()) - 1, model.index, model.index > 0, model.index < history->count(), model.isClean()));
         // A clear announces the index even where it stays 0, as long as there were steps to forget.
         const bool cleared = action == 39 && before.texts.size() > 1;
         ASSERT_EQ(indexChanges.size(), model.index != before.index || cleared ? 1 : 0);

@@ -29,13 +29,11 @@ TEST_F(PLTextViewHistoryHandlerTest, aRangePushedTwiceIsKeptOnceAndAPushStartsAN
     history.switchToFile(open(QStringLiteral("a.tex")));
     for (PLRange range : {a, b, b, c})
         history.pushRangeToHistoryStack(range);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), b);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), PLNotFoundRange);
+    const auto back = [this] { return history.getRangeInDirection(PLHistoryDirectionBackwards); };
+    EXPECT_EQ((std::array{back(), back(), back()}), (std::array{b, a, PLNotFoundRange}));
     history.pushRangeToHistoryStack(d);
     EXPECT_FALSE(history.hasMoreRangesInDirection(PLHistoryDirectionForwards));
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionBackwards), a);
-    EXPECT_EQ(history.getRangeInDirection(PLHistoryDirectionForwards), d);
+    EXPECT_EQ((std::array{back(), history.getRangeInDirection(PLHistoryDirectionForwards)}), (std::array{a, d}));
 }
 
 TEST_F(PLTextViewHistoryHandlerTest, theFileTrailGoesBackAndForwardAndBranchesOnANewFile)
@@ -44,18 +42,16 @@ TEST_F(PLTextViewHistoryHandlerTest, theFileTrailGoesBackAndForwardAndBranchesOn
     // An untitled file is tracked by its name.
     const auto second = untitled(QStringLiteral("Untitled 3"));
     const auto third = open(QStringLiteral("c.tex"));
-    history.switchToFile(first);
-    history.switchToFile(second);
-    history.switchToFile(third);
+    for (const auto &file : {first, second, third})
+        history.switchToFile(file);
     EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);
     // The pane then shows the file, which is current already: the forward trail stays.
     history.switchToFile(second);
-    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), first);
-    EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionBackwards));
-    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), nullptr);
-    EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionForwards), second);
-    EXPECT_EQ(history.currentFile(), second);
+    const auto back = [this] { return history.getFileInDirection(PLHistoryDirectionBackwards); };
+    EXPECT_EQ((std::tuple{back(), history.hasMoreFilesInDirection(PLHistoryDirectionBackwards), back(),
+                          history.getFileInDirection(PLHistoryDirectionForwards), history.currentFile()}),
+              (std::tuple{first, false, nullptr, second, second}));
     history.switchToFile(first);
     EXPECT_FALSE(history.hasMoreFilesInDirection(PLHistoryDirectionForwards));
     EXPECT_EQ(history.getFileInDirection(PLHistoryDirectionBackwards), second);
