@@ -167,10 +167,9 @@ TEST_F(LogParsers, PerFileCountsGrowOverJobsWhileTheFoundListsHoldTheLatestOnly)
     // An empty output changes nothing.
     parser.parseLogString(QString());
     ASSERT_EQ(parser.warningsFound().size(), 1);
-    EXPECT_EQ(parser.warningCountForFile(*root), 2);
-    EXPECT_EQ(parser.warningForFile(*root, 1), parser.warningsFound().first());
-    EXPECT_EQ(parser.warningForFile(*root, 2), nullptr);
-    EXPECT_EQ(parser.errorCountForFile(*root), 0);
+    EXPECT_EQ(std::tuple(parser.warningCountForFile(*root), parser.warningForFile(*root, 1), parser.warningForFile(*root, 2),
+                         parser.errorCountForFile(*root)),
+              std::tuple(2, parser.warningsFound().first(), nullptr, 0));
 }
 
 // Messages before the first opening are told without a file in the first parse and filed under the
@@ -205,9 +204,8 @@ TEST_F(LogParsers, TheBracketCountLeavesOutTheLastCharacterOfEachPiece)
     // A piece that closes more than it opens pops one entry.
     parser.parseLogString(QStringLiteral("(./c.tex\n)))\n"));
     EXPECT_EQ(parser.stackWithFilePaths(), QStringList{QStringLiteral("(./a.tex)")});
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"(()"), 2);
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u"("), 0);
-    EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(u")))x"), -3);
+    for (const auto &[area, unclosed] : {std::pair{u"(()", 2}, {u"(", 0}, {u")))x", -3}})
+        EXPECT_EQ(PLTypesettingLogFileParser::countUnclosedBracketsInArea(area), unclosed);
 }
 
 TEST_F(LogParsers, OnlyWholeLinesOfTheirFormAreItems)

@@ -115,14 +115,10 @@ TEST_F(SyncTexSearch, ASearchRightAfterPreparingIsAnsweredByOneParse)
     QThreadPool::globalInstance()->waitForDone();
     EXPECT_EQ(PLSyncTexSearch::parseCount(), parses + 1);
     EXPECT_TRUE(PLSyncTexSearch::isRead(pdf));
-    const auto places = [](const QList<PLSyncTexForwardResult> &results) {
-        std::vector<std::tuple<int, double, double>> places;
-        for (const PLSyncTexForwardResult &r : results)
-            places.emplace_back(r.page, r.h, r.v);
-        return places;
-    };
     ASSERT_FALSE(after.isEmpty());
-    EXPECT_EQ(places(after), places(before));
+    ASSERT_EQ(after.size(), before.size());
+    for (qsizetype i = 0; i < after.size(); ++i)
+        EXPECT_EQ(std::tuple(after[i].page, after[i].h, after[i].v), std::tuple(before[i].page, before[i].h, before[i].v)) << i;
 }
 
 TEST(SyncTexSearchFiles, RelativeNamesAreJoinedToTheMainFolderWithASeparator)
@@ -143,9 +139,8 @@ TEST(SyncTexSearchFiles, RelativeNamesAreJoinedToTheMainFolderWithASeparator)
     const QList<PLSyncTexBackwardResult> back =
         search.backwardSearch(there.first().page, there.first().h, there.first().v, dir.path() + u'/');
     ASSERT_FALSE(back.isEmpty());
-    EXPECT_EQ(back.first().fileName, QStringLiteral("main.tex"));
-    EXPECT_EQ(back.first().filePath, dir.path() + QStringLiteral("//main.tex"));
-    EXPECT_EQ(back.first().line, 4);
+    EXPECT_EQ(std::tuple(back.first().fileName, back.first().filePath, back.first().line),
+              std::tuple(QStringLiteral("main.tex"), QString(dir.path() + QStringLiteral("//main.tex")), 4));
 }
 
 // One gzip member holding the text, as the engine writes it.
