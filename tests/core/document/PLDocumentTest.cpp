@@ -45,6 +45,11 @@ protected:
     }
     QString path(QAnyStringView relative) const { return QDir(m_dir.path()).filePath(relative.toString()); }
     void write(QAnyStringView relative, const QByteArray &bytes) const { PLTest::writeFile(path(relative), bytes); }
+    void write(std::initializer_list<std::pair<const char *, const char *>> files) const
+    {
+        for (const auto &[relative, text] : files)
+            write(relative, text);
+    }
     QByteArray read(QAnyStringView relative) const { return PLTest::readFile(path(relative)); }
     std::shared_ptr<PLFile> pooled(QAnyStringView relative) const { return PLFilePool::sharedFilePool().fileForPath(path(relative)); }
     std::unique_ptr<PLDocument> open(QAnyStringView relative)
@@ -102,9 +107,7 @@ TEST_F(Document, AnEditedIncludedFileOutlivesItsIncludeWithItsEdits)
 {
     for (const auto &[location, length, replacement] : {std::tuple{6, 12, ""}, {6, 0, "%"}, {13, 4, "other"}}) {
         SCOPED_TRACE(replacement);
-        write("main.tex", "intro\n\\input{chap}\nend\n");
-        write("chap.tex", "\\input{deeper}\n");
-        write("deeper.tex", "disk\n");
+        write({{"main.tex", "intro\n\\input{chap}\nend\n"}, {"chap.tex", "\\input{deeper}\n"}, {"deeper.tex", "disk\n"}});
         auto document = open("main.tex");
         const auto main = document->mainFile();
         const auto chap = pooled("chap.tex");
@@ -172,8 +175,7 @@ TEST_F(Document, SavingWritesOnlyChangedFilesByteForByteInTheirEncoding)
 
 TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
 {
-    write("old.tex", "\\section{Old}\n\\input{chap}\n");
-    write("chap.tex", "\\section{Chap}\n");
+    write({{"old.tex", "\\section{Old}\n\\input{chap}\n"}, {"chap.tex", "\\section{Chap}\n"}});
     QDir(m_dir.path()).mkdir(QStringLiteral("copies"));
     auto document = open("old.tex");
     const auto oldMain = document->mainFile();
@@ -194,23 +196,18 @@ TEST_F(Document, SaveAsMovesToTheNewMainFileAndRemembersTheFolder)
 
 TEST_F(Document, FilesChangedOnDiskAreReloadedOnlyWhenUnedited)
 {
-    write("main.tex", "\\input{a}\n\\input{b}\n");
-    write("a.tex", "old a\n");
-    write("b.tex", "old b\n");
+    write({{"main.tex", "\\input{a}\n\\input{b}\n"}, {"a.tex", "old a\n"}, {"b.tex", "old b\n"}});
     auto document = open("main.tex");
     const auto a = pooled("a.tex");
     const auto b = pooled("b.tex");
     b->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("mine "));
-    write("a.tex", "new a\n");
-    write("b.tex", "new b\n");
-    write("main.tex", "\\input{a}\n\\input{b}\n% more\n");
+    write({{"a.tex", "new a\n"}, {"b.tex", "new b\n"}, {"main.tex", "\\input{a}\n\\input{b}\n% more\n"}});
     for (const char *name : {"a.tex", "b.tex", "main.tex"})
         touchLater(name);
     document->windowDidBecomeKey();
-    EXPECT_EQ(a->content(), u"new a\n");
-    EXPECT_EQ(b->content(), u"mine old b\n");
     // The main file is reloaded too, and the document's own date follows it.
-    EXPECT_EQ(document->mainFile()->content(), u"\\input{a}\n\\input{b}\n% more\n");
+    EXPECT_EQ(QStringList({a->content(), b->content(), document->mainFile()->content()}).join(u'|'),
+              u"new a\n|mine old b\n|\\input{a}\n\\input{b}\n% more\n");
     EXPECT_EQ(document->fileModificationDate(), QFileInfo(path("main.tex")).lastModified());
 }
 
@@ -221,39 +218,32 @@ TEST_F(Document, SavingAFileChangedByAnotherProgramAsksFirst)
     using Action = PLDocumentWindowDelegate::ChangedFileAction;
     // What another program leaves in chap.tex, which the project read as "old\n"; the answer (none:
     // no window); whether it was asked; whether the save went through; the bytes on disk; the text.
-    const struct
-    {
-        const char *theirs;
-        std::optional<Action> answer;
-        bool asked, saved;
-        const char *onDisk, *text;
-    } cases[] = {{"theirs\n", Action::Overwrite, true, true, "mine old\n", "mine old\n"},
-                 {"theirs\n", Action::Reload, true, true, "theirs\n", "theirs\n"},
-                 {"theirs\n", Action::Cancel, true, false, "theirs\n", "mine old\n"},
-                 {"new\n", Action::Cancel, true, false, "new\n", "mine old\n"},
-                 {"theirs\n", std::nullopt, false, false, "theirs\n", "mine old\n"},
-                 {"old\n", Action::Cancel, false, true, "mine old\n", "mine old\n"}};
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << c.theirs << c.answer.has_value());
-        write("main.tex", "\\input{chap}\n");
-        write("chap.tex", "old\n");
+    const std::tuple<const char *, std::optional<Action>, bool, bool, const char *, const char *> cases[] = {
+        {"theirs\n", Action::Overwrite, true, true, "mine old\n", "mine old\n"},
+        {"theirs\n", Action::Reload, true, true, "theirs\n", "theirs\n"},
+        {"theirs\n", Action::Cancel, true, false, "theirs\n", "mine old\n"},
+        {"new\n", Action::Cancel, true, false, "new\n", "mine old\n"},
+        {"theirs\n", std::nullopt, false, false, "theirs\n", "mine old\n"},
+        {"old\n", Action::Cancel, false, true, "mine old\n", "mine old\n"}};
+    for (const auto &[theirs, answer, asked, saved, onDisk, text] : cases) {
+        SCOPED_TRACE(testing::Message() << theirs << answer.has_value());
+        write({{"main.tex", "\\input{chap}\n"}, {"chap.tex", "old\n"}});
         std::optional<ChangedFileDelegate> delegate;
         auto document = open("main.tex");
         const auto chap = document->mainFile()->filesInDocument().constFirst();
         chap->contentBuffer()->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("mine "));
-        write("chap.tex", c.theirs);
+        write("chap.tex", theirs);
         touchLater("chap.tex");
-        if (c.answer) {
-            delegate.emplace(*c.answer);
+        if (answer) {
+            delegate.emplace(*answer);
             document->setWindowDelegate(&*delegate);
         }
         PLError error;
-        EXPECT_EQ(document->saveDocument(&error), c.saved) << error.message.toStdString();
-        EXPECT_EQ(delegate ? delegate->asked : QStringList(), c.asked ? QStringList{QStringLiteral("chap.tex")} : QStringList());
-        EXPECT_EQ(read("chap.tex"), c.onDisk);
-        EXPECT_EQ(chap->content(), str(c.text));
-        EXPECT_EQ(document->isDocumentEdited(), !c.saved);
-        if (!c.saved) {
+        EXPECT_EQ(document->saveDocument(&error), saved) << error.message.toStdString();
+        const QString askedAbout = delegate ? delegate->asked.join(u' ') : QString();
+        EXPECT_EQ(std::tuple(askedAbout, read("chap.tex"), chap->content(), document->isDocumentEdited()),
+                  std::tuple(QString::fromLatin1(asked ? "chap.tex" : ""), QByteArray(onDisk), str(text), !saved));
+        if (!saved) {
             EXPECT_EQ(PLDocument::isSaveCancelled(error), bool(delegate));
             EXPECT_TRUE(delegate || error.message.contains(path("chap.tex")));
         }
@@ -288,8 +278,7 @@ TEST_F(Document, SavingKeepsTheModeAndWritesThroughSymbolicLinks)
 // cannot complete leaves the old file whole and reports why.
 TEST_F(Document, AFailedSaveAsLeavesTheFileItWasToReplace)
 {
-    write("main.tex", "draft\n");
-    write("precious.tex", "precious\n");
+    write({{"main.tex", "draft\n"}, {"precious.tex", "precious\n"}});
     PLUserDefaults::standardUserDefaults().setInteger(PLStringEncodings::ISOLatin1, PLUserDefaultsFileEncoding);
     auto document = open("main.tex");
     append(*document->mainFile(), "\u20ac");
@@ -372,8 +361,7 @@ TEST_F(Document, AFailedSaveNamesTheUsersFile)
 // removes those of its own files whose writer is gone, and nothing else.
 TEST_F(Document, StaleSaveCopiesOfProjectFilesAreRemoved)
 {
-    write("main.tex", "\\input{chap}\n");
-    write("chap.tex", "chap\n");
+    write({{"main.tex", "\\input{chap}\n"}, {"chap.tex", "chap\n"}});
     QProcess finished;
     finished.start(QStringLiteral("true"), QStringList());
     ASSERT_TRUE(finished.waitForStarted());
@@ -389,10 +377,8 @@ TEST_F(Document, StaleSaveCopiesOfProjectFilesAreRemoved)
     for (const QString &name : stale + kept)
         write(name, "copy");
     auto document = open("main.tex");
-    for (const QString &name : stale)
-        EXPECT_FALSE(QFileInfo::exists(path(name))) << name.toStdString();
-    for (const QString &name : kept)
-        EXPECT_TRUE(QFileInfo::exists(path(name))) << name.toStdString();
+    for (const QString &name : stale + kept)
+        EXPECT_EQ(QFileInfo::exists(path(name)), kept.contains(name)) << name.toStdString();
     write(stale.constFirst(), "copy");
     append(*document->mainFile(), "%");
     ASSERT_TRUE(save(*document));
@@ -401,8 +387,7 @@ TEST_F(Document, StaleSaveCopiesOfProjectFilesAreRemoved)
 
 TEST_F(Document, RemovingByProductsKeepsThePdf)
 {
-    write("main.tex", "\\input{chap}\n");
-    write("chap.tex", "x\n");
+    write({{"main.tex", "\\input{chap}\n"}, {"chap.tex", "x\n"}});
     const QStringList byProducts = QStringLiteral("chap.aux main.aux main.bbl main.blg main.exa main.idx main.lof main.log main.lot "
                                                   "main.out main.toc main.synctex.gz").split(u' ');
     for (const QString &name : byProducts + QStringLiteral("main.tex.bak main.pdf main.bib").split(u' '))
