@@ -138,6 +138,11 @@ protected:
         writeFile(path(relative), text.toUtf8());
         return path(relative);
     }
+    void write(const std::vector<std::pair<const char *, const char *>> &files) const
+    {
+        for (const auto &[relative, text] : files)
+            write(QString::fromUtf8(relative), QString::fromUtf8(text));
+    }
     // The file, written first when a text is given, opened with the outline parser.
     std::shared_ptr<PLFile> open(const QString &relative, const QString &text = QString()) const
     {

@@ -122,11 +122,8 @@ protected:
 
 TEST_F(PLLatexStringParserFilesTest, includesResolveAgainstTheIncludingFilesFolder)
 {
-    write(QStringLiteral("main.tex"),
-          QStringLiteral("\\input{chap1}\n\\input{sub/two.tex}\n\\input{a.tex.old}\n\\include{sub/three}\n% \\input{gone}\n"));
-    write(QStringLiteral("chap1.tex"), QStringLiteral("one"));
-    write(QStringLiteral("sub/two.tex"), QStringLiteral("\\include{deeper}"));
-    write(QStringLiteral("sub/deeper.tex"), QStringLiteral("deep"));
+    write({{"main.tex", "\\input{chap1}\n\\input{sub/two.tex}\n\\input{a.tex.old}\n\\include{sub/three}\n% \\input{gone}\n"},
+           {"chap1.tex", "one"}, {"sub/two.tex", "\\include{deeper}"}, {"sub/deeper.tex", "deep"}});
     const auto main = open(QStringLiteral("main.tex"));
     EXPECT_EQ(includedPaths(main).join(u' '), u"chap1.tex sub/two.tex a.tex.old sub/three.tex");
     const auto two = pool.fileForPath(path(QStringLiteral("sub/two.tex")));
@@ -222,8 +219,7 @@ TEST_F(PLIncludeCycleTest, everyFileOpensOnceAndTheLoopingIncludeStaysEmpty)
         {{{"a.tex", "\\input{b}\\input{./b}\\input{sub/../b.tex}\\bibliography{./r,r}"}, {"b.tex", "\\input{sub//../a}"}, {"r.bib", ""}},
          "a.tex b.tex r.bib"}};
     for (const auto &[files, expectedProject] : cases) {
-        for (const auto &[name, text] : files)
-            write(QString::fromUtf8(name), QString::fromUtf8(text));
+        write(files);
         const auto main = open(QString::fromUtf8(files.front().first));
         EXPECT_EQ(projectNames(main), QString::fromUtf8(expectedProject));
         EXPECT_EQ(pool.filesOpened().size(), main->allFilesInDocument().size());
@@ -259,8 +255,7 @@ TEST_F(PLIncludeCycleTest, aChainDeeperThanTheBoundStopsAtTheBound)
 
 TEST_F(PLIncludeCycleTest, typingAnIncludeThatWouldLoopOpensNothing)
 {
-    write(QStringLiteral("a.tex"), QStringLiteral("\\input{b}\n"));
-    write(QStringLiteral("b.tex"), QStringLiteral("\\section{B}\n"));
+    write({{"a.tex", "\\input{b}\n"}, {"b.tex", "\\section{B}\n"}});
     const auto a = open(QStringLiteral("a.tex"));
     const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
     b->replaceContentStringInRange(PLRange{b->content().size(), 0}, QStringLiteral("\\input{a}"));

@@ -124,9 +124,7 @@ class PLOutlineInvariantTest : public ProjectTest, public ::testing::WithParamIn
 protected:
     void SetUp() override
     {
-        write(QStringLiteral("a.tex"), QStringLiteral("\\section{In A}\nA text\n"));
-        write(QStringLiteral("b.tex"), QStringLiteral("B\r\n\\subsection{In B}\r\n"));
-        write(QStringLiteral("refs.bib"), QStringLiteral("@book{x}\n"));
+        write({{"a.tex", "\\section{In A}\nA text\n"}, {"b.tex", "B\r\n\\subsection{In B}\r\n"}, {"refs.bib", "@book{x}\n"}});
     }
     QString randomReplacement(const QString &text)
     {

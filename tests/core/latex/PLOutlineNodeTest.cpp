@@ -166,9 +166,7 @@ class PLOutlineNodeTreeChangesHandlerTest : public ProjectTest
 protected:
     void SetUp() override
     {
-        write(QStringLiteral("a.tex"), QStringLiteral("in a"));
-        write(QStringLiteral("refs.bib"), QString());
-        write(QStringLiteral("more.bib"), QString());
+        write({{"a.tex", "in a"}, {"refs.bib", ""}, {"more.bib", ""}});
     }
     std::shared_ptr<PLFile> open(const QString &text) { return ProjectTest::open(QStringLiteral("main.tex"), text); }
 };

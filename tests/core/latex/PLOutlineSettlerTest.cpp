@@ -49,8 +49,7 @@ protected:
 // include set; the outline must be the fresh parse's.
 TEST_F(PLOutlineSettlerTest, settlesToTheFreshParse)
 {
-    write(QStringLiteral("b.tex"), QStringLiteral("\\section{In B}\n"));
-    write(QStringLiteral("intro.tex"), QStringLiteral("Intro text\n"));
+    write({{"b.tex", "\\section{In B}\n"}, {"intro.tex", "Intro text\n"}});
     const std::tuple<const char16_t *, std::vector<std::tuple<qsizetype, qsizetype, const char16_t *>>, Lines> cases[] = {
         // Deleting from inside an include across the line end.
         {u"x\n\\input{b}\ny\n", {{3, 10, u""}}, {}},
@@ -171,9 +170,7 @@ protected:
 
 TEST_P(PLOutlineSettlerRandomTest, everySettleGivesTheFreshParse)
 {
-    write(QStringLiteral("a.tex"), QStringLiteral("\\section{In A}\nA text\n"));
-    write(QStringLiteral("b.tex"), QStringLiteral("B\n\\subsection{In B}\n\\input{a}\n"));
-    write(QStringLiteral("refs.bib"), QStringLiteral("@book{x}\n"));
+    write({{"a.tex", "\\section{In A}\nA text\n"}, {"b.tex", "B\n\\subsection{In B}\n\\input{a}\n"}, {"refs.bib", "@book{x}\n"}});
     const auto main = open(QStringLiteral("main.tex"),
                            QStringLiteral("Intro % note \\input{a}\n\\section{One}\ntext\\input{b}\n"
                                           "\\subsection{Two}\n50\\% done\n\\bibliography{refs}\n\\section*{Three}\nend"));

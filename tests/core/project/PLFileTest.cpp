@@ -196,8 +196,7 @@ TEST_F(PLFileTest, searchResultsAreCachedForTheLastStringEvenAfterEdits)
 TEST_F(PLFileTest, includesAreFoundByPathUntilTheyLeaveTheIncludeSet)
 {
     const QString main = write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}\\input{b}\\input{./a}"));
-    write(QStringLiteral("a.tex"), QStringLiteral("a"));
-    write(QStringLiteral("b.tex"), QStringLiteral("b"));
+    write({{"a.tex", "a"}, {"b.tex", "b"}});
     const auto file = open(main);
     const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
     const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
