@@ -82,14 +82,13 @@ TEST_F(PLFileTest, unreadablePathsOpenEmptyAndNeverBreakTheParse)
     }
     struct stat pipe;
     ASSERT_EQ(::stat(QFile::encodeName(path(QStringLiteral("pipe.tex"))).constData(), &pipe), 0);
-    EXPECT_TRUE(S_ISFIFO(pipe.st_mode));
-    EXPECT_TRUE(QFileInfo(path(QStringLiteral("zero.tex"))).isSymLink());
-    EXPECT_EQ(QFileInfo(path(QStringLiteral("huge.tex"))).size(), PLRegularFileReader::maximumSize + 1);
+    EXPECT_EQ(std::tuple(S_ISFIFO(pipe.st_mode), QFileInfo(path(QStringLiteral("zero.tex"))).isSymLink(),
+                         QFileInfo(path(QStringLiteral("huge.tex"))).size()),
+              std::tuple(true, true, PLRegularFileReader::maximumSize + 1));
     const auto binary = pool.fileForPath(path(QStringLiteral("binary.tex")));
     ASSERT_NE(binary, nullptr);
-    EXPECT_FALSE(binary->wasContentReadProperly());
-    EXPECT_EQ(binary->content().size(), 10);
-    EXPECT_EQ(outlineText(binary->outlineRootNode()), binary->content());
+    EXPECT_EQ(std::tuple(binary->wasContentReadProperly(), binary->content().size(), outlineText(binary->outlineRootNode())),
+              std::tuple(false, 10, binary->content()));
 }
 
 // Sizes around the reader's first buffer, which holds one byte more than the file, and its growth.
@@ -163,15 +162,14 @@ TEST_F(PLFileTest, onlyAFileWithAParserHasAnOutlineThatFollowsEdits)
                                                withParser ? parser : nullptr);
         EXPECT_EQ(file->engine(), int(withParser ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine));
         EXPECT_TRUE(file->replaceContentStringInRange(PLRange{0, 1}, QStringLiteral("\\section{A}")));
-        EXPECT_EQ(file->engine(), int(PLFile::DefaultEngine));
-        EXPECT_EQ(file->outlineRootNode() != nullptr, withParser);
-        EXPECT_EQ(file->contentBuffer()->editObserver() != nullptr, withParser);
+        EXPECT_EQ(std::tuple(file->engine(), file->outlineRootNode() != nullptr, file->contentBuffer()->editObserver() != nullptr),
+                  std::tuple(int(PLFile::DefaultEngine), withParser, withParser));
         if (withParser) {
             EXPECT_EQ(outlineText(file->outlineRootNode()), file->content());
         }
         file->reloadContent();
-        EXPECT_EQ(file->content(), text);
-        EXPECT_EQ(file->engine(), int(withParser ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine));
+        EXPECT_EQ(std::pair(file->content(), file->engine()),
+                  std::pair(text, int(withParser ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine)));
         file->close();
     }
 }
@@ -200,15 +198,13 @@ TEST_F(PLFileTest, includesAreFoundByPathUntilTheyLeaveTheIncludeSet)
     const auto file = open(main);
     const auto a = pool.fileForPath(path(QStringLiteral("a.tex")));
     const auto b = pool.fileForPath(path(QStringLiteral("b.tex")));
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), a);
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("b.tex"))), b);
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("c.tex"))), nullptr);
+    const auto inDocument = [&](const char *name) { return file->fileInDocumentWithPath(path(QString::fromUtf8(name))); };
+    EXPECT_EQ(std::tuple(inDocument("a.tex"), inDocument("b.tex"), inDocument("c.tex")), std::tuple(a, b, nullptr));
     file->removeFileFromFilesContaindInDocument(a);
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), nullptr);
+    EXPECT_EQ(inDocument("a.tex"), nullptr);
     write(QStringLiteral("main.tex"), QStringLiteral("\\input{a}"));
     ASSERT_TRUE(file->reloadContent());
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("a.tex"))), pool.fileForPath(path(QStringLiteral("a.tex"))));
-    EXPECT_EQ(file->fileInDocumentWithPath(path(QStringLiteral("b.tex"))), nullptr);
+    EXPECT_EQ(std::tuple(inDocument("a.tex"), inDocument("b.tex")), std::tuple(pool.fileForPath(path(QStringLiteral("a.tex"))), nullptr));
     // Untitled files share the empty path: the next one in order takes the place of a removed one.
     const auto untitled = PLFile::untitledFileWithName(QStringLiteral("u"), parser);
     untitled->replaceContentStringInRange(PLRange{0, 0}, QStringLiteral("\\input{x}\\input{y}"));

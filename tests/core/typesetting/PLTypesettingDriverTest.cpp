@@ -34,9 +34,8 @@ TYPED_TEST(TypesettingDriver, TellsOutputOnTheJobsThreadAndFilesAndTheEndOnTheMa
     // The engine is the default one, and the job no longer ran when its end was told.
     EXPECT_EQ(std::tuple(events.all().front().number, events.all().back().kind, events.all().back().number),
               std::tuple(0, QStringLiteral("finish"), 0));
-    EXPECT_EQ(events.texts(QStringLiteral("file")), (QStringList{QStringLiteral("main.tex"), QStringLiteral("chapters/one.tex")}));
-    EXPECT_FALSE(this->job->isRunning());
-    EXPECT_TRUE(this->job->driver().wasPdfWritten());
+    EXPECT_EQ(std::tuple(events.texts(QStringLiteral("file")).join(u' '), this->job->isRunning(), this->job->driver().wasPdfWritten()),
+              std::tuple(QStringLiteral("main.tex chapters/one.tex"), false, true));
     // The new SyncTeX data is parsed on a worker after the job, so the first search needs no parse
     // of its own; data that changed on disk since is parsed again.
     const QString pdf = this->mainFile->pdfPath();
@@ -67,9 +66,9 @@ TYPED_TEST(TypesettingDriver, AJobWithoutAFileOrAnEngineStillEnds)
     this->open(QStringLiteral("clean"));
     ASSERT_TRUE(this->waitForFinish());
     EXPECT_EQ(this->events->kinds().join(u' '), u"engine missing finish");
-    EXPECT_EQ(this->events->texts(QStringLiteral("missing")), QStringList{empty.path() + QStringLiteral("/pdflatex")});
-    EXPECT_FALSE(this->events->all()[1].onMainThread);
-    EXPECT_FALSE(QFile::exists(this->mainFile->pdfPath()));
+    EXPECT_EQ(std::tuple(this->events->texts(QStringLiteral("missing")).join(u' '), this->events->all()[1].onMainThread,
+                         QFile::exists(this->mainFile->pdfPath())),
+              std::tuple(QString(empty.path() + QStringLiteral("/pdflatex")), false, false));
 }
 
 TYPED_TEST(TypesettingDriver, ASecondRequestIsDropped)
@@ -82,8 +81,8 @@ TYPED_TEST(TypesettingDriver, ASecondRequestIsDropped)
     this->job->start(this->mainFile);
     EXPECT_FALSE(this->job->isRunning());
     QCoreApplication::processEvents();
-    EXPECT_EQ(this->events->texts(QStringLiteral("finish")).size(), 1);
-    EXPECT_EQ(this->events->texts(QStringLiteral("engine")).size(), 1);
+    EXPECT_EQ(std::tuple(this->events->texts(QStringLiteral("finish")).size(), this->events->texts(QStringLiteral("engine")).size()),
+              std::tuple(1, 1));
 }
 
 // Regression: an engine in an endless loop kept the job running for ever.
@@ -94,9 +93,8 @@ TYPED_TEST(TypesettingDriver, StopEndsAHangingEngineAndSkipsTheRestOfTheJob)
     EXPECT_TRUE(this->job->isRunning());
     this->job->driver().stop();
     ASSERT_TRUE(this->waitForFinish());
-    EXPECT_TRUE(this->job->driver().isStopped());
-    EXPECT_FALSE(this->job->isRunning());
-    EXPECT_EQ(this->events->texts(QStringLiteral("finish")).size(), 1);
+    EXPECT_EQ(std::tuple(this->job->driver().isStopped(), this->job->isRunning(), this->events->texts(QStringLiteral("finish")).size()),
+              std::tuple(true, false, 1));
     // BibTeX and the later runs were skipped.
     EXPECT_FALSE(QFile::exists(this->folder + QStringLiteral("main.blg")));
     ASSERT_EQ(this->job->driver().runs().size(), 1);
@@ -138,10 +136,10 @@ TEST_F(LatexTransformerTest, ABibTeXProjectRunsFourProgramsAndParsesTheFirstEngi
     EXPECT_EQ(events->texts(QStringLiteral("file")), QStringList{QStringLiteral("main.tex")});
     // BibTeX ran and its output was shown; the runs after it resolved the citations.
     const QString output = events->texts(QStringLiteral("output")).join(QString());
-    EXPECT_TRUE(output.contains(QStringLiteral("This is BibTeX")));
-    EXPECT_EQ(output.count(QStringLiteral("This is pdfTeX")), 3);
-    EXPECT_TRUE(QFile::exists(folder + QStringLiteral("main.bbl")));
-    EXPECT_FALSE(PLTest::readFile(folder + QStringLiteral("main.log")).contains("Citation `knuth1984'"));
+    EXPECT_EQ(std::tuple(output.contains(QStringLiteral("This is BibTeX")), output.count(QStringLiteral("This is pdfTeX")),
+                         QFile::exists(folder + QStringLiteral("main.bbl")),
+                         PLTest::readFile(folder + QStringLiteral("main.log")).contains("Citation `knuth1984'")),
+              std::tuple(true, 3, true, false));
     // The parsed log is the first run's, which did not know the citations yet.
     ASSERT_EQ(parser().warningsFound().size(), 4);
     EXPECT_EQ(std::pair(parser().warningsFound().first()->message(), parser().warningsFound().first()->filePath()),
