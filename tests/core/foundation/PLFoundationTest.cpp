@@ -1,8 +1,11 @@
 #include "core/foundation/PLNotificationCenter.h"
 #include "core/foundation/PLRegularExpressionHelper.h"
+#include "core/foundation/PLStringEncoding.h"
+#include "core/foundation/PLStringLineCalculations.h"
 #include "core/foundation/PLThreadHandOff.h"
 #include "core/foundation/PLUserDefaults.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
+#include "core/project/PLFileEncodingComboBoxDataSource.h"
 #include "PLTestSupport.h"
 
 #include <QSettings>
@@ -16,6 +19,7 @@
 #include <gtest/gtest.h>
 
 using R = PLRegularExpressionHelper;
+using namespace PLStringLineCalculations;
 
 namespace {
 
@@ -288,6 +292,102 @@ TEST(ThreadHandOff, WorkRunsOffTheMainThreadAndItsCallsComeBackInOrderToDieThere
     EXPECT_EQ(deathsOffMain, 0);
     for (int work = 0; work < kWorks; ++work)
         EXPECT_GT(arrived.indexOf(work * 10 + 1), arrived.indexOf(work * 10)) << work;
+}
+
+// Valid input decodes and writes back to the same bytes; invalid input fails with a message.
+TEST(StrictDecoding, DecodesValidInputAndFailsOnInvalidInput)
+{
+    // The encoding, the bytes, and the text (null: decoding must fail).
+    const std::tuple<PLStringEncoding, QByteArray, const char16_t *> cases[] = {
+        {4, "Gr\xc3\xbc\xc3\x9f \xf0\x9d\x94\xb8", u"Grüß 𝔸"},
+        // Latin-1 bytes, a truncated sequence, an encoded surrogate, an overlong form, past U+10FFFF.
+        {4, "Gr\xfc\xdf", nullptr}, {4, "\xc3", nullptr}, {4, "\xed\xa0\x80", nullptr}, {4, "\xc0\xaf", nullptr},
+        {4, "\xf4\x90\x80\x80", nullptr},
+        // A byte order mark stays.
+        {4, "\xef\xbb\xbf" "AB", u"\ufeffAB"}, {4, QByteArray(), u""}, {5, "Gr\xfc\xdf \xa9", u"Grüß ©"},
+        {9, "\xa3\xf3" "d\xbc", u"Łódź"}, {30, "caf\x8e \xa5", u"café •"}, {30, "\r\n\r", u"\r\n\r"}};
+    for (const auto &[encoding, bytes, expected] : cases) {
+        SCOPED_TRACE(testing::Message() << encoding << " " << bytes.toHex().toStdString());
+        PLError error;
+        const auto text = PLStringEncodings::decode(bytes, encoding, &error);
+        if (!expected) {
+            EXPECT_FALSE(text);
+            EXPECT_FALSE(error.message.isEmpty());
+            continue;
+        }
+        ASSERT_TRUE(text) << error.message.toStdString();
+        EXPECT_EQ(*text, QStringView(expected).toString()); // fromUtf16 would drop a byte order mark
+        EXPECT_EQ(PLStringEncodings::encode(*text, encoding), bytes);
+    }
+}
+
+TEST(StrictEncoding, FailsOnCharactersTheEncodingCannotHold)
+{
+    PLError error;
+    EXPECT_FALSE(PLStringEncodings::encode(QStringLiteral("Łódź"), PLStringEncodings::ISOLatin1, &error));
+    EXPECT_FALSE(error.message.isEmpty());
+    EXPECT_FALSE(PLStringEncodings::encode(QString::fromUtf16(u"𝔸"), PLStringEncodings::MacOSRoman));
+    EXPECT_FALSE(PLStringEncodings::decode(QByteArray("x"), 999));
+    EXPECT_TRUE(PLStringEncodings::encode(QString::fromUtf16(u"𝔸"), PLStringEncodings::UTF8));
+}
+
+// The names and numbers of the list are the preferences pane's test; a stored encoding the list
+// does not hold reads as UTF-8 where a file is to be decoded.
+TEST(EncodingList, AnEncodingOutsideTheListReadsAsUtf8)
+{
+    PLTest::resetSettings();
+    PLFileEncodingComboBoxDataSource source;
+    PLUserDefaults::standardUserDefaults().setInteger(9, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(source.currentEncoding(), 9u);
+    PLUserDefaults::standardUserDefaults().setInteger(10, PLUserDefaultsFileEncoding);
+    EXPECT_EQ(source.currentEncodingName(), u"");
+    EXPECT_EQ(source.currentEncoding(), 4u);
+}
+
+// The line of a location, -1 past the end; CR LF is one terminator, so its LF still belongs to the
+// first line.
+TEST(LineNumberOfLocation, AnswersTheLineOrMinusOnePastTheEnd)
+{
+    for (const auto &[text, location, line] :
+         {std::tuple<const char16_t *, qsizetype, int>{u"", 0, 1}, {u"", 1, -1}, {u"a\nb", 1, 1}, {u"a\nb", 2, 2}, {u"a\nb", 3, 2},
+          {u"a\nb", 4, -1}, {u"a\r", 2, 2}, {u"a\r\nb", 2, 1}, {u"a\r\nb", 3, 2}, {u"\r\n\r\n", 4, 3}, {u"\n\r", 2, 3},
+          {u"a\u0085b", 2, 2}, {u"a\u2029b\u2029c", 4, 3}})
+        EXPECT_EQ(lineNumberOfLocation(QString::fromUtf16(text), location), line)
+            << QString::fromUtf16(text).toStdString() << " at " << location;
+}
+
+// The first character of a line: lines before the first are the first, lines past the last the end.
+TEST(LocationOfLineStart, AnswersTheFirstCharacterOfTheLine)
+{
+    for (const auto &[text, line, location] :
+         {std::tuple<const char16_t *, int, int>{u"a\nb", -3, 0}, {u"a\nb", 1, 0}, {u"a\nb", 2, 2}, {u"a\nb", 10, 3}, {u"a\r\nb", 2, 3},
+          {u"a\u2028b", 2, 2}, {u"a\n", 3, 2}, {u"", 5, 0}, {u"\r\n\r\nx", 3, 4}})
+        EXPECT_EQ(locationOfLineStart(QString::fromUtf16(text), line), location)
+            << QString::fromUtf16(text).toStdString() << " line " << line;
+}
+
+// Line starts and line numbers agree on every line of a text with every kind of line end; a range
+// reaches from the start of its first character's line through the whole terminator of its last.
+TEST(LineArithmetic, StartsLinesAndRangesAgree)
+{
+    const QString text = QStringLiteral("one\rtwo\r\nthree\nfour") + QChar(0x2028) + QStringLiteral("five")
+        + QChar(0x2029) + QStringLiteral("six") + QChar(0x85) + QStringLiteral("seven");
+    for (int line = 1; line <= 7; ++line) {
+        const int start = locationOfLineStart(text, line);
+        EXPECT_EQ(lineNumberOfLocation(text, start), line);
+        EXPECT_EQ(locationOfLineStartInRange(text, PLRange{start, 0}), start);
+        if (start > 0) {
+            EXPECT_EQ(lineNumberOfLocation(text, start - 1), line - 1);
+        }
+    }
+    const QString crlf = QStringLiteral("ab\r\ncd\nef");
+    // The range; the start of its first line; the lines it covers, terminators and all.
+    for (const auto &[range, lineStart, lines] : {std::tuple{PLRange{5, 3}, 4, PLRange{4, 5}}, {PLRange{3, 0}, 0, PLRange{0, 4}},
+                                                  {PLRange{9, 0}, 7, PLRange{7, 2}}, {PLRange{0, 1}, 0, PLRange{0, 4}},
+                                                  {PLRange{1, 3}, 0, PLRange{0, 4}}, {PLRange{2, 3}, 0, PLRange{0, 7}}})
+        EXPECT_EQ(std::tuple(locationOfLineStartInRange(crlf, range), lineRangeForRange(crlf, range)), std::tuple(lineStart, lines));
+    const auto bounds = lineBoundsForRange(crlf, PLRange{1, 0});
+    EXPECT_EQ(std::tuple(bounds.contentsEnd, bounds.end), std::tuple(2, 4));
 }
 
 }
