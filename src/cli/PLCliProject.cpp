@@ -54,7 +54,7 @@ void writeOutline(PLCliJsonWriter &writer, const std::shared_ptr<PLOutlineNode> 
     writer.endArray();
     if (withContent) {
         writer.key(u"content");
-        writer.string(node->content());
+        writer.string(node->contentView());
     }
     if (cycle) {
         writer.key(u"cycle");

@@ -90,8 +90,8 @@ void PLLatexFileContentOutlineParser::updateFileEngine(PLFile &file)
     if (!first)
         return;
     // Every file is asked on opening; only a text holding the comment's start needs the expression.
-    const QString content = first->content();
+    const QStringView content = first->contentView();
     const bool xelatex = content.contains(u"%!TEX TS-program")
-        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression, content).isFound();
+        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression, content.toString()).isFound();
     file.setEngine(xelatex ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine);
 }

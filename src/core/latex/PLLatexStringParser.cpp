@@ -229,9 +229,9 @@ PLRange PLLatexStringParser::fileReferenceInRange(const QString &text, PLRange r
     return PLBracedCommandScan::firstBracedCommand(text, range, {u"input", u"include", u"bibliography"}, false, false);
 }
 
-std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &content) const
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &text, qsizetype from, qsizetype to) const
 {
-    return PLOutlineNode::create(QStringLiteral("text"), PLOutlineNode::Text, content, file());
+    return PLOutlineNode::createTextNode(text, PLRange{from, to - from}, file());
 }
 
 void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &text,
@@ -241,9 +241,9 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
     for (PLRange found = fileReferenceInRange(text, range); found.isFound();
          found = fileReferenceInRange(text, PLRange{found.end(), range.end() - found.end()})) {
         if (isLineCommented(found.location)) {
-            nodes.append(makeTextNode(text.mid(previousEnd, found.end() - previousEnd)));
+            nodes.append(makeTextNode(text, previousEnd, found.end()));
         } else {
-            nodes.append(makeTextNode(text.mid(previousEnd, found.location - previousEnd)));
+            nodes.append(makeTextNode(text, previousEnd, found.location));
             const QString tag = text.mid(found.location, found.length);
             auto include = makeFileIncludeNodeFromInputOrIncludeTag(tag);
             if (!include)
@@ -253,7 +253,7 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
         }
         previousEnd = found.end();
     }
-    nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
+    nodes.append(makeTextNode(text, previousEnd, range.end()));
 }
 
 QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QString &text)
@@ -313,10 +313,10 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
     return nodes;
 }
 
-bool PLLatexStringParser::isLineCommentedInString(const QString &string, qsizetype location)
+bool PLLatexStringParser::isLineCommentedInString(QStringView string, qsizetype location)
 {
     const qsizetype end = std::clamp<qsizetype>(location, 0, string.size());
-    const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(string, PLRange{end, 0});
+    const qsizetype lineStart = PLStringLineCalculations::lineStartIn(string, end);
     // Only this line is searched, so testing every heading of a long file stays linear.
     for (qsizetype sign = end - 1; sign >= lineStart; --sign) {
         if (string[sign] != u'%')
