@@ -209,12 +209,22 @@ const QStringList &PLLatexStringParser::sectioningNames()
 
 PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange range)
 {
+    return headingCommandInRange(text, range, nullptr);
+}
+
+PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange range, std::vector<qsizetype> *includeStarts)
+{
     const QStringView view = QStringView(text).first(std::clamp<qsizetype>(range.end(), 0, text.size()));
     for (qsizetype at = view.indexOf(u'\\', std::max<qsizetype>(range.location, 0)); at >= 0;
          at = view.indexOf(u'\\', at + 1)) {
         qsizetype next = endOfCommandName(view, at + 1, kHeadingNames);
-        if (next < 0)
+        if (next < 0) {
+            // \input, \include and \bibliography.
+            if (includeStarts && at + 2 < view.size()
+                && ((view[at + 1] == u'i' && view[at + 2] == u'n') || (view[at + 1] == u'b' && view[at + 2] == u'i')))
+                includeStarts->push_back(at);
             continue;
+        }
         if (next < view.size() && view[next] == u'*')
             ++next;
         if (next < view.size() && (view[next] == u'{' || view[next] == u'['))
@@ -269,7 +279,19 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
         appendTextNodesWithIncludes(nodes, text, PLRange{from, to - from},
                                     [&](qsizetype location) { return includeComments.isLineCommented(location); });
     };
-    PLRange match = headingCommandInRange(text, PLRange{0, text.size()});
+    // Most text between headings holds no include command, and the heading search has already
+    // passed every backslash of it: such text is searched again only where an include may start.
+    std::vector<qsizetype> includeStarts;
+    size_t nextIncludeStart = 0;
+    const auto appendPassedText = [&](qsizetype from, qsizetype to) {
+        while (nextIncludeStart < includeStarts.size() && includeStarts[nextIncludeStart] < from)
+            ++nextIncludeStart;
+        if (nextIncludeStart < includeStarts.size() && includeStarts[nextIncludeStart] < to)
+            appendText(from, to);
+        else
+            nodes.append(makeTextNode(text, from, to));
+    };
+    PLRange match = headingCommandInRange(text, PLRange{0, text.size()}, &includeStarts);
     while (match.isFound()) {
         qsizetype searchFrom = match.end();
         qsizetype titleStart = match.end();
@@ -280,7 +302,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
             titleStart = optionalEnd >= 0 && optionalEnd < text.size() && text[optionalEnd] == u'{' ? optionalEnd + 1 : -1;
         }
         if (comments.isLineCommented(match.location)) {
-            appendText(cursor, match.end());
+            appendPassedText(cursor, match.end());
             cursor = match.end();
         } else if (titleStart >= 0) {
             // The title runs to its closing brace, or to the end of the line when the braces do not
@@ -297,7 +319,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
                     --depth;
                 ++end;
             }
-            appendText(cursor, match.location);
+            appendPassedText(cursor, match.location);
             // An unclosed title stays text even when an inner brace closed, so no text is lost.
             const auto heading = depth == 0 ? parseSectionString(text.mid(match.location, end - match.location)) : nullptr;
             if (heading)
@@ -307,9 +329,9 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
             cursor = end;
             searchFrom = cursor;
         }
-        match = headingCommandInRange(text, PLRange{searchFrom, text.size() - searchFrom});
+        match = headingCommandInRange(text, PLRange{searchFrom, text.size() - searchFrom}, &includeStarts);
     }
-    appendText(cursor, text.size());
+    appendPassedText(cursor, text.size());
     return nodes;
 }
 

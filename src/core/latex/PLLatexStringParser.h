@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 class PLFile;
 
@@ -61,6 +62,10 @@ public:
     static PLRange fileReferenceInRange(const QString &text, PLRange range);
 
 private:
+    // The same search, noting on the way each backslash that may start an include command (one
+    // followed by "in" or "bi"), so that the text it passed is searched for includes only where
+    // one may start.
+    static PLRange headingCommandInRange(const QString &text, PLRange range, std::vector<qsizetype> *includeStarts);
     std::shared_ptr<PLOutlineNode> makeTextNode(const QString &text, qsizetype from, qsizetype to) const;
     // The text and include nodes of the range of the text, asking the callback whether a place in
     // the text stands on a commented line.
