@@ -38,10 +38,13 @@ void PLLatexFileContentOutlineParser::parseContentBuffer(PLTextContentBuffer *co
     const auto nodes = latexStringParser.parseString(contentBuffer->string());
     const auto &root = file->outlineRootNode();
     PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    const bool observed = center.isObserved(PLNotificationOutlineNodeWasAdded, file.get());
     for (const auto &node : nodes) {
         root->addChild(node);
-        center.post(PLNotificationOutlineNodeWasAdded, file.get(),
-                    QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+        if (observed) {
+            center.post(PLNotificationOutlineNodeWasAdded, file.get(),
+                        QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+        }
     }
     root->fixTree();
 }
