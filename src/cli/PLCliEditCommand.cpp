@@ -81,10 +81,11 @@ int PLCliRunEdit(const QStringList &arguments)
     if (path.isEmpty())
         return PLCliFail(PLCliUsageError, QStringLiteral("edit needs a FILE"));
 
-    PLDocument document;
-    if (const int status = PLCliOpenProject(path, document))
+    int status = PLCliSuccess;
+    PLDocument *const document = PLCliOpenProject(path, &status);
+    if (!document)
         return status;
-    const std::shared_ptr<PLFile> file = document.mainFile();
+    const std::shared_ptr<PLFile> file = document->mainFile();
     PLTextContentBuffer *buffer = file->contentBuffer();
 
     QJsonArray notifications;
@@ -107,7 +108,7 @@ int PLCliRunEdit(const QStringList &arguments)
     for (int i = 0; i < undoSteps && buffer->undoManager()->canUndo(); ++i)
         buffer->undoManager()->undo();
     // As the window does before a save: the outline printed is the one the text stands for.
-    document.settleOutlines();
+    document->settleOutlines();
     PLNotificationCenter::defaultCenter().removeObserver(&observer);
 
     PLCliJsonWriter writer(stdout);
