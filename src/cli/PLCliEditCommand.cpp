@@ -97,11 +97,11 @@ int PLCliRunEdit(const QStringList &arguments)
     for (const Replacement &r : replacements) {
         ++step;
         // Compared without adding the two, which could overflow.
-        if (r.location > buffer->string().size() || r.length > buffer->string().size() - r.location) {
+        if (r.location > buffer->length() || r.length > buffer->length() - r.location) {
             PLNotificationCenter::defaultCenter().removeObserver(&observer);
             return PLCliFail(PLCliInputError, QStringLiteral("replacement %1 reaches past the end of the text (%2 characters)")
                                                   .arg(step)
-                                                  .arg(buffer->string().size()));
+                                                  .arg(buffer->length()));
         }
         buffer->replaceCharactersInRange(PLRange{qsizetype(r.location), qsizetype(r.length)}, r.text);
     }
