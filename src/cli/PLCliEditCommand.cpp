@@ -81,10 +81,11 @@ int PLCliRunEdit(const QStringList &arguments)
     if (path.isEmpty())
         return PLCliFail(PLCliUsageError, QStringLiteral("edit needs a FILE"));
 
-    PLDocument document;
-    if (const int status = PLCliOpenProject(path, document))
+    int status = PLCliSuccess;
+    PLDocument *const document = PLCliOpenProject(path, &status);
+    if (!document)
         return status;
-    const std::shared_ptr<PLFile> file = document.mainFile();
+    const std::shared_ptr<PLFile> file = document->mainFile();
     PLTextContentBuffer *buffer = file->contentBuffer();
 
     QJsonArray notifications;
@@ -96,18 +97,18 @@ int PLCliRunEdit(const QStringList &arguments)
     for (const Replacement &r : replacements) {
         ++step;
         // Compared without adding the two, which could overflow.
-        if (r.location > buffer->string().size() || r.length > buffer->string().size() - r.location) {
+        if (r.location > buffer->length() || r.length > buffer->length() - r.location) {
             PLNotificationCenter::defaultCenter().removeObserver(&observer);
             return PLCliFail(PLCliInputError, QStringLiteral("replacement %1 reaches past the end of the text (%2 characters)")
                                                   .arg(step)
-                                                  .arg(buffer->string().size()));
+                                                  .arg(buffer->length()));
         }
         buffer->replaceCharactersInRange(PLRange{qsizetype(r.location), qsizetype(r.length)}, r.text);
     }
     for (int i = 0; i < undoSteps && buffer->undoManager()->canUndo(); ++i)
         buffer->undoManager()->undo();
     // As the window does before a save: the outline printed is the one the text stands for.
-    document.settleOutlines();
+    document->settleOutlines();
     PLNotificationCenter::defaultCenter().removeObserver(&observer);
 
     PLCliJsonWriter writer(stdout);

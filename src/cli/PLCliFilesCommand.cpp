@@ -13,11 +13,12 @@ int PLCliRunFiles(const QStringList &arguments)
 {
     if (arguments.size() != 1 || arguments[0].startsWith(u"--"))
         return PLCliFail(PLCliUsageError, QStringLiteral("files needs exactly one FILE"));
-    PLDocument document;
-    if (const int status = PLCliOpenProject(arguments[0], document))
+    int status = PLCliSuccess;
+    PLDocument *const document = PLCliOpenProject(arguments[0], &status);
+    if (!document)
         return status;
     QJsonArray files;
-    for (const std::shared_ptr<PLFile> &file : document.filesInDocument()) {
+    for (const std::shared_ptr<PLFile> &file : document->filesInDocument()) {
         QJsonObject json;
         json.insert(QStringLiteral("path"), PLCliFileName(file));
         json.insert(QStringLiteral("name"), file->name());
@@ -28,7 +29,7 @@ int PLCliRunFiles(const QStringList &arguments)
         files.append(json);
     }
     QJsonObject result;
-    result.insert(QStringLiteral("file"), document.mainFile()->stringPath());
+    result.insert(QStringLiteral("file"), document->mainFile()->stringPath());
     result.insert(QStringLiteral("files"), files);
     PLCliPrintJson(QJsonDocument(result));
     return PLCliSuccess;

@@ -5,6 +5,7 @@
 #include <QJsonObject>
 
 #include <charconv>
+#include <cstring>
 #include <iterator>
 
 namespace {
@@ -16,67 +17,91 @@ char hexDigit(unsigned value)
 }
 
 // A code unit the UTF-8 form cannot hold, as QJsonDocument escapes it.
-void appendEscapedUnit(QByteArray &bytes, char16_t unit)
+char *writeEscapedUnit(char *out, char16_t unit)
 {
-    const char escape[] = {'\\', 'u', hexDigit(unit >> 12), hexDigit(unit >> 8), hexDigit(unit >> 4), hexDigit(unit)};
-    bytes.append(escape, sizeof(escape));
+    *out++ = '\\';
+    *out++ = 'u';
+    *out++ = hexDigit(unit >> 12);
+    *out++ = hexDigit(unit >> 8);
+    *out++ = hexDigit(unit >> 4);
+    *out++ = hexDigit(unit);
+    return out;
 }
 
-void appendQuoted(QByteArray &bytes, QStringView text)
+// The longest form of one UTF-16 code unit: an escape.
+constexpr qsizetype kMostBytesPerUnit = 6;
+
+// Writes the text quoted and escaped into room for kMostBytesPerUnit bytes a unit and two more;
+// answers the end of what it wrote.
+char *writeQuoted(char *out, QStringView text)
 {
-    bytes.append('"');
+    *out++ = '"';
     const char16_t *units = text.utf16();
     const qsizetype size = text.size();
     for (qsizetype i = 0; i < size; ++i) {
         const char16_t u = units[i];
-        if (u >= 0x80) {
+        if (u >= 0x20 && u < 0x80 && u != u'"' && u != u'\\') {
+            *out++ = char(u);
+        } else if (u >= 0x80) {
             if (u < 0x800) {
-                const char encoded[] = {char(0xc0 | (u >> 6)), char(0x80 | (u & 0x3f))};
-                bytes.append(encoded, 2);
+                *out++ = char(0xc0 | (u >> 6));
+                *out++ = char(0x80 | (u & 0x3f));
             } else if (!QChar::isSurrogate(u)) {
-                const char encoded[] = {char(0xe0 | (u >> 12)), char(0x80 | ((u >> 6) & 0x3f)), char(0x80 | (u & 0x3f))};
-                bytes.append(encoded, 3);
+                *out++ = char(0xe0 | (u >> 12));
+                *out++ = char(0x80 | ((u >> 6) & 0x3f));
+                *out++ = char(0x80 | (u & 0x3f));
             } else if (QChar::isHighSurrogate(u) && i + 1 < size && QChar::isLowSurrogate(units[i + 1])) {
                 const char32_t c = QChar::surrogateToUcs4(u, units[++i]);
-                const char encoded[] = {char(0xf0 | (c >> 18)), char(0x80 | ((c >> 12) & 0x3f)),
-                                        char(0x80 | ((c >> 6) & 0x3f)), char(0x80 | (c & 0x3f))};
-                bytes.append(encoded, 4);
+                *out++ = char(0xf0 | (c >> 18));
+                *out++ = char(0x80 | ((c >> 12) & 0x3f));
+                *out++ = char(0x80 | ((c >> 6) & 0x3f));
+                *out++ = char(0x80 | (c & 0x3f));
             } else {
-                appendEscapedUnit(bytes, u);
+                out = writeEscapedUnit(out, u);
             }
-            continue;
-        }
-        // Runs of plain characters go in at once.
-        if (u >= 0x20 && u != u'"' && u != u'\\') {
-            qsizetype end = i + 1;
-            while (end < size && units[end] >= 0x20 && units[end] < 0x80 && units[end] != u'"' && units[end] != u'\\')
-                ++end;
-            const qsizetype start = bytes.size();
-            bytes.resize(start + (end - i));
-            char *out = bytes.data() + start;
-            for (qsizetype j = i; j < end; ++j)
-                *out++ = char(units[j]);
-            i = end - 1;
-            continue;
-        }
-        switch (u) {
-        case u'"': bytes.append("\\\"", 2); break;
-        case u'\\': bytes.append("\\\\", 2); break;
-        case u'\b': bytes.append("\\b", 2); break;
-        case u'\f': bytes.append("\\f", 2); break;
-        case u'\n': bytes.append("\\n", 2); break;
-        case u'\r': bytes.append("\\r", 2); break;
-        case u'\t': bytes.append("\\t", 2); break;
-        default: appendEscapedUnit(bytes, u); break;
+        } else {
+            const char escaped = u == u'"' ? '"'
+                : u == u'\\'           ? '\\'
+                : u == u'\b'            ? 'b'
+                : u == u'\f'            ? 'f'
+                : u == u'\n'            ? 'n'
+                : u == u'\r'            ? 'r'
+                : u == u'\t'            ? 't'
+                                        : 0;
+            if (escaped) {
+                *out++ = '\\';
+                *out++ = escaped;
+            } else {
+                out = writeEscapedUnit(out, u);
+            }
         }
     }
-    bytes.append('"');
+    *out++ = '"';
+    return out;
 }
+}
+
+char *PLCliJsonWriter::room(qsizetype length)
+{
+    const qsizetype at = m_bytes.size();
+    m_bytes.resize(at + length);
+    return m_bytes.data() + at;
+}
+
+void PLCliJsonWriter::cut(const char *end)
+{
+    m_bytes.resize(end - m_bytes.constData());
+}
+
+void PLCliJsonWriter::writeQuoted(QStringView text)
+{
+    cut(::writeQuoted(room(2 + kMostBytesPerUnit * text.size()), text));
 }
 
 void PLCliJsonWriter::indent()
 {
-    m_bytes.append(qsizetype(4 * m_filled.size()), ' ');
+    const qsizetype width = 4 * qsizetype(m_filled.size());
+    std::memset(room(width), ' ', size_t(width));
 }
 
 void PLCliJsonWriter::beginValue()
@@ -88,7 +113,7 @@ void PLCliJsonWriter::beginValue()
     if (m_filled.empty())
         return;
     if (m_filled.back())
-        m_bytes.append(",\n", 2);
+        std::memcpy(room(2), ",\n", 2);
     m_filled.back() = true;
     indent();
 }
@@ -99,8 +124,9 @@ void PLCliJsonWriter::open(char bracket)
     if (m_stream && m_bytes.size() >= kFlushBytes)
         flush();
     beginValue();
-    m_bytes.append(bracket);
-    m_bytes.append('\n');
+    char *out = room(2);
+    out[0] = bracket;
+    out[1] = '\n';
     m_filled.push_back(false);
 }
 
@@ -138,15 +164,15 @@ void PLCliJsonWriter::endArray()
 void PLCliJsonWriter::key(QStringView name)
 {
     beginValue();
-    appendQuoted(m_bytes, name);
-    m_bytes.append(": ", 2);
+    writeQuoted(name);
+    std::memcpy(room(2), ": ", 2);
     m_afterKey = true;
 }
 
 void PLCliJsonWriter::string(QStringView text)
 {
     beginValue();
-    appendQuoted(m_bytes, text);
+    writeQuoted(text);
 }
 
 void PLCliJsonWriter::number(qint64 number)

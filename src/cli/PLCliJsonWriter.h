@@ -41,6 +41,11 @@ private:
     void open(char bracket);
     void close(char bracket);
     void indent();
+    void writeQuoted(QStringView text);
+    // Each piece is written into room made for its longest form, then cut to what it took: one
+    // size change a piece instead of one a character.
+    char *room(qsizetype length);
+    void cut(const char *end);
 
     std::FILE *m_stream;
     QByteArray m_bytes;

@@ -24,23 +24,24 @@ int PLCliRunOutline(const QStringList &arguments)
     if (path.isEmpty())
         return PLCliFail(PLCliUsageError, QStringLiteral("outline needs a FILE"));
 
-    PLDocument document;
-    if (const int status = PLCliOpenProject(path, document))
+    int status = PLCliSuccess;
+    PLDocument *const document = PLCliOpenProject(path, &status);
+    if (!document)
         return status;
     // Members in sorted order, as they always were printed.
     PLCliJsonWriter writer(stdout);
     writer.beginObject();
     writer.key(u"file");
-    writer.string(document.mainFile()->stringPath());
+    writer.string(document->mainFile()->stringPath());
     if (!sidebar) {
         writer.key(u"outline");
-        PLCliWriteOutline(writer, document.mainFile()->outlineRootNode(), withContent);
+        PLCliWriteOutline(writer, document->mainFile()->outlineRootNode(), withContent);
     }
     writer.key(u"readProperly");
-    writer.boolean(document.mainFile()->wasContentReadProperly());
+    writer.boolean(document->mainFile()->wasContentReadProperly());
     if (sidebar) {
         writer.key(u"sidebar");
-        PLCliWriteSidebar(writer, document.mainFile());
+        PLCliWriteSidebar(writer, document->mainFile());
     }
     writer.endObject();
     writer.flush();

@@ -11,17 +11,39 @@
 #include <QFileInfo>
 #include <QSet>
 
-int PLCliOpenProject(const QString &path, PLDocument &document)
+#include <vector>
+
+namespace {
+std::vector<std::unique_ptr<PLDocument>> &openProjects()
+{
+    static std::vector<std::unique_ptr<PLDocument>> projects;
+    return projects;
+}
+}
+
+PLDocument *PLCliOpenProject(const QString &path, int *status)
 {
     const QFileInfo info(path);
-    if (!info.exists())
-        return PLCliFail(PLCliInputError, QStringLiteral("no such file: ") + path);
-    if (!info.isFile() || !info.isReadable())
-        return PLCliFail(PLCliInputError, QStringLiteral("not a readable file: ") + path);
+    if (!info.exists()) {
+        *status = PLCliFail(PLCliInputError, QStringLiteral("no such file: ") + path);
+        return nullptr;
+    }
+    if (!info.isFile() || !info.isReadable()) {
+        *status = PLCliFail(PLCliInputError, QStringLiteral("not a readable file: ") + path);
+        return nullptr;
+    }
+    auto document = std::make_unique<PLDocument>();
     PLError error;
-    if (!document.readFromURL(info.absoluteFilePath(), QStringLiteral("tex"), &error))
-        return PLCliFail(PLCliInputError, QStringLiteral("cannot open ") + path + QStringLiteral(": ") + error.message);
-    return PLCliSuccess;
+    if (!document->readFromURL(info.absoluteFilePath(), QStringLiteral("tex"), &error)) {
+        *status = PLCliFail(PLCliInputError, QStringLiteral("cannot open ") + path + QStringLiteral(": ") + error.message);
+        return nullptr;
+    }
+    return openProjects().emplace_back(std::move(document)).get();
+}
+
+void PLCliCloseProjects()
+{
+    openProjects().clear();
 }
 
 QString PLCliFileName(const std::shared_ptr<PLFile> &file)
@@ -54,7 +76,7 @@ void writeOutline(PLCliJsonWriter &writer, const std::shared_ptr<PLOutlineNode> 
     writer.endArray();
     if (withContent) {
         writer.key(u"content");
-        writer.string(node->content());
+        writer.string(node->contentView());
     }
     if (cycle) {
         writer.key(u"cycle");

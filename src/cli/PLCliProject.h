@@ -11,9 +11,11 @@ class PLFile;
 class PLOutlineNode;
 class PLNotification;
 
-// Opens FILE as a project the way the application does; on failure prints the one-line message
-// and answers the exit status to return.
-int PLCliOpenProject(const QString &path, PLDocument &document);
+// Opens FILE as a project the way the application does. On failure prints the one-line message,
+// sets the exit status to return and answers nothing. The project stays open until
+// PLCliCloseProjects, which a plain build never calls: see main.
+PLDocument *PLCliOpenProject(const QString &path, int *status);
+void PLCliCloseProjects();
 
 // Writes the outline below a node as JSON: type, subType, name, content (unless left out), file and
 // children. A file root met again below itself (a cyclic include) is listed without children.

@@ -14,11 +14,12 @@ int PLCliRunQuickOpen(const QStringList &arguments)
 {
     if (arguments.size() != 2)
         return PLCliFail(PLCliUsageError, QStringLiteral("quickopen needs FILE and QUERY"));
-    PLDocument document;
-    if (const int status = PLCliOpenProject(arguments[0], document))
+    int status = PLCliSuccess;
+    PLDocument *const document = PLCliOpenProject(arguments[0], &status);
+    if (!document)
         return status;
     QJsonArray matches;
-    for (const auto &node : document.quickOpenManager()->searchForString(arguments[1])) {
+    for (const auto &node : document->quickOpenManager()->searchForString(arguments[1])) {
         QJsonObject json;
         json.insert(QStringLiteral("name"), node->name());
         json.insert(QStringLiteral("type"), int(node->type()));

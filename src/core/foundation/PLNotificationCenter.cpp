@@ -3,6 +3,7 @@
 #include "core/foundation/PLLogging.h"
 
 #include <algorithm>
+#include <iterator>
 
 PLNotificationCenter &PLNotificationCenter::defaultCenter()
 {
@@ -53,6 +54,29 @@ void PLNotificationCenter::unindex(const Registration &registration)
         m_byNameAndSender.erase(list);
 }
 
+template<class Function>
+void PLNotificationCenter::forEachReachedList(const QString &name, const void *sender, Function function) const
+{
+    // The observers of this name or of every name, of this sender or of every sender; an empty
+    // name or a null sender makes two of these keys one.
+    const Key keys[] = {Key(name, sender), Key(name, nullptr), Key(QString(), sender), Key(QString(), nullptr)};
+    for (size_t i = 0; i < std::size(keys); ++i) {
+        if (std::find(keys, keys + i, keys[i]) != keys + i)
+            continue;
+        const auto list = m_byNameAndSender.constFind(keys[i]);
+        if (list != m_byNameAndSender.cend())
+            function(*list);
+    }
+}
+
+bool PLNotificationCenter::isObserved(const QString &name, const void *sender) const
+{
+    std::lock_guard lock(m_mutex);
+    bool observed = false;
+    forEachReachedList(name, sender, [&](const Ordered &) { observed = true; });
+    return observed;
+}
+
 void PLNotificationCenter::post(const PLNotification &notification)
 {
     // Deliver from a snapshot so that observers may add or remove registrations, or post, while
@@ -60,22 +84,10 @@ void PLNotificationCenter::post(const PLNotification &notification)
     std::vector<std::shared_ptr<Registration>> targets;
     {
         std::lock_guard lock(m_mutex);
-        // The observers of this name or of every name, of this sender or of every sender; an
-        // empty name or a null sender makes two of these keys one.
-        const QString &name = notification.name();
-        const void *object = notification.object();
-        std::vector<Key> keys{Key(name, object)};
-        for (const Key &key : {Key(name, nullptr), Key(QString(), object), Key(QString(), nullptr)}) {
-            if (std::find(keys.begin(), keys.end(), key) == keys.end())
-                keys.push_back(key);
-        }
-        for (const Key &key : keys) {
-            const auto list = m_byNameAndSender.constFind(key);
-            if (list == m_byNameAndSender.cend())
-                continue;
-            for (const auto &entry : *list)
+        forEachReachedList(notification.name(), notification.object(), [&](const Ordered &list) {
+            for (const auto &entry : list)
                 targets.push_back(entry.second);
-        }
+        });
     }
     std::sort(targets.begin(), targets.end(), [](const auto &a, const auto &b) { return a->order < b->order; });
     qCDebug(lcNotifications) << "post" << notification.name() << "to" << targets.size() << "observers";

@@ -74,6 +74,10 @@ public:
         post(PLNotification(name, object, object ? &typeid(T) : nullptr, userInfo));
     }
 
+    // Whether a post of the name by the sender would reach an observer. A poster with a
+    // notification for each of thousands of nodes skips building them when none would.
+    bool isObserved(const QString &name, const void *sender) const;
+
     int observerCount() const;
 
 private:
@@ -91,6 +95,10 @@ private:
     using Ordered = std::map<quint64, std::shared_ptr<Registration>>;
 
     void unindex(const Registration &registration);
+    // Calls the function with each list of registrations a post of the name by the sender reaches;
+    // the caller holds the lock.
+    template<class Function>
+    void forEachReachedList(const QString &name, const void *sender, Function function) const;
 
     mutable std::mutex m_mutex;
     quint64 m_nextOrder = 0;

@@ -38,10 +38,13 @@ void PLLatexFileContentOutlineParser::parseContentBuffer(PLTextContentBuffer *co
     const auto nodes = latexStringParser.parseString(contentBuffer->string());
     const auto &root = file->outlineRootNode();
     PLNotificationCenter &center = PLNotificationCenter::defaultCenter();
+    const bool observed = center.isObserved(PLNotificationOutlineNodeWasAdded, file.get());
     for (const auto &node : nodes) {
         root->addChild(node);
-        center.post(PLNotificationOutlineNodeWasAdded, file.get(),
-                    QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+        if (observed) {
+            center.post(PLNotificationOutlineNodeWasAdded, file.get(),
+                        QVariantMap{{PLDictionaryKeyOutlineNodeAdded, QVariant::fromValue(node)}});
+        }
     }
     root->fixTree();
 }
@@ -90,8 +93,8 @@ void PLLatexFileContentOutlineParser::updateFileEngine(PLFile &file)
     if (!first)
         return;
     // Every file is asked on opening; only a text holding the comment's start needs the expression.
-    const QString content = first->content();
+    const QStringView content = first->contentView();
     const bool xelatex = content.contains(u"%!TEX TS-program")
-        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression, content).isFound();
+        && PLRegularExpressionHelper::rangeOfFirstMatch(xelatexMagicCommentExpression, content.toString()).isFound();
     file.setEngine(xelatex ? PLFile::XeLaTeXEngine : PLFile::DefaultEngine);
 }

@@ -209,12 +209,22 @@ const QStringList &PLLatexStringParser::sectioningNames()
 
 PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange range)
 {
+    return headingCommandInRange(text, range, nullptr);
+}
+
+PLRange PLLatexStringParser::headingCommandInRange(const QString &text, PLRange range, std::vector<qsizetype> *includeStarts)
+{
     const QStringView view = QStringView(text).first(std::clamp<qsizetype>(range.end(), 0, text.size()));
     for (qsizetype at = view.indexOf(u'\\', std::max<qsizetype>(range.location, 0)); at >= 0;
          at = view.indexOf(u'\\', at + 1)) {
         qsizetype next = endOfCommandName(view, at + 1, kHeadingNames);
-        if (next < 0)
+        if (next < 0) {
+            // \input, \include and \bibliography.
+            if (includeStarts && at + 2 < view.size()
+                && ((view[at + 1] == u'i' && view[at + 2] == u'n') || (view[at + 1] == u'b' && view[at + 2] == u'i')))
+                includeStarts->push_back(at);
             continue;
+        }
         if (next < view.size() && view[next] == u'*')
             ++next;
         if (next < view.size() && (view[next] == u'{' || view[next] == u'['))
@@ -229,9 +239,9 @@ PLRange PLLatexStringParser::fileReferenceInRange(const QString &text, PLRange r
     return PLBracedCommandScan::firstBracedCommand(text, range, {u"input", u"include", u"bibliography"}, false, false);
 }
 
-std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &content) const
+std::shared_ptr<PLOutlineNode> PLLatexStringParser::makeTextNode(const QString &text, qsizetype from, qsizetype to) const
 {
-    return PLOutlineNode::create(QStringLiteral("text"), PLOutlineNode::Text, content, file());
+    return PLOutlineNode::createTextNode(text, PLRange{from, to - from}, file());
 }
 
 void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &text,
@@ -241,9 +251,9 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
     for (PLRange found = fileReferenceInRange(text, range); found.isFound();
          found = fileReferenceInRange(text, PLRange{found.end(), range.end() - found.end()})) {
         if (isLineCommented(found.location)) {
-            nodes.append(makeTextNode(text.mid(previousEnd, found.end() - previousEnd)));
+            nodes.append(makeTextNode(text, previousEnd, found.end()));
         } else {
-            nodes.append(makeTextNode(text.mid(previousEnd, found.location - previousEnd)));
+            nodes.append(makeTextNode(text, previousEnd, found.location));
             const QString tag = text.mid(found.location, found.length);
             auto include = makeFileIncludeNodeFromInputOrIncludeTag(tag);
             if (!include)
@@ -253,7 +263,7 @@ void PLLatexStringParser::appendTextNodesWithIncludes(QList<std::shared_ptr<PLOu
         }
         previousEnd = found.end();
     }
-    nodes.append(makeTextNode(text.mid(previousEnd, range.end() - previousEnd)));
+    nodes.append(makeTextNode(text, previousEnd, range.end()));
 }
 
 QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QString &text)
@@ -269,7 +279,19 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
         appendTextNodesWithIncludes(nodes, text, PLRange{from, to - from},
                                     [&](qsizetype location) { return includeComments.isLineCommented(location); });
     };
-    PLRange match = headingCommandInRange(text, PLRange{0, text.size()});
+    // Most text between headings holds no include command, and the heading search has already
+    // passed every backslash of it: such text is searched again only where an include may start.
+    std::vector<qsizetype> includeStarts;
+    size_t nextIncludeStart = 0;
+    const auto appendPassedText = [&](qsizetype from, qsizetype to) {
+        while (nextIncludeStart < includeStarts.size() && includeStarts[nextIncludeStart] < from)
+            ++nextIncludeStart;
+        if (nextIncludeStart < includeStarts.size() && includeStarts[nextIncludeStart] < to)
+            appendText(from, to);
+        else
+            nodes.append(makeTextNode(text, from, to));
+    };
+    PLRange match = headingCommandInRange(text, PLRange{0, text.size()}, &includeStarts);
     while (match.isFound()) {
         qsizetype searchFrom = match.end();
         qsizetype titleStart = match.end();
@@ -280,7 +302,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
             titleStart = optionalEnd >= 0 && optionalEnd < text.size() && text[optionalEnd] == u'{' ? optionalEnd + 1 : -1;
         }
         if (comments.isLineCommented(match.location)) {
-            appendText(cursor, match.end());
+            appendPassedText(cursor, match.end());
             cursor = match.end();
         } else if (titleStart >= 0) {
             // The title runs to its closing brace, or to the end of the line when the braces do not
@@ -297,7 +319,7 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
                     --depth;
                 ++end;
             }
-            appendText(cursor, match.location);
+            appendPassedText(cursor, match.location);
             // An unclosed title stays text even when an inner brace closed, so no text is lost.
             const auto heading = depth == 0 ? parseSectionString(text.mid(match.location, end - match.location)) : nullptr;
             if (heading)
@@ -307,16 +329,16 @@ QList<std::shared_ptr<PLOutlineNode>> PLLatexStringParser::parseString(const QSt
             cursor = end;
             searchFrom = cursor;
         }
-        match = headingCommandInRange(text, PLRange{searchFrom, text.size() - searchFrom});
+        match = headingCommandInRange(text, PLRange{searchFrom, text.size() - searchFrom}, &includeStarts);
     }
-    appendText(cursor, text.size());
+    appendPassedText(cursor, text.size());
     return nodes;
 }
 
-bool PLLatexStringParser::isLineCommentedInString(const QString &string, qsizetype location)
+bool PLLatexStringParser::isLineCommentedInString(QStringView string, qsizetype location)
 {
     const qsizetype end = std::clamp<qsizetype>(location, 0, string.size());
-    const qsizetype lineStart = PLStringLineCalculations::locationOfLineStartInRange(string, PLRange{end, 0});
+    const qsizetype lineStart = PLStringLineCalculations::lineStartIn(string, end);
     // Only this line is searched, so testing every heading of a long file stays linear.
     for (qsizetype sign = end - 1; sign >= lineStart; --sign) {
         if (string[sign] != u'%')

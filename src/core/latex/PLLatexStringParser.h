@@ -7,6 +7,7 @@
 
 #include <functional>
 #include <optional>
+#include <vector>
 
 class PLFile;
 
@@ -39,7 +40,7 @@ public:
 
     // Whether an unescaped comment sign stands on the line of the location, before it. Only the one
     // character before a sign is looked at, so "\\%" counts as escaped too.
-    static bool isLineCommentedInString(const QString &string, qsizetype location);
+    static bool isLineCommentedInString(QStringView string, qsizetype location);
 
     // The include or bibliography node of one command found by a parse, opening the files it names
     // as the parse would have; nothing for any other text.
@@ -61,7 +62,11 @@ public:
     static PLRange fileReferenceInRange(const QString &text, PLRange range);
 
 private:
-    std::shared_ptr<PLOutlineNode> makeTextNode(const QString &content) const;
+    // The same search, noting on the way each backslash that may start an include command (one
+    // followed by "in" or "bi"), so that the text it passed is searched for includes only where
+    // one may start.
+    static PLRange headingCommandInRange(const QString &text, PLRange range, std::vector<qsizetype> *includeStarts);
+    std::shared_ptr<PLOutlineNode> makeTextNode(const QString &text, qsizetype from, qsizetype to) const;
     // The text and include nodes of the range of the text, asking the callback whether a place in
     // the text stands on a commented line.
     void appendTextNodesWithIncludes(QList<std::shared_ptr<PLOutlineNode>> &nodes, const QString &text, PLRange range,

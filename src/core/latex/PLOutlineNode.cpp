@@ -25,11 +25,18 @@ qsizetype lengthInParent(const PLOutlineNode &child)
 }
 
 PLOutlineNode::PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file)
+    : PLOutlineNode(std::move(name), type, content, PLRange{0, content.size()}, file)
+{
+}
+
+PLOutlineNode::PLOutlineNode(QString name, quint32 type, QString text, PLRange stretch, const std::shared_ptr<PLFile> &file)
     : m_type(type),
       m_name(std::move(name)),
-      m_content(std::move(content)),
+      m_contentText(std::move(text)),
+      m_contentStart(stretch.location),
+      m_contentLength(stretch.length),
       m_file(file),
-      m_subtreeLength(type == FileRoot ? 0 : m_content.size())
+      m_subtreeLength(type == FileRoot ? 0 : stretch.length)
 {
 }
 
@@ -37,6 +44,12 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::create(const QString &name, quint3
                                                      const std::shared_ptr<PLFile> &file)
 {
     return std::make_shared<PLOutlineNode>(name, type, content, file);
+}
+
+std::shared_ptr<PLOutlineNode> PLOutlineNode::createTextNode(const QString &text, PLRange stretch,
+                                                             const std::shared_ptr<PLFile> &file)
+{
+    return std::make_shared<PLOutlineNode>(QStringLiteral("text"), Text, text, stretch, file);
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::createFileIncludeNode(const QString &content, const std::shared_ptr<PLFile> &file)
@@ -83,17 +96,32 @@ void PLOutlineNode::setTextNodeSubType(quint32 subType)
     recordCommentRuleChange();
 }
 
+QString PLOutlineNode::content() const
+{
+    return m_contentStart == 0 && m_contentLength == m_contentText.size() ? m_contentText : contentView().toString();
+}
+
 void PLOutlineNode::replaceContent(qsizetype location, qsizetype length, const QString &string)
 {
-    const qsizetype before = m_content.size();
-    // A whole replacement shares the new text instead of copying it.
-    if (location == 0 && length == before)
-        m_content = string;
-    else
-        m_content.replace(location, length, string);
+    const qsizetype before = m_contentLength;
+    // A whole replacement shares the new text instead of copying it; any other makes a stretch of
+    // a larger text the node's own.
+    if (location == 0 && length == before) {
+        m_contentText = string;
+    } else if (m_contentStart == 0 && m_contentLength == m_contentText.size()) {
+        m_contentText.replace(location, length, string);
+    } else {
+        const QStringView old = contentView();
+        QString changed;
+        changed.reserve(before - length + string.size());
+        changed.append(old.first(location)).append(string).append(old.sliced(location + length));
+        m_contentText = std::move(changed);
+    }
+    m_contentStart = 0;
+    m_contentLength = m_contentText.size();
     contentChanged();
     if (m_type != FileRoot)
-        addToSubtreeLengths(m_content.size() - before);
+        addToSubtreeLengths(m_contentLength - before);
     markForFix();
     recordCommentRuleChange();
 }
@@ -380,7 +408,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::share() const
 
 void PLOutlineNode::setContent(const QString &content)
 {
-    replaceContent(0, m_content.size(), content);
+    replaceContent(0, m_contentLength, content);
 }
 
 std::shared_ptr<PLOutlineNode> PLOutlineNode::childAtIndex(qsizetype index) const
@@ -554,7 +582,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::rightSibling() const
 
 bool PLOutlineNode::replaceContentInRange(qsizetype location, qsizetype length, const QString &string)
 {
-    if (location < 0 || length < 0 || location + length > m_content.size())
+    if (location < 0 || length < 0 || location + length > m_contentLength)
         return false;
     replaceContent(location, length, string);
     figureOutPropertiesForNode();
@@ -651,10 +679,10 @@ QString PLOutlineNode::description() const
         return object + QStringLiteral(" file node: ") + (owner ? owner->stringPath() : QString());
     }
     if (isFileReference())
-        return object + QStringLiteral(" file include: ") + m_content;
+        return object + QStringLiteral(" file include: ") + contentView();
     if (m_type == Text)
-        return object + QStringLiteral(" | text: ") + (m_content.size() >= 11 ? m_content.left(10) : m_content);
-    return object + QStringLiteral(" section node: ") + m_content;
+        return object + QStringLiteral(" | text: ") + (m_contentLength >= 11 ? contentView().first(10) : contentView());
+    return object + QStringLiteral(" section node: ") + contentView();
 }
 
 void PLOutlineNode::figureOutPropertiesForNode()
@@ -663,7 +691,8 @@ void PLOutlineNode::figureOutPropertiesForNode()
         return;
     setType(Text);
     m_name = QStringLiteral("text");
-    if (m_content.size() < 6)
+    const QStringView content = contentView();
+    if (content.size() < 6)
         return;
     static const std::pair<QString, quint32> headings[] = {
         {QStringLiteral("\\part{"), Part},
@@ -672,13 +701,13 @@ void PLOutlineNode::figureOutPropertiesForNode()
         {QStringLiteral("\\subsection{"), Subsection},
     };
     for (const auto &[prefix, type] : headings) {
-        if (!m_content.startsWith(prefix))
+        if (!content.startsWith(prefix))
             continue;
-        const qsizetype close = m_content.lastIndexOf(u'}');
+        const qsizetype close = content.lastIndexOf(u'}');
         if (close < 0)
             return;
         setType(type);
-        m_name = m_content.mid(prefix.size(), close - prefix.size());
+        m_name = content.sliced(prefix.size(), close - prefix.size()).toString();
         return;
     }
 }
@@ -686,7 +715,7 @@ void PLOutlineNode::figureOutPropertiesForNode()
 bool PLOutlineNode::isLastLineCommented() const
 {
     if (m_lastLineCommented < 0)
-        m_lastLineCommented = PLLatexStringParser::isLineCommentedInString(m_content, m_content.size()) ? 1 : 0;
+        m_lastLineCommented = PLLatexStringParser::isLineCommentedInString(contentView(), m_contentLength) ? 1 : 0;
     return m_lastLineCommented == 1;
 }
 
@@ -796,7 +825,7 @@ void PLOutlineNode::fixStep()
     }
     if (next && m_type == Text && next->m_type == Text && !isFileReference() && !next->isFileReference()) {
         const auto merged = next->share();
-        replaceContent(m_content.size(), 0, merged->m_content);
+        replaceContent(m_contentLength, 0, merged->content());
         if (merged->m_parent)
             merged->m_parent->removeChild(merged);
         // Whatever still hangs below the merged node follows its text, so it stays in order here.

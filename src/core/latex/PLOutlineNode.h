@@ -1,7 +1,10 @@
 #pragma once
 
+#include "core/foundation/PLRange.h"
+
 #include <QMetaType>
 #include <QString>
+#include <QStringView>
 
 #include <cstdint>
 #include <memory>
@@ -33,12 +36,16 @@ public:
     };
 
     PLOutlineNode(QString name, quint32 type, QString content, const std::shared_ptr<PLFile> &file);
+    // A node whose content is a stretch of a larger text, shared with it instead of copied.
+    PLOutlineNode(QString name, quint32 type, QString text, PLRange stretch, const std::shared_ptr<PLFile> &file);
     ~PLOutlineNode();
     PLOutlineNode(const PLOutlineNode &) = delete;
     PLOutlineNode &operator=(const PLOutlineNode &) = delete;
 
     static std::shared_ptr<PLOutlineNode> create(const QString &name, quint32 type, const QString &content,
                                                  const std::shared_ptr<PLFile> &file);
+    // A plain text node holding a stretch of the text, which it shares until its content changes.
+    static std::shared_ptr<PLOutlineNode> createTextNode(const QString &text, PLRange stretch, const std::shared_ptr<PLFile> &file);
     static std::shared_ptr<PLOutlineNode> createFileIncludeNode(const QString &content, const std::shared_ptr<PLFile> &file);
     static std::shared_ptr<PLOutlineNode> createBibliographyNode(const QString &content, const std::shared_ptr<PLFile> &file);
 
@@ -48,8 +55,10 @@ public:
     void setTextNodeSubType(quint32 subType);
     const QString &name() const { return m_name; }
     void setName(const QString &name) { m_name = name; }
-    QString content() const { return m_content; }
-    qsizetype contentLength() const { return m_content.size(); }
+    QString content() const;
+    // The content without a copy, valid until it changes.
+    QStringView contentView() const { return QStringView(m_contentText).sliced(m_contentStart, m_contentLength); }
+    qsizetype contentLength() const { return m_contentLength; }
     void setContent(const QString &content);
     std::shared_ptr<PLFile> file() const { return m_file.lock(); }
     QString searchKey() const { return m_name; }
@@ -170,7 +179,12 @@ private:
     quint32 m_type;
     quint32 m_textNodeSubType = PlainText;
     QString m_name;
-    QString m_content;
+    // The content is a stretch of this text. A node parsed from a file shares the file's text as
+    // read until its own content changes: a project's text nodes hold most of its text, and
+    // copying them once more cost a tenth of opening it.
+    QString m_contentText;
+    qsizetype m_contentStart = 0;
+    qsizetype m_contentLength = 0;
     std::weak_ptr<PLFile> m_file;
     // The children in order, with m_childStorageGap empty entries at the child gap for insertions
     // there; closed when the list is handed out.

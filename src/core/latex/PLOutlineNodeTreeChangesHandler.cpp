@@ -158,8 +158,8 @@ void PLOutlineNodeTreeChangesHandler::replaceAcrossNodes(const PLLatexFileConten
     const auto &first = records.searchResultAtIndex(0);
     const auto &last = records.searchResultAtIndex(records.countOfResults() - 1);
     const auto merged = first.node();
-    const QString content = merged->content().left(location - first.location()) + string
-        + last.node()->content().mid(location + length - last.location());
+    QString content = merged->contentView().left(location - first.location()).toString();
+    content.append(string).append(last.node()->contentView().mid(location + length - last.location()));
 
     // The nodes after the range that hang below covered nodes keep their text order under the
     // merged node; the last covered node's children come first, then the later children of each

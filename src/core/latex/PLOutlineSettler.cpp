@@ -47,7 +47,7 @@ bool holdsStrayRoot(const PLOutlineNode &node)
 bool agrees(const PLOutlineNode &node, const PLOutlineNode &fresh)
 {
     return node.type() == fresh.type() && node.textNodeSubType() == fresh.textNodeSubType() && node.name() == fresh.name()
-        && node.content() == fresh.content() && !holdsStrayRoot(node);
+        && node.contentView() == fresh.contentView() && !holdsStrayRoot(node);
 }
 
 // Include nodes that agree have one key. An edit inside a command renames its node "text" but

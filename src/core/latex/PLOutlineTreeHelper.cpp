@@ -38,7 +38,7 @@ std::shared_ptr<PLFile> PLOutlineTreeHelper::fileForIncludeNodeAtRange(qsizetype
     if (!found || found->countOfResults() == 0)
         return nullptr;
     const auto &record = found->searchResultAtIndex(0);
-    const QString content = record.node()->content();
+    const QStringView content = record.node()->contentView();
     qsizetype commas = 0;
     for (qsizetype i = 0; i < content.size() && record.location() + i < location; ++i) {
         if (content[i] == u',')

@@ -210,6 +210,34 @@ TEST(NotificationCenter, DeliversInOrderByNameAndSenderUntilRemoved)
     EXPECT_EQ(center.observerCount(), 2);
 }
 
+// A poster that skips unobserved notifications must skip exactly those a post would deliver to nobody.
+TEST(NotificationCenter, IsObservedExactlyWhenAPostReachesSomeone)
+{
+    Sender one{1}, two{2};
+    using Registrations = std::vector<std::pair<QString, const Sender *>>;
+    const QString n = QStringLiteral("N"), other = QStringLiteral("Other");
+    const Registrations cases[] = {{},
+                                   {{n, nullptr}},
+                                   {{n, &one}},
+                                   {{QString(), &two}},
+                                   {{QString(), nullptr}},
+                                   {{other, &one}, {n, &two}}};
+    for (const Registrations &registrations : cases) {
+        PLNotificationCenter center;
+        int observer = 0;
+        bool delivered = false;
+        for (const auto &[name, sender] : registrations)
+            center.addObserver(&observer, name, sender, [&](const PLNotification &) { delivered = true; });
+        for (const QString &name : {n, other}) {
+            for (const Sender *sender : std::initializer_list<const Sender *>{&one, &two, nullptr}) {
+                delivered = false;
+                center.post(name, sender);
+                EXPECT_EQ(center.isObserved(name, sender), delivered) << qPrintable(name) << (sender ? sender->id : 0);
+            }
+        }
+    }
+}
+
 // During a delivery, a removed observer is not called afterwards, a new one waits for the next
 // post, and a nested post is delivered at once.
 TEST(NotificationCenter, ChangesAndPostsMadeDuringADeliveryAreSafe)
