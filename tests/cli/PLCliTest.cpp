@@ -4,17 +4,17 @@
 #include "core/foundation/PLUserDefaultsConstants.h"
 #include "PLCliRunner.h"
 #include "PLTestSupport.h"
-
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
-
 #include <cmath>
 #include <random>
-
 #include <gtest/gtest.h>
-
 #include <signal.h>
+
+
+
+
 
 namespace {
 
@@ -155,8 +155,7 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
     PLTest::writeFile(latin1, QByteArray("Gr\xfc\xdf"));
     const QString file = dir.filePath(QStringLiteral("a.tex"));
     PLTest::writeFile(file, "\\section{A}\n");
-    // Arguments split at spaces; LATIN1, MISSING, CLEAN and FILE stand for the files above, the
-    // fixture and a small project.
+    // Arguments split at spaces; LATIN1, MISSING and FILE stand for the files above.
     const struct
     {
         const char *command;
@@ -166,7 +165,7 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
         {"frobnicate", 2, ""}, {"lines", 2, ""}, {"lines x.tex --line-of", 2, ""}, {"lines LATIN1", 1, ""}, {"lines MISSING", 1, ""},
         {"highlight a.tex b.tex", 2, ""}, {"highlight MISSING", 1, ""}, {"log out.txt", 2, ""}, {"log --root", 2, ""},
         {"log /nonexistent/out.txt --root /p/main.tex", 1, ""}, {"typeset", 2, ""}, {"typeset /nonexistent/main.tex", 1, ""},
-        {"synctex sideways a b c d", 2, ""}, {"synctex forward CLEAN main.tex three 0", 2, ""}, {"quickopen FILE", 2, ""},
+        {"synctex sideways a b c d", 2, ""}, {"quickopen FILE", 2, ""},
         {"edit FILE --replace 1 9223372036854775807 x", 2,
          "--replace LENGTH needs a whole number from 0 to 2147483647, not 9223372036854775807"},
         {"edit FILE --replace -1 0 x", 2, "--replace LOCATION needs a whole number from 0"},
@@ -174,10 +173,9 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
         {"edit FILE --replace 1 2147483647 x", 1, ""},
         {"edit FILE --undo 1e3", 2, "--undo needs a whole number"},
         {"typeset FILE --stop-after 1e12", 2, "--stop-after needs a number from 0 to 2147483"},
-        {"typeset FILE --stop-after nan", 2, "not nan"}, {"typeset FILE --stop-after inf", 2, "not inf"},
-        {"typeset FILE --stop-after -1", 2, "not -1"},
+        {"typeset FILE --stop-after nan", 2, "not nan"}, {"typeset FILE --stop-after -1", 2, "not -1"},
         {"synctex forward FILE FILE 1e300 0", 2, "LINE needs a whole number from 1 to 2147483647, not 1e300"},
-        {"synctex forward FILE FILE 2147483648 0", 2, "LINE"}, {"synctex forward FILE FILE 1 -5", 2, "COLUMN"},
+        {"synctex forward FILE FILE 1 -5", 2, "COLUMN"},
         {"synctex backward FILE 0 1 1", 2, "PAGE"}, {"synctex backward FILE 1 1e300 1", 2, "H needs"},
         {"synctex backward FILE 1 1 nan", 2, "V needs"}, {"lines FILE --line-of 99999999999999999999", 2, "--line-of needs a whole number"},
     };
@@ -186,7 +184,6 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
         QStringList arguments = QString::fromLatin1(command).split(u' ');
         arguments.replaceInStrings(QStringLiteral("LATIN1"), latin1).replaceInStrings(QStringLiteral("FILE"), file);
         arguments.replaceInStrings(QStringLiteral("MISSING"), dir.filePath(QStringLiteral("missing.tex")));
-        arguments.replaceInStrings(QStringLiteral("CLEAN"), PLTest::dataPath(QStringLiteral("typesetting/documents/clean/main.tex")));
         const PLCliRun run = runCli(arguments);
         EXPECT_EQ(run.exitCode, status);
         EXPECT_TRUE(run.standardOutput.isEmpty());

@@ -1,6 +1,4 @@
-#include "core/foundation/PLError.h"
 #include "ui/app/PLApplication.h"
-#include "ui/app/PLApplicationController.h"
 #include "ui/app/PLInstanceClient.h"
 #include "ui/app/PLInstanceServer.h"
 #include "ui/editor/PLFindAndReplaceViewController.h"
@@ -11,14 +9,14 @@
 #include "ui/window/PLWelcomeWindowMainViewController.h"
 #include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 #include "PLUiTestSupport.h"
-
 #include <QEvent>
 #include <QDateTime>
 #include <QFile>
 #include <QLocalSocket>
 #include <QSignalSpy>
-
 #include <gtest/gtest.h>
+
+
 
 namespace {
 

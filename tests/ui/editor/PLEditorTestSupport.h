@@ -6,7 +6,6 @@
 #include "ui/editor/PLTextViewDelegate.h"
 #include "core/project/PLTextViewHistoryHandler.h"
 
-#include <QApplication>
 #include <QDir>
 #include <QHBoxLayout>
 #include <QTemporaryDir>

@@ -8,13 +8,12 @@
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "PLUiTestSupport.h"
-
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QSettings>
 #include <QToolBar>
+
 
 namespace {
 
@@ -62,18 +61,11 @@ protected:
     std::unique_ptr<PLPreferencesWindowController> preferences;
 };
 
-// Only the items with panes show; one without a pane, chosen all the same, leaves the shown pane in
-// place. Switching panes keeps the window's top edge where it was.
+// An item without a pane, chosen all the same, leaves the shown pane in place. Switching panes keeps
+// the window's top edge where it was.
 TEST_F(PreferencesWindow, SwitchingPanesKeepsTheTopEdgeAndItemsWithoutAPaneChangeNothing)
 {
     QWidget *window = open();
-    QStringList shownItems;
-    for (QAction *item : preferences->toolbar()->actions()) {
-        if (item->isVisible())
-            shownItems << item->objectName();
-    }
-    EXPECT_EQ(shownItems, (QStringList{PLPrefencesToolbarItemIdentifierTextColor, PLPrefencesToolbarItemIdentifierAutoUpdater,
-                                       PLPrefencesToolbarItemIdentifierAdvanced}));
     const QPoint top = window->frameGeometry().topLeft();
     for (const QString &identifier : {PLPrefencesToolbarItemIdentifierAutoUpdater, PLPrefencesToolbarItemIdentifierAdvanced}) {
         choose(identifier);

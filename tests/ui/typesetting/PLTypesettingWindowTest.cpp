@@ -10,21 +10,17 @@
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 #include "PLUiTestSupport.h"
-
-#include <QAction>
 #include <QFile>
 #include <QLabel>
-#include <QProgressBar>
 #include <QPdfDocument>
-#include <QPlainTextEdit>
 #include <QPrinter>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTreeWidget>
-#include <QClipboard>
 #include <QPainter>
 #include <QSignalSpy>
+
 
 namespace {
 

@@ -3,13 +3,11 @@
 #include "ui/editor/PLFindIndicator.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLQuickOpenWindowController.h"
-
-#include <QLabel>
-#include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
 #include <QTableWidget>
+
 
 namespace {
 
