@@ -334,7 +334,7 @@ TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
 
 using PLTest::EditorTest;
 
-using TextViewFormatting = PLTest::EditorTestWithParam<std::pair<PLAction, const char *>>;
+using TextViewFormatting = PLTest::WithParam<EditorTest, std::pair<PLAction, const char *>>;
 
 TEST_P(TextViewFormatting, WrapsTheSelectionOrPutsTheCaretBetweenEmptyBraces)
 {
@@ -367,7 +367,7 @@ constexpr Qt::Key kToggleComment = Qt::Key_unknown;
 // caret inside it; the comment command toggles each line by itself and keeps the selection on the
 // same lines (a caret at the start of a line moves with its text); Tab and Shift+Tab shift the
 // selected lines.
-using TextViewKeys = PLTest::EditorTestWithParam<std::tuple<const char *, PLRange, Qt::Key, const char *, PLRange>>;
+using TextViewKeys = PLTest::WithParam<EditorTest, std::tuple<const char *, PLRange, Qt::Key, const char *, PLRange>>;
 
 TEST_P(TextViewKeys, EditTheSelectedLinesInOneUndoStepAndLeaveTheCaretWhereTheArrowsWork)
 {
@@ -422,8 +422,9 @@ TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
 {
     PLTextView *view = showText(QStringLiteral("abcdef"));
     view->setSelectedRange(PLRange{3, 0});
-    for (const Qt::KeyboardModifiers modifiers :
-         {Qt::ControlModifier | Qt::AltModifier, Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier, Qt::MetaModifier | Qt::AltModifier}) {
+    const Qt::KeyboardModifiers held[] = {Qt::ControlModifier | Qt::AltModifier, Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier,
+                                          Qt::MetaModifier | Qt::AltModifier};
+    for (const Qt::KeyboardModifiers modifiers : held) {
         QTest::keyClick(view, Qt::Key_Left, modifiers);
         QTest::keyClick(view, Qt::Key_Right, modifiers);
         EXPECT_EQ(view->selectedRange(), (PLRange{3, 0})) << int(modifiers);
@@ -482,38 +483,21 @@ protected:
     PLTextView *view = nullptr;
 };
 
-// A text, its line starts, the digits its widest number needs and the label font's pixel size: a
-// large font makes every digit count show in the width, a tiny one the least width.
-using RulerLines = PLTest::WithParam<Ruler, std::tuple<const char *, std::vector<qsizetype>, int, int>>;
-
-TEST_P(RulerLines, ListsEveryLineAndIsAsWideAsTheLineCountNeeds)
-{
-    const auto &[text, indices, digits, pixelSize] = GetParam();
-    PLLineNumbersRulerView *ruler = showRuler(QString::fromLatin1(text));
-    QFont font = ruler->font();
-    font.setPixelSize(pixelSize);
-    ruler->setFont(font);
-    EXPECT_EQ(ruler->lineIndices(), indices);
-    EXPECT_EQ(ruler->requiredThickness(), expectedThickness(font, digits));
-    QCoreApplication::processEvents();
-    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(font, digits));
-    EXPECT_EQ(ruler->width(), int(ruler->ruleThickness()));
-    EXPECT_EQ(view->viewport()->x(), ruler->width());
-}
-
 using Lines = std::vector<qsizetype>;
-INSTANTIATE_TEST_SUITE_P(Texts, RulerLines,
-                         ::testing::Values(std::tuple{"", Lines{0}, 1, 40}, std::tuple{"a\n", Lines{0, 2}, 1, 40},
-                                           std::tuple{"one line", Lines{0}, 1, 6}));
 
-TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
+// A large font makes every digit count show in the width, a tiny one the least width.
+TEST_F(Ruler, ListsEveryLineFollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
 {
     PLLineNumbersRulerView *ruler = showRuler(QStringLiteral("1\n2\n3\n4\n5\n6\n7\n8"));
     QFont large = ruler->font();
     large.setPixelSize(40);
     ruler->setFont(large);
+    EXPECT_EQ(ruler->requiredThickness(), expectedThickness(large, 1));
     QCoreApplication::processEvents();
     ASSERT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
+    EXPECT_EQ(ruler->lineIndices(), (Lines{0, 2, 4, 6, 8, 10, 12, 14}));
+    EXPECT_EQ(ruler->width(), int(ruler->ruleThickness()));
+    EXPECT_EQ(view->viewport()->x(), ruler->width());
     view->setSelectedRange(PLRange{view->contentBuffer()->length(), 0});
     QTest::keyClick(view, Qt::Key_Return);
     QTest::keyClicks(view, QStringLiteral("9"));
@@ -523,11 +507,22 @@ TEST_F(Ruler, FollowsEditsAndWidensOnTheNextTurnOfTheEventLoop)
     EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
     QCoreApplication::processEvents();
     EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 2));
-    view->contentBuffer()->replaceCharactersInRange(PLRange{0, 4}, QString());
+    PLTextContentBuffer *buffer = view->contentBuffer();
+    buffer->replaceCharactersInRange(PLRange{0, 4}, QString());
     EXPECT_EQ(ruler->lineNumberForCharacterIndex(0), 0);
     EXPECT_EQ(ruler->lineIndices().size(), 8u);
     QCoreApplication::processEvents();
     EXPECT_EQ(ruler->ruleThickness(), expectedThickness(large, 1));
+    // An empty text is one line; a line break at the end starts another.
+    buffer->replaceCharactersInRange(PLRange{0, buffer->length()}, QString());
+    EXPECT_EQ(ruler->lineIndices(), Lines{0});
+    buffer->replaceCharactersInRange(PLRange{0, 0}, QStringLiteral("a\n"));
+    EXPECT_EQ(ruler->lineIndices(), (Lines{0, 2}));
+    QFont tiny = ruler->font();
+    tiny.setPixelSize(6);
+    ruler->setFont(tiny);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ruler->ruleThickness(), expectedThickness(tiny, 1));
 }
 
 TEST_F(Ruler, AWrappedLineIsNumberedOnceCentredOnItsFirstRow)

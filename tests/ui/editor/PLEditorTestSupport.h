@@ -81,8 +81,4 @@ protected:
     QWidget window;
 };
 
-// An editor test over a table of cases.
-template<typename Case>
-using EditorTestWithParam = WithParam<EditorTest, Case>;
-
 }

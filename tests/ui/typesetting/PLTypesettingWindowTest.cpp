@@ -604,16 +604,7 @@ TEST_P(PDFPaneSync, ForwardLandsOnTheTextAndBackwardReturnsToTheLine)
     ASSERT_TRUE(isEnabled(PLAction::PerformTexSyncMenuAction, 1));
     menuItem(PLAction::PerformTexSyncMenuAction, 1)->trigger();
     EXPECT_EQ(landed(), std::pair(file, lineStart));
-}
-
-INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
-                         ::testing::Values(std::tuple{"chapters/third.tex", "A chapter from a subfolder", 2},
-                                           std::tuple{"main.tex", "The last page.", 3}));
-
-// An outline row chosen while the focused pane shows the PDF shows where its section was typeset.
-TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
-{
-    openAt(QDir(typesetFolder(QStringLiteral("pages"))).filePath(QStringLiteral("main.tex")));
+    // An outline row chosen while the focused pane shows the PDF shows where its section was typeset.
     std::shared_ptr<PLOutlineNode> fourth;
     for (auto node = document->mainFile()->outlineRootNode()->childAtIndex(0); node; node = node->traverseRight()) {
         if (node->name().contains(QStringLiteral("Fourth")))
@@ -624,6 +615,10 @@ TEST_F(PDFPaneSync, AnOutlineNodeInAPdfPaneLandsOnItsPage)
     EXPECT_EQ(pdfView()->highlightedPage(), 3);
     EXPECT_TRUE(shownPane->isPdfToggled());
 }
+
+INSTANTIATE_TEST_SUITE_P(Lines, PDFPaneSync,
+                         ::testing::Values(std::tuple{"chapters/third.tex", "A chapter from a subfolder", 2},
+                                           std::tuple{"main.tex", "The last page.", 3}));
 
 // A mode, the pages it lays out and whether side by side.
 using PDFPaneDisplayMode = PLTest::WithParam<PDFPane, std::tuple<PLPDFView::DisplayMode, int, bool>>;
