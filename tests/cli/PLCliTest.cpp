@@ -125,7 +125,6 @@ TEST_F(CliProject, HighlightPrintsMaximalRunsInTheUsersColours)
     }
     EXPECT_TRUE(starts.last() == text.size() && starts.contains(15) && starts.contains(24)) << starts.size();
     EXPECT_EQ(jsonAt(comment, "foreground.hex").toString(), u"#aaaaaaff");
-    EXPECT_EQ(jsonAt(comment, "foreground.red").toDouble(), 2.0 / 3.0);
     EXPECT_EQ(jsonAt(comment, "font.family").toString(), u"Monaco");
     EXPECT_TRUE(jsonAt(comment, "link").isNull());
     EXPECT_EQ(jsonAt(link, "link").toString(), u"file://");
