@@ -131,18 +131,15 @@ TEST_F(SplitPanes, FocusMovesAcrossPanesWithWrapAroundAndOnlyTheFocusedTitleIsBo
     pane(1)->splitView(Qt::NoModifier);
     EXPECT_TRUE(isEnabled(PLAction::NavigateToSplitViewMenuItemPressed, 1));
     editor->focusOnSplitViewContentViewController(pane(2));
-    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, right));
-    EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
-    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
-    EXPECT_EQ(editor->selectedSplitViewController(), pane(2));
-    EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, left));
-    EXPECT_EQ(editor->selectedSplitViewController(), pane(1));
+    for (const auto &[item, focused] : {std::pair{right, 0}, std::pair{left, 2}, std::pair{left, 1}}) {
+        EXPECT_TRUE(send(PLAction::NavigateToSplitViewMenuItemPressed, item));
+        EXPECT_EQ(editor->selectedSplitViewController(), pane(focused));
+    }
     for (int index = 0; index < 3; ++index)
         EXPECT_EQ(pane(index)->titleTextField()->font().bold(), index == 1) << "pane " << index;
     // Pane commands reach the focused pane first.
     EXPECT_TRUE(send(PLAction::ToggleDocumentPDF));
-    EXPECT_TRUE(pane(1)->isPdfToggled());
-    EXPECT_FALSE(pane(0)->isPdfToggled());
+    EXPECT_EQ(std::pair(pane(0)->isPdfToggled(), pane(1)->isPdfToggled()), std::pair(false, true));
 }
 
 TEST_F(SplitPanes, AStoredLayoutReopensWithItsPanesAndWidths)
@@ -152,8 +149,7 @@ TEST_F(SplitPanes, AStoredLayoutReopensWithItsPanesAndWidths)
     PLUserDefaults::standardUserDefaults().setArray({text, pdf}, PLUserDefaultsSplitViewSetup);
     open();
     ASSERT_EQ(editor->splitViewCount(), 2);
-    EXPECT_FALSE(pane(0)->isPdfToggled());
-    EXPECT_TRUE(pane(1)->isPdfToggled());
+    EXPECT_EQ(std::pair(pane(0)->isPdfToggled(), pane(1)->isPdfToggled()), std::pair(false, true));
     const QList<int> widths = editor->splitView()->sizes();
     EXPECT_NEAR(100.0 * widths.at(0) / (widths.at(0) + widths.at(1)), 70.0, 1.0);
     EXPECT_EQ(editor->selectedSplitViewController(), pane(0));
@@ -603,16 +599,9 @@ protected:
         }
         return lines.join(u'|');
     }
-    QModelIndex find(const QString &title, const QModelIndex &parent = QModelIndex()) const
+    QModelIndex find(const QString &title) const
     {
-        for (int row = 0; row < model()->rowCount(parent); ++row) {
-            const QModelIndex index = model()->index(row, 0, parent);
-            if (index.data().toString() == title)
-                return index;
-            if (const QModelIndex found = find(title, index); found.isValid())
-                return found;
-        }
-        return QModelIndex();
+        return model()->match(model()->index(0, 0), Qt::DisplayRole, title, 1, Qt::MatchExactly | Qt::MatchRecursive).value(0);
     }
     void click(const QString &title)
     {
