@@ -352,15 +352,9 @@ protected:
     }
     void openAt(const QString &mainPath)
     {
-        // Not openWindow(): running events before the window shows kept Ctrl+C from the PDF view.
-        PLError error;
-        document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(mainPath), true, &error);
-        ASSERT_NE(document, nullptr) << error.message.toStdString();
-        windowController = documents.windowControllerForDocument(document);
-        window = windowController->documentWindow();
-        window->resize(900, 500);
+        // Running events before the window shows kept Ctrl+C from the PDF view.
+        openWindow(mainPath, QSize(900, 500), false, false);
         window->show();
-        editor = mainArea()->editorSplitViewController();
         shownPane = editor->selectedSplitViewController();
         shownPane->toggleDocumentPDF();
     }

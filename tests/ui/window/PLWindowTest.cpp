@@ -336,22 +336,18 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
     select(a);
     select(b);
     select(c);
-    // The history holds the selections left behind: the newest, b, is its current place.
-    EXPECT_TRUE(canGoBack());
-    EXPECT_FALSE(canGoForward());
-    pane()->navigateBackward();
-    EXPECT_EQ(textView()->selectedRange(), a);
-    EXPECT_TRUE(canGoForward());
-    ASSERT_TRUE(PLResponderChain::sendAction(window, PLAction::NavigateBackward, nullptr));
-    EXPECT_EQ(textView()->selectedRange(), (PLRange{0, 0}));
-    EXPECT_FALSE(canGoBack());
-    EXPECT_FALSE(PLResponderChain::sendAction(window, PLAction::NavigateBackward, nullptr));
-    // Walking the history records nothing of its own.
-    pane()->navigateForward();
-    EXPECT_EQ(textView()->selectedRange(), a);
-    pane()->navigateForward();
-    EXPECT_EQ(textView()->selectedRange(), b);
-    EXPECT_FALSE(canGoForward());
+    // The history holds the selections left behind: the newest, b, is its current place. Each step:
+    // forwards or not, where the selection lands and whether the buttons and the menu go on; walking
+    // the history records nothing of its own.
+    EXPECT_EQ(std::pair(canGoBack(), canGoForward()), std::pair(true, false));
+    const std::tuple<bool, PLRange, bool, bool> steps[] = {
+        {false, a, true, true}, {false, PLRange{0, 0}, false, true}, {true, a, true, true}, {true, b, true, false}};
+    for (const auto &[forwards, landing, back, forward] : steps) {
+        ASSERT_TRUE(PLResponderChain::sendAction(window, forwards ? PLAction::NavigateForward : PLAction::NavigateBackward, nullptr));
+        EXPECT_EQ(std::tuple(textView()->selectedRange(), canGoBack(), canGoForward(),
+                             PLResponderChain::validateMenuItem(window, PLAction::NavigateBackward, nullptr)),
+                  std::tuple(landing, back, forward, back));
+    }
     // A new pane starts a history of its own.
     pane()->splitView(Qt::NoModifier);
     EXPECT_TRUE(canGoBack());
