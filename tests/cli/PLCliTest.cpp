@@ -4,17 +4,17 @@
 #include "core/foundation/PLUserDefaultsConstants.h"
 #include "PLCliRunner.h"
 #include "PLTestSupport.h"
+
 #include <QDir>
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <cmath>
 #include <random>
+
 #include <gtest/gtest.h>
+
 #include <signal.h>
-
-
-
-
 
 namespace {
 

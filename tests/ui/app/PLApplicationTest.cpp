@@ -9,14 +9,14 @@
 #include "ui/window/PLWelcomeWindowMainViewController.h"
 #include "ui/window/PLWelcomeWindowRecentFilesTableView.h"
 #include "PLUiTestSupport.h"
+
 #include <QEvent>
 #include <QDateTime>
 #include <QFile>
 #include <QLocalSocket>
 #include <QSignalSpy>
+
 #include <gtest/gtest.h>
-
-
 
 namespace {
 

@@ -8,20 +8,20 @@
 #include "ui/editor/PLTextViewLineOverlayView.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
 #include "PLEditorTestSupport.h"
+
 #include <QInputMethodEvent>
 #include <QMimeData>
 #include <QPaintEvent>
 #include <QToolTip>
 #include <QScrollBar>
 #include <QClipboard>
+
 #include <cmath>
 #include <numeric>
 #include <random>
 #include <utility>
+
 #include <gtest/gtest.h>
-
-
-
 
 namespace {
 
@@ -593,9 +593,7 @@ TEST_F(Spelling, EveryPaneMarksTheWordsAndTheWordBeingTypedWaitsForTheCaretToLea
 // at once: the pane keeps the marks a pane reading the text afresh shows.
 TEST_F(Spelling, MarksAfterEditsAreThoseOfAFreshPane)
 {
-    const QStringList pieces{QStringLiteral("$"),       QStringLiteral("{"),     QStringLiteral("}"),      QStringLiteral("\\label{"),
-                             QStringLiteral("\\end{equation}"), QStringLiteral("\n"), QStringLiteral("\n\n"), QStringLiteral(" wrold "),
-                             QStringLiteral("\\["),     QStringLiteral("% "),    QStringLiteral("tehre")};
+    const QStringList pieces = QStringLiteral("$|{|}|\\label{|\\end{equation}|\n|\n\n| wrold |\\[|% |tehre").split(u'|');
     const auto file = open(QStringLiteral("Teh wrold $x$ and\n\\label{qzx\nmore wrold}\n\nNew paragrph $a\nb$ tehre.\n"
                                           "\\begin{equation}\nfooq\n\\end{equation} sme\n"));
     PLTextView *view = makeView(file);

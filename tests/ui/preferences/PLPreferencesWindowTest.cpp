@@ -8,12 +8,12 @@
 #include "ui/preferences/PLPreferencesToolbarItemIdentifiers.h"
 #include "ui/preferences/PLPreferencesWindowController.h"
 #include "PLUiTestSupport.h"
+
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QSettings>
 #include <QToolBar>
-
 
 namespace {
 

@@ -10,17 +10,19 @@
 #include "ui/window/PLTitleBarButton.h"
 #include "ui/window/PLTypesettingLogParserResultsTableViewController.h"
 #include "PLUiTestSupport.h"
+
 #include <QFile>
 #include <QLabel>
 #include <QPdfDocument>
+#include <QPlainTextEdit>
 #include <QPrinter>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSplitter>
 #include <QTreeWidget>
+#include <QClipboard>
 #include <QPainter>
 #include <QSignalSpy>
-
 
 namespace {
 

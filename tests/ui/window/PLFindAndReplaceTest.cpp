@@ -3,11 +3,11 @@
 #include "ui/editor/PLFindIndicator.h"
 #include "PLUiTestSupport.h"
 #include "ui/window/PLQuickOpenWindowController.h"
+
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
 #include <QTableWidget>
-
 
 namespace {
 

@@ -12,6 +12,7 @@
 #include "ui/window/XSViewController.h"
 #include "ui/window/XSWindowController.h"
 #include "PLUiTestSupport.h"
+
 #include <QAction>
 #include <QLabel>
 #include <QSplitter>
@@ -24,11 +25,10 @@
 #include <QToolButton>
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
+
 #include <sys/stat.h>
+
 #include <gtest/gtest.h>
-
-
-
 
 namespace {
 
@@ -333,9 +333,8 @@ TEST_F(EditorPane, BackAndForwardWalkTheSelectionsMadeInTheFile)
 {
     EXPECT_FALSE(canGoBack());
     const PLRange a{10, 0}, b{20, 4}, c{30, 0};
-    select(a);
-    select(b);
-    select(c);
+    for (const PLRange range : {a, b, c})
+        select(range);
     // The history holds the selections left behind: the newest, b, is its current place. Each step:
     // forwards or not, where the selection lands and whether the buttons and the menu go on; walking
     // the history records nothing of its own.
@@ -367,16 +366,15 @@ TEST_F(EditorPane, ARangeReachingTheEndOfTheTextIsNotRestored)
 TEST_F(EditorPane, EachFileKeepsItsTrailAcrossFileSwitches)
 {
     const std::shared_ptr<PLFile> main = pane()->file();
-    select(PLRange{10, 0});
-    select(PLRange{20, 0});
-    select(PLRange{30, 0});
+    for (const qsizetype location : {10, 20, 30})
+        select(PLRange{location, 0});
     ASSERT_TRUE(canGoBack());
     const std::shared_ptr<PLFile> chapter = main->filesInDocument().value(0);
     ASSERT_NE(chapter, nullptr);
     pane()->setFile(chapter);
     EXPECT_FALSE(canGoBack());
-    select(PLRange{5, 0});
-    select(PLRange{8, 0});
+    for (const qsizetype location : {5, 8})
+        select(PLRange{location, 0});
     EXPECT_TRUE(canGoBack());
     pane()->setFile(main);
     EXPECT_EQ(textView()->selectedRange(), (PLRange{30, 0}));
@@ -399,8 +397,7 @@ TEST_F(EditorPane, GoToLineAndOutlineJumpsAreRecordedInTheHistory)
     QTest::keyClick(goToLine->lineNumberTextField(), Qt::Key_Return);
     EXPECT_FALSE(goToLine->window()->isVisible());
     const PLRange lineStart{text.indexOf(QStringLiteral("line 35")), 0};
-    EXPECT_EQ(textView()->selectedRange(), lineStart);
-    EXPECT_EQ(pane()->file()->selectedRange(), lineStart);
+    EXPECT_EQ(std::pair(textView()->selectedRange(), pane()->file()->selectedRange()), std::pair(lineStart, lineStart));
     EXPECT_TRUE(textView()->viewport()->rect().contains(textView()->cursorRect()));
     pane()->navigateBackward();
     EXPECT_EQ(textView()->selectedRange(), (PLRange{20, 0}));
