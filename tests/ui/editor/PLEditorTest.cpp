@@ -1,13 +1,16 @@
 #include "core/editor/PLLatexSyntaxHighlighterDelegate.h"
 #include "core/editor/PLSyntaxHighlighter.h"
 #include "core/editor/PLTextAttributes.h"
+#include "core/latex/PLLatexFileContentOutlineParser.h"
+#include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLLineEndingMap.h"
 #include "ui/editor/PLLineNumbersRulerView.h"
 #include "ui/editor/PLQColor.h"
 #include "ui/editor/PLSpellChecker.h"
+#include "ui/editor/PLTextViewDelegate.h"
 #include "ui/editor/PLTextViewLineOverlayView.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
-#include "PLEditorTestSupport.h"
+#include "PLUiTestSupport.h"
 
 #include <QInputMethodEvent>
 #include <QMimeData>
@@ -15,6 +18,7 @@
 #include <QToolTip>
 #include <QScrollBar>
 #include <QClipboard>
+#include <QHBoxLayout>
 
 #include <cmath>
 #include <numeric>
@@ -24,6 +28,68 @@
 #include <gtest/gtest.h>
 
 namespace {
+
+// Editor text views on files of a temporary folder, shown side by side in one active window,
+// each with a delegate of its own that feeds one navigation history.
+class EditorTest : public ::testing::Test
+{
+protected:
+    std::shared_ptr<PLFile> open(const QString &text, const QString &name = QStringLiteral("chapter.tex"))
+    {
+        const QString path = QDir(folder.path()).filePath(name);
+        PLTest::writeFile(path, text.toUtf8());
+        auto file = PLFile::fileWithPath(path, std::make_shared<PLLatexFileContentOutlineParser>());
+        files.push_back(file);
+        return file;
+    }
+    void write(const QString &name, const QString &text) { PLTest::writeFile(QDir(folder.path()).filePath(name), text.toUtf8()); }
+    PLTextView *makeView(const std::shared_ptr<PLFile> &file, bool withDelegate = true)
+    {
+        auto *view = new PLTextView(file);
+        if (withDelegate)
+            view->setDelegate(new PLTextViewDelegate(file, nullptr, &history, view));
+        return view;
+    }
+    // One view with a delegate on a new file of the text, shown and focused.
+    PLTextView *showText(const QString &text, QSize size = QSize(800, 400))
+    {
+        PLTextView *view = makeView(open(text));
+        show({view}, size);
+        return view;
+    }
+    // Shows the views in the window, the first one focused.
+    void show(std::initializer_list<PLTextView *> views, QSize size = QSize(800, 400))
+    {
+        window.resize(size);
+        auto *layout = new QHBoxLayout(&window);
+        layout->setContentsMargins(0, 0, 0, 0);
+        for (PLTextView *view : views)
+            layout->addWidget(view);
+        window.show();
+        window.activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+        (*views.begin())->setFocus();
+        QCoreApplication::processEvents();
+    }
+    // The view's own text, its blocks joined by paragraph separators.
+    static QString mirrorOf(const PLTextView &view)
+    {
+        QString text;
+        for (QTextBlock block = view.document()->begin(); block.isValid(); block = block.next())
+            text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
+        return text;
+    }
+    void TearDown() override
+    {
+        for (const auto &file : files)
+            file->close();
+    }
+    QTemporaryDir folder;
+    std::vector<std::shared_ptr<PLFile>> files;
+    PLTextViewHistoryHandler history;
+    // Last, so the views go before the history their delegates feed.
+    QWidget window;
+};
 
 // The same text coloured the plain way, all at once, as the reference for background colouring.
 class ReferenceText : public PLTextStorage
@@ -75,7 +141,7 @@ public:
     QHash<QObject *, QRegion> painted;
 };
 
-class TextView : public PLTest::EditorTest
+class TextView : public EditorTest
 {
 protected:
     void open(const QByteArray &bytes) { file = EditorTest::open(QString::fromUtf8(bytes)); }
@@ -244,7 +310,7 @@ TEST(LineEndingMap, UpdatesLikeAMapMadeFromTheEditedText)
     }
 }
 
-class Band : public PLTest::EditorTest
+class Band : public EditorTest
 {
 protected:
     void SetUp() override { PLTest::resetSettings(); }
@@ -309,8 +375,6 @@ TEST_F(Band, IsDrawnAtOneFifthOpacityInTheColoursOfTheSettingsAndFollowsThem)
     EXPECT_NEAR(edge.greenF(), 0.2, 0.02);
     EXPECT_NEAR(edge.redF(), 0.0, 0.02);
 }
-
-using PLTest::EditorTest;
 
 using TextViewFormatting = PLTest::WithParam<EditorTest, std::pair<PLAction, const char *>>;
 
@@ -441,7 +505,7 @@ TEST_F(EditorTest, TheIncludeArgumentTooltipNamesTheFileAtTheSelection)
     EXPECT_EQ(view->selectedRange(), (PLRange{argument + 2, 0}));
 }
 
-class Ruler : public PLTest::EditorTest
+class Ruler : public EditorTest
 {
 protected:
     PLLineNumbersRulerView *showRuler(const QString &text, QSize size = QSize(500, 300))
@@ -511,7 +575,7 @@ TEST_F(Ruler, AWrappedLineIsNumberedOnce)
     EXPECT_EQ(numbers, (QList<int>{1, 2, 3, 4}));
 }
 
-class Spelling : public PLTest::EditorTest
+class Spelling : public EditorTest
 {
 protected:
     void SetUp() override { PLSpellChecker::sharedSpellChecker().waitUntilReady(); }
@@ -670,7 +734,7 @@ public:
 };
 
 // A seed and the file's line break.
-class TextViewRandomEditing : public PLTest::EditorTest, public ::testing::WithParamInterface<std::pair<unsigned, const char *>>
+class TextViewRandomEditing : public EditorTest, public ::testing::WithParamInterface<std::pair<unsigned, const char *>>
 {
 protected:
     // Both panes show the buffer, the line ends stay the file's own, and the file saves as the
