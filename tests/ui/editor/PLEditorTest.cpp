@@ -438,27 +438,26 @@ TEST_P(TextViewKeys, EditTheSelectedLinesInOneUndoStepAndLeaveTheCaretWhereTheAr
     EXPECT_EQ(view->contentBuffer()->string(), text);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Edits, TextViewKeys,
-    ::testing::Values(std::tuple{"ab", PLRange{1, 0}, Qt::Key_ParenLeft, "a()b", PLRange{2, 0}},
-                      std::tuple{"ab", PLRange{1, 0}, Qt::Key_QuoteDbl, "a``\"b", PLRange{3, 0}},
-                      std::tuple{"ab", PLRange{1, 0}, Qt::Key_ParenRight, "a)b", PLRange{2, 0}},
-                      std::tuple{"a\n  %b\nc\n", PLRange{1, 7}, kToggleComment, "%a\n  b\n%c\n", PLRange{2, 7}},
-                      std::tuple{"%%x", PLRange{1, 0}, kToggleComment, "%x", PLRange{0, 0}},
-                      std::tuple{"a\n\nb", PLRange{2, 0}, kToggleComment, "a\n%\nb", PLRange{3, 0}},
-                      std::tuple{"a\n", PLRange{2, 0}, kToggleComment, "a\n%", PLRange{3, 0}},
-                      std::tuple{"\t\\item x", PLRange{3, 0}, kToggleComment, "%\t\\item x", PLRange{4, 0}},
-                      std::tuple{"a\nb\nc", PLRange{0, 2}, kToggleComment, "%a\nb\nc", PLRange{0, 3}},
-                      std::tuple{"a\r\n%b\r\nc", PLRange{0, 8}, kToggleComment, "%a\r\nb\r\n%c", PLRange{0, 9}},
-                      std::tuple{"a\nb\nc", PLRange{0, 3}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 5}},
-                      std::tuple{"ab\ncd", PLRange{1, 3}, Qt::Key_Tab, "\tab\n\tcd", PLRange{2, 4}},
-                      std::tuple{"a\nb\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 6}},
-                      std::tuple{"a\n\nb", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\n\tb", PLRange{0, 6}},
-                      std::tuple{"a\r\nb\r\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\r\n\tb\r\nc", PLRange{0, 6}},
-                      std::tuple{"ab\nc", PLRange{0, 1}, Qt::Key_Tab, "\tb\nc", PLRange{1, 0}},
-                      std::tuple{"\t\ta\n      b\nc", PLRange{2, 9}, Qt::Key_Backtab, "\ta\n  b\nc", PLRange{1, 5}},
-                      std::tuple{"x\n\ty", PLRange{3, 0}, Qt::Key_Backtab, "x\ny", PLRange{2, 0}},
-                      std::tuple{"a\nb", PLRange{0, 3}, Qt::Key_Backtab, "a\nb", PLRange{0, 3}}));
+INSTANTIATE_TEST_SUITE_P(Edits, TextViewKeys,
+                         ::testing::Values(std::tuple{"ab", PLRange{1, 0}, Qt::Key_ParenLeft, "a()b", PLRange{2, 0}},
+                                           std::tuple{"ab", PLRange{1, 0}, Qt::Key_QuoteDbl, "a``\"b", PLRange{3, 0}},
+                                           std::tuple{"ab", PLRange{1, 0}, Qt::Key_ParenRight, "a)b", PLRange{2, 0}},
+                                           std::tuple{"a\n  %b\nc\n", PLRange{1, 7}, kToggleComment, "%a\n  b\n%c\n", PLRange{2, 7}},
+                                           std::tuple{"%%x", PLRange{1, 0}, kToggleComment, "%x", PLRange{0, 0}},
+                                           std::tuple{"a\n\nb", PLRange{2, 0}, kToggleComment, "a\n%\nb", PLRange{3, 0}},
+                                           std::tuple{"a\n", PLRange{2, 0}, kToggleComment, "a\n%", PLRange{3, 0}},
+                                           std::tuple{"\t\\item x", PLRange{3, 0}, kToggleComment, "%\t\\item x", PLRange{4, 0}},
+                                           std::tuple{"a\nb\nc", PLRange{0, 2}, kToggleComment, "%a\nb\nc", PLRange{0, 3}},
+                                           std::tuple{"a\r\n%b\r\nc", PLRange{0, 8}, kToggleComment, "%a\r\nb\r\n%c", PLRange{0, 9}},
+                                           std::tuple{"a\nb\nc", PLRange{0, 3}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 5}},
+                                           std::tuple{"ab\ncd", PLRange{1, 3}, Qt::Key_Tab, "\tab\n\tcd", PLRange{2, 4}},
+                                           std::tuple{"a\nb\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\tb\nc", PLRange{0, 6}},
+                                           std::tuple{"a\n\nb", PLRange{0, 4}, Qt::Key_Tab, "\ta\n\n\tb", PLRange{0, 6}},
+                                           std::tuple{"a\r\nb\r\nc", PLRange{0, 4}, Qt::Key_Tab, "\ta\r\n\tb\r\nc", PLRange{0, 6}},
+                                           std::tuple{"ab\nc", PLRange{0, 1}, Qt::Key_Tab, "\tb\nc", PLRange{1, 0}},
+                                           std::tuple{"\t\ta\n      b\nc", PLRange{2, 9}, Qt::Key_Backtab, "\ta\n  b\nc", PLRange{1, 5}},
+                                           std::tuple{"x\n\ty", PLRange{3, 0}, Qt::Key_Backtab, "x\ny", PLRange{2, 0}},
+                                           std::tuple{"a\nb", PLRange{0, 3}, Qt::Key_Backtab, "a\nb", PLRange{0, 3}}));
 
 TEST_F(EditorTest, HistoryAndPaneKeysAreTakenWithoutMovingTheCaret)
 {
@@ -608,21 +607,20 @@ TEST(SpellCheckerWords, AreLetterRunsAndNamesAreLeftAlone)
 // A misspelt word right after a backslash is never marked.
 TEST_F(Spelling, APreambleMathematicsAndCommandNamesAreNotProse)
 {
-    const QString text = QStringLiteral(
-        "\\documentclass[a4paper]{scrartcl}\n"
-        "\\usepackage[utf8]{inputenc}\n"
-        "\\usepackage{amsmth, graphicx}\n"
-        "\\bibliographystyle{alphadin}\n"
-        "\\begin{document}\n"
-        "\\sectoin{Helo} wrold\\wrold the \\\\tehre\n"
-        "\\label{sec:intrd} Teh text cites \\citep[chap.~3]{knuth84,lamprt} and \\eqref{eq:xyzzy}.\n"
-        "Math $\\alpha + qwxz$ and \\[ zzqx \\] and \\(vxq\\) and $$qqvv$$ stay.\n"
-        "\\begin{equation*}\n"
-        "fooq + barq\n"
-        "\\end{equation*}\n"
-        "\\includegraphics[width=5cm]{figs/pltt} \\input{chaptr}\n"
-        "\\href{http://exmple.org}{Wrld} \\url{http://exmple.org} 50\\$ is monney. % A commnt\n"
-        "\\end{document}\n");
+    const QString text = QStringLiteral("\\documentclass[a4paper]{scrartcl}\n"
+                                        "\\usepackage[utf8]{inputenc}\n"
+                                        "\\usepackage{amsmth, graphicx}\n"
+                                        "\\bibliographystyle{alphadin}\n"
+                                        "\\begin{document}\n"
+                                        "\\sectoin{Helo} wrold\\wrold the \\\\tehre\n"
+                                        "\\label{sec:intrd} Teh text cites \\citep[chap.~3]{knuth84,lamprt} and \\eqref{eq:xyzzy}.\n"
+                                        "Math $\\alpha + qwxz$ and \\[ zzqx \\] and \\(vxq\\) and $$qqvv$$ stay.\n"
+                                        "\\begin{equation*}\n"
+                                        "fooq + barq\n"
+                                        "\\end{equation*}\n"
+                                        "\\includegraphics[width=5cm]{figs/pltt} \\input{chaptr}\n"
+                                        "\\href{http://exmple.org}{Wrld} \\url{http://exmple.org} 50\\$ is monney. % A commnt\n"
+                                        "\\end{document}\n");
     PLTextView *view = showText(text, QSize(900, 500));
     EXPECT_EQ(markedWords(view), QStringLiteral("Helo wrold Teh Wrld monney commnt").split(u' '));
     // A dollar typed on one line opens mathematics through the lines after it in the paragraph.

@@ -240,11 +240,10 @@ TEST_F(TextColorsPane, ResetWritesTheResetColoursAndShowsThemInEveryWell)
     EXPECT_EQ(posted.names.mid(0, 3), (QStringList{PLNotificationEditorBackgroundColorDidChange,
                                                     PLNotificationEditorLineHighlightColorDidChange,
                                                     PLNotificationEditorTextStyleDidChange}));
-    const std::pair<QString, PLColor> resetColours[] = {
-        {PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
-        {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},
-        {PLUserDefaultsEditorColorBIBKeyBackground, PLColor::rgb(1.0, 1.0, 1.0, 0.0)},
-        {PLUserDefaultsEditorColorLineHighlighterBorders, PLColor::white(0.0, 1.0)}};
+    const std::pair<QString, PLColor> resetColours[] = {{PLUserDefaultsEditorColorCommentedAreas, PLColor::white(2.0 / 3.0, 1.0)},
+                                                        {PLUserDefaultsEditorBackgroundColor, PLColor::white(1.0, 1.0)},
+                                                        {PLUserDefaultsEditorColorBIBKeyBackground, PLColor::rgb(1.0, 1.0, 1.0, 0.0)},
+                                                        {PLUserDefaultsEditorColorLineHighlighterBorders, PLColor::white(0.0, 1.0)}};
     for (const auto &[key, color] : resetColours)
         EXPECT_EQ(colourOnDisk(key), color) << key.toStdString();
     EXPECT_EQ(shown->colorWellAt(0, 2, QStringLiteral("foreground"))->color(), resetColours[0].second);

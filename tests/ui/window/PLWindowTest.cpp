@@ -611,8 +611,9 @@ protected:
 // to throw out of the model and abort the application.
 TEST_F(Sidebar, ShowsHeadingsIncludedFilesAndOneRowPerBibliographyFile)
 {
-    open({{"main.tex", "\\part{One}\n\\chapter[Short]{$Intro$\\label{i}}\n\\input{intro}\n\\section{Local}\ntext\n"
-                       "\\bibliography{a,b,c,d}\n"},
+    open({{"main.tex",
+           "\\part{One}\n\\chapter[Short]{$Intro$\\label{i}}\n\\input{intro}\n\\section{Local}\ntext\n"
+           "\\bibliography{a,b,c,d}\n"},
           {"intro.tex", "\\section{Motivation}\nWhy.\n"},
           {"a.bib", "@book{a,}\n"},
           {"b.bib", ""},
