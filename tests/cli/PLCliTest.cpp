@@ -2,10 +2,15 @@
 #include "cli/PLCliJsonWriter.h"
 #include "core/foundation/PLColor.h"
 #include "core/foundation/PLUserDefaultsConstants.h"
-#include "PLCliRunner.h"
 #include "PLTestSupport.h"
 
+#include <QAnyStringView>
 #include <QDir>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -17,6 +22,72 @@
 #include <signal.h>
 
 namespace {
+
+// The value at a dotted path of keys and array indices, e.g. "outline.children.1.name".
+QJsonValue jsonAt(QJsonValue value, const char *path)
+{
+    for (const QString &step : QString::fromLatin1(path).split(u'.')) {
+        bool isIndex = false;
+        const int index = step.toInt(&isIndex);
+        value = isIndex ? value.toArray().at(index) : value.toObject().value(step);
+    }
+    return value;
+}
+
+// A settings store of its own, in the folder, for the commands run while it lives: they read the
+// same store as the application.
+class PLCliSettings
+{
+public:
+    explicit PLCliSettings(const QString &folder) : m_folder(folder), m_previous(qgetenv("XDG_CONFIG_HOME"))
+    {
+        qputenv("XDG_CONFIG_HOME", folder.toLocal8Bit());
+    }
+    ~PLCliSettings() { qputenv("XDG_CONFIG_HOME", m_previous); }
+    void set(const QString &key, const QVariant &value) const
+    {
+        QSettings(QDir(m_folder).filePath(QStringLiteral("plumeo/plumeo.ini")), QSettings::IniFormat).setValue(key, value);
+    }
+
+private:
+    QString m_folder;
+    QByteArray m_previous;
+};
+
+// Runs the plumeo-cli binary the way a script would and keeps what it printed.
+struct PLCliRun
+{
+    int exitCode = -1;
+    QByteArray standardOutput;
+    QByteArray standardError;
+    QJsonDocument json() const { return QJsonDocument::fromJson(standardOutput); }
+    QJsonValue at(const char *path) const { return jsonAt(json().object(), path); }
+};
+
+PLCliRun runCli(const QStringList &arguments, int timeoutMs = 120000)
+{
+    QProcess process;
+    process.start(QStringLiteral(PLUMEO_CLI_PATH), arguments);
+    PLCliRun run;
+    if (!process.waitForFinished(timeoutMs)) {
+        process.kill();
+        process.waitForFinished();
+        return run;
+    }
+    run.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.standardOutput = process.readAllStandardOutput();
+    run.standardError = process.readAllStandardError();
+    return run;
+}
+
+// The same with the arguments written as they come, literals and strings alike.
+PLCliRun runCli(std::initializer_list<QAnyStringView> arguments, int timeoutMs = 120000)
+{
+    QStringList list;
+    for (QAnyStringView argument : arguments)
+        list << argument.toString();
+    return runCli(list, timeoutMs);
+}
 
 using namespace PLTypesettingTest;
 
@@ -85,6 +156,7 @@ TEST_F(CliProject, EditReportsTheTextNotificationsAndSettledOutline)
     EXPECT_EQ(settled.at("outline.children.0.content").toString(), u"x\n\\\n");
 }
 
+// Each file once, also along an include cycle; quick open matches headings and file names.
 TEST_F(CliProject, FilesAndQuickOpen)
 {
     const PLCliRun files = succeeds({"files", path("main.tex")});
@@ -95,17 +167,11 @@ TEST_F(CliProject, FilesAndQuickOpen)
     for (const QJsonValue &match : succeeds({"quickopen", path("main.tex"), "IN"}).at("matches").toArray())
         names << jsonAt(match, "name").toString();
     EXPECT_EQ(names, (QStringList{QStringLiteral("Inside"), QStringLiteral("Intro to \\emph{sets}"), QStringLiteral("main.tex")}));
-}
-
-TEST_F(CliProject, MissingProjectsFailAndCyclicIncludesPrintEveryFileOnce)
-{
-    EXPECT_EQ(runCli({"outline", path("nope.tex")}).exitCode, 1);
-    EXPECT_EQ(runCli({"files", m_dir.path()}).exitCode, 1);
     PLTest::writeFile(path("a.tex"), "\\section{A}\n\\input{b}\n");
     PLTest::writeFile(path("b.tex"), "\\section{B}\n\\input{a}\n");
     EXPECT_EQ(succeeds({"files", path("a.tex")}).at("files").toArray().size(), 2);
-    EXPECT_EQ(runCli({"outline", path("a.tex")}).exitCode, 0);
-    EXPECT_EQ(runCli({"outline", path("a.tex"), "--sidebar"}).exitCode, 0);
+    succeeds({"outline", path("a.tex")});
+    succeeds({"outline", path("a.tex"), "--sidebar"});
 }
 
 // Runs cover the text end to end and neighbours differ; the comment and the include's link are
@@ -130,7 +196,6 @@ TEST_F(CliProject, HighlightPrintsMaximalRunsInTheUsersColours)
     }
     EXPECT_TRUE(starts.last() == text.size() && starts.contains(15) && starts.contains(24)) << starts.size();
     EXPECT_EQ(jsonAt(comment, "foreground.hex").toString(), u"#aaaaaaff");
-    EXPECT_EQ(jsonAt(comment, "foreground.red").toDouble(), 2.0 / 3.0);
     EXPECT_EQ(jsonAt(comment, "font.family").toString(), u"Monaco");
     EXPECT_TRUE(jsonAt(comment, "link").isNull());
     EXPECT_EQ(jsonAt(link, "link").toString(), u"file://");
@@ -155,18 +220,29 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
     PLTest::writeFile(latin1, QByteArray("Gr\xfc\xdf"));
     const QString file = dir.filePath(QStringLiteral("a.tex"));
     PLTest::writeFile(file, "\\section{A}\n");
-    // Arguments split at spaces; LATIN1, MISSING, CLEAN and FILE stand for the files above, the
-    // fixture and a small project.
+    // Arguments split at spaces; LATIN1, MISSING and FILE stand for the files above, DIR for their folder.
     const struct
     {
         const char *command;
         int status;
         const char *message;
     } cases[] = {
-        {"frobnicate", 2, ""}, {"lines", 2, ""}, {"lines x.tex --line-of", 2, ""}, {"lines LATIN1", 1, ""}, {"lines MISSING", 1, ""},
-        {"highlight a.tex b.tex", 2, ""}, {"highlight MISSING", 1, ""}, {"log out.txt", 2, ""}, {"log --root", 2, ""},
-        {"log /nonexistent/out.txt --root /p/main.tex", 1, ""}, {"typeset", 2, ""}, {"typeset /nonexistent/main.tex", 1, ""},
-        {"synctex sideways a b c d", 2, ""}, {"synctex forward CLEAN main.tex three 0", 2, ""}, {"quickopen FILE", 2, ""},
+        {"frobnicate", 2, ""},
+        {"lines", 2, ""},
+        {"lines x.tex --line-of", 2, ""},
+        {"lines LATIN1", 1, ""},
+        {"lines MISSING", 1, ""},
+        {"highlight a.tex b.tex", 2, ""},
+        {"highlight MISSING", 1, ""},
+        {"outline MISSING", 1, ""},
+        {"files DIR", 1, ""},
+        {"log out.txt", 2, ""},
+        {"log --root", 2, ""},
+        {"log /nonexistent/out.txt --root /p/main.tex", 1, ""},
+        {"typeset", 2, ""},
+        {"typeset /nonexistent/main.tex", 1, ""},
+        {"synctex sideways a b c d", 2, ""},
+        {"quickopen FILE", 2, ""},
         {"edit FILE --replace 1 9223372036854775807 x", 2,
          "--replace LENGTH needs a whole number from 0 to 2147483647, not 9223372036854775807"},
         {"edit FILE --replace -1 0 x", 2, "--replace LOCATION needs a whole number from 0"},
@@ -174,19 +250,21 @@ TEST(Cli, UsageAndInputErrorsExitWithOneLineOnStandardError)
         {"edit FILE --replace 1 2147483647 x", 1, ""},
         {"edit FILE --undo 1e3", 2, "--undo needs a whole number"},
         {"typeset FILE --stop-after 1e12", 2, "--stop-after needs a number from 0 to 2147483"},
-        {"typeset FILE --stop-after nan", 2, "not nan"}, {"typeset FILE --stop-after inf", 2, "not inf"},
+        {"typeset FILE --stop-after nan", 2, "not nan"},
         {"typeset FILE --stop-after -1", 2, "not -1"},
         {"synctex forward FILE FILE 1e300 0", 2, "LINE needs a whole number from 1 to 2147483647, not 1e300"},
-        {"synctex forward FILE FILE 2147483648 0", 2, "LINE"}, {"synctex forward FILE FILE 1 -5", 2, "COLUMN"},
-        {"synctex backward FILE 0 1 1", 2, "PAGE"}, {"synctex backward FILE 1 1e300 1", 2, "H needs"},
-        {"synctex backward FILE 1 1 nan", 2, "V needs"}, {"lines FILE --line-of 99999999999999999999", 2, "--line-of needs a whole number"},
+        {"synctex forward FILE FILE 1 -5", 2, "COLUMN"},
+        {"synctex backward FILE 0 1 1", 2, "PAGE"},
+        {"synctex backward FILE 1 1e300 1", 2, "H needs"},
+        {"synctex backward FILE 1 1 nan", 2, "V needs"},
+        {"lines FILE --line-of 99999999999999999999", 2, "--line-of needs a whole number"},
     };
     for (const auto &[command, status, message] : cases) {
         SCOPED_TRACE(command);
         QStringList arguments = QString::fromLatin1(command).split(u' ');
         arguments.replaceInStrings(QStringLiteral("LATIN1"), latin1).replaceInStrings(QStringLiteral("FILE"), file);
         arguments.replaceInStrings(QStringLiteral("MISSING"), dir.filePath(QStringLiteral("missing.tex")));
-        arguments.replaceInStrings(QStringLiteral("CLEAN"), PLTest::dataPath(QStringLiteral("typesetting/documents/clean/main.tex")));
+        arguments.replaceInStrings(QStringLiteral("DIR"), dir.path());
         const PLCliRun run = runCli(arguments);
         EXPECT_EQ(run.exitCode, status);
         EXPECT_TRUE(run.standardOutput.isEmpty());

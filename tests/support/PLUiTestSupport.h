@@ -128,8 +128,9 @@ class ProjectWindowTest : public ::testing::Test
 protected:
     void SetUp() override { resetSettings(); }
     void TearDown() override { closeDiscardingChanges(documents); }
-    // Opens the project of the file in a window of the size; shown and active when asked.
-    void openWindow(const QString &path, QSize size = QSize(900, 500), bool show = true)
+    // Opens the project of the file in a window of the size; shown and active when asked. Events
+    // run before it returns unless told not to.
+    void openWindow(const QString &path, QSize size = QSize(900, 500), bool show = true, bool runEvents = true)
     {
         PLError error;
         document = documents.openDocumentWithContentsOfURL(QUrl::fromLocalFile(path), true, &error);
@@ -144,7 +145,8 @@ protected:
             ASSERT_TRUE(QTest::qWaitForWindowActive(window));
             pane(0)->makeKey();
         }
-        QCoreApplication::processEvents();
+        if (runEvents)
+            QCoreApplication::processEvents();
     }
     PLMainAreaViewController *mainArea() const { return windowController->splitViewController()->mainAreaViewController(); }
     PLSplitViewContentViewController *pane(int index = 0) const { return editor->splitViewContentControllerAtIndex(index); }

