@@ -79,13 +79,8 @@ protected:
             text += block.text() + (block.next().isValid() ? QStringLiteral("\u2029") : QString());
         return text;
     }
-    void TearDown() override
-    {
-        for (const auto &file : files)
-            file->close();
-    }
     QTemporaryDir folder;
-    std::vector<std::shared_ptr<PLFile>> files;
+    PLTest::OpenedFiles files;
     PLTextViewHistoryHandler history;
     // Last, so the views go before the history their delegates feed.
     QWidget window;
