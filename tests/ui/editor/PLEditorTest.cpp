@@ -184,6 +184,8 @@ QColor bufferColour(const PLFile &file, qsizetype location)
 // there left its selection alone.
 TEST_F(TextView, TypingRepaintsTheTypedLineOnly)
 {
+    // A dictionary arriving mid-test would have both panes look at their words again.
+    PLSpellChecker::sharedSpellChecker().waitUntilReady();
     QByteArray text;
     for (int i = 0; i < 300; ++i)
         text += "line " + QByteArray::number(i) + " \\emph{word}\r\n";
