@@ -650,7 +650,7 @@ void PLTextView::shiftSelectedLines(bool outdent)
         end = moved(end);
     }
     history->endMacro();
-    setSelectedRange(PLRange{start, end - start});
+    selectAfterEditing(PLRange{start, end - start});
 }
 
 bool PLTextView::handleViewportEditorEvent(QEvent *event)
@@ -685,7 +685,14 @@ void PLTextView::insertText(const QString &string, PLRange replacementRange)
 {
     const qsizetype before = m_buffer->length();
     if (replaceCharactersAsTyped(replacementRange, string))
-        setSelectedRange(PLRange{replacementRange.end() + m_buffer->length() - before, 0});
+        selectAfterEditing(PLRange{replacementRange.end() + m_buffer->length() - before, 0});
+}
+
+void PLTextView::selectAfterEditing(PLRange range)
+{
+    setSelectedRange(range);
+    m_file->setSelectedRange(selectedRange());
+    emit selectionDidChange();
 }
 
 void PLTextView::insertTextAroundRange(const QString &command, PLRange range)
@@ -695,7 +702,7 @@ void PLTextView::insertTextAroundRange(const QString &command, PLRange range)
         return;
     }
     insertText(command + QStringLiteral("{}"), range);
-    setSelectedRange(PLRange{selectedRange().location - 1, 0});
+    selectAfterEditing(PLRange{selectedRange().location - 1, 0});
 }
 
 void PLTextView::toggleBold()
@@ -759,7 +766,7 @@ void PLTextView::toggleCommentOfCurrentLine()
         }
     }
     history->endMacro();
-    setSelectedRange(PLRange{start, end - start});
+    selectAfterEditing(PLRange{start, end - start});
 }
 
 void PLTextView::updateLineHighlightPosition()

@@ -90,6 +90,10 @@ protected:
     void contextMenuEvent(QContextMenuEvent *event) override;
 
 private:
+    // Selects what a command's own edits leave selected. Moves made while the view brings its
+    // mirror in line are not taken as the user's, and the caret may already stand there, so the
+    // file and the status area are told of the place here.
+    void selectAfterEditing(PLRange range);
     class MirrorLayout;
     struct LocalEdit
     {
