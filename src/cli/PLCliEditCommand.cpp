@@ -55,10 +55,12 @@ int PLCliRunEdit(const QStringList &arguments)
         if (argument == u"--replace") {
             if (i + 3 >= arguments.size())
                 return PLCliFail(PLCliUsageError, QStringLiteral("--replace needs LOCATION LENGTH TEXT"));
-            const std::optional<qint64> location = PLCliWholeNumber(QStringLiteral("--replace LOCATION"), arguments[i + 1], 0, kMaximumPosition);
+            const std::optional<qint64> location = PLCliWholeNumber(QStringLiteral("--replace LOCATION"), arguments[i + 1], 0,
+                                                                    kMaximumPosition);
             if (!location)
                 return PLCliUsageError;
-            const std::optional<qint64> length = PLCliWholeNumber(QStringLiteral("--replace LENGTH"), arguments[i + 2], 0, kMaximumPosition);
+            const std::optional<qint64> length = PLCliWholeNumber(QStringLiteral("--replace LENGTH"), arguments[i + 2], 0,
+                                                                  kMaximumPosition);
             if (!length)
                 return PLCliUsageError;
             replacements.append(Replacement{*location, *length, unescape(arguments[i + 3])});

@@ -61,13 +61,13 @@ char *writeQuoted(char *out, QStringView text)
             }
         } else {
             const char escaped = u == u'"' ? '"'
-                : u == u'\\'           ? '\\'
-                : u == u'\b'            ? 'b'
-                : u == u'\f'            ? 'f'
-                : u == u'\n'            ? 'n'
-                : u == u'\r'            ? 'r'
-                : u == u'\t'            ? 't'
-                                        : 0;
+                : u == u'\\'               ? '\\'
+                : u == u'\b'               ? 'b'
+                : u == u'\f'               ? 'f'
+                : u == u'\n'               ? 'n'
+                : u == u'\r'               ? 'r'
+                : u == u'\t'               ? 't'
+                                           : 0;
             if (escaped) {
                 *out++ = '\\';
                 *out++ = escaped;

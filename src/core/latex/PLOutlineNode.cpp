@@ -46,8 +46,7 @@ std::shared_ptr<PLOutlineNode> PLOutlineNode::create(const QString &name, quint3
     return std::make_shared<PLOutlineNode>(name, type, content, file);
 }
 
-std::shared_ptr<PLOutlineNode> PLOutlineNode::createTextNode(const QString &text, PLRange stretch,
-                                                             const std::shared_ptr<PLFile> &file)
+std::shared_ptr<PLOutlineNode> PLOutlineNode::createTextNode(const QString &text, PLRange stretch, const std::shared_ptr<PLFile> &file)
 {
     return std::make_shared<PLOutlineNode>(QStringLiteral("text"), Text, text, stretch, file);
 }

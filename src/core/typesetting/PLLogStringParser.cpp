@@ -124,9 +124,10 @@ std::shared_ptr<PLLogItem> PLLogStringParser::errorInLine(const QString &line)
 
 std::shared_ptr<PLLogItem> PLLogStringParser::locatedError(const QString &text, const PLLogScanning::LocatedError &located) const
 {
-    return std::make_shared<PLLogItem>(PLLogItem::Error, slice(text, located.message),
-                                       PLLogScanning::integerValue(QStringView(text).sliced(located.lineNumber.location, located.lineNumber.length)),
-                                       m_documentFolder + slice(text, located.fileName));
+    return std::make_shared<PLLogItem>(
+        PLLogItem::Error, slice(text, located.message),
+        PLLogScanning::integerValue(QStringView(text).sliced(located.lineNumber.location, located.lineNumber.length)),
+        m_documentFolder + slice(text, located.fileName));
 }
 
 void PLLogStringParser::addWarning(const std::shared_ptr<PLLogItem> &warning, const QString &filePath)

@@ -561,7 +561,8 @@ private:
                 const Object *count = stream->get("N");
                 std::optional<QByteArray> data = streamData(*stream, m_data);
                 if (data && first && first->isInteger() && first->number >= 0 && count && count->isInteger())
-                    decoded = std::make_shared<ObjectStream>(ObjectStream{std::move(*data), toInteger(first->number), toInteger(count->number)});
+                    decoded = std::make_shared<ObjectStream>(
+                        ObjectStream{std::move(*data), toInteger(first->number), toInteger(count->number)});
             }
             cached = m_objectStreams.insert(streamNumber, decoded);
         }

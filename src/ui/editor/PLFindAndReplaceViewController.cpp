@@ -32,7 +32,8 @@ constexpr qreal kSmallFontScale = 11.0 / 13.0;
 PLFindAndReplaceViewController::PLFindAndReplaceViewController(XSWindowController *windowController, QObject *parent)
     : XSViewController(QStringLiteral("PLFindAndReplaceView"), windowController, parent)
 {
-    setActionHandler(PLAction::PerformFindPanelAction, [this](QAction *sender) { performFindAndReplaceAction(PLMainMenu::tagOfItem(sender)); });
+    setActionHandler(PLAction::PerformFindPanelAction,
+                     [this](QAction *sender) { performFindAndReplaceAction(PLMainMenu::tagOfItem(sender)); });
     qApp->installEventFilter(this);
 }
 
@@ -151,9 +152,9 @@ QWidget *PLFindAndReplaceViewController::loadView()
     m_findNextButton = makeFindButton(PLTextSearch::Forwards);
     m_findNextButton->setObjectName(QStringLiteral("findNextButton"));
 
-    m_closeButton = new PLFindAndReplaceButton({QStringLiteral("findAndReplaceBackground.png"), QStringLiteral("findAndReplaceButtonClose.png")},
-                                               {QStringLiteral("findAndReplaceButtonPressed.png"), QStringLiteral("findAndReplaceButtonClose.png")},
-                                               view);
+    m_closeButton = new PLFindAndReplaceButton(
+        {QStringLiteral("findAndReplaceBackground.png"), QStringLiteral("findAndReplaceButtonClose.png")},
+        {QStringLiteral("findAndReplaceButtonPressed.png"), QStringLiteral("findAndReplaceButtonClose.png")}, view);
     m_closeButton->setObjectName(QStringLiteral("closeButton"));
     m_closeButton->setToolTip(tr("Hide the find bar"));
     connect(m_closeButton, &QAbstractButton::clicked, this, &PLFindAndReplaceViewController::hideFindAndReplacePanel);
@@ -180,7 +181,8 @@ QWidget *PLFindAndReplaceViewController::loadView()
 void PLFindAndReplaceViewController::placeFindButtons()
 {
     const QSize size = m_findNextButton->sizeHint();
-    m_findNextButton->setGeometry(QRect(QPoint(m_findNextButton->parentWidget()->width() - kFindButtonRightMargin - size.width(), kFindButtonTop), size));
+    m_findNextButton->setGeometry(
+        QRect(QPoint(m_findNextButton->parentWidget()->width() - kFindButtonRightMargin - size.width(), kFindButtonTop), size));
     m_findPreviousButton->setGeometry(m_findNextButton->geometry().translated(-size.width() + kFindButtonOverlap, 0));
     // The next button's left border is drawn over the previous one's right border.
     m_findNextButton->raise();

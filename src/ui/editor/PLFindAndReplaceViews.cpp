@@ -33,7 +33,8 @@ PLFindAndReplaceButton::PLFindAndReplaceButton(const QStringList &images, const 
 
 PLFindAndReplaceButton *PLFindAndReplaceButton::findButton(qint32 direction, QWidget *parent)
 {
-    const QString name = direction == 1 ? QStringLiteral("findANdReplaceFindNextButton") : QStringLiteral("findANdReplaceFindPreviousButton");
+    const QString name = direction == 1 ? QStringLiteral("findANdReplaceFindNextButton")
+                                        : QStringLiteral("findANdReplaceFindPreviousButton");
     return new PLFindAndReplaceButton({name + QStringLiteral(".png")}, {name + QStringLiteral("Pressed.png")}, parent);
 }
 

@@ -47,7 +47,8 @@ void PLLineNumbersRulerView::setClientView(PLTextView *view)
     invalidateLineIndices();
     if (!view)
         return;
-    m_editConnection = connect(view->contentBuffer(), &PLTextContentBuffer::didProcessEditing, this, &PLLineNumbersRulerView::textDidChange);
+    m_editConnection = connect(view->contentBuffer(), &PLTextContentBuffer::didProcessEditing, this,
+                               &PLLineNumbersRulerView::textDidChange);
     // Scrolling and every repaint of the text repaint the same stretch of the ruler.
     connect(view, &QPlainTextEdit::updateRequest, this, [this](const QRect &rect, int dy) {
         if (dy != 0)
@@ -236,7 +237,8 @@ QList<PLLineNumbersRulerView::Label> PLLineNumbersRulerView::labelsInRect(const 
         const qreal rowTop = blockTop + row.y();
         if (rowTop + row.height() >= rect.top() && rowTop <= rect.bottom()) {
             const qreal labelTop = rowTop + (row.height() - labelHeight) / 2;
-            labels.append(Label{i + 1, QPointF(rulerWidth - labelText(i + 1).size().width() - PLRulerLabelMargin, labelTop + metrics.ascent())});
+            labels.append(
+                Label{i + 1, QPointF(rulerWidth - labelText(i + 1).size().width() - PLRulerLabelMargin, labelTop + metrics.ascent())});
         }
     }
     return labels;

@@ -459,7 +459,8 @@ void PLTextView::colourVisibleLines()
         return;
     const QTextBlock last = cursorForPosition(viewport()->rect().bottomRight()).block();
     const qsizetype start = m_lineEndings.toText(first.position());
-    const qsizetype end = m_lineEndings.toText(last.isValid() ? last.position() + last.length() - 1 : first.position() + first.length() - 1);
+    const qsizetype end = m_lineEndings.toText(last.isValid() ? last.position() + last.length() - 1
+                                                              : first.position() + first.length() - 1);
     highlighter->colourNow(PLRange{start, std::max<qsizetype>(end - start, 0)});
 }
 
@@ -479,11 +480,12 @@ void PLTextView::applyAttributes(PLRange range)
         // A block holds no line break of its own, so its characters run one for one in the text.
         const qsizetype blockStart = m_lineEndings.toText(block.position());
         QList<QTextLayout::FormatRange> formats;
-        m_buffer->storedAttributeRuns().enumerateAttributes(PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
-            const QTextCharFormat format = formatForAttributes(attributes);
-            if (!format.isEmpty())
-                formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
-        });
+        m_buffer->storedAttributeRuns().enumerateAttributes(
+            PLRange{blockStart, block.length() - 1}, [&](const PLTextAttributes &attributes, PLRange run) {
+                const QTextCharFormat format = formatForAttributes(attributes);
+                if (!format.isEmpty())
+                    formats.append(QTextLayout::FormatRange{int(run.location - blockStart), int(run.length), format});
+            });
         if (formats == block.layout()->formats())
             continue;
         block.layout()->setFormats(formats);
@@ -662,7 +664,8 @@ bool PLTextView::handleViewportEditorEvent(QEvent *event)
     const QPoint position = event->type() == QEvent::ToolTip ? static_cast<QHelpEvent *>(event)->pos()
                                                               : static_cast<QMouseEvent *>(event)->position().toPoint();
     const qsizetype index = textLocation(cursorForPosition(position).position());
-    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->storedAttributeRuns().attributesAtIndex(index).link() : std::nullopt;
+    const std::optional<QString> link = index < m_buffer->length() ? m_buffer->storedAttributeRuns().attributesAtIndex(index).link()
+                                                                   : std::nullopt;
     if (event->type() == QEvent::MouseButtonPress)
         return link && m_delegate->textViewClickedOnLink(this, *link, index);
     const QString tooltip = link ? m_delegate->textViewWillDisplayToolTip(this, index) : QString();

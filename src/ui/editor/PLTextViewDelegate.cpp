@@ -11,7 +11,8 @@
 #include "core/project/PLTextViewHistoryHandler.h"
 #include "ui/editor/PLTextViewSpellChecker.h"
 
-PLTextViewDelegate::PLTextViewDelegate(const std::shared_ptr<PLFile> &file, PLSplitViewContentViewController *splitViewContentViewController,
+PLTextViewDelegate::PLTextViewDelegate(const std::shared_ptr<PLFile> &file,
+                                       PLSplitViewContentViewController *splitViewContentViewController,
                                        PLTextViewHistoryHandler *historyHandler, QObject *parent)
     : QObject(parent), m_file(file), m_splitViewContentViewController(splitViewContentViewController), m_historyHandler(historyHandler)
 {

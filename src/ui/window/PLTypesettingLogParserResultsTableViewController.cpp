@@ -34,11 +34,11 @@ PLTypesettingLogParserResultsTableViewController::PLTypesettingLogParserResultsT
     : XSViewController(QStringLiteral("PLErrorsAndWarningsOutlineView"), windowController, parent), m_document(document),
       m_progress(progress)
 {
-    PLNotificationCenter::defaultCenter().addObserver(this, PLNotificationPdfTransformationDidFinish, nullptr,
-                                                      [this](const PLNotification &notification) {
-                                                          if (notification.userInfo().value(PLDictionaryKeyDocument).value<QObject *>() == m_document)
-                                                              reloadData();
-                                                      });
+    PLNotificationCenter::defaultCenter().addObserver(
+        this, PLNotificationPdfTransformationDidFinish, nullptr, [this](const PLNotification &notification) {
+            if (notification.userInfo().value(PLDictionaryKeyDocument).value<QObject *>() == m_document)
+                reloadData();
+        });
 }
 
 PLTypesettingLogParserResultsTableViewController::~PLTypesettingLogParserResultsTableViewController()
