@@ -97,24 +97,20 @@ void PLOutlineNode::setTextNodeSubType(quint32 subType)
 
 QString PLOutlineNode::content() const
 {
-    return m_contentStart == 0 && m_contentLength == m_contentText.size() ? m_contentText : contentView().toString();
+    return holdsWholeText() ? m_contentText : contentView().toString();
 }
 
 void PLOutlineNode::replaceContent(qsizetype location, qsizetype length, const QString &string)
 {
     const qsizetype before = m_contentLength;
-    // A whole replacement shares the new text instead of copying it; any other makes a stretch of
-    // a larger text the node's own.
+    // A whole replacement shares the new text instead of copying it; any other first makes a
+    // stretch of a larger text the node's own.
     if (location == 0 && length == before) {
         m_contentText = string;
-    } else if (m_contentStart == 0 && m_contentLength == m_contentText.size()) {
-        m_contentText.replace(location, length, string);
     } else {
-        const QStringView old = contentView();
-        QString changed;
-        changed.reserve(before - length + string.size());
-        changed.append(old.first(location)).append(string).append(old.sliced(location + length));
-        m_contentText = std::move(changed);
+        if (!holdsWholeText())
+            m_contentText = contentView().toString();
+        m_contentText.replace(location, length, string);
     }
     m_contentStart = 0;
     m_contentLength = m_contentText.size();

@@ -169,6 +169,8 @@ private:
     PLOutlineNode *lastChild() const { return m_children.size() > size_t(m_childStorageGap) ? childAt(childCount() - 1).get() : nullptr; }
     qsizetype indexOfChild(const PLOutlineNode *node) const;
     std::shared_ptr<PLOutlineNode> share() const;
+    // The content is all of its text, not a stretch of a larger one.
+    bool holdsWholeText() const { return m_contentStart == 0 && m_contentLength == m_contentText.size(); }
     void contentChanged() { m_lastLineCommented = -1; }
     void detachFromParent();
     // A child just placed at the index: the nodes whose next step it changes are fixed again.
